@@ -1,0 +1,63 @@
+# How this tree declares its libraries and tests, so that every folder reads alike.
+
+set(QUORVEL_SANITIZE "" CACHE STRING "address (with leak and undefined) or thread")
+
+add_library(quorvel_options INTERFACE)
+target_compile_features(quorvel_options INTERFACE cxx_std_20)
+target_compile_definitions(quorvel_options INTERFACE _GNU_SOURCE)
+target_compile_options(
+    quorvel_options
+    INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+              $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-missing-field-initializers>
+)
+
+# The sanitizers' run-time is linked in, because a shared one refuses to start behind the bench's
+# preload library.
+if(QUORVEL_SANITIZE STREQUAL "address")
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+                        -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=address,undefined)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        add_link_options(-static-libasan -static-libubsan)
+    endif()
+elseif(QUORVEL_SANITIZE STREQUAL "thread")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=thread)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        add_link_options(-static-libtsan)
+    endif()
+endif()
+
+# quorvel_library(NAME SOURCES file... [USES target...] [PRIVATE_USES target...])
+# One folder, one static library: its headers are the folder's, its dependencies the floors below.
+function(quorvel_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;PRIVATE_USES" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>)
+    target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE quorvel_options ${ARG_PRIVATE_USES})
+endfunction()
+
+# quorvel_test(NAME SOURCES file... [USES target...] [LABELS label...] [PROPERTIES name value...])
+# Every test process runs in a bench world of its own: the preload library sends the instrument's
+# paths there and writes down what would have switched the machine off. %p is the process number.
+function(quorvel_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE quorvel_options ${ARG_USES} GTest::gmock_main)
+    add_dependencies(${name} quorvelbench)
+    include(GoogleTest)
+    gtest_discover_tests(
+        ${name}
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES
+            TIMEOUT ${ARG_TIMEOUT}
+            LABELS "${ARG_LABELS}"
+            ENVIRONMENT
+            "LD_PRELOAD=$<TARGET_FILE:quorvelbench>;QUORVEL_BENCH=${CMAKE_BINARY_DIR}/worlds/%p;${ARG_ENVIRONMENT}"
+    )
+endfunction()

@@ -1,0 +1,58 @@
+#ifndef DISPLAY_MODEL_CGRAPH_DATA_H
+#define DISPLAY_MODEL_CGRAPH_DATA_H
+
+#include <cstdint>
+#include <pthread.h>
+
+/// One display's history: a day of samples, one a second, and their moving average. The buffer
+/// fills from the start and stops accepting samples when it is full.
+
+constexpr uint32_t graphMaxPoints = 86400;
+constexpr uint32_t graphMinFilterWidth = 2;
+constexpr uint32_t graphMaxFilterWidth = 64;
+constexpr uint32_t graphRawCapacity = graphMaxPoints + graphMaxFilterWidth - 1;
+constexpr uint32_t graphAverageCapacity = 86500;
+
+struct GraphDataItem {
+    float power;        ///< W
+    uint32_t timestamp; ///< getTime_ms()
+};
+
+enum GraphDataMode_t : int { RawData = 0, AveragedData = 1 };
+
+struct CGraphData {
+    pthread_mutex_t mutex; ///< guards everything below
+    uint32_t count;
+    uint32_t filterWidth; ///< 2 to 64
+    GraphDataItem rawData[graphRawCapacity];
+    GraphDataItem averageData[graphAverageCapacity];
+};
+
+/// Initialises the mutex, clamps the width and empties the buffer.
+void CGraphData_create(CGraphData* instance, uint32_t filterWidth);
+
+/// Empties the buffer; the width is kept. Any thread.
+void CGraphData_reset(CGraphData* instance);
+
+/// Appends one sample; NaN is ignored, and so is a sample for a full buffer. Any thread.
+void CGraphData_addItem(CGraphData* instance, float power_W);
+
+/// Number of points that a mode offers. Any thread.
+uint32_t CGraphData_getCount(CGraphData* instance, GraphDataMode_t mode);
+
+/// One point, {NaN, 0} beyond the end. Any thread.
+GraphDataItem CGraphData_getItem(CGraphData* instance, uint32_t index, GraphDataMode_t mode);
+
+/// The same without the lock, for a caller that holds it.
+GraphDataItem CGraphData_getRawItem(const CGraphData* instance, uint32_t index);
+GraphDataItem CGraphData_getFilterItem(const CGraphData* instance, uint32_t index);
+
+/// Least and greatest value of a mode, NaN when it has none. In averaged mode the newest average is
+/// left out, deliberately. Any thread.
+float CGraphData_getMinValue(CGraphData* instance, GraphDataMode_t mode);
+float CGraphData_getMaxValue(CGraphData* instance, GraphDataMode_t mode);
+
+/// Changes the width (clamped to 2..64) and recomputes all averages. Any thread.
+void CGraphData_setFilterWidth(CGraphData* instance, uint32_t width);
+
+#endif

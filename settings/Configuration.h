@@ -1,0 +1,122 @@
+#ifndef SETTINGS_CONFIGURATION_H
+#define SETTINGS_CONFIGURATION_H
+
+#include <cstdint>
+#include <cstdio>
+
+/// The application's settings: one record, one mutex, one text file that is rewritten whole after
+/// every change. Channels are 0 and 1 here and 1 and 2 in the file.
+
+constexpr unsigned configurationChannelCount = 2;
+constexpr unsigned configurationStateCount = 4;
+constexpr uint32_t rfPowerScaleMaxIndex = 10;
+
+enum rfMatchType_t : int { rfMatch_VSWR = 0, rfMatch_RL = 1, rfMatch_RflCoeff = 2 };
+enum GraphScaleUnit_t : int { graphScale_mW = 0, graphScale_dBm = 1 };
+enum TimeGraphMode : int { graphModeRaw = 0, graphModeAverage = 1 };
+
+/// Range of one displayed power: chosen automatically or by hand, an index into the range table.
+struct rfPowerScale {
+    bool autoScale;
+    uint32_t scaleIndex; ///< 0 to 10
+};
+
+/// Graph of one channel. Powers are in `unit`: milliwatts or dBm.
+struct GraphSettings_t {
+    double maxPower;
+    double minPower;
+    double maxLimitLine;
+    double minLimitLine;
+    GraphScaleUnit_t unit;
+    uint32_t averageCount; ///< 2 to 64
+    bool bReflectedMode;   ///< plots reflected instead of forward power
+    TimeGraphMode displayMode;
+};
+
+struct QUORVEL_APP_SETTINGS {
+    bool displayForwardPower;
+    bool displayReflectedPower;
+    bool powerUnitsIsdBm;
+    bool displayVSWR_ReturnLoss_or_ReflCoeff_Value;
+    rfMatchType_t matchMeasurementType;
+    bool displayGraph;
+    GraphSettings_t graphSettings[configurationChannelCount];
+    rfPowerScale scale[configurationChannelCount][2]; ///< [channel][0 forward, 1 reflected]
+    rfPowerScale gatedPowerScale[configurationChannelCount];
+    rfPowerScale pulseStateScale[configurationChannelCount][configurationStateCount];
+    bool useLegacyRS232Commands;
+    bool legacyCommandModeSW;
+    bool sensorPulseModeIsActive;
+};
+
+/// The command port's serial lines stand in the same file but belong to a higher floor, which
+/// registers how they are written and read, before readConfigFile.
+struct ConfigurationSerialLines {
+    void (*write)(FILE* file);      ///< appends the lines
+    bool (*read)(const char* line); ///< takes the rest of the line that strtok has begun
+};
+void configuration_registerSerialLines(ConfigurationSerialLines lines);
+
+/// Remembers the file's name (at most 64 characters; null or empty selects the standard one) and
+/// creates its directory. Main thread, before readConfigFile.
+void setConfigurationFile(const char* name);
+
+/// Reads the file over the defaults; a file that cannot be read is written from the defaults.
+/// Main thread, once, before any other thread exists.
+void readConfigFile();
+
+/// Writes the whole file. Takes the mutex. If it cannot be written, the diagnostic is logged, the
+/// record stands and the old file stays whole.
+void writeConfigFile();
+
+/// Brings the graph settings into their ranges, then writes the file. Takes the mutex.
+void writeConfigFileWithValidation();
+
+/// Puts the defaults into the record; writes nothing. Takes the mutex.
+void restoreDefaultSettings();
+
+/// Defaults for all but the remote-control mode flags, and writes the file. Takes the mutex.
+void resetConfigToDefaults();
+
+/// The setters take the mutex, store, and rewrite the file. Any thread.
+void configuration_setDisplayFowardPower(bool display);
+void configuration_setDisplayReflectedPower(bool display);
+void configuration_setPowerUnitsIsdBm(bool isdBm);
+void configuration_setDisplayMatch(bool display);
+void configuration_setMatchMeasurementType(rfMatchType_t type);
+void configuration_setDisplayGraph(bool display);
+void configuration_setUseLegacy(bool useLegacy);
+void configuration_setCommandModeSW(bool commandMode);
+void configuration_setPulseMode(bool isActive);
+
+/// Scales of a channel or direction above 1, an index above 10 or a state above 3 are refused:
+/// every applicable diagnostic is logged and nothing changes.
+void configuration_setRfPowerScale(rfPowerScale scale, uint32_t channel, uint32_t direction);
+void configuration_setGatedPowerScale(rfPowerScale scale, uint32_t channel);
+void configuration_setStatePowerScale(rfPowerScale scale, uint32_t channel, uint32_t stateIndex);
+
+/// Stores one channel's graph settings, validated; a channel above 1 is ignored.
+void configuration_setGraphSettings(const GraphSettings_t& settings, uint32_t channel);
+
+/// The getters copy under the mutex. A channel, direction or state outside its range gives the
+/// default value. Any thread.
+bool configuration_getDisplayFowardPower();
+bool configuration_getDisplayReflectedPower();
+bool configuration_getPowerUnitsIsdBm();
+bool configuration_getDisplayMatch();
+rfMatchType_t configuration_getMatchMeasurementType();
+bool configuration_getDisplayGraph();
+bool configuration_getUseLegacy();
+bool configuration_getCommandModeSW();
+bool configuration_getPulseMode();
+rfPowerScale configuration_getRfPowerScale(uint32_t channel, uint32_t direction);
+rfPowerScale configuration_getGatedPowerScale(uint32_t channel);
+rfPowerScale configuration_getStatePowerScale(uint32_t channel, uint32_t stateIndex);
+GraphSettings_t configuration_getGraphSettings(uint32_t channel);
+bool configuration_getGraphRflMode(uint32_t channel);
+QUORVEL_APP_SETTINGS configuration_getQuorvelAppConfiguration();
+
+/// Brings (low, high) into [lowest, highest] with at least `gap` between them.
+void validateRange(double& low, double& high, double lowest, double highest, double gap);
+
+#endif

@@ -1,0 +1,43 @@
+#ifndef TESTS_SUPPORT_WORLD_H
+#define TESTS_SUPPORT_WORLD_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// What tests ask of the bench world that their process runs in. The instrument's own paths need no
+/// help: the preload library sends "/etc/QuorvelPowerMeterApp/..." and its like into the world.
+
+/// The world's folder on this machine, without a trailing slash.
+std::string World_folder();
+
+/// Where an instrument path such as "/dev/ttyS1" really lies.
+std::string World_realPath(const std::string& instrumentPath);
+
+/// Writes or reads a file by its instrument path; missing folders are made. Reading a missing file
+/// gives an empty text.
+void World_writeFile(const std::string& instrumentPath, const std::string& content);
+std::string World_readFile(const std::string& instrumentPath);
+void World_removeFile(const std::string& instrumentPath);
+
+/// Every message that reached the system log so far, one line each: "<priority> text".
+std::vector<std::string> World_syslog();
+void World_clearSyslog();
+/// True when a system log line contains the text.
+bool World_syslogContains(const std::string& text);
+
+/// Every shell command that the bench wrote down instead of running it (shutdown, network restart).
+std::vector<std::string> World_commands();
+void World_clearCommands();
+
+/// Steps the wall clock (not the monotonic clock) of this process.
+void World_stepWallClock_ms(int64_t step_ms);
+
+/// Lets all clocks and waits of this process run faster by this factor (1 is real time).
+void World_setSpeed(double factor);
+
+/// Asks again every few milliseconds until the condition holds or the limit has gone by.
+bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms);
+
+#endif
