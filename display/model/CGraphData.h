@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <pthread.h>
+#include <span>
 
 /// One display's history: a day of samples, one a second, and their moving average. The buffer
 /// fills from the start and stops accepting samples when it is full.
@@ -28,7 +29,18 @@ struct CGraphData {
     GraphDataItem averageData[graphAverageCapacity];
 };
 
-/// Initialises the mutex, clamps the width and empties the buffer.
+/// The points that fall into one pixel column, in the buffer's unit (W). A column without points
+/// has a count of 0 and no meaningful values.
+struct GraphColumn {
+    uint32_t count;
+    float first; ///< oldest
+    float last;  ///< newest
+    float least;
+    float greatest;
+};
+
+/// Initialises the mutex, clamps the width and empties the buffer. A failure is logged and leaves
+/// the buffer as it was.
 void CGraphData_create(CGraphData* instance, uint32_t filterWidth);
 
 /// Empties the buffer; the width is kept. Any thread.
@@ -54,5 +66,16 @@ float CGraphData_getMaxValue(CGraphData* instance, GraphDataMode_t mode);
 
 /// Changes the width (clamped to 2..64) and recomputes all averages. Any thread.
 void CGraphData_setFilterWidth(CGraphData* instance, uint32_t width);
+
+/// Copies the points from index `first` on, as many as there are and fit, under one lock. Returns
+/// how many were copied. Any thread.
+uint32_t CGraphData_copyPowers(CGraphData* instance, GraphDataMode_t mode, uint32_t first,
+                               std::span<float> powers_W);
+
+/// Gathers the points before index `end` into columns under one lock, `pointSpan` points spread
+/// over all columns: point i falls into column i x columns / pointSpan (whole number), and points
+/// beyond the last column are left out. Any thread.
+void CGraphData_getColumns(CGraphData* instance, GraphDataMode_t mode, uint32_t end,
+                           uint32_t pointSpan, std::span<GraphColumn> columns);
 
 #endif

@@ -9,7 +9,11 @@
 
 /// The two display slots and the twelve screens that can fill them.
 
-enum SensorDisplayInstance_t : uint32_t { UpperDisplay = 0, LowerDisplay = 1, NumberOfDisplays = 2 };
+enum SensorDisplayInstance_t : uint32_t {
+    UpperDisplay = 0,
+    LowerDisplay = 1,
+    NumberOfDisplays = 2
+};
 
 enum GtkSensorInstance : uint32_t {
     gtkSensorSingleChannel1 = 0,
