@@ -14,8 +14,7 @@ constexpr uint32_t threadHeartbeat_ms = 5000;
 int Thread_start(pthread_t* thread, const char* name, void (*entry)());
 
 /// The same for a thread that is given a context and may be joined.
-int Thread_startJoinable(pthread_t* thread, const char* name, void* (*entry)(void*),
-                         void* context);
+int Thread_startJoinable(pthread_t* thread, const char* name, void* (*entry)(void*), void* context);
 
 /// Sleeps for the whole time, whatever signals arrive.
 void Thread_sleep_ms(uint32_t time_ms);
@@ -29,7 +28,7 @@ int Condition_initialize(pthread_cond_t* condition);
 
 /// Holds a mutex for the length of a scope.
 class ScopedLock {
-  public:
+public:
     explicit ScopedLock(pthread_mutex_t& mutexToHold) : mutex(mutexToHold) {
         pthread_mutex_lock(&mutex);
     }
@@ -39,7 +38,7 @@ class ScopedLock {
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
 
-  private:
+private:
     pthread_mutex_t& mutex;
 };
 
