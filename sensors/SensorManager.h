@@ -3,9 +3,14 @@
 
 #include "SensorTypes.h"
 
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <pthread.h>
+
 /// Decides which two of the four ports are measured, and which of the two displays each one takes.
-/// Instances and slots are guarded by a short lock inside this module; it is never held while the
-/// user is asked.
+/// Instances and slots are guarded by sensorManagerMutex, a short lock that every function here
+/// takes by itself; it is never held while the user is asked.
 
 struct sSensorInstance {
     bool isPulseSensor;
@@ -31,18 +36,29 @@ struct sSensorManager {
 using SensorManager = sSensorManager;
 
 extern SensorManager* gSensors;
+extern pthread_mutex_t sensorManagerMutex;
+
+/// Copies of the occupied slots.
+using ActiveSensorCopies = std::array<std::optional<SensorInstance>, 2>;
 
 /// Asking the user for a channel needs the screen, which belongs to a higher floor. `ask` is called
 /// on the GUI-refresh thread and returns once the user has answered or the sensor has gone.
 void SensorManager_registerChannelPrompt(void (*ask)(SensorInstance* instance));
 
+/// Allocates the manager; exits the process if it cannot. Main thread, before any thread that uses
+/// it.
 void SensorManager_Create();
 void SensorManager_Destroy();
 
-/// The pair of active sensors, or null with a diagnostic before SensorManager_Create.
+/// The pair of active sensors, or null with a diagnostic before SensorManager_Create. What it
+/// points to may be read with sensorManagerMutex held only.
 ActiveSensors* SensorManager_GetActiveSensors();
 
-/// Instance of port 0 to 3; null with a diagnostic for any other.
+/// The active sensors as they are now; none before SensorManager_Create. Any thread.
+ActiveSensorCopies SensorManager_copyActiveSensors();
+
+/// Instance of port 0 to 3; null with a diagnostic for any other. To be read with
+/// sensorManagerMutex held only.
 SensorInstance* SensorManager_GetSensorInstance(uint32_t port);
 
 bool SensorManager_IsSensorActive(uint32_t port);
@@ -66,6 +82,17 @@ bool SensorManager_UpdatePhysicalSensors(CONNECTED_SENSORS* record);
 
 /// Assigns channels where that is unambiguous; false when the user must choose.
 bool SensorManager_AssignLogicalChannels();
+
+/// True when an active sensor has no channel yet: a sensor that was replaced between two passes
+/// leaves no change behind but has lost its channel. Any thread.
+bool SensorManager_isChannelMissing();
+
+/// Grows whenever a port's sensor is admitted or released: tells a sensor from the one that took
+/// its place. 0 for a port above 3.
+uint32_t SensorManager_getAdmissionNumber(uint32_t port);
+
+/// Gives a sensor its channel if it is still the one of this admission; false if it has gone.
+bool SensorManager_setChannelOfAdmission(uint32_t port, uint32_t admission, uint32_t channel);
 
 /// Settles the channels of all active sensors, asking the user where needed. GUI-refresh thread,
 /// with the GDK lock held; the lock is released while the user is asked.

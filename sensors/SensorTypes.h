@@ -99,11 +99,11 @@ struct SENSOR_IDENTITY {
     char sensorModel[21];
     char sensorFirmwareRevision[49];
     char sensorSupportedCommands[17];
-    PULSE_RANGES sensorPower;         ///< W
-    PULSE_RANGES sensorPrf;           ///< Hz
-    PULSE_RANGES sensorFrequency;     ///< Hz
-    PULSE_RANGES sensorPulsePeriod;   ///< s
-    PULSE_RANGES sensorTriggerDelay;  ///< s
+    PULSE_RANGES sensorPower;          ///< W
+    PULSE_RANGES sensorPrf;            ///< Hz
+    PULSE_RANGES sensorFrequency;      ///< Hz
+    PULSE_RANGES sensorPulsePeriod;    ///< s
+    PULSE_RANGES sensorTriggerDelay;   ///< s
     PULSE_DELAY_RANGES pulseStates[4]; ///< s
 };
 

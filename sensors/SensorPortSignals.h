@@ -1,0 +1,51 @@
+#ifndef SENSORS_SENSOR_PORT_SIGNALS_H
+#define SENSORS_SENSOR_PORT_SIGNALS_H
+
+#include "SensorTypes.h"
+
+#include <atomic>
+#include <cstdint>
+#include <pthread.h>
+
+/// What a port's handler thread and the rest of the program tell each other: whether a sensor is
+/// connected, and that a reading is there. Functions ignore a port above 3.
+
+/// The mutexes of one port, in their order. They are held for copying only, never across a device
+/// access.
+extern pthread_mutex_t sensorPortMutex[sensorPortCount];        ///< connected flag
+extern pthread_mutex_t sensorPortConfigMutex[sensorPortCount];  ///< configuration
+extern pthread_mutex_t sensorPortInfoMutex[sensorPortCount];    ///< identity, serial number, status
+extern pthread_mutex_t sensorPortMeasureMutex[sensorPortCount]; ///< measurements
+
+/// Set by a handler between a forward reading and the end of its use; one per port.
+extern std::atomic<bool> newMeasurementIsAvailable[sensorPortCount];
+
+/// Tells a port's handler whether a sensor is there; a waiting handler thread wakes at once.
+/// Any thread.
+void sensorPortHandler_setIsConnected(uint32_t port, bool isConnected);
+bool sensorPortHandler_getIsConnected(uint32_t port);
+
+/// Waits, without cost, until the port is connected. Returns the number of this connection, which
+/// grows with every rise of the flag. Handler threads.
+uint32_t sensorPort_waitUntilConnected(uint32_t port);
+
+/// True while the flag has not fallen since the connection of this number began.
+bool sensorPort_isSameConnection(uint32_t port, uint32_t connection);
+
+/// The handler has put the records of the previous sensor away and serves this connection now.
+void sensorPort_setServedConnection(uint32_t port, uint32_t connection);
+
+/// True when the port is connected and its records belong to the sensor that is connected now.
+bool sensorPort_isServed(uint32_t port);
+
+/// Counts a reading and tells the listener. Handler threads, without any lock.
+void sensorPort_signalReading(uint32_t port);
+
+/// Number of readings that a port has delivered since the program's start (a forward and reflected
+/// pair counts once). Any thread, no lock.
+uint32_t sensorPortHandler_getReadingNumber(uint32_t port);
+
+/// Registers who is told, on the handler's thread, that a port has a new reading.
+void sensorPortHandler_registerReadingListener(void (*listener)());
+
+#endif

@@ -1,0 +1,73 @@
+#ifndef SENSORS_SERIAL_SENSOR_HANDLER_H
+#define SENSORS_SERIAL_SENSOR_HANDLER_H
+
+#include "SensorTypes.h"
+
+#include <cstdint>
+#include <pthread.h>
+
+/// The handler of one RS232 port: a thread that identifies the CW sensor on it and reads forward
+/// power, reflected power, frequency and temperature for as long as it is connected.
+
+constexpr uint32_t serialSensorCount = 2;
+constexpr char serialPort1Name[] = "/dev/ttyS1";
+constexpr char serialPort2Name[] = "/dev/ttyS2";
+
+/// Digits of a sensor's serial number and their terminator.
+constexpr uint32_t sensorSerialNumberSize = 10;
+
+enum sensorSerCommState : int {
+    stateSerConnect = 0,
+    stateSerFlush = 1,
+    stateSerInitialSync = 2,
+    stateSerIdentify = 3,
+    stateSerSerialNum = 4,
+    stateSerFwd = 5,
+    stateSerRfl = 6,
+    stateSerFreq = 7,
+    stateSerTemp = 8,
+    stateSerFramingSync = 9
+};
+
+struct SERIAL_PORT_DATA_STRUCT {
+    int channelIndex; ///< 0 = Serial1, 1 = Serial2
+    char serialPortName[32];
+    sensorPortState portState;
+    bool portClosed;
+    char rxBuffer[64];
+    int fd; ///< -1 when not open
+};
+
+/// Identity, serial number and status are guarded by the port's sensorPortInfoMutex, measurements
+/// by its sensorPortMeasureMutex; everything else belongs to the handler's thread.
+struct SERIAL_HANDLER_DATA_STRUCT {
+    pthread_t thread_id;
+    sensorSerCommState sensorState;
+    bool isInitialized;
+    SENSOR_STATUS sensorStatus;
+    SERIAL_PORT_DATA_STRUCT serialPort;
+    double start_time_ms;
+    double finish_time_ms;
+    double measCycle_time_ms;
+    SENSOR_MEASUREMENTS sensorMeasurements;
+    SENSOR_IDENTITY sensorIdentity;
+    char serialNumber[sensorSerialNumberSize];
+};
+
+extern SERIAL_HANDLER_DATA_STRUCT sensorSerialHandlerData[serialSensorCount];
+
+/// Names the device (cut at 31 characters), marks it as not open, resets the sensor information.
+void sensorSerialHandler_initSensorData(SERIAL_HANDLER_DATA_STRUCT* handler, const char* portName);
+
+/// Forgets the sensor: identity cleared but for a maximum power of 199990 W, no serial number, no
+/// readings. Takes the port's mutexes.
+void sensorSerialHandler_resetSensorInformation(SERIAL_HANDLER_DATA_STRUCT* handler);
+
+/// The thread's body; never returns. A device that cannot be opened is reported once, and the
+/// thread goes on regardless.
+void sensorSerialHandlerThread(SERIAL_HANDLER_DATA_STRUCT* handler);
+
+/// One step of the protocol. A failed command leads back to stateSerFlush.
+void sensorSerialHandler_handleSensorStates(SERIAL_HANDLER_DATA_STRUCT* handler);
+
+#endif
