@@ -1,0 +1,61 @@
+#ifndef DISPLAY_GTK_HELPERS_H
+#define DISPLAY_GTK_HELPERS_H
+
+#include <gtk/gtk.h>
+
+#include <cstdint>
+
+/// Colours, fonts and small widget operations that all screens share. GDK lock held. Every setter
+/// compares first and does nothing when nothing would change, so that a pass over unchanged
+/// readings costs no drawing and no memory.
+
+extern GdkRGBA bgColorBlack;
+extern GdkRGBA bgColorWhite;
+extern GdkRGBA bgDialogGrey;
+extern GdkRGBA bgYellow;
+extern GdkRGBA textColorBlack;
+extern GdkRGBA textColorWhite;
+extern GdkRGBA textColorLightGrey;
+extern GdkRGBA textColorRed;
+extern GdkRGBA quorvelSpecificRed;
+extern GdkRGBA textColorClickable; ///< the yellow of texts that can be tapped
+extern GdkRGBA graphColorBlue;
+extern GdkRGBA quorvelSpecificBlue;
+extern GdkRGBA quorvelSpecificGreen;
+
+/// Family of all measurement texts, and the description of units and pulse values.
+extern const char* fontFamily;
+extern PangoFontDescription* fontDescriptionValue;
+
+/// Sets the colours, once, after gtk_init.
+void initColors();
+
+/// Makes the fonts, once, after gtk_init.
+void loadFonts();
+
+/// Colours a widget (not its children). A colour that differs from the ones above is remembered as
+/// they are; there is room for a few.
+void setWidgetFgAndBgColors(GtkWidget* widget, const GdkRGBA& fg, const GdkRGBA& bg);
+void setWidgetFgColor(GtkWidget* widget, const GdkRGBA& fg);
+
+/// Depth-first search of a widget and all that it contains for a widget name; null if there is
+/// none.
+GtkWidget* find_child(GtkWidget* widget, const char* name);
+
+/// Text of a label, or of an entry or a button's label; a null widget is skipped.
+void setLabelText(GtkWidget* label, const char* text);
+
+/// Shows or hides a widget; null is skipped.
+void setWidgetVisible(GtkWidget* widget, bool visible);
+
+/// Gives a label the measurement family at a size and line height in pixels, whatever the screen's
+/// resolution. A line height of 0 is the font's own.
+void setLabelFont_px(GtkWidget* label, int size_px, int lineHeight_px, bool isBold);
+
+/// An image from a file such as "./resources/gear.png", empty (and logged) if it cannot be read.
+GtkWidget* newImageFromFile(const char* file);
+
+/// A touch button without focus frame that looks like a key and answers when it is pressed.
+GtkWidget* newTouchButton(const char* name);
+
+#endif
