@@ -1,0 +1,402 @@
+#include "Configuration.h"
+
+#include "ConfigurationFile.h"
+#include "Files.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <pthread.h>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr const char* standardFileName =
+    "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+constexpr mode_t directoryMode = 0777;
+constexpr size_t nameSize = 64 + 1;
+constexpr size_t textSize = 16384;
+constexpr const char* wordSeparators = " \n\r";
+
+constexpr uint32_t minAverageCount = 2;
+constexpr uint32_t maxAverageCount = 64;
+
+struct GraphSpan {
+    double lowest;
+    double highest;
+    double gap;
+};
+constexpr GraphSpan spanInMilliwatts{0.0, 99999999.0, 5.0};
+constexpr GraphSpan spanInDbm{-60.0, 80.0, 1.0};
+
+/// Guards everything below. Valid from the start, and set up again by readConfigFile.
+pthread_mutex_t configurationMutex = PTHREAD_MUTEX_INITIALIZER;
+
+QUORVEL_APP_SETTINGS quorvelAppSettings = ConfigurationFile_defaults();
+char configurationFileName[nameSize] = "";
+char configurationFilePath[nameSize] = "";
+ConfigurationSerialLines serialLines{nullptr, nullptr};
+
+void createDirectory() {
+    if (configurationFilePath[0] != '\0') {
+        mkdir(configurationFilePath, directoryMode); // that it exists is no error
+    }
+}
+
+/// Composes the file's text. The stream over a fixed buffer is opened once, since auto-ranging
+/// saves often. An empty view means that the text could not be composed.
+std::string_view composeText() {
+    static char text[textSize];
+    static FILE* const stream = fmemopen(text, sizeof text, "w");
+    if (stream == nullptr) {
+        return {};
+    }
+    rewind(stream);
+    ConfigurationFile_write(stream, quorvelAppSettings);
+    if (serialLines.write != nullptr) {
+        serialLines.write(stream);
+    }
+    const bool complete = fflush(stream) == 0 && ferror(stream) == 0;
+    const long length = ftell(stream);
+    return complete && length > 0 ? std::string_view(text, static_cast<size_t>(length))
+                                  : std::string_view();
+}
+
+/// The one writer. The mutex is held.
+void writeFile() {
+    const std::string_view text = composeText();
+    bool written = !text.empty() && File_replace(configurationFileName, text);
+    if (!written && errno == ENOENT) {
+        createDirectory();
+        written = File_replace(configurationFileName, text);
+    }
+    if (!written) {
+        DIAGNOSTIC("Warning: Unable to open settings file %s for writing.\n\n",
+                   configurationFileName);
+    }
+}
+
+/// Takes one line of the file. The buffer holds zeroes behind the line, because a key without a
+/// value is followed by its terminator only.
+void readLine(char* line) {
+    // A line that begins with a blank is empty once it has been cut at its first blank.
+    if (line[0] == ' ' || strtok(line, wordSeparators) == nullptr) {
+        return;
+    }
+    if (!ConfigurationFile_readLine(line, quorvelAppSettings) && serialLines.read != nullptr) {
+        serialLines.read(line);
+    }
+}
+
+void readLines(FILE* file) {
+    char line[configurationLineLength + 3] = "";
+    while (fgets(line, configurationLineLength + 1, file) != nullptr) {
+        readLine(line);
+        memset(line, 0, sizeof line);
+    }
+}
+
+void validateGraphSettings(GraphSettings_t& graph) {
+    graph.averageCount = std::clamp(graph.averageCount, minAverageCount, maxAverageCount);
+    const GraphSpan& span = graph.unit == graphScale_dBm ? spanInDbm : spanInMilliwatts;
+    validateRange(graph.minPower, graph.maxPower, span.lowest, span.highest, span.gap);
+    validateRange(graph.minLimitLine, graph.maxLimitLine, span.lowest, span.highest, span.gap);
+}
+
+void validateAllGraphSettings() {
+    for (GraphSettings_t& graph : quorvelAppSettings.graphSettings) {
+        validateGraphSettings(graph);
+    }
+}
+
+/// What every setter does: stores under the mutex and rewrites the file.
+template <typename Value> void storeAndWrite(Value& field, const Value& value) {
+    const ScopedLock lock(configurationMutex);
+    field = value;
+    writeFile();
+}
+
+template <typename Value> Value copy(const Value& field) {
+    const ScopedLock lock(configurationMutex);
+    return field;
+}
+
+bool isChannelValid(uint32_t channel) {
+    return channel < configurationChannelCount;
+}
+
+// Each check of a setter's parameter logs its own diagnostic, so that a call with several wrong
+// parameters tells all of them.
+
+bool checkChannel(uint32_t channel) {
+    if (!isChannelValid(channel)) {
+        DIAGNOSTIC("Invalid parameter, channel = %d\n", static_cast<int>(channel));
+        return false;
+    }
+    return true;
+}
+
+bool checkDirection(uint32_t direction) {
+    if (direction > 1) {
+        DIAGNOSTIC("Invalid parameter, direction = %d\n", static_cast<int>(direction));
+        return false;
+    }
+    return true;
+}
+
+bool checkScaleIndex(const rfPowerScale& scale) {
+    if (scale.scaleIndex > rfPowerScaleMaxIndex) {
+        DIAGNOSTIC("Invalid parameter, scale.scaleIndex = %d\n",
+                   static_cast<int>(scale.scaleIndex));
+        return false;
+    }
+    return true;
+}
+
+bool checkStateIndex(uint32_t stateIndex) {
+    if (stateIndex >= configurationStateCount) {
+        DIAGNOSTIC("Invalid parameter, stateIndex = %d\n", static_cast<int>(stateIndex));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void configuration_registerSerialLines(ConfigurationSerialLines lines) {
+    const ScopedLock lock(configurationMutex);
+    serialLines = lines;
+}
+
+void setConfigurationFile(const char* name) {
+    const ScopedLock lock(configurationMutex);
+    const bool isNamed = name != nullptr && name[0] != '\0';
+    snprintf(configurationFileName, sizeof configurationFileName, "%s",
+             isNamed ? name : standardFileName);
+    snprintf(configurationFilePath, sizeof configurationFilePath, "%s", configurationFileName);
+    char* lastSlash = strrchr(configurationFilePath, '/');
+    *(lastSlash != nullptr ? lastSlash : configurationFilePath) = '\0';
+    createDirectory();
+}
+
+void readConfigFile() {
+    pthread_mutex_destroy(&configurationMutex);
+    const int error = pthread_mutex_init(&configurationMutex, nullptr);
+    if (error != 0) {
+        DIAGNOSTIC("Failed to initialize multiple access mutex. pthread_mutex_init failed with "
+                   "error = %d\n\n",
+                   error);
+    }
+    const ScopedLock lock(configurationMutex);
+    File_removeAbandonedSiblings(configurationFileName);
+    quorvelAppSettings = ConfigurationFile_defaults();
+    FILE* file = fopen(configurationFileName, "re");
+    if (file == nullptr) {
+        DIAGNOSTIC("Warning: Unable to open settings file %s for reading\n\n",
+                   configurationFileName);
+        DIAGNOSTIC("Using defaults\n\n");
+        writeFile();
+        return;
+    }
+    readLines(file);
+    fclose(file);
+}
+
+void writeConfigFile() {
+    const ScopedLock lock(configurationMutex);
+    writeFile();
+}
+
+void writeConfigFileWithValidation() {
+    const ScopedLock lock(configurationMutex);
+    validateAllGraphSettings();
+    writeFile();
+}
+
+void restoreDefaultSettings() {
+    const ScopedLock lock(configurationMutex);
+    quorvelAppSettings = ConfigurationFile_defaults();
+}
+
+void resetConfigToDefaults() {
+    const ScopedLock lock(configurationMutex);
+    QUORVEL_APP_SETTINGS defaults = ConfigurationFile_defaults();
+    defaults.useLegacyRS232Commands = quorvelAppSettings.useLegacyRS232Commands;
+    defaults.legacyCommandModeSW = quorvelAppSettings.legacyCommandModeSW;
+    quorvelAppSettings = defaults;
+    writeFile();
+}
+
+void configuration_setDisplayFowardPower(bool display) {
+    storeAndWrite(quorvelAppSettings.displayForwardPower, display);
+}
+
+void configuration_setDisplayReflectedPower(bool display) {
+    storeAndWrite(quorvelAppSettings.displayReflectedPower, display);
+}
+
+void configuration_setPowerUnitsIsdBm(bool isdBm) {
+    storeAndWrite(quorvelAppSettings.powerUnitsIsdBm, isdBm);
+}
+
+void configuration_setDisplayMatch(bool display) {
+    storeAndWrite(quorvelAppSettings.displayVSWR_ReturnLoss_or_ReflCoeff_Value, display);
+}
+
+void configuration_setMatchMeasurementType(rfMatchType_t type) {
+    storeAndWrite(quorvelAppSettings.matchMeasurementType, type);
+}
+
+void configuration_setDisplayGraph(bool display) {
+    storeAndWrite(quorvelAppSettings.displayGraph, display);
+}
+
+void configuration_setUseLegacy(bool useLegacy) {
+    storeAndWrite(quorvelAppSettings.useLegacyRS232Commands, useLegacy);
+}
+
+void configuration_setCommandModeSW(bool commandMode) {
+    storeAndWrite(quorvelAppSettings.legacyCommandModeSW, commandMode);
+}
+
+void configuration_setPulseMode(bool isActive) {
+    storeAndWrite(quorvelAppSettings.sensorPulseModeIsActive, isActive);
+}
+
+void configuration_setRfPowerScale(rfPowerScale scale, uint32_t channel, uint32_t direction) {
+    const bool channelIsValid = checkChannel(channel);
+    const bool directionIsValid = checkDirection(direction);
+    const bool indexIsValid = checkScaleIndex(scale);
+    if (channelIsValid && directionIsValid && indexIsValid) {
+        storeAndWrite(quorvelAppSettings.scale[channel][direction], scale);
+    }
+}
+
+void configuration_setGatedPowerScale(rfPowerScale scale, uint32_t channel) {
+    const bool channelIsValid = checkChannel(channel);
+    const bool indexIsValid = checkScaleIndex(scale);
+    if (channelIsValid && indexIsValid) {
+        storeAndWrite(quorvelAppSettings.gatedPowerScale[channel], scale);
+    }
+}
+
+void configuration_setStatePowerScale(rfPowerScale scale, uint32_t channel, uint32_t stateIndex) {
+    const bool channelIsValid = checkChannel(channel);
+    const bool indexIsValid = checkScaleIndex(scale);
+    const bool stateIsValid = checkStateIndex(stateIndex);
+    if (channelIsValid && indexIsValid && stateIsValid) {
+        storeAndWrite(quorvelAppSettings.pulseStateScale[channel][stateIndex], scale);
+    }
+}
+
+void configuration_setGraphSettings(const GraphSettings_t& settings, uint32_t channel) {
+    if (!isChannelValid(channel)) {
+        return;
+    }
+    const ScopedLock lock(configurationMutex);
+    quorvelAppSettings.graphSettings[channel] = settings;
+    validateAllGraphSettings();
+    writeFile();
+}
+
+bool configuration_getDisplayFowardPower() {
+    return copy(quorvelAppSettings.displayForwardPower);
+}
+
+bool configuration_getDisplayReflectedPower() {
+    return copy(quorvelAppSettings.displayReflectedPower);
+}
+
+bool configuration_getPowerUnitsIsdBm() {
+    return copy(quorvelAppSettings.powerUnitsIsdBm);
+}
+
+bool configuration_getDisplayMatch() {
+    return copy(quorvelAppSettings.displayVSWR_ReturnLoss_or_ReflCoeff_Value);
+}
+
+rfMatchType_t configuration_getMatchMeasurementType() {
+    return copy(quorvelAppSettings.matchMeasurementType);
+}
+
+bool configuration_getDisplayGraph() {
+    return copy(quorvelAppSettings.displayGraph);
+}
+
+bool configuration_getUseLegacy() {
+    return copy(quorvelAppSettings.useLegacyRS232Commands);
+}
+
+bool configuration_getCommandModeSW() {
+    return copy(quorvelAppSettings.legacyCommandModeSW);
+}
+
+bool configuration_getPulseMode() {
+    return copy(quorvelAppSettings.sensorPulseModeIsActive);
+}
+
+rfPowerScale configuration_getRfPowerScale(uint32_t channel, uint32_t direction) {
+    if (!isChannelValid(channel) || direction > 1) {
+        return ConfigurationFile_defaults().scale[0][0];
+    }
+    return copy(quorvelAppSettings.scale[channel][direction]);
+}
+
+rfPowerScale configuration_getGatedPowerScale(uint32_t channel) {
+    if (!isChannelValid(channel)) {
+        return ConfigurationFile_defaults().gatedPowerScale[0];
+    }
+    return copy(quorvelAppSettings.gatedPowerScale[channel]);
+}
+
+rfPowerScale configuration_getStatePowerScale(uint32_t channel, uint32_t stateIndex) {
+    if (!isChannelValid(channel) || stateIndex >= configurationStateCount) {
+        return ConfigurationFile_defaults().pulseStateScale[0][0];
+    }
+    return copy(quorvelAppSettings.pulseStateScale[channel][stateIndex]);
+}
+
+GraphSettings_t configuration_getGraphSettings(uint32_t channel) {
+    if (!isChannelValid(channel)) {
+        return ConfigurationFile_defaults().graphSettings[0];
+    }
+    return copy(quorvelAppSettings.graphSettings[channel]);
+}
+
+bool configuration_getGraphRflMode(uint32_t channel) {
+    return configuration_getGraphSettings(channel).bReflectedMode;
+}
+
+QUORVEL_APP_SETTINGS configuration_getQuorvelAppConfiguration() {
+    return copy(quorvelAppSettings);
+}
+
+void validateRange(double& low, double& high, double lowest, double highest, double gap) {
+    if (low > high) {
+        std::swap(low, high);
+    }
+    if (high - low < gap) {
+        low = high - gap;
+    }
+    if (highest <= low) {
+        high = highest;
+        low = high - gap;
+    } else if (highest < high) {
+        high = highest;
+        if (high - low < gap) {
+            low = high - gap;
+        }
+    }
+    if (lowest > high) {
+        low = lowest;
+        high = low + gap;
+    } else if (lowest > low) {
+        low = lowest;
+        if (high - low < gap) {
+            high = low + gap;
+        }
+    }
+}
