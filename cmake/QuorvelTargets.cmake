@@ -47,7 +47,7 @@ function(quorvel_test name)
         set(ARG_TIMEOUT 60)
     endif()
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE quorvel_options ${ARG_USES} GTest::gmock_main)
+    target_link_libraries(${name} PRIVATE quorvel_options test_support ${ARG_USES} GTest::gmock_main)
     add_dependencies(${name} quorvelbench)
     include(GoogleTest)
     gtest_discover_tests(

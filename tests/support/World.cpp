@@ -1,0 +1,128 @@
+// The tests' door to the bench world of their process.
+
+#include "World.h"
+
+#include "WorldTree.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// A test program that was started by hand starts itself again behind the library, so that no test
+/// ever touches the machine's own files.
+[[gnu::constructor]] void enterWorld(int, char** arguments, char**) {
+    if (getenv("QUORVEL_BENCH") != nullptr) {
+        return;
+    }
+    setenv("QUORVEL_BENCH", QUORVEL_WORLDS "/%p", 1);
+    setenv("LD_PRELOAD", QUORVEL_PRELOAD_LIBRARY, 1);
+    execv("/proc/self/exe", arguments);
+    perror("cannot enter the bench world");
+    _exit(1);
+}
+
+std::string worldFile(const char* name) {
+    return World_folder() + "/" + name;
+}
+
+std::string readRealFile(const std::string& path) {
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+std::vector<std::string> readLines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+void makeFoldersFor(const std::string& path) {
+    for (size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        mkdir(path.substr(0, slash).c_str(), 0755);
+    }
+}
+
+} // namespace
+
+std::string World_folder() {
+    const char* const folder = getenv("QUORVEL_BENCH");
+    if (folder == nullptr || strstr(folder, "%p") != nullptr) {
+        fputs("this test does not run behind the bench's library\n", stderr);
+        _exit(1);
+    }
+    return folder;
+}
+
+std::string World_realPath(const std::string& instrumentPath) {
+    return World_folder() + "/root" + instrumentPath;
+}
+
+void World_writeFile(const std::string& instrumentPath, const std::string& content) {
+    const std::string path = World_realPath(instrumentPath);
+    makeFoldersFor(path);
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
+
+std::string World_readFile(const std::string& instrumentPath) {
+    return readRealFile(World_realPath(instrumentPath));
+}
+
+void World_removeFile(const std::string& instrumentPath) {
+    remove(World_realPath(instrumentPath).c_str());
+}
+
+std::vector<std::string> World_syslog() {
+    return readLines(worldFile(WorldFile::syslog));
+}
+
+void World_clearSyslog() {
+    std::ofstream(worldFile(WorldFile::syslog), std::ios::trunc).flush();
+}
+
+bool World_syslogContains(const std::string& text) {
+    for (const std::string& line : World_syslog()) {
+        if (line.find(text) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<std::string> World_commands() {
+    return readLines(worldFile(WorldFile::commands));
+}
+
+void World_clearCommands() {
+    std::ofstream(worldFile(WorldFile::commands), std::ios::trunc).flush();
+}
+
+bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {
+    constexpr uint32_t pause_ms = 2;
+    timespec start{};
+    clock_gettime(CLOCK_MONOTONIC_RAW, &start);
+    for (;;) {
+        if (condition()) {
+            return true;
+        }
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC_RAW, &now);
+        const int64_t elapsed_ms =
+            (now.tv_sec - start.tv_sec) * 1000 + (now.tv_nsec - start.tv_nsec) / 1'000'000;
+        if (elapsed_ms >= limit_ms) {
+            return false;
+        }
+        usleep(pause_ms * 1000);
+    }
+}
