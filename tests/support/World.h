@@ -22,7 +22,7 @@ std::string World_readFile(const std::string& instrumentPath);
 void World_removeFile(const std::string& instrumentPath);
 
 /// Every message that reached the system log so far, one line each, as in "<7> text": the severity
-/// as a number, the text with its line ends written as "\\n".
+/// as a number, the text with its line ends written as "\n".
 std::vector<std::string> World_syslog();
 void World_clearSyslog();
 /// True when a system log line contains the text.
