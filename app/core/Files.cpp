@@ -1,5 +1,7 @@
 #include "Files.h"
 
+#include "RetryInterrupted.h"
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -27,15 +29,6 @@ constexpr mode_t newFileMode = 0666;
 constexpr const char* siblingMark = ".new.";
 
 using Path = std::array<char, PATH_MAX>;
-
-/// Runs `call` until a signal no longer interrupts it.
-template <typename Call> auto retryInterrupted(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
 
 bool storePath(Path& path, std::string_view directory, std::string_view name) {
     if (directory.size() + name.size() >= path.size()) {
