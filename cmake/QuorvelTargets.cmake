@@ -38,13 +38,21 @@ function(quorvel_library name)
     target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE quorvel_options ${ARG_PRIVATE_USES})
 endfunction()
 
-# quorvel_test(NAME SOURCES file... [USES target...] [LABELS label...] [PROPERTIES name value...])
-# Every test process runs in a bench world of its own: the preload library sends the instrument's
-# paths there and writes down what would have switched the machine off. %p is the process number.
+# quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b])
+# Every test process runs in a bench world of its own: test_support starts it once more behind the
+# preload library, which sends the instrument's paths into the world and writes down what would have
+# switched the machine off. That holds for a test program that is started by hand, too.
 function(quorvel_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 60)
+    endif()
+    set(properties TIMEOUT ${ARG_TIMEOUT})
+    if(ARG_LABELS)
+        list(APPEND properties LABELS ${ARG_LABELS})
+    endif()
+    if(ARG_ENVIRONMENT)
+        list(APPEND properties ENVIRONMENT ${ARG_ENVIRONMENT})
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE quorvel_options test_support ${ARG_USES} GTest::gmock_main)
@@ -54,10 +62,6 @@ function(quorvel_test name)
         ${name}
         DISCOVERY_MODE PRE_TEST
         DISCOVERY_TIMEOUT 60
-        PROPERTIES
-            TIMEOUT ${ARG_TIMEOUT}
-            LABELS "${ARG_LABELS}"
-            ENVIRONMENT
-            "LD_PRELOAD=$<TARGET_FILE:quorvelbench>;QUORVEL_BENCH=${CMAKE_BINARY_DIR}/worlds/%p;${ARG_ENVIRONMENT}"
+        PROPERTIES ${properties}
     )
 endfunction()
