@@ -40,7 +40,8 @@ struct GraphColumn {
 };
 
 /// Initialises the mutex, clamps the width and empties the buffer. A failure is logged and leaves
-/// the buffer as it was.
+/// the buffer as it was. The record is zeroed before its first creation; one that exists already
+/// keeps its mutex, so that it can be created anew while threads use it.
 void CGraphData_create(CGraphData* instance, uint32_t filterWidth);
 
 /// Empties the buffer; the width is kept. Any thread.

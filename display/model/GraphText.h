@@ -21,13 +21,13 @@ double getGraphPowerValueInCorrectUnits(double value, GraphScaleUnit_t unit, boo
 double getSettingFromScale(double value, const char* unit);
 double getScaleFromSetting(double value, const char* unit);
 
-/// Text of a number for an entry, with `digits` digits after the point (0 to 9). Two oddities are
-/// wanted: a fraction that rounds up to 1 vanishes (12.999 with 2 digits is "12"), and a value
-/// between -1 and 0 loses its sign.
+/// Text of a number for an entry, with at most `digits` digits after the point (0 to 4). Two
+/// oddities are wanted: a fraction that rounds up to 1 vanishes (12.999 with 2 digits is "12"), and
+/// a value between -1 and 0 loses its sign.
 void formatValueForEntry(std::span<char> text, double value, uint32_t digits);
 
 /// Text of a power in mW for a label that shows `unit`, with at most `digits` digits after the
-/// point (0 to 9). At most 32 bytes are written.
+/// point (0 to 4). At most 32 bytes are written.
 void formatValueForLabel(std::span<char> text, double value_mW, const char* unit, uint32_t digits);
 
 /// An axis limit: dBm with two digits, or mW shown in the range's unit and graph precision.
