@@ -1,0 +1,40 @@
+#include "SensorFakes.h"
+
+#include "SensorManager.h"
+
+#include <limits>
+
+SensorFake sensorFakes[sensorPortCount];
+
+void SensorFakes_reset() {
+    constexpr float none = std::numeric_limits<float>::quiet_NaN();
+    for (SensorFake& fake : sensorFakes) {
+        fake = {};
+        fake.logicalChannel = sensorLogicalNoChannel;
+        fake.status.status = notReady;
+        fake.measurements.fwdPwrVal = none;
+        fake.measurements.rflPwrVal = none;
+        fake.maxPower_W = 1000.0F;
+        fake.minPower_W = 1.0F;
+    }
+}
+
+uint32_t SensorInstance_GetLogicalChannel(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].logicalChannel : sensorLogicalNoChannel;
+}
+
+SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].status : SENSOR_STATUS{notReady, ""};
+}
+
+SENSOR_MEASUREMENTS sensorPortHandler_getSensorMeasurements(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].measurements : SENSOR_MEASUREMENTS{};
+}
+
+float sensorPortHandler_getSensorMaxPower(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].maxPower_W : 0.0F;
+}
+
+float sensorPortHandler_getSensorMinPower(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].minPower_W : 0.0F;
+}

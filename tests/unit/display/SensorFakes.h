@@ -1,0 +1,21 @@
+#ifndef TESTS_UNIT_DISPLAY_SENSOR_FAKES_H
+#define TESTS_UNIT_DISPLAY_SENSOR_FAKES_H
+
+#include "SensorPortHandler.h"
+
+/// Stand-ins for the sensor side, in place of its library: what the port handlers and the sensor
+/// manager answer is set here.
+struct SensorFake {
+    uint32_t logicalChannel;
+    SENSOR_STATUS status;
+    SENSOR_MEASUREMENTS measurements;
+    float maxPower_W;
+    float minPower_W;
+};
+
+extern SensorFake sensorFakes[sensorPortCount];
+
+/// No channels, nothing ready, no readings, 1000 W and 1 W.
+void SensorFakes_reset();
+
+#endif
