@@ -44,8 +44,7 @@ union CGTKSensorDisplay {
 
 extern CGTKSensorDisplay gtkSensor[gtkSensorInstanceCount];
 
-/// The power display or no-connection display of an instance; null for one of the other kind, and
-/// for a power display that is not built.
+/// The power display or no-connection display of an instance; null for one of the other kind.
 CGTKPowerDisplay* gtkSensor_powerDisplay(GtkSensorInstance instance);
 CGTKNoConnectionDisplay* gtkSensor_noConnectionDisplay(GtkSensorInstance instance);
 

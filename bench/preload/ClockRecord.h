@@ -5,8 +5,7 @@
 #include <cstdint>
 
 /// The bench clock, in the world's file "clock", mapped by every process of the bench. A reader
-/// takes the sequence, the fields, the sequence again, and starts over if it was odd or has
-/// changed.
+/// takes the sequence, the fields, the sequence again, and starts over if it was odd or has changed.
 struct ClockRecord {
     std::atomic<uint64_t> sequence;    ///< odd while the record is being changed
     std::atomic<double> speed;         ///< bench seconds per real second; 0 means real time

@@ -6,12 +6,8 @@
 
 /// The definition that would have been called without this library. It is looked up at the first
 /// call: programs and sanitizers call the C library before any constructor of ours has run.
-template <typename Signature> class NextFunction;
-
-template <typename Result, typename... Arguments> class NextFunction<Result(Arguments...)> {
+template <typename Signature> class NextFunction {
 public:
-    using Signature = Result(Arguments...);
-
     constexpr explicit NextFunction(const char* functionName) : name(functionName) {}
 
     Signature* get() {
@@ -23,7 +19,7 @@ public:
         return found;
     }
 
-    Result operator()(Arguments... arguments) {
+    template <typename... Arguments> auto operator()(Arguments... arguments) {
         return get()(arguments...);
     }
 

@@ -19,8 +19,7 @@ constexpr std::array<Unit, 5> durationUnits{
     {{"ms", 0.001}, {"us", 1e-6}, {"s", 1}, {"m", 60}, {"h", 3600}}};
 constexpr std::array<Unit, 5> powerUnits{
     {{"mW", 0.001}, {"uW", 1e-6}, {"kW", 1000}, {"MW", 1e6}, {"W", 1}}};
-constexpr std::array<Unit, 4> frequencyUnits{
-    {{"kHz", 1e3}, {"MHz", 1e6}, {"GHz", 1e9}, {"Hz", 1}}};
+constexpr std::array<Unit, 4> frequencyUnits{{{"kHz", 1e3}, {"MHz", 1e6}, {"GHz", 1e9}, {"Hz", 1}}};
 
 std::optional<double> numberWithUnit(std::string_view text, std::span<const Unit> units) {
     for (const Unit& unit : units) {

@@ -1,0 +1,45 @@
+#include "BenchChannel.h"
+
+#include "LocalSocket.h"
+#include "WorldFolder.h"
+
+#include <array>
+#include <climits>
+#include <string_view>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int limit_ms = 10000;
+
+} // namespace
+
+bool BenchChannel_command(const std::string& world, const std::string& line, std::string& text) {
+    constexpr std::string_view accepted = "ok\n";
+    constexpr std::string_view refused = "error ";
+    std::string answer;
+    if (!LocalSocket_ask(world + "/daemon.sock", line, limit_ms, answer)) {
+        text = "no bench answers in " + world;
+        return false;
+    }
+    if (answer.starts_with(accepted)) {
+        text = answer.substr(accepted.size());
+        return true;
+    }
+    text = answer.starts_with(refused) ? answer.substr(refused.size()) : answer;
+    while (text.ends_with('\n')) {
+        text.pop_back();
+    }
+    return false;
+}
+
+std::string BenchChannel_findWorld(const std::string& given) {
+    if (!given.empty()) {
+        return given;
+    }
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length =
+        readlink(WorldFolder_currentLink().c_str(), target.data(), target.size() - 1);
+    return {target.data(), length > 0 ? static_cast<size_t>(length) : 0};
+}

@@ -1,0 +1,82 @@
+#include "BenchScreen.h"
+
+#include "BenchText.h"
+#include "LocalSocket.h"
+
+#include <sys/socket.h>
+
+namespace {
+
+constexpr int limit_ms = 5000;
+constexpr size_t fieldCount = 13;
+
+template <typename Value> bool readNumber(std::string_view text, Value& value) {
+    const auto number = BenchText_number(text);
+    value = number ? static_cast<Value>(*number) : Value{};
+    return number.has_value();
+}
+
+bool parseLine(std::string_view line, ScreenWidget& widget) {
+    const auto fields = BenchText_split(line, '\t');
+    if (fields.size() != fieldCount) {
+        return false;
+    }
+    widget.type = fields[1];
+    widget.name = BenchText_unescape(fields[2]);
+    widget.isVisible = fields[3] == "1";
+    widget.isSensitive = fields[4] == "1";
+    widget.foreground = fields[9];
+    widget.background = fields[10];
+    widget.text = BenchText_unescape(fields[12]);
+    return readNumber(fields[0], widget.depth) && readNumber(fields[5], widget.x) &&
+           readNumber(fields[6], widget.y) && readNumber(fields[7], widget.width) &&
+           readNumber(fields[8], widget.height) && readNumber(fields[11], widget.fontSize_px);
+}
+
+template <typename Matches>
+const ScreenWidget* findWhere(const std::vector<ScreenWidget>& widgets, Matches matches) {
+    const ScreenWidget* hidden = nullptr;
+    for (const ScreenWidget& widget : widgets) {
+        if (matches(widget) && widget.isVisible) {
+            return &widget;
+        }
+        if (matches(widget) && hidden == nullptr) {
+            hidden = &widget;
+        }
+    }
+    return hidden;
+}
+
+} // namespace
+
+std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
+    std::vector<ScreenWidget> widgets;
+    for (const std::string_view line : BenchText_split(lines, '\n')) {
+        ScreenWidget widget{};
+        if (parseLine(line, widget)) {
+            widgets.push_back(std::move(widget));
+        }
+    }
+    return widgets;
+}
+
+bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets) {
+    std::string answer;
+    if (!LocalSocket_ask(world + "/screen.sock", "list", limit_ms, answer)) {
+        return false;
+    }
+    widgets = BenchScreen_parse(answer);
+    return true;
+}
+
+const ScreenWidget* BenchScreen_find(const std::vector<ScreenWidget>& widgets,
+                                     std::string_view name) {
+    const ScreenWidget* byName =
+        findWhere(widgets, [name](const ScreenWidget& widget) { return widget.name == name; });
+    const bool isGood = byName != nullptr && byName->isVisible;
+    const ScreenWidget* byText =
+        isGood ? nullptr : findWhere(widgets, [name](const ScreenWidget& widget) {
+            return widget.text == name && widget.isVisible;
+        });
+    return byText != nullptr ? byText : byName;
+}

@@ -1,0 +1,35 @@
+#ifndef BENCH_CLIENT_BENCH_SCREEN_H
+#define BENCH_CLIENT_BENCH_SCREEN_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What is on the program's screen.
+
+struct ScreenWidget {
+    int depth; ///< 0 for a window
+    std::string type;
+    std::string name;
+    bool isVisible; ///< really on the screen
+    bool isSensitive;
+    int x, y; ///< root coordinates
+    int width, height;
+    std::string foreground; ///< "#rrggbb"
+    std::string background; ///< "#rrggbbaa"
+    double fontSize_px;
+    std::string text;
+};
+
+/// Reads the lines of the screen channel; a line that is none is left out.
+std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines);
+
+/// All widgets, parents first. False when the program has no screen (yet).
+bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets);
+
+/// The widget that a person means by `name`: a visible one before a hidden one, by its name, else
+/// by its text. Null when there is none.
+const ScreenWidget* BenchScreen_find(const std::vector<ScreenWidget>& widgets,
+                                     std::string_view name);
+
+#endif

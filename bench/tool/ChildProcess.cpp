@@ -1,0 +1,67 @@
+#include "ChildProcess.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+void applyEnvironment(const std::vector<ChildEnvironment>& environment) {
+    for (const ChildEnvironment& variable : environment) {
+        if (variable.value.empty()) {
+            unsetenv(variable.name.c_str());
+        } else {
+            setenv(variable.name.c_str(), variable.value.c_str(), 1);
+        }
+    }
+}
+
+[[noreturn]] void becomeProgram(const std::vector<std::string>& arguments,
+                                const std::vector<ChildEnvironment>& environment, int keepOpen,
+                                pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(127);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    if (keepOpen >= 0) {
+        fcntl(keepOpen, F_SETFD, 0);
+    }
+    applyEnvironment(environment);
+    std::vector<char*> words;
+    for (const std::string& argument : arguments) {
+        words.push_back(const_cast<char*>(argument.c_str()));
+    }
+    words.push_back(nullptr);
+    execvp(words[0], words.data());
+    fprintf(stderr, "quorvel-bench: cannot start %s: %s\n", words[0], strerror(errno));
+    _exit(127);
+}
+
+} // namespace
+
+pid_t ChildProcess_start(const std::vector<std::string>& arguments,
+                         const std::vector<ChildEnvironment>& environment, int keepOpen) {
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child == 0) {
+        becomeProgram(arguments, environment, keepOpen, parent);
+    }
+    return child;
+}
+
+void ChildProcess_kill(pid_t child, int signal) {
+    if (child <= 0 || kill(child, signal) != 0) {
+        return;
+    }
+    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}

@@ -1,0 +1,302 @@
+#include "RunCommand.h"
+
+#include "BenchCommands.h"
+#include "BenchDaemon.h"
+#include "ChildProcess.h"
+#include "ScreenServer.h"
+#include "WorldFolder.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Run {
+    const RunOptions& options;
+    std::string world;
+    bool isWorldOurs = false; ///< made for this run, removed at its end
+    bool isCurrent = false;   ///< the current link names this run's world
+    BenchDaemon daemon{};
+    bool isDaemonOpen = false;
+    ScreenServer screen;
+    pid_t program = 0;
+    pid_t photographer = 0;
+    int signals = -1;
+};
+
+int fail(const std::string& why) {
+    fprintf(stderr, "quorvel-bench: %s\n", why.c_str());
+    return 1;
+}
+
+void say(const Run& run, const std::string& text) {
+    if (!run.options.isQuiet) {
+        fprintf(stderr, "%s\n", text.c_str());
+    }
+}
+
+fs::path ownFolder() {
+    std::error_code ignored;
+    return fs::read_symlink("/proc/self/exe", ignored).parent_path();
+}
+
+std::string programPath(const RunOptions& options) {
+    return options.program.empty() ? (ownFolder() / "QuorvelPowerMeterApp").string()
+                                   : options.program;
+}
+
+std::string libraryPath() {
+    return ownFolder().parent_path() / "lib" / "libquorvelbench.so";
+}
+
+std::string absolute(const std::string& path) {
+    std::error_code ignored;
+    return fs::absolute(path, ignored);
+}
+
+bool makeWorld(Run& run, std::string& error) {
+    std::error_code ignored;
+    const std::string userFolder = WorldFolder_userFolder();
+    fs::create_directories(userFolder, ignored);
+    fs::permissions(userFolder, fs::perms::owner_all, ignored);
+    run.isWorldOurs = run.options.world.empty();
+    if (run.isWorldOurs) {
+        std::string pattern = userFolder + "/world-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) {
+            error = pattern + ": " + strerror(errno);
+            return false;
+        }
+        run.world = pattern;
+    } else {
+        run.world = absolute(run.options.world);
+    }
+    if (!WorldFolder_create(run.world)) {
+        error = run.world + ": " + strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+// The last bench that was started by hand is the one that later commands mean.
+void becomeCurrent(Run& run) {
+    const std::string link = WorldFolder_currentLink();
+    const std::string sibling = link + std::to_string(getpid());
+    unlink(sibling.c_str());
+    run.isCurrent = symlink(run.world.c_str(), sibling.c_str()) == 0 &&
+                    rename(sibling.c_str(), link.c_str()) == 0;
+}
+
+void resignAsCurrent(const Run& run) {
+    std::error_code ignored;
+    if (run.isCurrent && fs::read_symlink(WorldFolder_currentLink(), ignored) == run.world) {
+        unlink(WorldFolder_currentLink().c_str());
+    }
+}
+
+bool startDaemon(Run& run, std::string& error) {
+    run.isDaemonOpen = true;
+    if (!BenchDaemon_open(run.daemon, run.world, error)) {
+        return false;
+    }
+    for (const std::string& command : run.options.commands) {
+        const std::string answer = BenchCommands_run(run.daemon, command);
+        if (!answer.starts_with("ok")) {
+            error = command + ": " + answer.substr(0, answer.find('\n'));
+            return false;
+        }
+    }
+    return true;
+}
+
+void choosePort(const Run& run) {
+    const std::string& wanted = run.options.port;
+    if (!wanted.empty()) {
+        const std::string port =
+            wanted == "auto" ? std::to_string(ScreenServer_freePort(0)) : wanted;
+        WorldFolder_writeFile(run.world + "/port", port + "\n");
+    }
+}
+
+ScreenKind chosenScreen(const RunOptions& options) {
+    if (options.screen != ScreenKind::automatic) {
+        return options.screen;
+    }
+    if (!options.screenshot.empty()) {
+        return ScreenKind::headless;
+    }
+    return getenv("DISPLAY") != nullptr ? ScreenKind::window : ScreenKind::browser;
+}
+
+bool startScreen(Run& run, std::string& error) {
+    switch (chosenScreen(run.options)) {
+    case ScreenKind::headless:
+        if (!ScreenServer_startVirtual(run.screen, error)) {
+            return false;
+        }
+        break;
+    case ScreenKind::browser:
+        if (!ScreenServer_startBrowser(run.screen, error)) {
+            return false;
+        }
+        say(run, "Open " + run.screen.address + " in a web browser.");
+        return true;
+    default: {
+        const char* display = getenv("DISPLAY");
+        if (display == nullptr) {
+            error = "there is no display for a window: use --browser or --headless";
+            return false;
+        }
+        run.screen.display = display;
+    }
+    }
+    return WorldFolder_writeFile(run.world + "/display", run.screen.display + "\n");
+}
+
+std::vector<ChildEnvironment> programEnvironment(const Run& run) {
+    const bool isBrowser = !run.screen.address.empty();
+    return {{"LD_PRELOAD", libraryPath()},
+            {"QUORVEL_BENCH", run.world},
+            {"WAYLAND_DISPLAY", ""},
+            {"GDK_BACKEND", isBrowser ? "broadway" : "x11"},
+            {"BROADWAY_DISPLAY", isBrowser ? run.screen.display : ""},
+            {"DISPLAY", isBrowser ? "" : run.screen.display}};
+}
+
+bool startProgram(Run& run, std::string& error) {
+    std::vector<std::string> words = {programPath(run.options)};
+    words.insert(words.end(), run.options.programArguments.begin(),
+                 run.options.programArguments.end());
+    for (const std::string& needed : {words[0], libraryPath()}) {
+        if (access(needed.c_str(), R_OK) != 0) {
+            error = needed + ": " + strerror(errno);
+            return false;
+        }
+    }
+    run.program = ChildProcess_start(words, programEnvironment(run), -1);
+    return run.program > 0 &&
+           WorldFolder_writeFile(run.world + "/program.pid", std::to_string(run.program) + "\n");
+}
+
+void startPhotographer(Run& run) {
+    if (!run.options.screenshot.empty()) {
+        const std::string tool = ownFolder() / "quorvel-bench";
+        run.photographer = ChildProcess_start(
+            {tool, "--world", run.world, "screenshot", "--wait", absolute(run.options.screenshot)},
+            {}, -1);
+    }
+}
+
+int exitStatus(int status) {
+    constexpr int signalBase = 128;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : signalBase + WTERMSIG(status);
+}
+
+// Takes up what the signals tell. True when the run is over.
+bool handleSignals(Run& run, int& result) {
+    signalfd_siginfo signal{};
+    bool isOver = false;
+    while (read(run.signals, &signal, sizeof signal) == sizeof signal) {
+        isOver = isOver || signal.ssi_signo != SIGCHLD;
+    }
+    int status = 0;
+    for (pid_t child = 0; (child = waitpid(-1, &status, WNOHANG)) > 0;) {
+        if (child == run.program) {
+            run.program = 0;
+            result = exitStatus(status);
+            isOver = true;
+        } else if (child == run.photographer) {
+            run.photographer = 0;
+            result = exitStatus(status);
+            isOver = true;
+        } else if (child == run.screen.process) {
+            run.screen.process = 0;
+            result = fail("the program's screen has ended");
+            isOver = true;
+        }
+    }
+    return isOver;
+}
+
+int playUntilTheEnd(Run& run) {
+    int result = 0;
+    std::vector<pollfd> waiting;
+    prctl(PR_SET_TIMERSLACK, 1);
+    for (;;) {
+        waiting.assign(1, {run.signals, POLLIN, 0});
+        BenchDaemon_collect(run.daemon, waiting);
+        const int64_t wait_ns = BenchDaemon_wait_ns(run.daemon);
+        const timespec limit = {wait_ns / 1000000000, wait_ns % 1000000000};
+        ppoll(waiting.data(), waiting.size(), wait_ns < 0 ? nullptr : &limit, nullptr);
+        if ((waiting[0].revents & POLLIN) != 0 && handleSignals(run, result)) {
+            return result;
+        }
+        BenchDaemon_service(run.daemon);
+    }
+}
+
+bool catchSignals(Run& run) {
+    sigset_t watched;
+    sigemptyset(&watched);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+        sigaddset(&watched, signal);
+    }
+    sigprocmask(SIG_BLOCK, &watched, nullptr);
+    run.signals = signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK);
+    return run.signals >= 0;
+}
+
+// The program ignores the polite signals by design: the instrument is switched off, never told to
+// end. So the bench takes its power away.
+void end(Run& run) {
+    ChildProcess_kill(run.photographer, SIGKILL);
+    ChildProcess_kill(run.program, SIGKILL);
+    if (!run.screen.display.empty() && run.screen.process != 0) {
+        ScreenServer_stop(run.screen);
+    }
+    if (run.isDaemonOpen) {
+        BenchDaemon_close(run.daemon);
+    }
+    resignAsCurrent(run);
+    unlink((run.world + "/program.pid").c_str());
+    if (run.isWorldOurs) {
+        WorldFolder_remove(run.world);
+    }
+}
+
+} // namespace
+
+int RunCommand_run(const RunOptions& options) {
+    Run run{options};
+    run.daemon.listener = -1;
+    std::string error;
+    if (!catchSignals(run) || !makeWorld(run, error)) {
+        return fail(error);
+    }
+    choosePort(run);
+    int result = 1;
+    if (startDaemon(run, error) && startScreen(run, error) && startProgram(run, error)) {
+        if (run.isWorldOurs) {
+            becomeCurrent(run);
+        }
+        say(run, "The bench plays in " + run.world + "; Ctrl-C ends it.");
+        startPhotographer(run);
+        result = playUntilTheEnd(run);
+    } else {
+        fail(error);
+    }
+    end(run);
+    return result;
+}

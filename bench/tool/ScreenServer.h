@@ -1,0 +1,26 @@
+#ifndef BENCH_TOOL_SCREEN_SERVER_H
+#define BENCH_TOOL_SCREEN_SERVER_H
+
+#include <string>
+#include <sys/types.h>
+
+/// The screen that the program is given: a virtual X server, or GTK's own server for web browsers.
+
+struct ScreenServer {
+    pid_t process = 0;
+    std::string display; ///< ":99"
+    std::string address; ///< where a browser finds it, empty for X
+};
+
+/// Starts a virtual X server of the instrument's size on a free display. False with the reason.
+bool ScreenServer_startVirtual(ScreenServer& server, std::string& error);
+
+/// Starts the browser server on a free port of this machine, for this machine only.
+bool ScreenServer_startBrowser(ScreenServer& server, std::string& error);
+
+void ScreenServer_stop(ScreenServer& server);
+
+/// A TCP port of the loopback interface that is free now, at or above `first`; 0 takes any.
+int ScreenServer_freePort(int first);
+
+#endif
