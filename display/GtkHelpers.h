@@ -42,15 +42,23 @@ void setWidgetFgColor(GtkWidget* widget, const GdkRGBA& fg);
 /// none.
 GtkWidget* find_child(GtkWidget* widget, const char* name);
 
-/// Text of a label, or of an entry or a button's label; a null widget is skipped.
+/// Text of a label; a null widget is skipped.
 void setLabelText(GtkWidget* label, const char* text);
 
 /// Shows or hides a widget; null is skipped.
 void setWidgetVisible(GtkWidget* widget, bool visible);
 
+/// True when the keyboard focus of the widget's window is on the widget or inside it; false for
+/// null.
+bool containsFocus(GtkWidget* widget);
+
 /// Gives a label the measurement family at a size and line height in pixels, whatever the screen's
 /// resolution. A line height of 0 is the font's own.
 void setLabelFont_px(GtkWidget* label, int size_px, int lineHeight_px, bool isBold);
+
+/// The size in pixels, at most `size_px`, at which `characters` bold figures of the measurement
+/// family fit into a width, whichever font stands behind the family.
+int fittingFontSize_px(GtkWidget* widget, int characters, int width_px, int size_px);
 
 /// An image from a file such as "./resources/gear.png", empty (and logged) if it cannot be read.
 GtkWidget* newImageFromFile(const char* file);

@@ -44,7 +44,8 @@ union CGTKSensorDisplay {
 
 extern CGTKSensorDisplay gtkSensor[gtkSensorInstanceCount];
 
-/// The power display or no-connection display of an instance; null for one of the other kind.
+/// The power display or no-connection display of an instance; null for one of the other kind, and
+/// for a power display that is not built.
 CGTKPowerDisplay* gtkSensor_powerDisplay(GtkSensorInstance instance);
 CGTKNoConnectionDisplay* gtkSensor_noConnectionDisplay(GtkSensorInstance instance);
 

@@ -149,7 +149,8 @@ bool CGTKPowerDisplay_getFocusState(const CGTKPowerDisplay* display);
 /// Copies the stored scales of the display's index and sets both auto icons.
 void CGTKPowerDisplay_updateScale(CGTKPowerDisplay* display);
 
-/// Text of the sensor button, at most `maxLength` and 30 characters.
+/// Text of the sensor button, at most `maxLength` and never more than 30 characters; `label` has
+/// room for that and a terminator.
 void CGTKPowerDisplay_getSensorLabel(const CGTKPowerDisplay* display, char* label,
                                      uint32_t maxLength);
 void CGTKPowerDisplay_setSensorLabel(CGTKPowerDisplay* display, uint32_t maxLength);

@@ -1,5 +1,6 @@
 #include "BenchCommands.h"
 
+#include "BenchClock.h"
 #include "BenchDaemon.h"
 #include "BenchText.h"
 #include "WorldFolder.h"
@@ -92,7 +93,7 @@ Outcome plug(BenchDaemon& daemon, const Words& words) {
     if (!sensor) {
         return unknownModel(words[2]);
     }
-    const int64_t now = BenchClock_now_ns(daemon.clock);
+    const int64_t now = BenchDaemon_now_ns(daemon);
     double baud = player->baud;
     if (const auto error = applyKeys(*sensor, baud, words, 3, now)) {
         return refuse(*error);
@@ -110,7 +111,7 @@ Outcome unplug(BenchDaemon& daemon, const Words& words) {
     if (!player->sensor) {
         return emptyPort(words[1]);
     }
-    SerialPortPlayer_unplug(*player, BenchClock_now_ns(daemon.clock));
+    SerialPortPlayer_unplug(*player, BenchDaemon_now_ns(daemon));
     return accept();
 }
 
@@ -122,7 +123,7 @@ Outcome set(BenchDaemon& daemon, const Words& words) {
     if (!player->sensor) {
         return emptyPort(words[1]);
     }
-    const int64_t now = BenchClock_now_ns(daemon.clock);
+    const int64_t now = BenchDaemon_now_ns(daemon);
     Sensor513x changed = *player->sensor;
     double baud = player->baud;
     if (const auto error = applyKeys(changed, baud, words, 2, now)) {
@@ -148,7 +149,7 @@ Outcome fault(BenchDaemon& daemon, const Words& words) {
         return emptyPort(words[1]);
     }
     SerialPortPlayer_setFault(*player, static_cast<SerialFault>(found - serialFaultNames.begin()),
-                              BenchClock_now_ns(daemon.clock));
+                              BenchDaemon_now_ns(daemon));
     return accept();
 }
 
@@ -183,12 +184,13 @@ std::string portStatus(BenchDaemon& daemon, size_t port, int64_t now_ns) {
 }
 
 Outcome status(BenchDaemon& daemon, const Words&) {
-    const int64_t now = BenchClock_now_ns(daemon.clock);
+    const int64_t now = BenchDaemon_now_ns(daemon);
     std::string text = "world: " + daemon.world + "\n";
     const std::string pid = WorldFolder_readFile(daemon.world + "/program.pid");
     text += "program: " + (pid.empty() ? "not running\n" : pid);
-    text += BenchText_format("clock: speed=%g steps=%gs\n", BenchClock_speed(daemon.clock),
-                             static_cast<double>(BenchClock_steps_ns(daemon.clock)) / 1e9);
+    const BenchClockReading clock = BenchClock_read(*daemon.clock);
+    text += BenchText_format("clock: speed=%g ahead=%gs\n", clock.speed,
+                             static_cast<double>(clock.ahead_ns + clock.wallOffset_ns) / 1e9);
     for (size_t port = 0; port < daemon.serial.size(); ++port) {
         text += portStatus(daemon, port, now);
     }
@@ -201,12 +203,13 @@ Outcome clock(BenchDaemon& daemon, const Words& words) {
         if (!step_s) {
             return refuse(quoted(words[2]) + " is not a time such as 1h or -30s");
         }
-        BenchClock_step(daemon.clock, static_cast<int64_t>(*step_s * 1e9));
-        return accept();
+        return BenchClock_stepWall(daemon.world.c_str(), static_cast<int64_t>(*step_s * 1e9))
+                   ? accept()
+                   : refuse("the clock cannot be written");
     }
     if (words[1] == "speed") {
         const auto speed = BenchText_number(words[2]);
-        return speed && BenchClock_setSpeed(daemon.clock, *speed)
+        return speed && BenchClock_setSpeed(daemon.world.c_str(), *speed)
                    ? accept()
                    : refuse(quoted(words[2]) + " is not a speed from 0.01 to 1000");
     }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -86,12 +87,20 @@ bool refuse(std::string& error, const std::string& what) {
 
 } // namespace
 
+int64_t BenchDaemon_now_ns(const BenchDaemon& daemon) {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec +
+           BenchClock_read(*daemon.clock).ahead_ns;
+}
+
 bool BenchDaemon_open(BenchDaemon& daemon, const std::string& world, std::string& error) {
     daemon.world = world;
-    if (!BenchClock_open(daemon.clock, world)) {
+    daemon.clock = BenchClock_map(world.c_str());
+    if (daemon.clock == nullptr) {
         return refuse(error, world + "/clock");
     }
-    const int64_t now = BenchClock_now_ns(daemon.clock);
+    const int64_t now = BenchDaemon_now_ns(daemon);
     for (uint32_t port = 0; port < daemon.serial.size(); ++port) {
         if (!SerialPortPlayer_open(daemon.serial.at(port), port, world, now)) {
             return refuse(error, "pseudo-terminal of serial port " + std::to_string(port + 1));
@@ -120,7 +129,6 @@ void BenchDaemon_close(BenchDaemon& daemon) {
         daemon.listener = -1;
         unlink((daemon.world + "/daemon.sock").c_str());
     }
-    BenchClock_close(daemon.clock);
 }
 
 void BenchDaemon_collect(const BenchDaemon& daemon, std::vector<pollfd>& waiting) {
@@ -144,14 +152,14 @@ int64_t BenchDaemon_wait_ns(const BenchDaemon& daemon) {
     if (next == never) {
         return -1;
     }
-    const int64_t left = next - BenchClock_now_ns(daemon.clock);
+    const int64_t left = next - BenchDaemon_now_ns(daemon);
     return std::max(int64_t{0}, static_cast<int64_t>(static_cast<double>(left) /
-                                                     BenchClock_speed(daemon.clock)));
+                                                     BenchClock_read(*daemon.clock).speed));
 }
 
 void BenchDaemon_service(BenchDaemon& daemon) {
     serveClients(daemon);
-    const int64_t now = BenchClock_now_ns(daemon.clock);
+    const int64_t now = BenchDaemon_now_ns(daemon);
     for (SerialPortPlayer& player : daemon.serial) {
         SerialPortPlayer_service(player, now);
     }

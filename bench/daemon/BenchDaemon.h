@@ -21,13 +21,16 @@ struct CommandClient {
 
 struct BenchDaemon {
     std::string world;
-    BenchClock clock;
+    BenchClock* clock; ///< the world's
     int listener;
     std::vector<CommandClient> clients;
     std::array<SerialPortPlayer, 2> serial;
     Terminal commandPort; ///< the instrument's "/dev/ttyS4"
     Terminal commandPeer; ///< the other end of its cable, "command-port" in the world
 };
+
+/// Bench monotonic time: it runs at the world's speed.
+int64_t BenchDaemon_now_ns(const BenchDaemon& daemon);
 
 /// Opens everything in an existing world. On failure says what failed.
 bool BenchDaemon_open(BenchDaemon& daemon, const std::string& world, std::string& error);

@@ -6,8 +6,12 @@
 
 /// The definition that would have been called without this library. It is looked up at the first
 /// call: programs and sanitizers call the C library before any constructor of ours has run.
-template <typename Signature> class NextFunction {
+template <typename Signature> class NextFunction;
+
+template <typename Result, typename... Arguments> class NextFunction<Result(Arguments...)> {
 public:
+    using Signature = Result(Arguments...);
+
     constexpr explicit NextFunction(const char* functionName) : name(functionName) {}
 
     Signature* get() {
@@ -19,7 +23,7 @@ public:
         return found;
     }
 
-    template <typename... Arguments> auto operator()(Arguments... arguments) {
+    Result operator()(Arguments... arguments) {
         return get()(arguments...);
     }
 

@@ -2,6 +2,7 @@
 
 #include "World.h"
 
+#include "BenchClock.h"
 #include "WorldTree.h"
 
 #include <cstdio>
@@ -108,7 +109,16 @@ void World_clearCommands() {
     std::ofstream(worldFile(WorldFile::commands), std::ios::trunc).flush();
 }
 
+void World_stepWallClock_ms(int64_t step_ms) {
+    BenchClock_stepWall(World_folder().c_str(), step_ms * 1'000'000);
+}
+
+void World_setSpeed(double factor) {
+    BenchClock_setSpeed(World_folder().c_str(), factor);
+}
+
 bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {
+    // Real time: the raw clock is the one that the bench never alters.
     constexpr uint32_t pause_ms = 2;
     timespec start{};
     clock_gettime(CLOCK_MONOTONIC_RAW, &start);

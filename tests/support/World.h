@@ -32,13 +32,16 @@ bool World_syslogContains(const std::string& text);
 std::vector<std::string> World_commands();
 void World_clearCommands();
 
-/// Steps the wall clock (not the monotonic clock) of this process.
+/// Steps the wall clock (not the monotonic clock) of this process. Steps add up until the process
+/// ends.
 void World_stepWallClock_ms(int64_t step_ms);
 
-/// Lets all clocks and waits of this process run faster by this factor (1 is real time).
+/// Lets all clocks and waits of this process run faster by this factor (1 is real time). The clocks
+/// do not jump. CLOCK_MONOTONIC_RAW stays real, for tests that measure.
 void World_setSpeed(double factor);
 
-/// Asks again every few milliseconds until the condition holds or the limit has gone by.
+/// Asks again every few milliseconds until the condition holds or the limit has gone by, in real
+/// time whatever the speed.
 bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms);
 
 #endif

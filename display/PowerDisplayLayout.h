@@ -1,0 +1,43 @@
+#ifndef DISPLAY_POWER_DISPLAY_LAYOUT_H
+#define DISPLAY_POWER_DISPLAY_LAYOUT_H
+
+#include "gtkPowerDisplay.h"
+
+#include <array>
+
+/// Where everything stands on the CW screens, in pixels. The full screen has 1024 x 688 below the
+/// status line, each half 1024 x 344.
+
+constexpr int powerDisplayLineCount = 6;
+
+/// The most characters that a value takes: a blank, the sign, three digits, the point and two more.
+/// Values are set flush right in that width, so that their digits keep their places.
+constexpr int powerValueCharacters = 8;
+
+/// One value line; places are relative to the line's upper left corner.
+struct PowerLineLayout {
+    int height;
+    GdkRectangle caption;
+    GdkRectangle value;
+    GdkRectangle units;
+    GdkRectangle scale;
+    int captionSize;
+    int valueSize;
+    int unitsSize;
+};
+
+struct PowerDisplayLayout {
+    GdkRectangle sensorButton;
+    GdkRectangle configButton;
+    int titleSize;
+    PowerLineLayout power;
+    PowerLineLayout match;
+    ScaleControlsLayout scaleButtons;
+    GdkRectangle graph; ///< empty where there is no graph; its y is the graph line's
+    std::array<int, powerDisplayLineCount> yLinePositions;
+};
+
+/// By ChannelLayoutIndex.
+extern const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout;
+
+#endif

@@ -1,0 +1,113 @@
+#include "ScreenView.h"
+
+#include "GtkHelpers.h"
+#include "MainWindow.h"
+
+namespace {
+
+GtkWidget* containerOf(ScreenContainer container, SensorDisplayInstance_t display) {
+    const size_t half = display == LowerDisplay ? 1 : 0;
+    switch (container) {
+    case ScreenContainer::singleSensorContainer:
+        return entireScreen.singleSensorContainer;
+    case ScreenContainer::noConnectionScreen:
+        return entireScreen.noConnectionScreen;
+    case ScreenContainer::singleMeasurementView:
+        return entireScreen.singleMeasurementView;
+    case ScreenContainer::singleChannel1Screen:
+        return entireScreen.singleChannel1Screen;
+    case ScreenContainer::singleChannel1ScreenGraph:
+        return entireScreen.singleChannel1ScreenGraph;
+    case ScreenContainer::singleChannelPulseScreen:
+        return entireScreen.singleChannelPulseScreen;
+    case ScreenContainer::dualSensorContainer:
+        return entireScreen.dualSensorContainer;
+    case ScreenContainer::dualNoConnectionScreens:
+        return entireScreen.dualNoConnectionScreens[half];
+    case ScreenContainer::dualMeasurementViews:
+        return entireScreen.dualMeasurementViews[half];
+    case ScreenContainer::dualCWChannels:
+        return entireScreen.dualCWChannels[half];
+    case ScreenContainer::dualCWChannelsGraph:
+        return entireScreen.dualCWChannelsGraph[half];
+    case ScreenContainer::dualPWChannels:
+        return entireScreen.dualPWChannels[half];
+    }
+    return nullptr;
+}
+
+void setVisible(ScreenContainer container, SensorDisplayInstance_t display, bool visible) {
+    setWidgetVisible(containerOf(container, display), visible);
+}
+
+void setNoConnect(GtkSensorInstance screen) {
+    if (CGTKNoConnectionDisplay* instance = gtkSensor_noConnectionDisplay(screen)) {
+        CGTKNoConnectionDisplay_setNoConnect(instance);
+    }
+}
+
+void setConnecting_withPort(GtkSensorInstance screen, const char* portName) {
+    if (CGTKNoConnectionDisplay* instance = gtkSensor_noConnectionDisplay(screen)) {
+        CGTKNoConnectionDisplay_setConnecting_withPort(instance, portName);
+    }
+}
+
+void setSensorError_withPort(GtkSensorInstance screen, const char* portName) {
+    if (CGTKNoConnectionDisplay* instance = gtkSensor_noConnectionDisplay(screen)) {
+        CGTKNoConnectionDisplay_setSensorError_withPort(instance, portName);
+    }
+}
+
+void setMessage(GtkSensorInstance screen, const char* title, const char* description) {
+    if (CGTKNoConnectionDisplay* instance = gtkSensor_noConnectionDisplay(screen)) {
+        CGTKNoConnectionDisplay_setTitle(instance, title);
+        CGTKNoConnectionDisplay_setDescription(instance, description);
+    }
+}
+
+void bindScreen(GtkSensorInstance screen, SensorDisplayInstance_t display, uint32_t port) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKPowerDisplay_setDisplayIndex(power, display);
+        CGTKPowerDisplay_setSensorChannel(power, port);
+        CGTKPowerDisplay_updateScale(power);
+    }
+}
+
+void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKPowerDisplay_setSensorLabel(power, maxLength);
+    }
+}
+
+void clearValues(GtkSensorInstance screen) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKPowerDisplay_clearMeasurementsToBlanks(power);
+    }
+}
+
+void updateScale(GtkSensorInstance screen) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKPowerDisplay_updateScale(power);
+    }
+}
+
+void updateMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& measurements) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKPowerDisplay_updateMeasurements(power, measurements);
+    }
+}
+
+} // namespace
+
+const DisplayView screenView = {.setVisible = setVisible,
+                                .setNoConnect = setNoConnect,
+                                .setConnecting_withPort = setConnecting_withPort,
+                                .setSensorError_withPort = setSensorError_withPort,
+                                .setMessage = setMessage,
+                                .bindScreen = bindScreen,
+                                .setSensorLabel = setSensorLabel,
+                                .clearValues = clearValues,
+                                .updateScale = updateScale,
+                                .updateMeasurements = updateMeasurements,
+                                .updatePulseMeasurements = nullptr,
+                                .updateGraph = nullptr};

@@ -1,0 +1,76 @@
+#include "StyleSheet.h"
+
+#include "message.h"
+
+#include <gtk/gtk.h>
+
+const char styleSheetText[] = R"(
+checkbutton check, radiobutton radio { min-width: 24px; min-height: 24px; }
+.combo, .popup { font-size: 24px; }
+window#mainWindow8830K grid { background-color: black; }
+window#mainWindow8830K button {
+    background-color: black; background-image: none; border: 1px solid black; box-shadow: none;
+}
+window#mainWindow8830K entry { background-color: black; color: yellow; border: none; }
+window#mainWindow8830K label { background-color: black; color: white; border: none; }
+window#appSettings button {
+    background-color: black; background-image: none; border: 1px solid black; box-shadow: none;
+}
+dialog#serSettingsDlg .popup { font-size: 18px; }
+window#graphSettingsDialog { background-color: ivory; }
+window#graphSettingsDialog button { background-color: white; border: 1px solid gray; }
+window#graphSettingsDialog button label { color: black; }
+window#graphSettingsDialog entry { background-color: white; color: black; }
+window#graphSettingsDialog label { background-color: ivory; color: black; }
+
+/* What can be tapped on the measurement screens looks like a key and answers to the finger. A touch
+   screen leaves the pointer where the finger was: hovering must not look like anything. */
+window#mainWindow8830K button.touch, window#mainWindow8830K button.touch:hover {
+    background-color: #1d1f21; border: 1px solid #6a6e72; border-bottom: 3px solid #6a6e72;
+    border-radius: 8px; padding: 0; min-width: 0; min-height: 0; outline-style: none;
+    text-shadow: none; -gtk-icon-shadow: none; transition: none;
+}
+window#mainWindow8830K button.touch:active {
+    background-color: #5a5e62; border: 1px solid #ffd766; border-top: 3px solid #ffd766;
+}
+window#mainWindow8830K button.touch:disabled { border-color: #333333; }
+window#mainWindow8830K button.touch label { background-color: transparent; }
+window#mainWindow8830K button.touch.title { background-color: black; }
+window#mainWindow8830K button.touch.title:active { background-color: #5a5e62; }
+window#mainWindow8830K button.touch.blank { background-color: transparent; border-color: transparent; }
+)";
+
+// "pulseDisplayctive" never matches anything; it is deliberately kept so.
+const char pulseStyleSheetText[] = R"(
+notebook, stack, box#pulseDisplay, grid#pulseDisplay {
+    background-color: black; background-image: none; border: none;
+}
+tabs, tab { background-color: black; border: 1px solid black; }
+button#pulseDisplayctive { background-color: black; }
+button#pulseDisplayActive label { color: #ffd766; background-color: black; }
+)";
+
+namespace {
+
+void install(const char* text) {
+    GtkCssProvider* provider = gtk_css_provider_new();
+    GError* error = nullptr;
+    if (!gtk_css_provider_load_from_data(provider, text, -1, &error)) {
+        DIAGNOSTIC("Style sheet: %s\n", error->message);
+        g_error_free(error);
+    }
+    gtk_style_context_add_provider_for_screen(gdk_screen_get_default(),
+                                              GTK_STYLE_PROVIDER(provider),
+                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    g_object_unref(provider);
+}
+
+} // namespace
+
+void StyleSheet_install() {
+    install(styleSheetText);
+}
+
+void StyleSheet_installForPulseScreens() {
+    install(pulseStyleSheetText);
+}

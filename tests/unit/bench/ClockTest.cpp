@@ -1,0 +1,213 @@
+// Time in a world: its speed, its steps, and every way to wait.
+
+#include "World.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+#include <poll.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <sys/epoll.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr double speed = 50;
+constexpr int64_t wait_ms = 1000;
+
+int64_t now_ns(clockid_t kind) {
+    timespec now{};
+    clock_gettime(kind, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
+timespec inWait(clockid_t kind) {
+    const int64_t moment = now_ns(kind) + wait_ms * 1'000'000;
+    return {static_cast<time_t>(moment / 1'000'000'000), static_cast<long>(moment % 1'000'000'000)};
+}
+
+void waitOnCondition(clockid_t kind) {
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, kind);
+    pthread_cond_t condition;
+    pthread_cond_init(&condition, &attributes);
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_lock(&mutex);
+    const timespec moment = inWait(kind);
+    EXPECT_EQ(pthread_cond_timedwait(&condition, &mutex, &moment), ETIMEDOUT);
+    pthread_mutex_unlock(&mutex);
+    pthread_cond_destroy(&condition);
+}
+
+struct Wait {
+    const char* name;
+    void (*run)();
+};
+
+const Wait waits[] = {
+    {"nanosleep",
+     [] {
+         const timespec wait{1, 0};
+         EXPECT_EQ(nanosleep(&wait, nullptr), 0);
+     }},
+    {"clock_nanosleep",
+     [] {
+         const timespec wait{1, 0};
+         EXPECT_EQ(clock_nanosleep(CLOCK_MONOTONIC, 0, &wait, nullptr), 0);
+     }},
+    {"clock_nanosleep to a moment",
+     [] {
+         const timespec moment = inWait(CLOCK_MONOTONIC);
+         EXPECT_EQ(clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &moment, nullptr), 0);
+     }},
+    {"usleep", [] { usleep(wait_ms * 1000); }},
+    {"sleep", [] { EXPECT_EQ(sleep(1), 0U); }},
+    {"poll", [] { EXPECT_EQ(poll(nullptr, 0, wait_ms), 0); }},
+    {"ppoll",
+     [] {
+         const timespec wait{1, 0};
+         EXPECT_EQ(ppoll(nullptr, 0, &wait, nullptr), 0);
+     }},
+    {"select",
+     [] {
+         timeval wait{1, 0};
+         EXPECT_EQ(select(0, nullptr, nullptr, nullptr, &wait), 0);
+         EXPECT_EQ(wait.tv_sec, 0);
+     }},
+    {"pselect",
+     [] {
+         const timespec wait{1, 0};
+         EXPECT_EQ(pselect(0, nullptr, nullptr, nullptr, &wait, nullptr), 0);
+     }},
+    {"epoll_wait",
+     [] {
+         const int poller = epoll_create1(EPOLL_CLOEXEC);
+         epoll_event event{};
+         EXPECT_EQ(epoll_wait(poller, &event, 1, wait_ms), 0);
+         close(poller);
+     }},
+    {"condition on the monotonic clock", [] { waitOnCondition(CLOCK_MONOTONIC); }},
+    {"condition on the wall clock", [] { waitOnCondition(CLOCK_REALTIME); }},
+    {"condition_variable::wait_for",
+     [] {
+         std::mutex mutex;
+         std::condition_variable condition;
+         std::unique_lock lock(mutex);
+         EXPECT_EQ(condition.wait_for(lock, std::chrono::milliseconds(wait_ms)),
+                   std::cv_status::timeout);
+     }},
+    {"this_thread::sleep_for",
+     [] { std::this_thread::sleep_for(std::chrono::milliseconds(wait_ms)); }},
+    {"sem_timedwait",
+     [] {
+         sem_t semaphore;
+         sem_init(&semaphore, 0, 0);
+         const timespec moment = inWait(CLOCK_REALTIME);
+         EXPECT_EQ(sem_timedwait(&semaphore, &moment), -1);
+         EXPECT_EQ(errno, ETIMEDOUT);
+         sem_destroy(&semaphore);
+     }},
+    {"socket time-out",
+     [] {
+         std::array<int, 2> ends{};
+         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+         const timeval wait{1, 0};
+         setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+         char byte = 0;
+         EXPECT_EQ(read(ends[0], &byte, 1), -1);
+         close(ends[0]);
+         close(ends[1]);
+     }},
+};
+
+class Clock : public testing::Test {
+protected:
+    void TearDown() override {
+        World_setSpeed(1);
+    }
+};
+
+} // namespace
+
+TEST_F(Clock, EveryWaitTakesItsTimeOnTheBenchAndLessInReality) {
+    World_setSpeed(speed);
+    for (const Wait& wait : waits) {
+        SCOPED_TRACE(wait.name);
+        const int64_t bench = now_ns(CLOCK_MONOTONIC);
+        const int64_t real = now_ns(CLOCK_MONOTONIC_RAW);
+        wait.run();
+        EXPECT_GE(now_ns(CLOCK_MONOTONIC) - bench, (wait_ms - 1) * 1'000'000);
+        EXPECT_LT(now_ns(CLOCK_MONOTONIC_RAW) - real, wait_ms / 2 * 1'000'000);
+        EXPECT_GE(now_ns(CLOCK_MONOTONIC_RAW) - real, wait_ms / 50 * 900'000);
+    }
+}
+
+TEST_F(Clock, AChangeOfSpeedDoesNotLetTheClocksJump) {
+    for (const double next : {20.0, 0.5, 1.0, 100.0, 1.0}) {
+        const int64_t bench = now_ns(CLOCK_MONOTONIC);
+        const int64_t wall = now_ns(CLOCK_REALTIME);
+        World_setSpeed(next);
+        EXPECT_GE(now_ns(CLOCK_MONOTONIC), bench);
+        EXPECT_LT(now_ns(CLOCK_MONOTONIC) - bench, 500'000'000);
+        EXPECT_LT(now_ns(CLOCK_REALTIME) - wall, 500'000'000);
+    }
+}
+
+TEST_F(Clock, AStepMovesTheWallClockOnly) {
+    const int64_t steady = now_ns(CLOCK_MONOTONIC);
+    const time_t wall = time(nullptr);
+    timeval day{};
+    World_stepWallClock_ms(3'600'000);
+    EXPECT_NEAR(static_cast<double>(time(nullptr) - wall), 3600, 2);
+    gettimeofday(&day, nullptr);
+    EXPECT_NEAR(static_cast<double>(day.tv_sec - wall), 3600, 2);
+    EXPECT_LT(now_ns(CLOCK_MONOTONIC) - steady, 1'000'000'000);
+    World_stepWallClock_ms(-7'200'000);
+    EXPECT_NEAR(static_cast<double>(time(nullptr) - wall), -3600, 2);
+    World_stepWallClock_ms(3'600'000);
+}
+
+TEST_F(Clock, AWaitForAMomentOnASteppedWallClockEndsThen) {
+    World_stepWallClock_ms(3'600'000);
+    const int64_t real = now_ns(CLOCK_MONOTONIC_RAW);
+    timespec moment{};
+    clock_gettime(CLOCK_REALTIME, &moment);
+    moment.tv_nsec += 50'000'000;
+    if (moment.tv_nsec >= 1'000'000'000) {
+        moment.tv_nsec -= 1'000'000'000;
+        ++moment.tv_sec;
+    }
+    EXPECT_EQ(clock_nanosleep(CLOCK_REALTIME, TIMER_ABSTIME, &moment, nullptr), 0);
+    EXPECT_GE(now_ns(CLOCK_MONOTONIC_RAW) - real, 45'000'000);
+    EXPECT_LT(now_ns(CLOCK_MONOTONIC_RAW) - real, 5'000'000'000);
+    World_stepWallClock_ms(-3'600'000);
+}
+
+TEST_F(Clock, AProgramThatSetsTheWallClockSetsItsWorldsOnly) {
+    const time_t machine = now_ns(CLOCK_MONOTONIC_RAW) / 1'000'000'000;
+    timespec wanted{1'000'000'000, 0};
+    ASSERT_EQ(clock_settime(CLOCK_REALTIME, &wanted), 0);
+    EXPECT_NEAR(static_cast<double>(time(nullptr)), 1e9, 2);
+    EXPECT_NEAR(static_cast<double>(now_ns(CLOCK_MONOTONIC_RAW) / 1'000'000'000 - machine), 0, 2);
+}
+
+TEST_F(Clock, AnImpossibleSpeedIsRefused) {
+    for (const double impossible : {0.0, -1.0, 1e9}) {
+        World_setSpeed(impossible);
+        const int64_t bench = now_ns(CLOCK_MONOTONIC);
+        const int64_t real = now_ns(CLOCK_MONOTONIC_RAW);
+        usleep(2000);
+        EXPECT_NEAR(static_cast<double>(now_ns(CLOCK_MONOTONIC) - bench),
+                    static_cast<double>(now_ns(CLOCK_MONOTONIC_RAW) - real), 1e6);
+    }
+}
