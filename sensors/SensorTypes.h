@@ -2,6 +2,7 @@
 #define SENSORS_SENSOR_TYPES_H
 
 #include <cstdint>
+#include <limits>
 
 /// Records that describe a sensor. The sensor protocols fill them; displays, remote control and the
 /// pulse configuration read copies.
@@ -84,6 +85,17 @@ struct SENSOR_MEASUREMENTS {
     int systemError;
     int questionable;
 };
+
+/// A record without readings: all zero, but forward, reflected, frequency and temperature NaN.
+constexpr SENSOR_MEASUREMENTS sensorMeasurements_none() {
+    constexpr float noReading = std::numeric_limits<float>::quiet_NaN();
+    SENSOR_MEASUREMENTS none{};
+    none.fwdPwrVal = noReading;
+    none.rflPwrVal = noReading;
+    none.freqVal = noReading;
+    none.temperatureVal = noReading;
+    return none;
+}
 
 struct PULSE_RANGES {
     float min;

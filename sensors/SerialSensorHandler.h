@@ -10,8 +10,6 @@
 /// power, reflected power, frequency and temperature for as long as it is connected.
 
 constexpr uint32_t serialSensorCount = 2;
-constexpr char serialPort1Name[] = "/dev/ttyS1";
-constexpr char serialPort2Name[] = "/dev/ttyS2";
 
 /// Digits of a sensor's serial number and their terminator.
 constexpr uint32_t sensorSerialNumberSize = 10;

@@ -1,12 +1,10 @@
 #include "Process.h"
 
-#include "LogManager.h"
-
 #include <cstdio>
 #include <unistd.h>
 
-void Process_leave(int status) {
-    LogManager_flush();
+void Process_exitFailed() {
+    constexpr int failedStatus = 255; // -1 as the system keeps it
     fflush(nullptr);
-    _exit(status);
+    _exit(failedStatus);
 }

@@ -1,0 +1,106 @@
+#include "SensorPortSignals.h"
+
+#include "Threads.h"
+
+namespace {
+
+constexpr pthread_mutex_t freshMutex = PTHREAD_MUTEX_INITIALIZER;
+
+/// What setIsConnected changes, under the port's sensorPortMutex.
+struct Connection {
+    pthread_cond_t changed;
+    uint32_t number; ///< grows with every rise of the flag
+    uint32_t served; ///< the connection that the handler's records belong to
+};
+
+bool sensorIsConnected[sensorPortCount];
+Connection connections[sensorPortCount] = {{PTHREAD_COND_INITIALIZER, 0, 0},
+                                           {PTHREAD_COND_INITIALIZER, 0, 0},
+                                           {PTHREAD_COND_INITIALIZER, 0, 0},
+                                           {PTHREAD_COND_INITIALIZER, 0, 0}};
+
+std::atomic<uint32_t> readingNumbers[sensorPortCount];
+std::atomic<void (*)()> readingListener;
+
+} // namespace
+
+pthread_mutex_t sensorPortMutex[sensorPortCount] = {freshMutex, freshMutex, freshMutex, freshMutex};
+pthread_mutex_t sensorPortConfigMutex[sensorPortCount] = {freshMutex, freshMutex, freshMutex,
+                                                          freshMutex};
+pthread_mutex_t sensorPortInfoMutex[sensorPortCount] = {freshMutex, freshMutex, freshMutex,
+                                                        freshMutex};
+pthread_mutex_t sensorPortMeasureMutex[sensorPortCount] = {freshMutex, freshMutex, freshMutex,
+                                                           freshMutex};
+
+std::atomic<bool> newMeasurementIsAvailable[sensorPortCount];
+
+void sensorPortHandler_setIsConnected(uint32_t port, bool isConnected) {
+    if (port >= sensorPortCount) {
+        return;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    if (isConnected && !sensorIsConnected[port]) {
+        ++connections[port].number;
+    }
+    sensorIsConnected[port] = isConnected;
+    pthread_cond_broadcast(&connections[port].changed);
+}
+
+bool sensorPortHandler_getIsConnected(uint32_t port) {
+    if (port >= sensorPortCount) {
+        return false;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    return sensorIsConnected[port];
+}
+
+uint32_t sensorPort_waitUntilConnected(uint32_t port) {
+    const ScopedLock lock(sensorPortMutex[port]);
+    while (!sensorIsConnected[port]) {
+        pthread_cond_wait(&connections[port].changed, &sensorPortMutex[port]);
+    }
+    return connections[port].number;
+}
+
+bool sensorPort_isSameConnection(uint32_t port, uint32_t connection) {
+    if (port >= sensorPortCount) {
+        return false;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    return sensorIsConnected[port] && connections[port].number == connection;
+}
+
+void sensorPort_setServedConnection(uint32_t port, uint32_t connection) {
+    if (port >= sensorPortCount) {
+        return;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    connections[port].served = connection;
+}
+
+bool sensorPort_isServed(uint32_t port) {
+    if (port >= sensorPortCount) {
+        return false;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    return sensorIsConnected[port] && connections[port].served == connections[port].number;
+}
+
+void sensorPort_signalReading(uint32_t port) {
+    if (port >= sensorPortCount) {
+        return;
+    }
+    ++readingNumbers[port];
+    void (*const listener)() = readingListener;
+    if (listener != nullptr) {
+        listener();
+    }
+}
+
+uint32_t sensorPortHandler_getReadingNumber(uint32_t port) {
+    return port < sensorPortCount ? readingNumbers[port].load() : 0;
+}
+
+void sensorPortHandler_registerReadingListener(void (*listener)()) {
+    readingListener = listener;
+}

@@ -1,0 +1,250 @@
+#include "SerialSensorHandler.h"
+
+#include "CSimpleTimer.h"
+#include "LogManager.h"
+#include "SensorPortHandler.h"
+#include "SerialPort.h"
+#include "SerialSensorProtocol.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr float defaultMaxPower_W = 199990.0F;
+constexpr uint32_t settlingPause_ms = 100;
+
+constexpr SENSOR_IDENTITY emptyIdentity() {
+    SENSOR_IDENTITY empty{};
+    empty.sensorPower.max = defaultMaxPower_W;
+    return empty;
+}
+
+/// Records are read by other threads before the handler's thread exists.
+constexpr SERIAL_HANDLER_DATA_STRUCT emptyHandler(int channel) {
+    SERIAL_HANDLER_DATA_STRUCT empty{};
+    empty.serialPort.channelIndex = channel;
+    empty.serialPort.fd = -1;
+    empty.sensorMeasurements = sensorMeasurements_none();
+    empty.sensorIdentity = emptyIdentity();
+    return empty;
+}
+
+} // namespace
+
+SERIAL_HANDLER_DATA_STRUCT sensorSerialHandlerData[serialSensorCount] = {emptyHandler(0),
+                                                                         emptyHandler(1)};
+
+namespace {
+
+uint32_t portOf(const SERIAL_HANDLER_DATA_STRUCT* handler) {
+    return handler->serialPort.channelIndex == 0 ? sensorPort_Serial1 : sensorPort_Serial2;
+}
+
+const char* stateName(int state) {
+    constexpr std::array names = {"Connect", "Flush", "InitialSync", "Identify", "SerialNum",
+                                  "Fwd",     "Rfl",   "Freq",        "Temp",     "FramingSync"};
+    return state >= 0 && static_cast<size_t>(state) < names.size()
+               ? names[static_cast<size_t>(state)]
+               : "unknown";
+}
+
+void setStatus(SERIAL_HANDLER_DATA_STRUCT* handler, SensorStatus status) {
+    const ScopedLock lock(sensorPortInfoMutex[portOf(handler)]);
+    handler->sensorStatus.status = status;
+}
+
+void setReady(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    handler->isInitialized = true;
+    setStatus(handler, isReady);
+}
+
+/// Runs one measuring command and stores its value, squared for the powers: the sensor sends the
+/// square root of the power.
+bool measure(SERIAL_HANDLER_DATA_STRUCT* handler, const char* command,
+             float SENSOR_MEASUREMENTS::*field, bool isSquareRoot) {
+    SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
+    if (!handleMeasCommand(port.fd, port.rxBuffer, command)) {
+        return false;
+    }
+    const float value = parseMeasurement(port.rxBuffer);
+    const ScopedLock lock(sensorPortMeasureMutex[portOf(handler)]);
+    handler->sensorMeasurements.*field = isSquareRoot ? value * value : value;
+    return true;
+}
+
+sensorSerCommState flushState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
+    return flushSensorBuffer(port.fd, port.rxBuffer) ? stateSerInitialSync : stateSerFlush;
+}
+
+sensorSerCommState initialSyncState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
+    return handleCommandS(port.fd, port.rxBuffer) ? stateSerIdentify : stateSerFlush;
+}
+
+/// Stores what the sensor told of itself and returns a copy.
+SENSOR_IDENTITY storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const ScopedLock lock(sensorPortInfoMutex[portOf(handler)]);
+    parseIdentity(handler->serialPort.rxBuffer, &handler->sensorIdentity);
+    return handler->sensorIdentity;
+}
+
+/// Stores the digits of the memory that was read. A re-synchronisation reads them again: the number
+/// starts empty, or they would be appended to it.
+void storeSerialNumber(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const ScopedLock lock(sensorPortInfoMutex[portOf(handler)]);
+    handler->serialNumber[0] = '\0';
+    validateSerialNumber(handler->serialNumber, handler->serialPort.rxBuffer);
+}
+
+sensorSerCommState identifyState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
+    if (!handleCommandI(port.fd, port.rxBuffer)) {
+        return stateSerFlush;
+    }
+    const SENSOR_IDENTITY identity = storeIdentity(handler);
+    logManager_printToLog(
+        SensorCommunications,
+        "sensorSerialHandler: port %u: model = %s, firmware = %s, power = %g..%g W\n",
+        portOf(handler), identity.sensorModel, identity.sensorFirmwareRevision,
+        static_cast<double>(identity.sensorPower.min),
+        static_cast<double>(identity.sensorPower.max));
+    if (!serialModelHasNoSerialNumber(identity.sensorModel)) {
+        return stateSerSerialNum;
+    }
+    setReady(handler);
+    return stateSerFwd;
+}
+
+sensorSerCommState serialNumState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
+    if (!handleCommandZ(port.fd, port.rxBuffer, serialNumberAddress, serialNumberCount)) {
+        return stateSerFlush;
+    }
+    storeSerialNumber(handler);
+    setReady(handler);
+    return stateSerFwd;
+}
+
+sensorSerCommState forwardState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const uint32_t port = portOf(handler);
+    newMeasurementIsAvailable[port] = false;
+    handler->start_time_ms = getTime_ms();
+    if (!measure(handler, "F", &SENSOR_MEASUREMENTS::fwdPwrVal, true)) {
+        return stateSerFlush;
+    }
+    newMeasurementIsAvailable[port] = true;
+    return stateSerRfl;
+}
+
+sensorSerCommState reflectedState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const uint32_t port = portOf(handler);
+    const bool isRead = measure(handler, "R", &SENSOR_MEASUREMENTS::rflPwrVal, true);
+    // A forward reading is announced even if the reflected one of the same cycle is missing.
+    if (newMeasurementIsAvailable[port]) {
+        sensorPort_signalReading(port);
+    }
+    return isRead ? stateSerFreq : stateSerFlush;
+}
+
+sensorSerCommState frequencyState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const bool isRead = measure(handler, "H", &SENSOR_MEASUREMENTS::freqVal, false);
+    return isRead ? stateSerTemp : stateSerFlush;
+}
+
+sensorSerCommState temperatureState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const bool isRead = measure(handler, "T", &SENSOR_MEASUREMENTS::temperatureVal, false);
+    return isRead ? stateSerFramingSync : stateSerFlush;
+}
+
+sensorSerCommState framingSyncState(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
+    if (!handleCommandS(port.fd, port.rxBuffer)) {
+        return stateSerFlush;
+    }
+    const uint32_t finish = getTime_ms();
+    handler->finish_time_ms = finish;
+    // Both times come from a 32-bit clock that wraps, so the difference is taken in 32 bits.
+    handler->measCycle_time_ms = finish - static_cast<uint32_t>(handler->start_time_ms);
+    logManager_printToLog(SensorCommunications,
+                          "sensorSerialHandler: port %u: measuring cycle = %.0f ms\n",
+                          portOf(handler), handler->measCycle_time_ms);
+    return stateSerFwd;
+}
+
+using StateFunction = sensorSerCommState (*)(SERIAL_HANDLER_DATA_STRUCT*);
+
+/// By state. A state without a function of its own, and any number outside the table, leads to the
+/// flush.
+constexpr std::array<StateFunction, 10> stateFunctions = {
+    nullptr,      flushState,     initialSyncState, identifyState,    serialNumState,
+    forwardState, reflectedState, frequencyState,   temperatureState, framingSyncState};
+
+void openPort(SERIAL_PORT_DATA_STRUCT* port) {
+    port->fd = serial_open_forsensor(port->serialPortName);
+    port->portClosed = port->fd < 1;
+    if (port->portClosed) {
+        USER_WARNING("Unable to open sensor port %d.\n", port->channelIndex);
+    }
+}
+
+void beginConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
+    sensorSerialHandler_resetSensorInformation(handler);
+    handler->isInitialized = false;
+    setStatus(handler, notReady);
+    handler->sensorState = stateSerFlush;
+    handler->serialPort.portState = sensorPortConnected;
+    sensorPort_setServedConnection(portOf(handler), connection);
+    Thread_sleep_ms(settlingPause_ms);
+}
+
+/// Talks to one sensor from its plugging to its pulling. A sensor that was replaced while a step
+/// was waiting is noticed by the connection's number.
+void serveConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
+    beginConnection(handler, connection);
+    while (sensorPort_isSameConnection(portOf(handler), connection)) {
+        sensorSerialHandler_handleSensorStates(handler);
+    }
+    handler->serialPort.portState = sensorPortDisconnected;
+}
+
+} // namespace
+
+void sensorSerialHandler_initSensorData(SERIAL_HANDLER_DATA_STRUCT* handler, const char* portName) {
+    snprintf(handler->serialPort.serialPortName, sizeof handler->serialPort.serialPortName, "%s",
+             portName);
+    handler->serialPort.fd = -1;
+    sensorSerialHandler_resetSensorInformation(handler);
+}
+
+void sensorSerialHandler_resetSensorInformation(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const uint32_t port = portOf(handler);
+    {
+        const ScopedLock lock(sensorPortInfoMutex[port]);
+        handler->sensorIdentity = emptyIdentity();
+        memset(handler->serialNumber, 0, sizeof handler->serialNumber);
+    }
+    const ScopedLock lock(sensorPortMeasureMutex[port]);
+    sensorPortHandler_setMeasurementsToDefault(&handler->sensorMeasurements);
+}
+
+void sensorSerialHandlerThread(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    openPort(&handler->serialPort);
+    const uint32_t port = portOf(handler);
+    for (;;) {
+        serveConnection(handler, sensorPort_waitUntilConnected(port));
+    }
+}
+
+void sensorSerialHandler_handleSensorStates(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    const sensorSerCommState state = handler->sensorState;
+    const bool isKnown = state > stateSerConnect && state <= stateSerFramingSync;
+    handler->sensorState =
+        isKnown ? stateFunctions[static_cast<size_t>(state)](handler) : stateSerFlush;
+    logManager_printToLog(SensorCommunications, "sensorSerialHandler: port %u: %s -> %s\n",
+                          portOf(handler), stateName(state), stateName(handler->sensorState));
+}

@@ -1,0 +1,118 @@
+#include "SensorPortHandler.h"
+
+#include "SerialSensorHandler.h"
+#include "Threads.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+namespace {
+
+constexpr uint32_t foreignPorts[] = {4, 5, 100, 255, 0xFFFFFFFF};
+
+TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
+    for (const uint32_t port : foreignPorts) {
+        EXPECT_EQ(sensorPortHandler_getSensorStatus(port).status, notReady) << port;
+        EXPECT_STREQ(sensorPortHandler_getSensorStatus(port).errorString, "");
+        EXPECT_TRUE(std::isnan(sensorPortHandler_getSensorMeasurements(port).fwdPwrVal));
+        EXPECT_TRUE(std::isnan(sensorPortHandler_getSensorMeasurements(port).temperatureVal));
+        EXPECT_EQ(sensorPortHandler_getSensorMaxPower(port), 0.0F);
+        EXPECT_EQ(sensorPortHandler_getSensorMinPower(port), 0.0F);
+        EXPECT_EQ(sensorPortHandler_getReadingNumber(port), 0U);
+        SENSOR_IDENTITY identity;
+        identity.sensorModel[0] = 'x';
+        std::array<char, 10> serialNumber = {"unchanged"};
+        sensorPortHandler_getSensorInformation(port, &identity, serialNumber.data(),
+                                               serialNumber.size());
+        EXPECT_STREQ(identity.sensorModel, "");
+        EXPECT_STREQ(serialNumber.data(), "");
+        sensorPortHandler_setIsConnected(port, true);
+        EXPECT_FALSE(sensorPortHandler_getIsConnected(port));
+        sensorPort_signalReading(port);
+        sensorPort_setServedConnection(port, 1);
+        EXPECT_FALSE(sensorPort_isServed(port));
+        EXPECT_FALSE(sensorPort_isSameConnection(port, 0));
+    }
+}
+
+TEST(SensorPortHandler, RecordsAreValidBeforeAnyHandlerExists) {
+    EXPECT_TRUE(std::isnan(sensorPortHandler_getSensorMeasurements(1).rflPwrVal));
+    EXPECT_EQ(sensorPortHandler_getSensorMaxPower(1), 199990.0F);
+    EXPECT_EQ(sensorPortHandler_getSensorStatus(1).status, notReady);
+}
+
+TEST(SensorPortHandler, ARecordWithoutReadingsIsZeroButForFourValues) {
+    SENSOR_MEASUREMENTS measurements;
+    sensorPortHandler_setMeasurementsToDefault(&measurements);
+    EXPECT_TRUE(std::isnan(measurements.fwdPwrVal));
+    EXPECT_TRUE(std::isnan(measurements.rflPwrVal));
+    EXPECT_TRUE(std::isnan(measurements.freqVal));
+    EXPECT_TRUE(std::isnan(measurements.temperatureVal));
+    EXPECT_EQ(measurements.prdVal, 0.0F);
+    EXPECT_EQ(measurements.gateMin, 0.0F);
+    EXPECT_EQ(measurements.pulseStates[3].mean, 0.0F);
+    EXPECT_EQ(measurements.questionable, 0);
+}
+
+TEST(SensorPortHandler, SimulatedReadingsCarryAModelAndASerialNumber) {
+    SensorPortHandler_setSimulatedMeasurements(1, 25.0F, 0.5F, 2e6F, 31.0F, 3.7F);
+    const SENSOR_MEASUREMENTS measurements = sensorPortHandler_getSensorMeasurements(1);
+    EXPECT_EQ(measurements.fwdPwrVal, 25.0F);
+    EXPECT_EQ(measurements.rflPwrVal, 0.5F);
+    EXPECT_EQ(measurements.freqVal, 2e6F);
+    EXPECT_EQ(measurements.temperatureVal, 31.0F);
+    EXPECT_EQ(measurements.batteryVal, 3.7F);
+    SENSOR_IDENTITY identity{};
+    std::array<char, 10> serialNumber{};
+    sensorPortHandler_getSensorInformation(1, &identity, serialNumber.data(), serialNumber.size());
+    EXPECT_STREQ(identity.sensorModel, "5134");
+    EXPECT_STREQ(serialNumber.data(), "200201170");
+    sensorPortHandler_getSensorInformation(1, &identity, serialNumber.data(), 4);
+    EXPECT_STREQ(serialNumber.data(), "200");
+    sensorSerialHandler_resetSensorInformation(&sensorSerialHandlerData[1]);
+}
+
+TEST(SensorPortHandler, SimulatedReadingsOfAnotherPortAreIgnored) {
+    for (const uint32_t port : {2U, 3U, 4U, 255U}) {
+        SensorPortHandler_setSimulatedMeasurements(port, 1.0F, 1.0F, 1.0F, 1.0F, 1.0F);
+        EXPECT_FALSE(sensorPortHandler_getSensorMeasurements(port).fwdPwrVal == 1.0F) << port;
+    }
+}
+
+TEST(SensorPortSignals, AWaitingHandlerWakesWhenItsSensorIsConnected) {
+    std::atomic<uint32_t> connection{0};
+    std::thread handler([&] { connection = sensorPort_waitUntilConnected(sensorPort_USB2); });
+    EXPECT_EQ(connection, 0U);
+    sensorPortHandler_setIsConnected(sensorPort_USB2, true);
+    handler.join();
+    EXPECT_TRUE(sensorPort_isSameConnection(sensorPort_USB2, connection));
+    sensorPortHandler_setIsConnected(sensorPort_USB2, false);
+    EXPECT_FALSE(sensorPort_isSameConnection(sensorPort_USB2, connection));
+}
+
+TEST(SensorPortSignals, AReplacedSensorIsANewConnection) {
+    sensorPortHandler_setIsConnected(sensorPort_USB2, true);
+    const uint32_t first = sensorPort_waitUntilConnected(sensorPort_USB2);
+    sensorPortHandler_setIsConnected(sensorPort_USB2, true);
+    EXPECT_TRUE(sensorPort_isSameConnection(sensorPort_USB2, first)) << "told twice";
+    sensorPortHandler_setIsConnected(sensorPort_USB2, false);
+    sensorPortHandler_setIsConnected(sensorPort_USB2, true);
+    EXPECT_FALSE(sensorPort_isSameConnection(sensorPort_USB2, first));
+    sensorPortHandler_setIsConnected(sensorPort_USB2, false);
+}
+
+TEST(SensorPortSignals, APortIsServedOnceItsHandlerHasTakenUpTheSensor) {
+    sensorPortHandler_setIsConnected(sensorPort_USB2, true);
+    const uint32_t connection = sensorPort_waitUntilConnected(sensorPort_USB2);
+    EXPECT_FALSE(sensorPort_isServed(sensorPort_USB2));
+    sensorPort_setServedConnection(sensorPort_USB2, connection);
+    EXPECT_TRUE(sensorPort_isServed(sensorPort_USB2));
+    sensorPortHandler_setIsConnected(sensorPort_USB2, false);
+    EXPECT_FALSE(sensorPort_isServed(sensorPort_USB2));
+}
+
+} // namespace

@@ -1,0 +1,372 @@
+#include "SerialSensorHandler.h"
+
+#include "Channel.h"
+#include "SensorPortHandler.h"
+#include "SerialSensorModel.h"
+#include "World.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<uint32_t> signalled;
+
+/// A handler on Serial2 whose sensor the test plays; its steps are run by the test.
+class SerialSensor : public testing::Test {
+protected:
+    SerialSensor() {
+        handler.serialPort.channelIndex = 1;
+        sensorSerialHandler_initSensorData(&handler, "test line");
+        handler.serialPort.fd = channel.fd();
+        signalled = 0;
+        sensorPortHandler_registerReadingListener([] { ++signalled; });
+    }
+    ~SerialSensor() override {
+        World_setSpeed(1);
+        sensorPortHandler_registerReadingListener(nullptr);
+    }
+    sensorSerCommState step(sensorSerCommState state) {
+        handler.sensorState = state;
+        sensorSerialHandler_handleSensorStates(&handler);
+        return handler.sensorState;
+    }
+
+    SerialSensorModel sensor;
+    Channel channel{SOCK_STREAM,
+                    [this](const std::string& command) { return sensor.answer(command); }};
+    SERIAL_HANDLER_DATA_STRUCT handler{};
+};
+
+struct Transition {
+    sensorSerCommState state;
+    char letter; ///< the command that the state sends
+    sensorSerCommState afterSuccess;
+    sensorSerCommState afterFailure;
+};
+
+constexpr Transition transitions[] = {
+    {stateSerInitialSync, 'S', stateSerIdentify, stateSerFlush},
+    {stateSerIdentify, 'I', stateSerSerialNum, stateSerFlush},
+    {stateSerSerialNum, 'Z', stateSerFwd, stateSerFlush},
+    {stateSerFwd, 'F', stateSerRfl, stateSerFlush},
+    {stateSerRfl, 'R', stateSerFreq, stateSerFlush},
+    {stateSerFreq, 'H', stateSerTemp, stateSerFlush},
+    {stateSerTemp, 'T', stateSerFramingSync, stateSerFlush},
+    {stateSerFramingSync, 'S', stateSerFwd, stateSerFlush},
+};
+
+TEST_F(SerialSensor, EachStateLeadsOnAfterItsCommandSucceeded) {
+    World_setSpeed(5);
+    for (const Transition& one : transitions) {
+        EXPECT_EQ(step(one.state), one.afterSuccess) << one.state;
+    }
+    EXPECT_EQ(step(stateSerFlush), stateSerInitialSync);
+}
+
+TEST_F(SerialSensor, EachStateLeadsBackToTheFlushAfterItsCommandFailed) {
+    World_setSpeed(5);
+    for (const Transition& one : transitions) {
+        sensor.replace(one.letter, "");
+        EXPECT_EQ(step(one.state), one.afterFailure) << one.state;
+        sensor.restore(one.letter);
+    }
+}
+
+TEST_F(SerialSensor, AStateWithoutAnActionLeadsToTheFlush) {
+    for (const int state : {0, -1, 10, 11, 255, 100000}) {
+        EXPECT_EQ(step(static_cast<sensorSerCommState>(state)), stateSerFlush) << state;
+    }
+    EXPECT_TRUE(channel.commands().empty());
+}
+
+TEST_F(SerialSensor, AFlushThatFailsIsRepeated) {
+    World_setSpeed(5);
+    std::atomic<bool> isOver = false;
+    std::thread chatter([&] {
+        while (!isOver) {
+            channel.send("x");
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+    EXPECT_EQ(step(stateSerFlush), stateSerFlush);
+    isOver = true;
+    chatter.join();
+}
+
+TEST_F(SerialSensor, ASensorThatSyncsWithAnotherByteNeverGetsBeyondSyncAndFlush) {
+    World_setSpeed(10);
+    sensor.replace('S', "s");
+    sensorSerCommState state = stateSerFlush;
+    for (int count = 0; count < 6; ++count) {
+        state = step(state);
+        EXPECT_TRUE(state == stateSerFlush || state == stateSerInitialSync) << state;
+    }
+}
+
+struct IdentifiedModel {
+    const char* model;
+    sensorSerCommState next;
+    bool isReadyAtOnce;
+};
+
+TEST_F(SerialSensor, ModelsWithoutASerialNumberAreReadyOnceIdentified) {
+    const IdentifiedModel cases[] = {
+        {"5132", stateSerSerialNum, false}, {"5132A20", stateSerSerialNum, false},
+        {"5132A200", stateSerFwd, true},    {"SMK", stateSerFwd, true},
+        {"SMK12345", stateSerFwd, true},    {"SM", stateSerSerialNum, false},
+    };
+    for (const IdentifiedModel& one : cases) {
+        handler.isInitialized = false;
+        handler.sensorStatus.status = notReady;
+        sensor.setModel(one.model);
+        EXPECT_EQ(step(stateSerIdentify), one.next) << one.model;
+        EXPECT_STREQ(handler.sensorIdentity.sensorModel, one.model);
+        EXPECT_EQ(handler.isInitialized, one.isReadyAtOnce) << one.model;
+        EXPECT_EQ(handler.sensorStatus.status, one.isReadyAtOnce ? isReady : notReady);
+    }
+}
+
+TEST_F(SerialSensor, IsReadyOnceItsSerialNumberHasBeenRead) {
+    World_setSpeed(5);
+    step(stateSerSerialNum);
+    EXPECT_STREQ(handler.serialNumber, "200201170");
+    EXPECT_TRUE(handler.isInitialized);
+    EXPECT_EQ(handler.sensorStatus.status, isReady);
+}
+
+TEST_F(SerialSensor, TwentyReadingsOfTheSerialNumberLeaveItUnchanged) {
+    World_setSpeed(10);
+    for (int count = 0; count < 20; ++count) {
+        step(stateSerSerialNum);
+        EXPECT_STREQ(handler.serialNumber, "200201170");
+    }
+}
+
+TEST_F(SerialSensor, StaysReadyThroughAResynchronisation) {
+    World_setSpeed(5);
+    step(stateSerSerialNum);
+    sensor.replace('F', "");
+    EXPECT_EQ(step(stateSerFwd), stateSerFlush);
+    EXPECT_TRUE(handler.isInitialized);
+    EXPECT_EQ(handler.sensorStatus.status, isReady);
+}
+
+TEST_F(SerialSensor, ForwardReplyOfThreeStoresNineWatts) {
+    step(stateSerFwd);
+    EXPECT_EQ(handler.sensorMeasurements.fwdPwrVal, 9.0F);
+}
+
+TEST_F(SerialSensor, ReflectedReplyIsSquaredToo) {
+    step(stateSerRfl);
+    EXPECT_EQ(handler.sensorMeasurements.rflPwrVal, 0.25F);
+}
+
+TEST_F(SerialSensor, FrequencyAndTemperatureAreStoredAsTheyCome) {
+    step(stateSerFreq);
+    step(stateSerTemp);
+    EXPECT_EQ(handler.sensorMeasurements.freqVal, 13560000.0F);
+    EXPECT_EQ(handler.sensorMeasurements.temperatureVal, 36.5F);
+}
+
+TEST_F(SerialSensor, AFailedReadingLeavesTheLastValue) {
+    World_setSpeed(5);
+    for (const Transition& one : transitions) {
+        step(one.state);
+    }
+    for (const char letter : {'F', 'R', 'H', 'T'}) {
+        sensor.replace(letter, "abc");
+    }
+    for (const auto state : {stateSerFwd, stateSerRfl, stateSerFreq, stateSerTemp}) {
+        EXPECT_EQ(step(state), stateSerFlush);
+    }
+    EXPECT_EQ(handler.sensorMeasurements.fwdPwrVal, 9.0F);
+    EXPECT_EQ(handler.sensorMeasurements.rflPwrVal, 0.25F);
+    EXPECT_EQ(handler.sensorMeasurements.freqVal, 13560000.0F);
+    EXPECT_EQ(handler.sensorMeasurements.temperatureVal, 36.5F);
+}
+
+TEST_F(SerialSensor, AReadingIsSignalledAfterEachPair) {
+    const uint32_t before = sensorPortHandler_getReadingNumber(sensorPort_Serial2);
+    step(stateSerFwd);
+    EXPECT_TRUE(newMeasurementIsAvailable[sensorPort_Serial2]);
+    EXPECT_EQ(signalled, 0U);
+    step(stateSerRfl);
+    EXPECT_EQ(signalled, 1U);
+    EXPECT_EQ(sensorPortHandler_getReadingNumber(sensorPort_Serial2), before + 1);
+}
+
+TEST_F(SerialSensor, AReadingIsSignalledEvenIfTheReflectedOneFails) {
+    World_setSpeed(5);
+    sensor.replace('R', "");
+    step(stateSerFwd);
+    EXPECT_EQ(step(stateSerRfl), stateSerFlush);
+    EXPECT_EQ(signalled, 1U);
+}
+
+TEST_F(SerialSensor, NothingIsSignalledWithoutAForwardReading) {
+    World_setSpeed(5);
+    sensor.replace('F', "");
+    step(stateSerFwd);
+    EXPECT_FALSE(newMeasurementIsAvailable[sensorPort_Serial2]);
+    step(stateSerRfl);
+    EXPECT_EQ(signalled, 0U);
+}
+
+TEST_F(SerialSensor, TheMeasuringCycleIsTimedFromForwardToSync) {
+    step(stateSerFwd);
+    step(stateSerFramingSync);
+    EXPECT_GE(handler.finish_time_ms, handler.start_time_ms);
+    EXPECT_EQ(handler.measCycle_time_ms, handler.finish_time_ms - handler.start_time_ms);
+    handler.start_time_ms = handler.finish_time_ms - 250;
+    step(stateSerFramingSync);
+    EXPECT_GE(handler.measCycle_time_ms, 250);
+    EXPECT_LT(handler.measCycle_time_ms, 2000);
+}
+
+TEST_F(SerialSensor, ForgettingASensorLeavesTheDefaults) {
+    World_setSpeed(5);
+    for (const Transition& one : transitions) {
+        step(one.state);
+    }
+    sensorSerialHandler_resetSensorInformation(&handler);
+    EXPECT_STREQ(handler.sensorIdentity.sensorModel, "");
+    EXPECT_STREQ(handler.sensorIdentity.sensorFirmwareRevision, "");
+    EXPECT_STREQ(handler.sensorIdentity.sensorSupportedCommands, "");
+    EXPECT_EQ(handler.sensorIdentity.sensorPower.max, 199990.0F);
+    EXPECT_EQ(handler.sensorIdentity.sensorPower.min, 0.0F);
+    EXPECT_STREQ(handler.serialNumber, "");
+    EXPECT_TRUE(std::isnan(handler.sensorMeasurements.fwdPwrVal));
+    EXPECT_TRUE(std::isnan(handler.sensorMeasurements.rflPwrVal));
+    EXPECT_TRUE(std::isnan(handler.sensorMeasurements.freqVal));
+    EXPECT_TRUE(std::isnan(handler.sensorMeasurements.temperatureVal));
+    EXPECT_EQ(handler.sensorMeasurements.batteryVal, 0.0F);
+    EXPECT_EQ(handler.sensorMeasurements.statusByte, 0);
+}
+
+TEST_F(SerialSensor, ALongDeviceNameIsCut) {
+    const std::string name(40, 'd');
+    sensorSerialHandler_initSensorData(&handler, name.c_str());
+    EXPECT_EQ(handler.serialPort.serialPortName, name.substr(0, 31));
+    EXPECT_EQ(handler.serialPort.fd, -1);
+}
+
+/// A terminal that stands where the instrument's device does, with a sensor at its far end.
+class TerminalSensor {
+public:
+    explicit TerminalSensor(const std::string& device) {
+        far = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        grantpt(far);
+        unlockpt(far);
+        std::array<char, 64> name{};
+        ptsname_r(far, name.data(), name.size());
+        held = open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        World_removeFile(device);
+        if (symlink(name.data(), World_realPath(device).c_str()) != 0) {
+            ADD_FAILURE() << "no " << device;
+        }
+        server = std::thread([this] { serve(); });
+    }
+    TerminalSensor(const TerminalSensor&) = delete;
+    TerminalSensor& operator=(const TerminalSensor&) = delete;
+    ~TerminalSensor() {
+        isOver = true;
+        server.join();
+    }
+    SerialSensorModel model;
+    std::atomic<bool> isSilent{false};
+
+private:
+    void serve() {
+        std::string pending;
+        while (!isOver) {
+            pollfd line = {far, POLLIN, 0};
+            std::array<char, 64> bytes{};
+            if (poll(&line, 1, 20) <= 0) {
+                continue;
+            }
+            const ssize_t count = read(far, bytes.data(), bytes.size());
+            if (count > 0 && !isSilent) {
+                const std::string reply = model.answer({bytes.data(), static_cast<size_t>(count)});
+                EXPECT_EQ(write(far, reply.data(), reply.size()),
+                          static_cast<ssize_t>(reply.size()));
+            }
+        }
+    }
+    int far = -1;
+    int held = -1; ///< so that the line is never hung up
+    std::atomic<bool> isOver{false};
+    std::thread server;
+};
+
+bool isReadyNow(uint32_t port) {
+    return sensorPortHandler_getSensorStatus(port).status == isReady;
+}
+
+bool hasReading(uint32_t port, float forward_W) {
+    return sensorPortHandler_getSensorMeasurements(port).fwdPwrVal == forward_W;
+}
+
+/// The handlers' threads never end, so that one test plays all of their life.
+TEST(SerialSensorThreads, ServeEachSensorFromItsPluggingToItsPulling) {
+    World_setSpeed(5);
+    World_removeFile("/dev/ttyS2");
+    World_clearSyslog();
+    TerminalSensor terminal("/dev/ttyS1");
+    sensorPortHandler_createAll();
+    EXPECT_TRUE(World_waitUntil(
+        [] { return World_syslogContains("USER_WARNING:  Unable to open sensor port 1."); }, 5000));
+
+    sensorPortHandler_setIsConnected(sensorPort_Serial1, true);
+    EXPECT_TRUE(World_waitUntil([] { return isReadyNow(0) && hasReading(0, 9.0F); }, 10000));
+    SENSOR_IDENTITY identity{};
+    std::array<char, 10> serialNumber{};
+    sensorPortHandler_getSensorInformation(0, &identity, serialNumber.data(), serialNumber.size());
+    EXPECT_STREQ(identity.sensorModel, "5132");
+    EXPECT_STREQ(serialNumber.data(), "200201170");
+    EXPECT_EQ(sensorPortHandler_getSensorMaxPower(0), 500.0F);
+    EXPECT_EQ(sensorPortHandler_getSensorMinPower(0), 0.25F);
+
+    // A sensor that is replaced while the handler waits for it is identified afresh, and is not
+    // ready before that.
+    terminal.isSilent = true;
+    sensorPortHandler_setIsConnected(sensorPort_Serial1, false);
+    EXPECT_FALSE(isReadyNow(0));
+    sensorPortHandler_setIsConnected(sensorPort_Serial1, true);
+    EXPECT_FALSE(isReadyNow(0));
+    terminal.model.setModel("5134");
+    terminal.model.setSerialNumber("123456789");
+    EXPECT_TRUE(World_waitUntil(
+        [] { return std::isnan(sensorPortHandler_getSensorMeasurements(0).fwdPwrVal); }, 10000));
+    terminal.isSilent = false;
+    EXPECT_TRUE(World_waitUntil([] { return isReadyNow(0) && hasReading(0, 9.0F); }, 10000));
+    sensorPortHandler_getSensorInformation(0, &identity, serialNumber.data(), serialNumber.size());
+    EXPECT_STREQ(identity.sensorModel, "5134");
+    EXPECT_STREQ(serialNumber.data(), "123456789");
+
+    // A port without a device waits for a sensor that never answers, and takes no time for it.
+    sensorPortHandler_setIsConnected(sensorPort_Serial2, true);
+    clockid_t clock{};
+    ASSERT_EQ(pthread_getcpuclockid(sensorSerialHandlerData[1].thread_id, &clock), 0);
+    World_setSpeed(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    timespec used{};
+    clock_gettime(clock, &used);
+    EXPECT_LT(used.tv_sec * 1000 + used.tv_nsec / 1'000'000, 100);
+    EXPECT_FALSE(isReadyNow(1));
+
+    sensorPortHandler_setIsConnected(sensorPort_Serial1, false);
+    sensorPortHandler_setIsConnected(sensorPort_Serial2, false);
+    EXPECT_FALSE(isReadyNow(0));
+    EXPECT_GE(sensorPortHandler_getReadingNumber(0), 2U);
+}
+
+} // namespace
