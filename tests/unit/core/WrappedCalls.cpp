@@ -1,0 +1,184 @@
+#include "WrappedCalls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <ctime>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+struct Failure {
+    int error;
+    int times;
+};
+
+struct Wrapping {
+    Failure failures[static_cast<int>(Call::count)];
+    uint64_t longestWrite;
+    bool mountPoints;
+    int64_t monotonicShift_ns;
+    int64_t wallShift_ns;
+    int64_t heldMonotonic_ns = -1;
+};
+thread_local Wrapping wrapping{};
+
+constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
+
+/// The error number with which a call has to fail, or 0.
+int takeFailure(Call call) {
+    Failure& failure = wrapping.failures[static_cast<int>(call)];
+    if (failure.times == 0) {
+        return 0;
+    }
+    --failure.times;
+    return failure.error;
+}
+
+/// True, with errno set, when a call that reports through errno has to fail.
+bool failsWithErrno(Call call) {
+    const int error = takeFailure(call);
+    if (error != 0) {
+        errno = error;
+    }
+    return error != 0;
+}
+
+timespec toTimespec(int64_t time_ns) {
+    return {static_cast<time_t>(time_ns / nanosecondsPerSecond),
+            static_cast<long>(time_ns % nanosecondsPerSecond)};
+}
+
+} // namespace
+
+void WrappedCalls_fail(Call call, int error, int times) {
+    wrapping.failures[static_cast<int>(call)] = {error, times};
+}
+
+void WrappedCalls_shortenWrites(uint64_t size) {
+    wrapping.longestWrite = size;
+}
+
+void WrappedCalls_pretendMountPoints(bool pretend) {
+    wrapping.mountPoints = pretend;
+}
+
+void WrappedCalls_shiftClocks(int64_t monotonic_ns, int64_t wall_ns) {
+    wrapping.monotonicShift_ns = monotonic_ns;
+    wrapping.wallShift_ns = wall_ns;
+}
+
+void WrappedCalls_holdMonotonicClock(int64_t now_ns) {
+    wrapping.heldMonotonic_ns = now_ns;
+}
+
+void WrappedCalls_reset() {
+    wrapping = Wrapping{};
+}
+
+extern "C" {
+
+int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
+int __real_pthread_mutex_lock(pthread_mutex_t*);
+int __real_pthread_mutex_unlock(pthread_mutex_t*);
+int __real_pthread_cond_init(pthread_cond_t*, const pthread_condattr_t*);
+int __real_pthread_cond_wait(pthread_cond_t*, pthread_mutex_t*);
+int __real_pthread_cond_signal(pthread_cond_t*);
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __real_rename(const char*, const char*);
+int __real_fsync(int);
+ssize_t __real_write(int, const void*, size_t);
+ssize_t __real_read(int, void*, size_t);
+int __real_fallocate(int, int, off_t, off_t);
+int __real_statx(int, const char*, int, unsigned, struct statx*);
+int __real_clock_gettime(clockid_t, timespec*);
+int __real_vasprintf(char**, const char*, va_list);
+
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
+    const int error = takeFailure(Call::mutexInit);
+    return error != 0 ? error : __real_pthread_mutex_init(mutex, attributes);
+}
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+    const int error = takeFailure(Call::mutexLock);
+    return error != 0 ? error : __real_pthread_mutex_lock(mutex);
+}
+
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    const int error = takeFailure(Call::mutexUnlock);
+    return error != 0 ? error : __real_pthread_mutex_unlock(mutex);
+}
+
+int __wrap_pthread_cond_init(pthread_cond_t* condition, const pthread_condattr_t* attributes) {
+    const int error = takeFailure(Call::conditionInit);
+    return error != 0 ? error : __real_pthread_cond_init(condition, attributes);
+}
+
+int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+    const int error = takeFailure(Call::conditionWait);
+    return error != 0 ? error : __real_pthread_cond_wait(condition, mutex);
+}
+
+int __wrap_pthread_cond_signal(pthread_cond_t* condition) {
+    const int error = takeFailure(Call::conditionSignal);
+    return error != 0 ? error : __real_pthread_cond_signal(condition);
+}
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*entry)(void*), void* argument) {
+    const int error = takeFailure(Call::threadCreate);
+    return error != 0 ? error : __real_pthread_create(thread, attributes, entry, argument);
+}
+
+int __wrap_rename(const char* from, const char* to) {
+    return failsWithErrno(Call::renameFile) ? -1 : __real_rename(from, to);
+}
+
+int __wrap_fsync(int fd) {
+    return failsWithErrno(Call::syncFile) ? -1 : __real_fsync(fd);
+}
+
+ssize_t __wrap_write(int fd, const void* bytes, size_t size) {
+    if (failsWithErrno(Call::writeFile)) {
+        return -1;
+    }
+    const uint64_t longest = wrapping.longestWrite;
+    return __real_write(fd, bytes, longest == 0 ? size : std::min<size_t>(size, longest));
+}
+
+ssize_t __wrap_read(int fd, void* buffer, size_t size) {
+    return failsWithErrno(Call::readFile) ? -1 : __real_read(fd, buffer, size);
+}
+
+int __wrap_fallocate(int fd, int mode, off_t offset, off_t length) {
+    return failsWithErrno(Call::allocateFile) ? -1 : __real_fallocate(fd, mode, offset, length);
+}
+
+int __wrap_statx(int directory, const char* path, int flags, unsigned mask, struct statx* status) {
+    const int result = __real_statx(directory, path, flags, mask, status);
+    if (result == 0 && wrapping.mountPoints) {
+        status->stx_attributes |= STATX_ATTR_MOUNT_ROOT;
+        status->stx_attributes_mask |= STATX_ATTR_MOUNT_ROOT;
+    }
+    return result;
+}
+
+int __wrap_vasprintf(char** text, const char* format, va_list arguments) {
+    return failsWithErrno(Call::composeText) ? -1 : __real_vasprintf(text, format, arguments);
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+    const int result = __real_clock_gettime(clock, now);
+    int64_t now_ns = now->tv_sec * nanosecondsPerSecond + now->tv_nsec;
+    if (clock == CLOCK_MONOTONIC) {
+        now_ns = wrapping.heldMonotonic_ns >= 0 ? wrapping.heldMonotonic_ns
+                                                : now_ns + wrapping.monotonicShift_ns;
+    } else if (clock == CLOCK_REALTIME) {
+        now_ns += wrapping.wallShift_ns;
+    }
+    *now = toTimespec(now_ns);
+    return result;
+}
+}

@@ -1,0 +1,42 @@
+#ifndef TESTS_UNIT_CORE_WRAPPED_CALLS_H
+#define TESTS_UNIT_CORE_WRAPPED_CALLS_H
+
+#include <cstdint>
+
+/// System calls of this test program that fail on demand. Only calls of the arming thread fail.
+enum class Call {
+    mutexInit,
+    mutexLock,
+    mutexUnlock,
+    conditionInit,
+    conditionWait,
+    conditionSignal,
+    threadCreate,
+    renameFile,
+    syncFile,
+    writeFile,
+    readFile,
+    allocateFile,
+    composeText,
+    count
+};
+
+/// Lets the next `times` calls fail with this error number.
+void WrappedCalls_fail(Call call, int error, int times = 1);
+
+/// Lets every write take at most this many bytes; 0 ends it.
+void WrappedCalls_shortenWrites(uint64_t size);
+
+/// Lets every file look as if something were mounted on it.
+void WrappedCalls_pretendMountPoints(bool pretend);
+
+/// Adds to the clocks that this thread reads from now on.
+void WrappedCalls_shiftClocks(int64_t monotonic_ns, int64_t wall_ns);
+
+/// Holds the monotonic clock that this thread reads at one moment; -1 lets it run again.
+void WrappedCalls_holdMonotonicClock(int64_t now_ns);
+
+/// Ends everything above.
+void WrappedCalls_reset();
+
+#endif
