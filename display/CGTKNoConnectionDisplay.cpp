@@ -18,10 +18,14 @@ struct NoConnectionLayout {
     const char* descriptionFont;
 };
 
-constexpr NoConnectionLayout fullLayout = {190, 68, 100, 320, 240, "font-size: 36px;"};
+constexpr NoConnectionLayout fullLayout = {230, 68, 100, 350, 240, "font-size: 36px;"};
 constexpr NoConnectionLayout halfLayout = {50, 52, 80, 148, 170, "font-size: 30px;"};
 
-constexpr int descriptionMargin = 112;
+constexpr int descriptionMargin = 64;
+
+/// The picture of a sensor, on the full screen only.
+constexpr int pictureWidth = 240;
+constexpr int pictureY = 90;
 
 const char* sensorKind(const char* portName) {
     return strncmp(portName, "Serial", 6) == 0 ? "Tessel CW" : "Tessel CW & Pulse";
@@ -40,6 +44,7 @@ GtkWidget* newDescriptionView(const char* name, const NoConnectionLayout& layout
     gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(view), GTK_WRAP_WORD);
     gtk_text_view_set_justification(GTK_TEXT_VIEW(view), GTK_JUSTIFY_CENTER);
     gtk_text_view_set_pixels_inside_wrap(GTK_TEXT_VIEW(view), 6);
+    gtk_text_view_set_pixels_below_lines(GTK_TEXT_VIEW(view), 6);
     gtk_widget_set_can_focus(view, FALSE);
     g_signal_connect(view, "button-press-event", G_CALLBACK(swallowPress), nullptr);
     setWidgetFgAndBgColors(view, textColorLightGrey, bgColorBlack);
@@ -96,6 +101,10 @@ void CGTKNoConnectionDisplay_Create(CGTKNoConnectionDisplay* instance,
         gtk_text_view_get_buffer(GTK_TEXT_VIEW(instance->descriptionView));
     gtk_fixed_put(GTK_FIXED(box), instance->descriptionView, descriptionMargin,
                   parameters.yOffset + layout.descriptionY);
+    if (!isHalf) {
+        gtk_fixed_put(GTK_FIXED(box), newImageFromFile("./resources/sensor.png"),
+                      (screenWidth - pictureWidth) / 2, parameters.yOffset + pictureY);
+    }
     gtk_widget_show_all(box);
     gtk_fixed_put(GTK_FIXED(instance->container), box, 0, 0);
 }

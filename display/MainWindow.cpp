@@ -15,6 +15,8 @@ namespace {
 
 constexpr int fullScreenHeight = screenHeight - topLineHeight;
 
+constexpr int halvesLineHeight = 2;
+
 MainWindowCallbacks callbacks;
 
 /// A container of the window and where it stands in its parent.
@@ -131,6 +133,15 @@ void createContainers() {
     }
 }
 
+/// A line between the halves, that the eye takes them apart.
+void createHalvesLine() {
+    GtkWidget* line = gtk_separator_new(GTK_ORIENTATION_HORIZONTAL);
+    gtk_widget_set_name(line, "dual.line");
+    gtk_widget_set_size_request(line, screenWidth, halvesLineHeight);
+    gtk_fixed_put(GTK_FIXED(entireScreen.dualSensorContainer), line, 0, halfScreenHeight);
+    gtk_widget_show(line);
+}
+
 CGTKPowerDisplay_Parameters parametersOf(const ScreenRow& row) {
     CGTKPowerDisplay_Parameters parameters = {.name = row.name,
                                               .widgetName = row.widgetName,
@@ -181,6 +192,7 @@ void createGTKDisplays() {
     StyleSheet_installForPulseScreens();
     createWindow();
     createContainers();
+    createHalvesLine();
     createScreens();
     CSensorDisplayFSM_registerView(screenView);
     gtk_widget_show(entireScreen.topFixedLine);

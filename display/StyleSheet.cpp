@@ -35,6 +35,9 @@ window#mainWindow8830K button.touch:active {
 }
 window#mainWindow8830K button.touch:disabled { border-color: #333333; }
 window#mainWindow8830K button.touch label { background-color: transparent; }
+/* Figures fill their lines: the tail of the g in "Range" reaches below its own. */
+window#mainWindow8830K label.value { background-color: transparent; }
+window#mainWindow8830K separator { background-color: #6a6e72; min-height: 2px; }
 window#mainWindow8830K button.touch.title { background-color: black; }
 window#mainWindow8830K button.touch.title:active { background-color: #5a5e62; }
 window#mainWindow8830K button.touch.blank { background-color: transparent; border-color: transparent; }

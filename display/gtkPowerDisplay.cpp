@@ -14,6 +14,8 @@ namespace {
 
 constexpr uint32_t sensorLabelLength = 30;
 
+constexpr int titleMargin = 16;
+
 /// What a value label shows while there is no reading: as wide as a value.
 constexpr char blankValue[] = "       ";
 
@@ -103,6 +105,7 @@ void createValue(gtkPowerDisplay_RFPower* line, const LineParameters& parameters
     const PowerLineLayout& layout = parameters.layout;
     const WidgetName name(parameters.screen, parameters.line, "value");
     line->value = newLabel(name.text, blankValue, textColorWhite, 1.0F);
+    gtk_style_context_add_class(gtk_widget_get_style_context(line->value), "value");
     const int size =
         fittingFontSize_px(line->value, powerValueCharacters, layout.value.width, layout.valueSize);
     setLabelFont_px(line->value, size, layout.value.height, true);
@@ -163,6 +166,11 @@ void createTitle(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& p
         addKeyLabel(title.sensorButton, WidgetName(parameters.widgetName, "title", nullptr).text,
                     "No Sensor Detected", layout.titleSize);
     gtk_label_set_ellipsize(GTK_LABEL(title.sensorButtonLabel), PANGO_ELLIPSIZE_END);
+    gtk_label_set_xalign(GTK_LABEL(title.sensorButtonLabel), 0.0F);
+    // The label's own ground must leave the key's round corners alone.
+    gtk_widget_set_valign(title.sensorButtonLabel, GTK_ALIGN_CENTER);
+    gtk_widget_set_margin_start(title.sensorButtonLabel, titleMargin);
+    gtk_widget_set_margin_end(title.sensorButtonLabel, titleMargin);
     put(title.container, title.sensorButton, layout.sensorButton);
     title.configButton =
         newTouchButton(WidgetName(parameters.widgetName, "configButton", nullptr).text);

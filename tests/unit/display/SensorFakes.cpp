@@ -2,6 +2,7 @@
 
 #include "SensorManager.h"
 
+#include <cstdio>
 #include <limits>
 
 SensorFake sensorFakes[sensorPortCount];
@@ -37,4 +38,15 @@ float sensorPortHandler_getSensorMaxPower(uint32_t port) {
 
 float sensorPortHandler_getSensorMinPower(uint32_t port) {
     return port < sensorPortCount ? sensorFakes[port].minPower_W : 0.0F;
+}
+
+void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* identity,
+                                            char* serialNumber, size_t serialSize) {
+    *identity = {};
+    serialNumber[0] = '\0';
+    if (port < sensorPortCount) {
+        snprintf(identity->sensorModel, sizeof identity->sensorModel, "%s",
+                 sensorFakes[port].model);
+        snprintf(serialNumber, serialSize, "%s", sensorFakes[port].serialNumber);
+    }
 }

@@ -11,6 +11,8 @@ struct SensorFake {
     SENSOR_MEASUREMENTS measurements;
     float maxPower_W;
     float minPower_W;
+    char model[21];
+    char serialNumber[10];
 };
 
 extern SensorFake sensorFakes[sensorPortCount];
