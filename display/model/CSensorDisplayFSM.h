@@ -71,6 +71,9 @@ void CSensorDisplayFSM_sensorError(uint32_t port);
 /// to Measuring, a fatal sensor error to SensorError.
 void CSensorDisplayFSM_updateMeasurements(uint32_t port);
 
+/// The same by display; an index above 1 is logged.
+void updateMeasurementsForDisplay(uint32_t display);
+
 /// Tell both displays.
 void CSensorDisplayFSM_setPulse();
 void CSensorDisplayFSM_setCW();

@@ -1,0 +1,428 @@
+#include "CSensorDisplayFSM.h"
+
+#include "Configuration.h"
+#include "DisplayViewSwitch.h"
+#include "SensorManager.h"
+#include "SensorPortHandler.h"
+#include "message.h"
+
+#include <cstdio>
+
+CSensorDisplayFSM sensorFSM[NumberOfDisplays] = {
+    {UpperDisplay, true, sensorPort_None, NotActive, NotConnected, CW, HideGraph},
+    {LowerDisplay, true, sensorPort_None, NotActive, NotConnected, CW, HideGraph},
+};
+SensorCountSubState_t countSubState = SingleSensor;
+
+namespace {
+
+void (*measurementListener)(uint32_t port, const SENSOR_MEASUREMENTS& measurements) = nullptr;
+
+bool send(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t port) {
+    return CSensorDisplayFSM_handleActivateEvents(instance, event, port);
+}
+
+void sendToBoth(SensorDisplayEvents_t event) {
+    for (CSensorDisplayFSM& instance : sensorFSM) {
+        send(&instance, event, sensorPort_None);
+    }
+}
+
+CSensorDisplayFSM* otherOf(const CSensorDisplayFSM* instance) {
+    return &sensorFSM[instance->display == UpperDisplay ? LowerDisplay : UpperDisplay];
+}
+
+/// The instance that shows a port, the upper one first; null if none does.
+CSensorDisplayFSM* instanceOfPort(uint32_t port) {
+    if (port == sensorPort_None) {
+        return nullptr;
+    }
+    for (CSensorDisplayFSM& instance : sensorFSM) {
+        if (instance.port == port) {
+            return &instance;
+        }
+    }
+    return nullptr;
+}
+
+void setPort(CSensorDisplayFSM* instance, uint32_t port) {
+    instance->port = port;
+    sensorDisplays[instance->display].sensorPort = port;
+}
+
+/// The events that mean the same in every state without readings: the screen changes its size.
+bool handleSizeOfText(CSensorDisplayFSM* instance, SensorDisplayEvents_t event,
+                      NoMeasurementText text) {
+    switch (event) {
+    case evUseFullDisplay:
+        DisplayViewSwitch_showTextFull(instance, text);
+        return true;
+    case evUseHalfDisplay:
+        DisplayViewSwitch_showTextHalf(instance, text);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool handleSizeOfMeasurement(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
+    switch (event) {
+    case evUseFullDisplay:
+        DisplayViewSwitch_showMeasurementFull(instance);
+        return true;
+    case evUseHalfDisplay:
+        DisplayViewSwitch_showMeasurementHalf(instance);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool handleDisconnect(CSensorDisplayFSM* instance) {
+    setPort(instance, sensorPort_None);
+    DisplayViewSwitch_showText(instance, NoMeasurementText::noSensor);
+    instance->state = NotConnected;
+    return true;
+}
+
+bool handleError(CSensorDisplayFSM* instance) {
+    DisplayViewSwitch_showText(instance, NoMeasurementText::sensorError);
+    instance->state = SensorError;
+    return true;
+}
+
+bool handleNotConnected(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t port) {
+    if (event == evSensorDetected) {
+        setPort(instance, port);
+        DisplayViewSwitch_showText(instance, NoMeasurementText::connecting);
+        instance->state = Connecting;
+        return true;
+    }
+    return handleSizeOfText(instance, event, NoMeasurementText::noSensor);
+}
+
+bool handleConnecting(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
+    switch (event) {
+    case evSensorDisconnect:
+        return handleDisconnect(instance);
+    case evSensorReady:
+        DisplayViewSwitch_showFirstMeasurement(instance);
+        instance->state = Measuring;
+        return true;
+    case evSensorError:
+        return handleError(instance);
+    default:
+        return handleSizeOfText(instance, event, NoMeasurementText::connecting);
+    }
+}
+
+bool handleSensorError(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
+    if (event == evSensorDisconnect) {
+        return handleDisconnect(instance);
+    }
+    return handleSizeOfText(instance, event, NoMeasurementText::sensorError);
+}
+
+bool handleMeasuring(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t port) {
+    switch (event) {
+    case evSensorDisconnect:
+        return handleDisconnect(instance);
+    case evSensorError:
+        return handleError(instance);
+    default:
+        return CSensorDisplayFSM_handleTypeSubStateEvent(instance, event, port);
+    }
+}
+
+void tellListener(uint32_t port, const SENSOR_MEASUREMENTS& measurements) {
+    if (measurementListener != nullptr) {
+        measurementListener(port, measurements);
+    }
+}
+
+bool handlePulse(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
+    switch (event) {
+    case evSetCW:
+        instance->graphSubState = configuration_getDisplayGraph() ? ShowGraph : HideGraph;
+        instance->typeSubState = CW;
+        DisplayViewSwitch_showCW(instance);
+        return true;
+    case evUpdateMeasurements:
+        tellListener(instance->port, DisplayViewSwitch_refreshPulse(instance));
+        return true;
+    default:
+        return handleSizeOfMeasurement(instance, event);
+    }
+}
+
+bool handleCW(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t port) {
+    if (event != evSetPulse) {
+        return CSensorDisplayFSM_handleGraphSubStateEvent(instance, event, port);
+    }
+    if (!sensorPort_isUsb(instance->port)) {
+        return false;
+    }
+    instance->typeSubState = Pulse;
+    DisplayViewSwitch_showPulse(instance);
+    return true;
+}
+
+/// Moves to the other graph sub-state, if that is asked for.
+bool handleGraphChange(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
+    const bool isShown = instance->graphSubState == ShowGraph;
+    if (event != (isShown ? evHideGraph : evShowGraph)) {
+        return false;
+    }
+    instance->graphSubState = isShown ? HideGraph : ShowGraph;
+    DisplayViewSwitch_showGraphState(instance);
+    return true;
+}
+
+/// Gives the screen to a display that takes in a sensor: all of it, or half when the other display
+/// has one too. A display without a sensor makes room.
+void shareScreen(CSensorDisplayFSM* instance, uint32_t port) {
+    CSensorDisplayFSM* const other = otherOf(instance);
+    if (other->activeState == NotActive) {
+        send(instance, evUseFullDisplay, port);
+    } else if (other->port != sensorPort_None) {
+        countSubState = DualSensors;
+        send(other, evUseHalfDisplay, port);
+        send(instance, evUseHalfDisplay, port);
+    } else {
+        send(other, evDeactivate, port);
+        send(instance, evUseFullDisplay, port);
+    }
+}
+
+} // namespace
+
+void CSensorDisplayFSM_registerView(const DisplayView& view) {
+    DisplayViewSwitch_registerView(view);
+}
+
+void CSensorDisplayFSM_registerMeasurementListener(
+    void (*listener)(uint32_t port, const SENSOR_MEASUREMENTS& measurements)) {
+    measurementListener = listener;
+}
+
+void CSensorDisplayFSM_reset() {
+    countSubState = SingleSensor;
+    for (const SensorDisplayInstance_t display : {UpperDisplay, LowerDisplay}) {
+        sensorFSM[display] = {display,      true, sensorPort_None, NotActive,
+                              NotConnected, CW,   HideGraph};
+        SensorDisplayInstance& slot = sensorDisplays[display];
+        slot.sensorPort = sensorPort_None;
+        slot.display = gtkSensorSingleNoConnection;
+        CGraphData_reset(&slot.graphDataPwr);
+    }
+    sensorFSM[UpperDisplay].activeState = Active;
+    DisplayViewSwitch_showInitialScreens();
+}
+
+void CSensorDisplayFSM_connect(uint32_t port) {
+    const uint32_t channel = SensorInstance_GetLogicalChannel(port);
+    if (channel >= NumberOfDisplays) {
+        DIAGNOSTIC("DisplayFSM: Port %d has no assigned logical channel.\n",
+                   static_cast<int>(port));
+        return;
+    }
+    CSensorDisplayFSM* const instance = &sensorFSM[channel];
+    if (instance->port != sensorPort_None) {
+        DIAGNOSTIC("DisplayFSM: Failed to handle connect for port %d on channel %d. All FSM "
+                   "instances are already active.\n",
+                   static_cast<int>(port), static_cast<int>(channel));
+        return;
+    }
+    send(instance, evActivate, port);
+    shareScreen(instance, port);
+    send(instance, evSensorDetected, port);
+}
+
+void CSensorDisplayFSM_disconnect(uint32_t port) {
+    CSensorDisplayFSM* const instance = instanceOfPort(port);
+    if (instance == nullptr) {
+        DIAGNOSTIC("DisplayFSM: Failed to handle disconnect. No FSM instance is active for port "
+                   "%d.\n",
+                   static_cast<int>(port));
+        return;
+    }
+    send(instance, evSensorDisconnect, port);
+    CSensorDisplayFSM* const other = otherOf(instance);
+    if (instance->display == UpperDisplay && other->activeState != Active) {
+        return; // the upper display stays and says that there is no sensor
+    }
+    countSubState = SingleSensor;
+    send(other, evActivate, port);
+    send(other, evUseFullDisplay, port);
+    send(instance, evDeactivate, port);
+}
+
+void CSensorDisplayFSM_sensorError(uint32_t port) {
+    CSensorDisplayFSM* const instance = instanceOfPort(port);
+    if (instance == nullptr) {
+        DIAGNOSTIC("DisplayFSM: Failed to handle sensor error. No FSM instance is active for port "
+                   "%s (%d).\n",
+                   CSensorDisplayFSM_getSensorPortName(port), static_cast<int>(port));
+        return;
+    }
+    send(instance, evSensorError, port);
+}
+
+void CSensorDisplayFSM_updateMeasurements(uint32_t port) {
+    const CSensorDisplayFSM* const instance = instanceOfPort(port);
+    if (instance != nullptr) {
+        updateMeasurementsForDisplay(instance->display);
+    }
+}
+
+void updateMeasurementsForDisplay(uint32_t display) {
+    if (display >= NumberOfDisplays) {
+        DIAGNOSTIC("DisplayFSM: display (%d) is out of range\n", static_cast<int>(display));
+        return;
+    }
+    CSensorDisplayFSM* const instance = &sensorFSM[display];
+    const uint32_t port = instance->port;
+    switch (sensorPortHandler_getSensorStatus(port).status) {
+    case isReady:
+        send(instance, evSensorReady, port);
+        send(instance, evUpdateMeasurements, port);
+        break;
+    case hasFatalError:
+        send(instance, evSensorError, port);
+        break;
+    default:
+        break;
+    }
+}
+
+void CSensorDisplayFSM_setPulse() {
+    sendToBoth(evSetPulse);
+}
+
+void CSensorDisplayFSM_setCW() {
+    sendToBoth(evSetCW);
+}
+
+void CSensorDisplayFSM_showGraph() {
+    sendToBoth(evShowGraph);
+}
+
+void CSensorDisplayFSM_hideGraph() {
+    sendToBoth(evHideGraph);
+}
+
+bool CSensorDisplayFSM_handleActivateEvents(CSensorDisplayFSM* instance,
+                                            SensorDisplayEvents_t event, uint32_t port) {
+    switch (instance->activeState) {
+    case NotActive:
+        if (event != evActivate) {
+            return false;
+        }
+        instance->activeState = Active;
+        return true;
+    case Active:
+        if (event != evDeactivate) {
+            return CSensorDisplayFSM_handleEvent(instance, event, port);
+        }
+        instance->activeState = NotActive;
+        return true;
+    default:
+        DIAGNOSTIC("DisplayFSM: Unexpected active state %d\n",
+                   static_cast<int>(instance->activeState));
+        return false;
+    }
+}
+
+bool CSensorDisplayFSM_handleEvent(CSensorDisplayFSM* instance, SensorDisplayEvents_t event,
+                                   uint32_t port) {
+    switch (instance->state) {
+    case NotConnected:
+        return handleNotConnected(instance, event, port);
+    case Connecting:
+        return handleConnecting(instance, event);
+    case SensorError:
+        return handleSensorError(instance, event);
+    case Measuring:
+        return handleMeasuring(instance, event, port);
+    default:
+        DIAGNOSTIC("DisplayFSM: Unexpected substate %d\n", static_cast<int>(instance->state));
+        return false;
+    }
+}
+
+bool CSensorDisplayFSM_handleTypeSubStateEvent(CSensorDisplayFSM* instance,
+                                               SensorDisplayEvents_t event, uint32_t port) {
+    switch (instance->typeSubState) {
+    case Pulse:
+        return handlePulse(instance, event);
+    case CW:
+        return handleCW(instance, event, port);
+    default:
+        DIAGNOSTIC("DisplayFSM: Unexpected substate %d\n",
+                   static_cast<int>(instance->typeSubState));
+        return false;
+    }
+}
+
+bool CSensorDisplayFSM_handleGraphSubStateEvent(CSensorDisplayFSM* instance,
+                                                SensorDisplayEvents_t event, uint32_t /*port*/) {
+    if (instance->graphSubState != ShowGraph && instance->graphSubState != HideGraph) {
+        DIAGNOSTIC("DisplayFSM: Unexpected substate %d\n",
+                   static_cast<int>(instance->graphSubState));
+        return false;
+    }
+    if (event == evUpdateMeasurements) {
+        tellListener(instance->port, DisplayViewSwitch_refreshCW(instance));
+        return true;
+    }
+    return handleGraphChange(instance, event) || handleSizeOfMeasurement(instance, event);
+}
+
+GtkSensorInstance getActiveGtkMeasurementInstance(SensorDisplayInstance_t display, bool full,
+                                                  bool graph, bool pulse) {
+    const bool upper = display == UpperDisplay;
+    if (pulse) {
+        if (full) {
+            return gtkSensorSinglePulse;
+        }
+        return upper ? gtkSensorDualPulseChannel1 : gtkSensorDualPulseChannel2;
+    }
+    if (full) {
+        return graph ? gtkSensorSingleChannel1withGraph : gtkSensorSingleChannel1;
+    }
+    if (upper) {
+        return graph ? gtkSensorDualChannel1withGraph : gtkSensorDualChannel1;
+    }
+    return graph ? gtkSensorDualChannel2withGraph : gtkSensorDualChannel2;
+}
+
+GtkSensorInstance getNonMeasurementViewInstance(const CSensorDisplayFSM* instance) {
+    if (instance->fullSCreen) {
+        return gtkSensorSingleNoConnection;
+    }
+    return instance->display == UpperDisplay ? gtkSensorDualNoConnectionCh1
+                                             : gtkSensorDualNoConnectionCh2;
+}
+
+GtkSensorInstance
+CSensorDisplayFSM_getDisplayInstance_forNoConnect(SensorDisplayInstance_t display) {
+    if (countSubState == SingleSensor) {
+        return gtkSensorSingleNoConnection;
+    }
+    switch (display) {
+    case UpperDisplay:
+        return gtkSensorDualNoConnectionCh1;
+    case LowerDisplay:
+        return gtkSensorDualNoConnectionCh2;
+    default:
+        DIAGNOSTIC("DisplayFSM: Unexpected display instance %d\n", static_cast<int>(display));
+        return gtkSensorInstanceCount;
+    }
+}
+
+void setErrorMessage(GtkSensorInstance instance, uint32_t port) {
+    char title[64];
+    std::snprintf(title, sizeof title, "Critical Sensor Error on port %s (%d)",
+                  CSensorDisplayFSM_getSensorPortName(port), static_cast<int>(port));
+    DisplayViewSwitch_view().setMessage(instance, title, "");
+}
