@@ -23,7 +23,7 @@ constexpr uint32_t sensorWord(uint32_t exponent, uint32_t mantissa) {
 } // namespace
 
 float floatQuorvelToIeee(uint32_t value) {
-    int exponent = static_cast<int8_t>(static_cast<uint8_t>(value >> 24));
+    int exponent = std::bit_cast<int8_t>(static_cast<uint8_t>(value >> 24));
     uint32_t mantissa = value & mantissaMask;
     if (mantissa == 0) {
         return 0.0F;

@@ -206,7 +206,7 @@ void SensorManager_Create() {
     auto* manager = new (std::nothrow) SensorManager{};
     if (manager == nullptr) {
         DIAGNOSTIC("Unable to allocate memory for gSensors.\n");
-        Process_exitFailed();
+        Process_leave(processStatusFatal);
     }
     for (SensorInstance& instance : manager->sensor) {
         SensorInstance_Create(&instance);

@@ -47,7 +47,7 @@ void createSerialHandler(uint32_t index) {
         Thread_startJoinable(&handler->thread_id, names[index].thread, runSerialHandler, handler);
     if (error != 0) {
         DIAGNOSTIC("Fail...Cannot spawn the sensorSerialHandlerThread.\n");
-        Process_exitFailed();
+        Process_leave(processStatusFatal);
     }
     pthread_detach(handler->thread_id);
 }

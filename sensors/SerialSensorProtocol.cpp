@@ -63,7 +63,8 @@ Line waitForLine(int fd, uint32_t timeout_ms) {
 
 /// Reads what is there. On a line that is dead it pauses instead, at most for `limit_ms`.
 int readOrPause(int fd, Line state, char* buffer, int length, uint32_t limit_ms) {
-    const int count = state == Line::readable ? serial_gets(fd, buffer, length) : 0;
+    const int count =
+        state == Line::readable ? serial_gets(fd, buffer, static_cast<size_t>(length)) : 0;
     if (count <= 0) {
         Thread_sleep_ms(std::min(limit_ms, deadLinePause_ms));
         return 0;

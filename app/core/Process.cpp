@@ -1,10 +1,12 @@
 #include "Process.h"
 
+#include "LogManager.h"
+
 #include <cstdio>
 #include <unistd.h>
 
-void Process_exitFailed() {
-    constexpr int failedStatus = 255; // -1 as the system keeps it
+void Process_leave(int status) {
+    LogManager_flush();
     fflush(nullptr);
-    _exit(failedStatus);
+    _exit(status);
 }

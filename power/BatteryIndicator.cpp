@@ -1,0 +1,85 @@
+#include "BatteryIndicator.h"
+
+#include "BatteryMonitor.h"
+#include "GtkHelpers.h"
+
+#include <cstdio>
+
+namespace {
+
+/// In the order of BatteryImage.
+constexpr std::array<const char*, batteryImageCount> imageFiles = {
+    "./resources/battery100.png", "./resources/battery75.png",      "./resources/battery50.png",
+    "./resources/battery25.png",  "./resources/battery5.png",       "./resources/batteryPlug.png",
+    "./resources/batteryNC.png",  "./resources/batteryCharging.png"};
+
+constexpr int imageX = 900;
+constexpr int imageY = 16;
+constexpr int labelX = 784;
+constexpr int labelY = 16;
+constexpr int labelWidth = 108;
+constexpr int imageHeight = 48;
+constexpr int fontSize_px = 32;
+
+std::array<GtkWidget*, batteryImageCount> images{};
+GtkWidget* percentLabel = nullptr;
+
+GtkWidget* loadImage(const char* file) {
+    GdkPixbuf* picture = gdk_pixbuf_new_from_file(file, nullptr);
+    if (picture == nullptr) {
+        printf("Cannot read %s\n", file);
+        return nullptr;
+    }
+    GtkWidget* image = gtk_image_new_from_pixbuf(picture);
+    g_object_unref(picture);
+    return image;
+}
+
+/// A widget that the window's own show-all leaves hidden.
+void putHidden(GtkFixed* topLine, GtkWidget* widget, int x, int y) {
+    if (widget == nullptr) {
+        return;
+    }
+    gtk_widget_set_no_show_all(widget, TRUE);
+    gtk_fixed_put(topLine, widget, x, y);
+}
+
+} // namespace
+
+void loadBatteryImages() {
+    for (size_t index = 0; index < imageFiles.size(); ++index) {
+        images[index] = loadImage(imageFiles[index]);
+    }
+}
+
+void BatteryIndicator_place(GtkFixed* topLine) {
+    for (size_t index = 0; index < images.size(); ++index) {
+        if (images[index] != nullptr) {
+            // "./resources/battery100.png" is the widget "battery100"
+            std::array<char, 32> name{};
+            sscanf(imageFiles[index], "./resources/%31[^.]", name.data());
+            gtk_widget_set_name(images[index], name.data());
+        }
+        putHidden(topLine, images[index], imageX, imageY);
+    }
+    percentLabel = gtk_label_new("");
+    gtk_widget_set_name(percentLabel, "batteryPercent");
+    gtk_widget_set_size_request(percentLabel, labelWidth, imageHeight);
+    gtk_label_set_xalign(GTK_LABEL(percentLabel), 1.0F);
+    setLabelFont_px(percentLabel, fontSize_px, 0, false);
+    putHidden(topLine, percentLabel, labelX, labelY);
+}
+
+void updateBatteryDisplay() {
+    const BatteryIndication shown =
+        BatteryIndicator_choose(modelHasBattery(), batteryPresent, batteryCharging, batteryPercent);
+    for (size_t index = 0; index < images.size(); ++index) {
+        setWidgetVisible(images[index], static_cast<int>(index) == static_cast<int>(shown.image));
+    }
+    const bool hasText = shown.text[0] != '\0';
+    if (hasText && percentLabel != nullptr) {
+        setLabelText(percentLabel, shown.text.data());
+        setWidgetFgColor(percentLabel, shown.isRed ? textColorRed : textColorWhite);
+    }
+    setWidgetVisible(percentLabel, hasText);
+}
