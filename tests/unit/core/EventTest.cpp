@@ -36,7 +36,7 @@ bool signalUntil(Waiter& waiter, int returns) {
     return World_waitUntil(
         [&] {
             Event_Signal(&waiter.event);
-            return waiter.returns == returns;
+            return waiter.returns >= returns;
         },
         limit_ms);
 }
