@@ -1,0 +1,317 @@
+#include "match.h"
+
+#include "scpi/parser.h"
+
+#include <ctype.h>
+
+/* Where the numbers of a header go. */
+typedef struct {
+    int32_t* numbers;
+    size_t count;
+    int32_t defaultValue;
+} number_sink_t;
+
+scpi_header_t scpiHeader(const char* text, size_t len) {
+    scpi_header_t header = {NULL, 0, NULL, 0};
+    header.text = text;
+    header.textLen = len;
+    return header;
+}
+
+static size_t headerLength(const scpi_header_t* header) {
+    return header->prefixLen + header->textLen;
+}
+
+/* Byte of a header, NUL behind its end. */
+static char headerAt(const scpi_header_t* header, size_t pos) {
+    if (pos < header->prefixLen) {
+        return header->prefix[pos];
+    }
+    return pos < headerLength(header) ? header->text[pos - header->prefixLen] : '\0';
+}
+
+scpi_bool_t scpiHeaderTakeQuery(scpi_header_t* header) {
+    if (header->textLen == 0 || header->text[header->textLen - 1] != '?') {
+        return FALSE;
+    }
+    header->textLen--;
+    return TRUE;
+}
+
+size_t scpiHeaderStart(const scpi_header_t* header) {
+    return headerAt(header, 0) == ':' ? 1 : 0;
+}
+
+scpi_word_t scpiHeaderWord(const scpi_header_t* header, size_t* pos) {
+    const size_t from = *pos;
+    const size_t length = headerLength(header);
+    scpi_word_t word;
+
+    /* The prefix ends in a colon, so that no keyword lies across the two pieces. */
+    word.ptr = from < header->prefixLen ? header->prefix + from
+                                        : header->text + (from - header->prefixLen);
+    word.len = 0;
+    while (from + word.len < length && headerAt(header, from + word.len) != ':') {
+        word.len++;
+    }
+    *pos = from + word.len < length ? from + word.len + 1 : SCPI_HEADER_END;
+    return word;
+}
+
+scpi_bool_t scpiPatternIsQuery(const char* pattern) {
+    const size_t length = strlen(pattern);
+    return length > 0 && pattern[length - 1] == '?';
+}
+
+/* Goes over brackets and colons to the next keyword. */
+static scpi_place_t patternPlace(const char* at, scpi_bool_t inGroup) {
+    scpi_place_t place;
+
+    place.opens = FALSE;
+    place.inGroup = inGroup;
+    for (; *at == '[' || *at == ']' || *at == ':'; at++) {
+        if (*at != ':') {
+            place.opens = place.inGroup = (*at == '[');
+        }
+    }
+    place.at = at;
+    return place;
+}
+
+scpi_place_t scpiPatternStart(const char* pattern) {
+    return patternPlace(pattern, FALSE);
+}
+
+static scpi_bool_t endsPatternWord(const char* at) {
+    return *at == '\0' || *at == ':' || *at == '[' || *at == ']' || (*at == '?' && at[1] == '\0');
+}
+
+/* Splits a keyword into its forms. */
+static void readForms(const char* from, size_t len, scpi_node_t* node) {
+    node->numbered = len > 0 && from[len - 1] == '#';
+    node->word.ptr = from;
+    node->word.len = node->numbered ? len - 1 : len;
+    node->shortLen = 0;
+    while (node->shortLen < node->word.len &&
+           !islower((unsigned char)node->word.ptr[node->shortLen])) {
+        node->shortLen++;
+    }
+}
+
+scpi_bool_t scpiPatternNode(scpi_place_t place, scpi_node_t* node) {
+    size_t len = 0;
+    while (!endsPatternWord(place.at + len)) {
+        len++;
+    }
+    if (len == 0) {
+        return FALSE;
+    }
+    readForms(place.at, len, node);
+    node->next = patternPlace(place.at + len, place.inGroup);
+    return TRUE;
+}
+
+scpi_place_t scpiPatternBehindGroup(scpi_place_t place) {
+    const char* at = place.at;
+    while (*at != '\0' && *at != ']') {
+        at++;
+    }
+    return patternPlace(at, FALSE);
+}
+
+scpi_bool_t scpiPatternMayEnd(scpi_place_t place) {
+    scpi_node_t node;
+    for (; scpiPatternNode(place, &node); place = node.next) {
+        if (!place.inGroup) {
+            return FALSE;
+        }
+    }
+    return TRUE;
+}
+
+static scpi_bool_t equalIgnoringCase(const char* first, const char* second, size_t len) {
+    size_t i;
+    for (i = 0; i < len; i++) {
+        if (toupper((unsigned char)first[i]) != toupper((unsigned char)second[i])) {
+            return FALSE;
+        }
+    }
+    return TRUE;
+}
+
+static scpi_bool_t allDigits(scpi_word_t word) {
+    size_t i;
+    for (i = 0; i < word.len; i++) {
+        if (!isdigit((unsigned char)word.ptr[i])) {
+            return FALSE;
+        }
+    }
+    return TRUE;
+}
+
+/* The word is the first formLen characters of the keyword, with a number if it may have one. */
+static scpi_bool_t formMatches(const scpi_node_t* node, size_t formLen, scpi_word_t word,
+                               scpi_word_t* digits) {
+    if (formLen == 0 || word.len < formLen ||
+        !equalIgnoringCase(node->word.ptr, word.ptr, formLen)) {
+        return FALSE;
+    }
+    digits->ptr = word.ptr + formLen;
+    digits->len = word.len - formLen;
+    return digits->len == 0 || (node->numbered && allDigits(*digits));
+}
+
+static scpi_bool_t nodeMatches(const scpi_node_t* node, scpi_word_t word, scpi_word_t* digits) {
+    return formMatches(node, node->word.len, word, digits) ||
+           (node->shortLen < node->word.len && formMatches(node, node->shortLen, word, digits));
+}
+
+/* A number too large for 32 bits becomes the largest one. */
+static int32_t numberOf(scpi_word_t digits, int32_t defaultValue) {
+    int64_t value = 0;
+    size_t i;
+    if (digits.len == 0) {
+        return defaultValue;
+    }
+    for (i = 0; i < digits.len && value <= INT32_MAX; i++) {
+        value = value * 10 + (digits.ptr[i] - '0');
+    }
+    return value > INT32_MAX ? INT32_MAX : (int32_t)value;
+}
+
+static void storeNumber(const number_sink_t* sink, size_t index, int32_t value) {
+    if (sink && index < sink->count) {
+        sink->numbers[index] = value;
+    }
+}
+
+/* Number of # between a place and the end of the group that was left out. */
+static size_t countSkipped(scpi_place_t place, const char* end) {
+    size_t count = 0;
+    scpi_node_t node;
+    for (; place.at < end && scpiPatternNode(place, &node); place = node.next) {
+        count += node.numbered ? 1 : 0;
+    }
+    return count;
+}
+
+static scpi_bool_t matchFrom(scpi_place_t place, const scpi_header_t* header, size_t pos,
+                             const number_sink_t* sink, size_t index);
+
+static scpi_bool_t matchWithout(scpi_place_t place, const scpi_header_t* header, size_t pos,
+                                const number_sink_t* sink, size_t index) {
+    const scpi_place_t behind = scpiPatternBehindGroup(place);
+    const size_t skipped = countSkipped(place, behind.at);
+    size_t i;
+
+    if (!matchFrom(behind, header, pos, sink, index + skipped)) {
+        return FALSE;
+    }
+    for (i = 0; sink && i < skipped; i++) {
+        storeNumber(sink, index + i, sink->defaultValue);
+    }
+    return TRUE;
+}
+
+/*
+ * The header from pos on against the pattern from a place on. Numbers are stored on the way back,
+ * so that only the way that matched leaves any.
+ */
+static scpi_bool_t matchFrom(scpi_place_t place, const scpi_header_t* header, size_t pos,
+                             const number_sink_t* sink, size_t index) {
+    scpi_node_t node;
+    scpi_word_t word;
+    scpi_word_t digits;
+    size_t next = pos;
+
+    if (pos == SCPI_HEADER_END) {
+        return scpiPatternMayEnd(place);
+    }
+    if (!scpiPatternNode(place, &node)) {
+        return FALSE;
+    }
+    word = scpiHeaderWord(header, &next);
+    if (nodeMatches(&node, word, &digits) &&
+        matchFrom(node.next, header, next, sink, index + (node.numbered ? 1 : 0))) {
+        if (sink && node.numbered) {
+            storeNumber(sink, index, numberOf(digits, sink->defaultValue));
+        }
+        return TRUE;
+    }
+    return place.opens && matchWithout(place, header, pos, sink, index);
+}
+
+static scpi_bool_t matchWhole(const char* pattern, const scpi_header_t* header,
+                              const number_sink_t* sink) {
+    scpi_header_t rest = *header;
+    const scpi_bool_t query = scpiHeaderTakeQuery(&rest);
+
+    if (query != scpiPatternIsQuery(pattern) || headerLength(&rest) == 0) {
+        return FALSE;
+    }
+    if (headerAt(&rest, 0) == ':' && headerAt(&rest, 1) == '*') {
+        return FALSE;
+    }
+    return matchFrom(scpiPatternStart(pattern), &rest, scpiHeaderStart(&rest), sink, 0);
+}
+
+scpi_bool_t scpiMatchHeader(const char* pattern, const scpi_header_t* header) {
+    return matchWhole(pattern, header, NULL);
+}
+
+scpi_bool_t scpiMatchNumbers(const char* pattern, const scpi_header_t* header, int32_t* numbers,
+                             size_t count, int32_t defaultValue) {
+    number_sink_t sink;
+    sink.numbers = numbers;
+    sink.count = numbers ? count : 0;
+    sink.defaultValue = defaultValue;
+    return matchWhole(pattern, header, &sink);
+}
+
+scpi_bool_t scpiMatchChoice(const char* name, const char* text, size_t len) {
+    scpi_node_t node;
+    scpi_word_t word;
+    scpi_word_t digits;
+
+    readForms(name, strlen(name), &node);
+    word.ptr = text;
+    word.len = len;
+    return nodeMatches(&node, word, &digits);
+}
+
+static size_t boundedLength(const char* text, size_t len) {
+    const char* end = (const char*)memchr(text, '\0', len);
+    return end ? (size_t)(end - text) : len;
+}
+
+scpi_bool_t SCPI_Match(const char* pattern, const char* value, size_t len) {
+    scpi_header_t header;
+    if (!pattern || !value) {
+        return FALSE;
+    }
+    header = scpiHeader(value, boundedLength(value, len));
+    return scpiMatchHeader(pattern, &header);
+}
+
+scpi_bool_t SCPI_IsCmd(scpi_t* context, const char* cmd) {
+    if (!context || !cmd || !context->param_list.cmd) {
+        return FALSE;
+    }
+    return SCPI_Match(context->param_list.cmd->pattern, cmd, strlen(cmd));
+}
+
+scpi_bool_t SCPI_CommandNumbers(scpi_t* context, int32_t* numbers, size_t len,
+                                int32_t default_value) {
+    scpi_header_t header;
+    if (!context || !context->param_list.cmd) {
+        return FALSE;
+    }
+    header = scpiHeader(context->param_list.cmd_raw.data, context->param_list.cmd_raw.length);
+    return scpiMatchNumbers(context->param_list.cmd->pattern, &header, numbers, len, default_value);
+}
+
+#if USE_COMMAND_TAGS
+int32_t SCPI_CmdTag(scpi_t* context) {
+    return (context && context->param_list.cmd) ? context->param_list.cmd->tag : 0;
+}
+#endif
