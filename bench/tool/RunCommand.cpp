@@ -185,7 +185,7 @@ bool startProgram(Run& run, std::string& error) {
             return false;
         }
     }
-    run.program = ChildProcess_start(words, programEnvironment(run), -1);
+    run.program = ChildProcess_start(words, programEnvironment(run));
     return run.program > 0 &&
            WorldFolder_writeFile(run.world + "/program.pid", std::to_string(run.program) + "\n");
 }
@@ -195,7 +195,7 @@ void startPhotographer(Run& run) {
         const std::string tool = ownFolder() / "quorvel-bench";
         run.photographer = ChildProcess_start(
             {tool, "--world", run.world, "screenshot", "--wait", absolute(run.options.screenshot)},
-            {}, -1);
+            {});
     }
 }
 

@@ -14,7 +14,7 @@ struct Option {
     void (*apply)(RunOptions&, const std::string&);
 };
 
-constexpr std::array<Option, 10> optionTable{{
+constexpr std::array<Option, 11> optionTable{{
     {"--window", nullptr, "show the program in a window of this desktop",
      [](RunOptions& o, const std::string&) { o.screen = ScreenKind::window; }},
     {"--browser", nullptr, "show it in a web browser, at the address that is printed",
@@ -31,6 +31,8 @@ constexpr std::array<Option, 10> optionTable{{
      [](RunOptions& o, const std::string& v) { o.commands.push_back("clock speed " + v); }},
     {"--plug", "'PORT MODEL ...'", "plug a sensor in before the program starts",
      [](RunOptions& o, const std::string& v) { o.commands.push_back("plug " + v); }},
+    {"--do", "'COMMAND'", "carry out a command before the program starts",
+     [](RunOptions& o, const std::string& v) { o.commands.push_back(v); }},
     {"--program", "FILE", "run this instead of the application",
      [](RunOptions& o, const std::string& v) { o.program = v; }},
     {"--quiet", nullptr, "print nothing but errors",

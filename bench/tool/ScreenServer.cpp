@@ -80,7 +80,7 @@ bool ScreenServer_startVirtual(ScreenServer& server, std::string& error) {
     server.process =
         ChildProcess_start({"Xvfb", "-displayfd", std::to_string(pipeEnds[1]), "-screen", "0",
                             "1024x768x24", "-nolisten", "tcp", "-noreset"},
-                           {}, pipeEnds[1]);
+                           {}, {.keepOpen = pipeEnds[1]});
     close(pipeEnds[1]);
     const std::string number = readDisplayNumber(pipeEnds[0]);
     close(pipeEnds[0]);
@@ -97,8 +97,8 @@ bool ScreenServer_startBrowser(ScreenServer& server, std::string& error) {
     const int port = ScreenServer_freePort(firstBrowserPort);
     server.display = ":" + std::to_string(port - 8080);
     server.process = ChildProcess_start(
-        {"broadwayd", "--address", "127.0.0.1", "--port", std::to_string(port), server.display}, {},
-        -1);
+        {"broadwayd", "--address", "127.0.0.1", "--port", std::to_string(port), server.display},
+        {});
     constexpr int pause_ms = 20;
     for (int waited_ms = 0; waited_ms < startLimit_ms; waited_ms += pause_ms) {
         if (canConnect(port)) {

@@ -22,19 +22,31 @@ void applyEnvironment(const std::vector<ChildEnvironment>& environment) {
     }
 }
 
+void arrangeDescriptors(const ChildOptions& options) {
+    if (options.keepOpen >= 0) {
+        fcntl(options.keepOpen, F_SETFD, 0);
+    }
+    if (options.output >= 0) {
+        dup2(options.output, STDOUT_FILENO);
+    }
+    if (!options.errorFile.empty()) {
+        const int file =
+            open(options.errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        dup2(file, STDERR_FILENO);
+    }
+}
+
 [[noreturn]] void becomeProgram(const std::vector<std::string>& arguments,
-                                const std::vector<ChildEnvironment>& environment, int keepOpen,
-                                pid_t parent) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+                                const std::vector<ChildEnvironment>& environment,
+                                const ChildOptions& options, pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, options.signalAtOurEnd);
     if (getppid() != parent) {
         _exit(127);
     }
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (keepOpen >= 0) {
-        fcntl(keepOpen, F_SETFD, 0);
-    }
+    arrangeDescriptors(options);
     applyEnvironment(environment);
     std::vector<char*> words;
     for (const std::string& argument : arguments) {
@@ -49,11 +61,12 @@ void applyEnvironment(const std::vector<ChildEnvironment>& environment) {
 } // namespace
 
 pid_t ChildProcess_start(const std::vector<std::string>& arguments,
-                         const std::vector<ChildEnvironment>& environment, int keepOpen) {
+                         const std::vector<ChildEnvironment>& environment,
+                         const ChildOptions& options) {
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
-        becomeProgram(arguments, environment, keepOpen, parent);
+        becomeProgram(arguments, environment, options, parent);
     }
     return child;
 }
