@@ -1,0 +1,19 @@
+#ifndef APP_CRASH_HANDLER_H
+#define APP_CRASH_HANDLER_H
+
+/// Descriptor of the crash log "/tmp/crashlog.txt"; -1 when it could not be opened.
+extern int backtraceFd;
+
+/// Opens the crash log for appending. Main thread, first thing of all.
+void CrashHandler_openLog();
+
+/// Installs handle_signals for SIGINT, SIGTERM, SIGUSR1, SIGSEGV and SIGABRT, ignores SIGPIPE, and
+/// takes one stack trace so that the handler needs no loader later. Main thread, once.
+void CrashHandler_install();
+
+/// Appends a stack trace to the crash log for SIGABRT, SIGUSR1 and SIGSEGV; the first and the last
+/// then end the process with status -1. SIGINT and SIGTERM do nothing, deliberately: the unit is
+/// only switched off through its own ways. Async-signal-safe.
+void handle_signals(int signal);
+
+#endif

@@ -1,0 +1,107 @@
+// The instrument's start, in its fixed order.
+
+#include "ApplicationDirectory.h"
+#include "BatteryIndicator.h"
+#include "BatteryMonitor.h"
+#include "CloseWindow.h"
+#include "CommandLine.h"
+#include "Configuration.h"
+#include "CrashHandler.h"
+#include "Files.h"
+#include "GdkLock.h"
+#include "GtkHelpers.h"
+#include "GtkStart.h"
+#include "GtkThread.h"
+#include "InstrumentIdentity.h"
+#include "LogManager.h"
+#include "MainWindow.h"
+#include "PowerControl.h"
+#include "Process.h"
+#include "SensorHandOff.h"
+#include "SensorManager.h"
+#include "SensorPolling.h"
+#include "SensorPortHandler.h"
+#include "SerialConfig.h"
+#include "SerialPort.h"
+#include "ShutDownWarning.h"
+#include "Shutdown.h"
+#include "StackLimit.h"
+#include "StartThreads.h"
+#include "message.h"
+
+#include <gtk/gtk.h>
+
+namespace {
+
+constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+constexpr uint32_t shutdownLimit_ms = 6000;
+
+void startLogging() {
+    File_runShellCommand("touch /var/run/Quorvel_autorun");
+    LogManager_create();
+}
+
+void readSettings() {
+    SerialConfig_registerWithSettings();
+    setConfigurationFile(settingsFile);
+    readConfigFile();
+}
+
+void logIdentity() {
+    InstrumentIdentity_read();
+    DIAGNOSTIC("Model number = %s\n", InstrumentIdentity_get().modelNumber);
+    DIAGNOSTIC("Serial number = %s\n", InstrumentIdentity_get().serialNumber);
+}
+
+/// Everything that can be seen, under the GDK lock.
+void buildScreens() {
+    const ScopedGdkLock lock;
+    SensorManager_Create();
+    loadBatteryImages();
+    initColors();
+    loadFonts();
+    MainWindowCallbacks callbacks{};
+    callbacks.deleteEvent = CloseWindow_onDelete;
+    callbacks.destroy = CloseWindow_onDestroy;
+    MainWindow_registerCallbacks(callbacks);
+    createGTKDisplays();
+    BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
+    checkModelForBattery();
+    ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
+}
+
+void runMainLoop() {
+    GdkLock_enter();
+    gtk_main();
+    GdkLock_leave();
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    CrashHandler_openLog();
+    CrashHandler_install();
+    StackLimit_raise();
+    if (CommandLine_handle(argc, argv)) {
+        Process_leave(0);
+    }
+    startLogging();
+    initI2CDevices();
+    initGPIO();
+    SerialPort_Open(serialCommandPortName);
+    readSettings();
+    findINA219Devices();
+    ApplicationDirectory_enter();
+    GtkStart_initialize(&argc, &argv);
+    logIdentity();
+    buildScreens();
+    SensorHandOff_create();
+    StartThreads_startGui();
+    StartThreads_createDisplaySlots();
+    sensorPortHandler_createAll();
+    StartThreads_startWorkers();
+    runMainLoop();
+    disableBatteryMonitor();
+    Shutdown_waitForCommand(shutdownLimit_ms);
+    Process_leave(0);
+}

@@ -1,0 +1,110 @@
+#include "WarningDialog.h"
+
+#include "AppFlags.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr int buttonHeight = 72;
+constexpr int buttonWidth = 200;
+
+/// Large enough to be read and touched at arm's length.
+constexpr const char* styleSheet =
+    "dialog#warningDialog { background: #202020; border: 3px solid #fe4a49; }"
+    "dialog#warningDialog label { color: #ffffff; background: none; font-size: 30px; }"
+    "dialog#warningDialog button { background: #404040; border: 1px solid #aaaaaa; }"
+    "dialog#warningDialog button:active { background: #808080; }";
+
+/// The OK button. It only closes the box: what the warning is about goes on.
+void onResponse(GtkDialog* /*dialog*/, int /*response*/, gpointer data) {
+    if (!gtk_init_done) {
+        return;
+    }
+    auto* warning = static_cast<WarningDialog*>(data);
+    WarningDialog_close(warning);
+    WarningDialog_handleState(warning);
+}
+
+void applyStyle(GtkWidget* dialog) {
+    static bool isLoaded = false;
+    if (isLoaded) {
+        return;
+    }
+    isLoaded = true;
+    GtkCssProvider* provider = gtk_css_provider_new();
+    gtk_css_provider_load_from_data(provider, styleSheet, -1, nullptr);
+    gtk_style_context_add_provider_for_screen(gtk_widget_get_screen(dialog),
+                                              GTK_STYLE_PROVIDER(provider),
+                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION + 1);
+    g_object_unref(provider);
+}
+
+void putUp(WarningDialog* warning) {
+    GtkWidget* dialog = gtk_message_dialog_new(warning->parent, GTK_DIALOG_MODAL, GTK_MESSAGE_OTHER,
+                                               GTK_BUTTONS_OK, "%s", warning->message);
+    gtk_widget_set_name(dialog, "warningDialog");
+    applyStyle(dialog);
+    GtkWidget* button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
+    gtk_widget_set_name(button, "warningDialog.ok");
+    gtk_widget_set_size_request(button, buttonWidth, buttonHeight);
+    gtk_window_set_decorated(GTK_WINDOW(dialog), FALSE);
+    gtk_window_set_keep_above(GTK_WINDOW(dialog), TRUE);
+    gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ALWAYS);
+    g_signal_connect(dialog, "response", G_CALLBACK(onResponse), warning);
+    warning->dialog = dialog;
+    gtk_widget_show(dialog);
+}
+
+void takeAway(WarningDialog* warning) {
+    if (warning->dialog == nullptr) {
+        return;
+    }
+    gtk_widget_destroy(warning->dialog);
+    warning->dialog = nullptr;
+}
+
+/// Another dialog that came later is kept below, and may not keep touches from this one.
+void keepOnTop(GtkWidget* dialog) {
+    if (gtk_grab_get_current() != dialog) {
+        gtk_grab_remove(dialog);
+        gtk_grab_add(dialog);
+    }
+    GdkWindow* window = gtk_widget_get_window(dialog);
+    if (window != nullptr) {
+        gdk_window_raise(window);
+    }
+}
+
+} // namespace
+
+void WarningDialog_create(WarningDialog* warning, GtkWindow* parent, const char* text) {
+    warning->showSignal = false;
+    warning->closeSignal = false;
+    warning->dialog = nullptr;
+    warning->parent = parent;
+    snprintf(warning->message, sizeof warning->message, "%s", text);
+}
+
+void WarningDialog_show(WarningDialog* warning) {
+    warning->closeSignal = false;
+    warning->showSignal = true;
+}
+
+void WarningDialog_close(WarningDialog* warning) {
+    warning->showSignal = false;
+    warning->closeSignal = true;
+}
+
+void WarningDialog_handleState(WarningDialog* warning) {
+    if (warning->showSignal.exchange(false)) {
+        if (warning->dialog == nullptr) {
+            putUp(warning);
+        }
+    } else if (warning->closeSignal.exchange(false)) {
+        takeAway(warning);
+    }
+    if (warning->dialog != nullptr) {
+        keepOnTop(warning->dialog);
+    }
+}
