@@ -2,7 +2,7 @@
 
 #include "Opening.h"
 
-#include <cerrno>
+#include "Terminals.h"
 
 Opening Opening_begin(const WorldPath& path, int flags) {
     Opening opening{false, -1, flags};
@@ -13,9 +13,9 @@ Opening Opening_begin(const WorldPath& path, int flags) {
     return opening;
 }
 
-int Opening_end(const WorldPath&, const Opening& opening, int fd) {
-    if (fd < 0 && errno == ENOENT && (opening.flags & O_CREAT) == 0) {
-        return fd;
+int Opening_end(const WorldPath& path, const Opening&, int fd) {
+    if (fd >= 0) {
+        Terminals_opened(fd, path.instrumentPath());
     }
     return fd;
 }

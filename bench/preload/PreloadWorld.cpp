@@ -60,6 +60,17 @@ void shadowPath() {
     setenv("PATH", path, 1);
 }
 
+/// Worlds of tests stand side by side, so each has a command port of its own.
+void askForAnyPort() {
+    char path[PATH_MAX];
+    snprintf(path, sizeof path, "%s/%s", worldFolder, WorldFile::port);
+    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd >= 0) {
+        dprintf(fd, "0\n");
+        close(fd);
+    }
+}
+
 Entry enterWorld() {
     const char* const pattern = getenv(worldVariable);
     if (pattern == nullptr || pattern[0] != '/') {
@@ -77,6 +88,9 @@ Entry enterWorld() {
         fprintf(stderr, "quorvelbench: cannot make the world %s: %s\n", worldFolder,
                 strerror(errno));
         _exit(126);
+    }
+    if (isOwn) {
+        askForAnyPort();
     }
     shadowPath();
     return Entry::inWorld;
@@ -152,6 +166,11 @@ void PreloadWorld_leave() {
 
 #pragma GCC visibility push(default)
 extern "C" {
+
+// A program that must not run outside a world looks this name up.
+const char* quorvelbench_folder() {
+    return PreloadWorld_folder();
+}
 
 // Programs that leave by the short way run no destructors.
 void _exit(int status) {

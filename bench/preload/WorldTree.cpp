@@ -70,6 +70,7 @@ constexpr std::array standingFiles = {
     StandingFile{"syslog", ""},
     StandingFile{"commands", ""},
     StandingFile{"ifaddrs", "lo 127.0.0.1 255.0.0.0\n"
+                            "eth0\n"
                             "eth0 192.168.1.50 255.255.255.0\n"
                             "eth0:0 192.168.2.1 255.255.255.0\n"},
     StandingFile{"root/sys/class/leds/quorvel8830k:KeepOn/brightness", "0\n"},

@@ -32,6 +32,21 @@ bool World_syslogContains(const std::string& text);
 std::vector<std::string> World_commands();
 void World_clearCommands();
 
+/// Puts a pseudo-terminal behind a serial port such as "/dev/ttyS1" and returns the far side's
+/// descriptor (-1 on failure). The port itself stays open, as cable ends do, until it is unplugged.
+/// What a program sets is kept by the bench: size, parity and speed, which World_serialSettings
+/// tells as in "9600 8 N 1" (empty before the first opening).
+int World_plugTerminal(const std::string& instrumentPath);
+/// Takes the port away and closes both ends; a program that holds it open reads its end.
+void World_unplugTerminal(const std::string& instrumentPath);
+std::string World_serialSettings(const std::string& instrumentPath);
+/// Forgets the settings of all ports, as a power cycle does.
+void World_resetSerialSettings();
+
+/// The port on 127.0.0.1 that really stands for the instrument's port 5025, once it is bound; 0
+/// before. A connect to 5025 from within the world goes there by itself.
+uint16_t World_commandPort();
+
 /// Steps the wall clock (not the monotonic clock) of this process. Steps add up until the process
 /// ends.
 void World_stepWallClock_ms(int64_t step_ms);
