@@ -1,0 +1,242 @@
+// The daemon without its process: a test turns the loop and holds the program's end of the wires.
+
+#include "BenchDaemon.h"
+
+#include "BenchChannel.h"
+#include "BenchCommands.h"
+#include "LocalSocket.h"
+#include "WorldFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <functional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class BenchDaemonTest : public testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/quorvel-daemon-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        world = pattern;
+        ASSERT_TRUE(WorldFolder_create(world));
+        std::string error;
+        ASSERT_TRUE(BenchDaemon_open(daemon, world, error)) << error;
+    }
+
+    void TearDown() override {
+        BenchDaemon_close(daemon);
+        WorldFolder_remove(world);
+    }
+
+    std::string command(const std::string& line) {
+        return BenchCommands_run(daemon, line);
+    }
+
+    std::string commandOverSocket(const std::string& line) {
+        std::string text;
+        std::atomic<bool> isAnswered = false;
+        std::thread client([&] {
+            BenchChannel_command(world, line, text);
+            isAnswered = true;
+        });
+        EXPECT_TRUE(turnUntil([&] { return isAnswered.load(); }));
+        client.join();
+        return text;
+    }
+
+    int openPort(const char* device) const {
+        return open(WorldFolder_path(world, device).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    }
+
+    void turnOnce() {
+        std::vector<pollfd> waiting;
+        BenchDaemon_collect(daemon, waiting);
+        const int64_t wait_ns = BenchDaemon_wait_ns(daemon);
+        const int64_t most_ns = 5000000;
+        const timespec limit = {0, wait_ns < 0 || wait_ns > most_ns ? most_ns : wait_ns};
+        ppoll(waiting.data(), waiting.size(), &limit, nullptr);
+        BenchDaemon_service(daemon);
+    }
+
+    bool turnUntil(const std::function<bool()>& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) {
+                return false;
+            }
+            turnOnce();
+        }
+        return true;
+    }
+
+    std::string exchange(int port, const std::string& bytes, size_t expected) {
+        std::string reply;
+        EXPECT_EQ(write(port, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        turnUntil([&] {
+            char buffer[64];
+            const ssize_t count = read(port, buffer, sizeof buffer);
+            reply.append(buffer, count > 0 ? static_cast<size_t>(count) : 0);
+            return reply.size() >= expected;
+        });
+        return reply;
+    }
+
+    std::string current(uint32_t port) const {
+        return WorldFolder_read(world, WorldFolder_currentFile(port));
+    }
+
+    BenchDaemon daemon{};
+    std::string world;
+};
+
+} // namespace
+
+TEST_F(BenchDaemonTest, APluggedSensorDrawsCurrentAndAnswers) {
+    EXPECT_LT(atoi(current(0).c_str()), 250);
+    ASSERT_EQ(command("plug serial1 5132 fwd=9 boot=0s"), "ok\n");
+    EXPECT_GT(atoi(current(0).c_str()), 250);
+    EXPECT_LT(atoi(current(1).c_str()), 250);
+    const int port = openPort("/dev/ttyS1");
+    EXPECT_EQ(exchange(port, "S", 1), "S");
+    EXPECT_EQ(exchange(port, "F", 4), std::string("\x02\x60\x00\x00", 4));
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, AnExactCurrentNearTheThresholdIsWrittenAsAsked) {
+    ASSERT_EQ(command("plug serial2 5132 current=250"), "ok\n");
+    EXPECT_EQ(current(1), "250\n");
+    ASSERT_EQ(command("set serial2 current=251"), "ok\n");
+    EXPECT_EQ(current(1), "251\n");
+}
+
+TEST_F(BenchDaemonTest, AnUnpluggedSensorIsSilentAndDrawsNothing) {
+    command("plug serial1 5132 boot=0s");
+    ASSERT_EQ(command("unplug serial1"), "ok\n");
+    EXPECT_LT(atoi(current(0).c_str()), 250);
+    const int port = openPort("/dev/ttyS1");
+    EXPECT_EQ(write(port, "S", 1), 1);
+    EXPECT_TRUE(turnUntil([this] { return daemon.serial[0].log.bytesToSensor == 1; }));
+    EXPECT_TRUE(turnUntil([this] { return daemon.serial[0].toSensor.empty(); }));
+    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, 0U);
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, TheWireTakesTheTimeOfItsBytes) {
+    command("plug serial1 5132 boot=0s");
+    const int port = openPort("/dev/ttyS1");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(exchange(port, "I", 40).size(), 40U);
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken.count(), 41 * 10 / 9600.0 - 0.0005);
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, AnUnlimitedWireTakesNone) {
+    command("plug serial1 5132 boot=0s baud=unlimited");
+    const int port = openPort("/dev/ttyS1");
+    EXPECT_EQ(exchange(port, "I", 40).size(), 40U);
+    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, 40U);
+    EXPECT_EQ(daemon.serial[0].log.entries.back().bytes.size(), 40U);
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, ACutCableEndsInTheMiddleOfTheReply) {
+    command("plug serial1 5132 boot=0s baud=unlimited");
+    command("fault serial1 cut");
+    const int port = openPort("/dev/ttyS1");
+    EXPECT_EQ(exchange(port, "F", 2).size(), 2U);
+    EXPECT_TRUE(turnUntil([this] { return !daemon.serial[0].sensor; }));
+    EXPECT_LT(atoi(current(0).c_str()), 250);
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, ChatterGoesOnUntilTheFaultEnds) {
+    command("plug serial1 5132 boot=0s");
+    command("fault serial1 chatter");
+    EXPECT_TRUE(turnUntil([this] { return daemon.serial[0].log.bytesFromSensor > 20; }));
+    command("fault serial1 none");
+    const uint64_t sent = daemon.serial[0].log.bytesFromSensor;
+    turnOnce();
+    turnOnce();
+    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, sent);
+}
+
+TEST_F(BenchDaemonTest, ASensorIsSilentWhileItStarts) {
+    command("plug serial1 5132 boot=30s");
+    const int port = openPort("/dev/ttyS1");
+    EXPECT_EQ(write(port, "S", 1), 1);
+    EXPECT_TRUE(turnUntil([this] {
+        return daemon.serial[0].log.bytesToSensor == 1 && daemon.serial[0].toSensor.empty();
+    }));
+    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, 0U);
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, TheLogShowsBytesBothWays) {
+    command("plug serial1 5132 boot=0s baud=unlimited");
+    const int port = openPort("/dev/ttyS1");
+    exchange(port, "S", 1);
+    const std::string log = command("log serial1");
+    EXPECT_THAT(log, HasSubstr("-> 53  S\n"));
+    EXPECT_THAT(log, HasSubstr("<- 53  S\n"));
+    EXPECT_EQ(command("log serial1 3"), "ok\n");
+    close(port);
+}
+
+TEST_F(BenchDaemonTest, ErrorsNameWhatIsAllowed) {
+    command("plug serial2 5132");
+    const struct {
+        const char* line;
+        const char* says;
+    } cases[] = {
+        {"", "error no command"},
+        {"fly", "unknown command 'fly': there are plug, unplug, set"},
+        {"plug serial1", "usage: plug PORT MODEL"},
+        {"plug serial7 5132", "unknown port 'serial7': there are serial1"},
+        {"plug serial1 4711", "unknown model '4711'"},
+        {"plug serial1 5132 fwd", "'fwd' is not KEY=VALUE"},
+        {"plug serial1 5132 baud=x", "baud: 'x' is not a speed"},
+        {"plug serial1 5132 hat=1", "unknown key 'hat'"},
+        {"unplug serial1", "serial1 has no sensor"},
+        {"set serial1 fwd=1", "serial1 has no sensor"},
+        {"fault serial1 silence", "serial1 has no sensor"},
+        {"fault serial2 anger", "unknown fault 'anger'"},
+        {"log serial2 x", "is not the number of an entry"},
+        {"clock stop now", "unknown clock command 'stop'"},
+        {"clock speed 0", "is not a speed"},
+        {"clock step soon", "is not a time"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_THAT(command(c.line), testing::AllOf(StartsWith("error "), HasSubstr(c.says)))
+            << c.line;
+    }
+}
+
+TEST_F(BenchDaemonTest, ARefusedCommandChangesNothing) {
+    command("plug serial1 5132 fwd=4");
+    command("set serial1 fwd=9 hat=1");
+    EXPECT_THAT(command("status"), HasSubstr("fwd=4 "));
+}
+
+TEST_F(BenchDaemonTest, CommandsArriveOverTheSocket) {
+    EXPECT_THAT(commandOverSocket("status"), HasSubstr("serial1: no sensor"));
+}
+
+TEST_F(BenchDaemonTest, AClientThatSaysNothingHoldsNobodyUp) {
+    const int silent = LocalSocket_connect(world + "/daemon.sock", SOCK_STREAM);
+    ASSERT_GE(silent, 0);
+    EXPECT_THAT(commandOverSocket("status"), HasSubstr("serial1: no sensor"));
+    close(silent);
+}

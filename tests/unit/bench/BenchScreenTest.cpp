@@ -1,0 +1,51 @@
+#include "BenchScreen.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const char* const listing =
+    "0\tGtkWindow\tmain\t1\t1\t0\t0\t1024\t768\t#ffffff\t#000000ff\t13\tQuorvel\n"
+    "1\tGtkLabel\tsingle.fwd.value\t0\t1\t10\t20\t300\t100\t#ffffff\t#000000ff\t100\t 25.000\n"
+    "a line that is none\n"
+    "1\tGtkLabel\tsingle.fwd.value\t1\t0\t10\t20\t300\t100\t#ff0000\t#000000ff\t100\t  Range\n"
+    "1\tGtkButton\t\t1\t1\t5\t6\t48\t48\t#ffffff\t#000000ff\t20\tO\\tK\\n\\\\\n";
+
+} // namespace
+
+TEST(BenchScreen, EveryFieldOfALineIsRead) {
+    const auto widgets = BenchScreen_parse(listing);
+    ASSERT_EQ(widgets.size(), 4U);
+    const ScreenWidget& value = widgets[2];
+    EXPECT_EQ(value.depth, 1);
+    EXPECT_EQ(value.type, "GtkLabel");
+    EXPECT_EQ(value.name, "single.fwd.value");
+    EXPECT_TRUE(value.isVisible);
+    EXPECT_FALSE(value.isSensitive);
+    EXPECT_EQ(value.x, 10);
+    EXPECT_EQ(value.y, 20);
+    EXPECT_EQ(value.width, 300);
+    EXPECT_EQ(value.height, 100);
+    EXPECT_EQ(value.foreground, "#ff0000");
+    EXPECT_EQ(value.background, "#000000ff");
+    EXPECT_EQ(value.fontSize_px, 100);
+    EXPECT_EQ(value.text, "  Range");
+}
+
+TEST(BenchScreen, EscapesAreUndone) {
+    EXPECT_EQ(BenchScreen_parse(listing)[3].text, "O\tK\n\\");
+}
+
+TEST(BenchScreen, AVisibleWidgetIsFoundBeforeAHiddenOneOfItsName) {
+    const auto widgets = BenchScreen_parse(listing);
+    EXPECT_EQ(BenchScreen_find(widgets, "single.fwd.value"), &widgets[2]);
+}
+
+TEST(BenchScreen, AWidgetWithoutNameIsFoundByItsText) {
+    const auto widgets = BenchScreen_parse(listing);
+    EXPECT_EQ(BenchScreen_find(widgets, "O\tK\n\\"), &widgets[3]);
+}
+
+TEST(BenchScreen, NothingIsFoundByAnUnknownName) {
+    EXPECT_EQ(BenchScreen_find(BenchScreen_parse(listing), "lower.fwd.value"), nullptr);
+}
