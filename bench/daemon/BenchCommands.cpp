@@ -194,7 +194,47 @@ Outcome status(BenchDaemon& daemon, const Words&) {
     for (size_t port = 0; port < daemon.serial.size(); ++port) {
         text += portStatus(daemon, port, now);
     }
-    return accept(text);
+    return accept(text + Supply_describe(daemon.supply));
+}
+
+Outcome battery(BenchDaemon& daemon, const Words& words) {
+    const int64_t now = BenchDaemon_now_ns(daemon);
+    if (words[1] == "drain" && words.size() == 3) {
+        const auto time_s = BenchText_duration_s(words[2]);
+        if (!time_s || *time_s <= 0) {
+            return refuse(quoted(words[2]) + " is not a time such as 60s");
+        }
+        Supply_drain(daemon.supply, *time_s, now);
+        return accept();
+    }
+    std::string error;
+    if (words[1] == "remove" && words.size() == 2) {
+        Supply_set(daemon.supply, "state", "missing", now, error);
+        return accept();
+    }
+    for (size_t at = 1; at < words.size(); ++at) {
+        const auto pair = BenchText_split(words[at], '=');
+        if (pair.size() != 2) {
+            return refuse(quoted(words[at]) + " is not KEY=VALUE, drain TIME or remove");
+        }
+        if (!Supply_set(daemon.supply, pair[0], pair[1], now, error)) {
+            return refuse(error);
+        }
+    }
+    return accept();
+}
+
+Outcome externalPower(BenchDaemon& daemon, const Words& words) {
+    if (words[1] != "on" && words[1] != "off") {
+        return refuse(quoted(words[1]) + " is not on or off");
+    }
+    Supply_setExternalPower(daemon.supply, words[1] == "on");
+    return accept();
+}
+
+Outcome pressSwitch(BenchDaemon& daemon, const Words&) {
+    Supply_pressSwitch(daemon.supply);
+    return accept();
 }
 
 Outcome clock(BenchDaemon& daemon, const Words& words) {
@@ -227,13 +267,17 @@ struct Command {
 
 constexpr size_t anyNumber = 100;
 
-constexpr std::array<Command, 7> commands{{
+constexpr std::array<Command, 10> commands{{
     {"plug", 3, anyNumber, plug, "plug PORT MODEL [KEY=VALUE...]", "plug a sensor in"},
     {"unplug", 2, 2, unplug, "unplug PORT", "pull it"},
     {"set", 3, anyNumber, set, "set PORT KEY=VALUE...", "change what it measures or is"},
     {"fault", 3, 3, fault, "fault PORT NAME", "break it; none mends it"},
     {"log", 2, 3, log, "log PORT [AFTER]", "bytes both ways with their times"},
     {"status", 1, 1, status, "status", "what is plugged in, and how it is doing"},
+    {"battery", 2, anyNumber, battery, "battery KEY=VALUE... | drain TIME | remove",
+     "the battery; fail=0.3 lets its files fail"},
+    {"ac", 2, 2, externalPower, "ac on | off", "external power"},
+    {"switch", 1, 1, pressSwitch, "switch", "press the power switch"},
     {"clock", 3, 3, clock, "clock step TIME | clock speed FACTOR", "the program's time"},
 }};
 

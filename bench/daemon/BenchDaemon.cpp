@@ -110,6 +110,9 @@ bool BenchDaemon_open(BenchDaemon& daemon, const std::string& world, std::string
         !Terminal_open(daemon.commandPeer, world + "/command-port")) {
         return refuse(error, "pseudo-terminal of the command port");
     }
+    if (!Supply_open(daemon.supply, world)) {
+        return refuse(error, "the power switch");
+    }
     daemon.listener = LocalSocket_listen(world + "/daemon.sock", SOCK_STREAM);
     return daemon.listener >= 0 || refuse(error, world + "/daemon.sock");
 }
@@ -122,6 +125,7 @@ void BenchDaemon_close(BenchDaemon& daemon) {
     for (SerialPortPlayer& player : daemon.serial) {
         SerialPortPlayer_close(player);
     }
+    Supply_close(daemon.supply);
     Terminal_close(daemon.commandPort);
     Terminal_close(daemon.commandPeer);
     if (daemon.listener >= 0) {
@@ -145,7 +149,7 @@ void BenchDaemon_collect(const BenchDaemon& daemon, std::vector<pollfd>& waiting
 
 int64_t BenchDaemon_wait_ns(const BenchDaemon& daemon) {
     constexpr int64_t never = std::numeric_limits<int64_t>::max();
-    int64_t next = never;
+    int64_t next = Supply_nextDue_ns(daemon.supply);
     for (const SerialPortPlayer& player : daemon.serial) {
         next = std::min(next, SerialPortPlayer_nextDue_ns(player));
     }
@@ -163,6 +167,7 @@ void BenchDaemon_service(BenchDaemon& daemon) {
     for (SerialPortPlayer& player : daemon.serial) {
         SerialPortPlayer_service(player, now);
     }
+    Supply_service(daemon.supply, now);
     carry(daemon.commandPort, daemon.commandPeer);
     carry(daemon.commandPeer, daemon.commandPort);
 }

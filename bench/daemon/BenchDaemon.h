@@ -3,6 +3,7 @@
 
 #include "BenchClock.h"
 #include "SerialPortPlayer.h"
+#include "Supply.h"
 #include "Terminal.h"
 
 #include <array>
@@ -25,6 +26,7 @@ struct BenchDaemon {
     int listener;
     std::vector<CommandClient> clients;
     std::array<SerialPortPlayer, 2> serial;
+    Supply supply;
     Terminal commandPort; ///< the instrument's "/dev/ttyS4"
     Terminal commandPeer; ///< the other end of its cable, "command-port" in the world
 };
