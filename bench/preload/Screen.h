@@ -1,0 +1,10 @@
+#ifndef BENCH_PRELOAD_SCREEN_H
+#define BENCH_PRELOAD_SCREEN_H
+
+#include <cstdio>
+
+/// Writes every window and widget of the program, one a line; WORLD.md tells the columns. Main
+/// loop's thread, under the GDK lock. False when the program has no GTK.
+bool Screen_list(FILE* output);
+
+#endif
