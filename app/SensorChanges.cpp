@@ -16,17 +16,6 @@ bool isIn(uint32_t portBits, uint32_t port) {
     return (portBits & sensorPort_bit(port)) != 0;
 }
 
-/// A sensor that was replaced between two passes leaves no change, but has lost its channel.
-bool anActiveSensorHasNoChannel() {
-    for (const uint32_t port : portOrder) {
-        if (SensorManager_IsSensorActive(port) &&
-            SensorInstance_GetLogicalChannel(port) == sensorLogicalNoChannel) {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// True when a port is shown on another display than its channel's.
 bool isMisplaced(uint32_t port) {
     const uint32_t channel = SensorInstance_GetLogicalChannel(port);
@@ -66,7 +55,7 @@ void SensorChanges_handle() {
             CSensorDisplayFSM_disconnect(port);
         }
     }
-    if (isChanged || anActiveSensorHasNoChannel()) {
+    if (isChanged || SensorManager_isChannelMissing()) {
         SensorManager_UpdateLogicalChannel();
         moveMisplacedSensors();
     }
