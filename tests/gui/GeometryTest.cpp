@@ -1,0 +1,197 @@
+#include "ScreenFixture.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+class Geometry : public Screens {};
+
+constexpr int smallestTarget = 48;
+
+struct LongestTexts {
+    float fwd_W;
+    float rfl_W;
+    bool isdBm;
+};
+
+/// Readings with the longest texts: "-123.45", "1999.9", "-inf", over range.
+constexpr LongestTexts longestTexts[] = {
+    {1e-15F, 1e-15F, true},   {4.5186e-16F, 0.0F, true}, {199.99F, 1.99994F, false},
+    {5000.0F, 0.001F, false}, {25.0F, 0.5F, false},
+};
+
+bool overlaps(const GdkRectangle& a, const GdkRectangle& b) {
+    return gdk_rectangle_intersect(&a, &b, nullptr) != 0;
+}
+
+bool isInside(GtkWidget* widget, GType type) {
+    for (GtkWidget* up = gtk_widget_get_parent(widget); up != nullptr;
+         up = gtk_widget_get_parent(up)) {
+        if (g_type_is_a(G_OBJECT_TYPE(up), type)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// What the eye sees apart: keys, texts and pictures that stand alone.
+std::vector<GtkWidget*> shownParts() {
+    std::vector<GtkWidget*> parts = Gui_shownWidgets(GTK_TYPE_BUTTON);
+    for (const GType type : {GTK_TYPE_LABEL, GTK_TYPE_IMAGE, GTK_TYPE_TEXT_VIEW}) {
+        for (GtkWidget* widget : Gui_shownWidgets(type)) {
+            if (!isInside(widget, GTK_TYPE_BUTTON)) {
+                parts.push_back(widget);
+            }
+        }
+    }
+    return parts;
+}
+
+void expectPartsApart() {
+    const std::vector<GtkWidget*> parts = shownParts();
+    const GdkRectangle screen = {0, 0, 1024, 768};
+    EXPECT_GE(parts.size(), 2U);
+    for (size_t i = 0; i < parts.size(); ++i) {
+        const GdkRectangle place = Gui_place(parts[i]);
+        GdkRectangle common;
+        EXPECT_TRUE(gdk_rectangle_intersect(&place, &screen, &common) &&
+                    gdk_rectangle_equal(&place, &common))
+            << gtk_widget_get_name(parts[i]) << " leaves the screen: " << place.x << "," << place.y
+            << " " << place.width << "x" << place.height;
+        for (size_t j = i + 1; j < parts.size(); ++j) {
+            EXPECT_FALSE(overlaps(place, Gui_place(parts[j])))
+                << gtk_widget_get_name(parts[i]) << " and " << gtk_widget_get_name(parts[j]);
+        }
+    }
+}
+
+TEST_F(Geometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
+    for (const LongestTexts& texts : longestTexts) {
+        configuration_setPowerUnitsIsdBm(texts.isdBm);
+        for (const CwScreen& screen : cwScreens) {
+            SCOPED_TRACE(screen.name);
+            Gui_showScreen(screen.instance);
+            read(screen.instance, texts.fwd_W, texts.rfl_W);
+            expectPartsApart();
+        }
+    }
+}
+
+TEST_F(Geometry, NoConnectionScreensKeepTheirTextsApart) {
+    for (const GtkSensorInstance instance :
+         {gtkSensorSingleNoConnection, gtkSensorDualNoConnectionCh1}) {
+        Gui_showScreen(instance);
+        CGTKNoConnectionDisplay_setSensorError_withPort(gtkSensor_noConnectionDisplay(instance),
+                                                        "Serial1");
+        Gui_settle();
+        expectPartsApart();
+    }
+}
+
+TEST_F(Geometry, EveryKeyIsLargeEnoughForAFinger) {
+    for (const CwScreen& screen : cwScreens) {
+        Gui_showScreen(screen.instance);
+        read(screen.instance, 25.0F, 0.5F);
+        const std::vector<GtkWidget*> keys = Gui_shownWidgets(GTK_TYPE_BUTTON);
+        EXPECT_GE(keys.size(), 12U) << screen.name;
+        for (GtkWidget* key : keys) {
+            EXPECT_GE(gtk_widget_get_allocated_width(key), smallestTarget)
+                << gtk_widget_get_name(key);
+            EXPECT_GE(gtk_widget_get_allocated_height(key), smallestTarget)
+                << gtk_widget_get_name(key);
+        }
+    }
+}
+
+TEST_F(Geometry, ValueLabelsKeepPlaceAndWidthWhateverTheyShow) {
+    for (const CwScreen& screen : cwScreens) {
+        Gui_showScreen(screen.instance);
+        for (const char* line : {".fwd.value", ".rfl.value", ".match.value"}) {
+            const std::string name = std::string(screen.name) + line;
+            GtkWidget* label = Gui_widget(name);
+            const GdkRectangle blank = Gui_place(label);
+            for (const LongestTexts& texts : longestTexts) {
+                configuration_setPowerUnitsIsdBm(texts.isdBm);
+                read(screen.instance, texts.fwd_W, texts.rfl_W);
+                const GdkRectangle place = Gui_place(label);
+                EXPECT_TRUE(gdk_rectangle_equal(&place, &blank)) << name << " " << Gui_text(name);
+                PangoLayout* layout = gtk_label_get_layout(GTK_LABEL(label));
+                int textWidth = 0;
+                pango_layout_get_pixel_size(layout, &textWidth, nullptr);
+                EXPECT_LE(textWidth, blank.width) << name << " \"" << Gui_text(name) << "\"";
+            }
+            configuration_setPowerUnitsIsdBm(false);
+        }
+    }
+}
+
+int fontSize(const std::string& name) {
+    PangoAttrList* attributes = gtk_label_get_attributes(GTK_LABEL(Gui_widget(name)));
+    PangoAttrIterator* iterator = pango_attr_list_get_iterator(attributes);
+    PangoFontDescription* font = pango_font_description_new();
+    pango_attr_iterator_get_font(iterator, font, nullptr, nullptr);
+    const int size = pango_font_description_get_size(font) / PANGO_SCALE;
+    EXPECT_STREQ(pango_font_description_get_family(font), "Monospace");
+    pango_font_description_free(font);
+    pango_attr_iterator_destroy(iterator);
+    return size;
+}
+
+TEST_F(Geometry, PowersAreTheLargestFiguresByFar) {
+    struct Row {
+        const char* screen;
+        int least;
+    };
+    constexpr Row rows[] = {{"single", 140},    {"singleGraph", 100}, {"upper", 90},
+                            {"upperGraph", 60}, {"lower", 90},        {"lowerGraph", 60}};
+    for (const Row& row : rows) {
+        const std::string screen = row.screen;
+        EXPECT_GE(fontSize(screen + ".fwd.value"), row.least) << screen;
+        EXPECT_EQ(fontSize(screen + ".fwd.value"), fontSize(screen + ".rfl.value"));
+        EXPECT_LE(fontSize(screen + ".fwd.units") * 2, fontSize(screen + ".fwd.value")) << screen;
+        EXPECT_LE(fontSize(screen + ".fwd.caption") * 2, fontSize(screen + ".fwd.value")) << screen;
+        EXPECT_LE(fontSize(screen + ".match.value") * 4, fontSize(screen + ".fwd.value") * 3)
+            << screen;
+    }
+}
+
+TEST_F(Geometry, GraphScreensLeaveAPlaceForTheGraph) {
+    for (const CwScreen& screen : cwScreens) {
+        const CGTKPowerDisplay* display = gtkSensor_powerDisplay(screen.instance);
+        const bool withGraph = std::string(screen.name).ends_with("Graph");
+        ASSERT_EQ(display->graphPlace != nullptr, withGraph) << screen.name;
+        if (withGraph) {
+            Gui_showScreen(screen.instance);
+            const GdkRectangle place = Gui_place(display->graphPlace);
+            EXPECT_GE(place.width, 440) << screen.name;
+            EXPECT_GE(place.height, 270) << screen.name;
+            for (GtkWidget* part : shownParts()) {
+                EXPECT_FALSE(overlaps(place, Gui_place(part))) << gtk_widget_get_name(part);
+            }
+        }
+    }
+}
+
+TEST_F(Geometry, ALongSensorLabelStaysInsideItsKey) {
+    snprintf(sensorFakes[0].model, sizeof sensorFakes[0].model, "WWWWWWWWWWWWWWWWWWW");
+    for (const CwScreen& screen : cwScreens) {
+        Gui_showScreen(screen.instance);
+        const uint32_t length = std::string(screen.name).starts_with("single") ||
+                                        !std::string(screen.name).ends_with("Graph")
+                                    ? 30
+                                    : 22;
+        CGTKPowerDisplay_setSensorLabel(gtkSensor_powerDisplay(screen.instance), length);
+        Gui_settle();
+        const std::string name = std::string(screen.name) + ".title";
+        // Model, colon, blank and serial number, one character less than there is room for.
+        EXPECT_EQ(Gui_text(name).size(), length - 1);
+        EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(Gui_widget(name)))))
+            << name;
+        expectPartsApart();
+    }
+}
+
+} // namespace

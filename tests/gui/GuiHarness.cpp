@@ -1,0 +1,238 @@
+#include "GuiHarness.h"
+
+#include "GdkLock.h"
+#include "GtkHelpers.h"
+#include "XServer.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace {
+
+std::vector<std::string> warnings;
+
+GLogWriterOutput collectWarning(GLogLevelFlags level, const GLogField* fields, gsize count,
+                                gpointer /*data*/) {
+    if ((level & (G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_ERROR)) != 0) {
+        gchar* text = g_log_writer_format_fields(level, fields, count, FALSE);
+        fprintf(stderr, "%s\n", text);
+        warnings.emplace_back(text);
+        g_free(text);
+    }
+    return G_LOG_WRITER_HANDLED;
+}
+
+void goToResources() {
+    if (chdir(GUI_PROGRAM_FOLDER) != 0) {
+        perror(GUI_PROGRAM_FOLDER);
+        _exit(1);
+    }
+}
+
+struct Collector {
+    GType type;
+    std::vector<GtkWidget*> widgets;
+};
+
+void collect(GtkWidget* widget, gpointer data) {
+    auto* collector = static_cast<Collector*>(data);
+    if (!gtk_widget_get_mapped(widget)) {
+        return;
+    }
+    if (g_type_is_a(G_OBJECT_TYPE(widget), collector->type)) {
+        collector->widgets.push_back(widget);
+    }
+    if (GTK_IS_CONTAINER(widget)) {
+        gtk_container_forall(GTK_CONTAINER(widget), collect, data);
+    }
+}
+
+bool isFull(GtkSensorInstance screen) {
+    return screen == gtkSensorSingleChannel1 || screen == gtkSensorSingleChannel1withGraph ||
+           screen == gtkSensorSinglePulse || screen == gtkSensorSingleNoConnection;
+}
+
+void showFullScreen(GtkSensorInstance screen) {
+    const bool measures = screen != gtkSensorSingleNoConnection;
+    setWidgetVisible(entireScreen.singleMeasurementView, measures);
+    setWidgetVisible(entireScreen.noConnectionScreen, !measures);
+    setWidgetVisible(entireScreen.singleChannel1Screen, screen == gtkSensorSingleChannel1);
+    setWidgetVisible(entireScreen.singleChannel1ScreenGraph,
+                     screen == gtkSensorSingleChannel1withGraph);
+    setWidgetVisible(entireScreen.singleChannelPulseScreen, screen == gtkSensorSinglePulse);
+}
+
+void showHalfScreens(GtkSensorInstance screen) {
+    const bool measures = screen < gtkSensorSingleNoConnection;
+    const bool graph =
+        screen == gtkSensorDualChannel1withGraph || screen == gtkSensorDualChannel2withGraph;
+    for (size_t half = 0; half < 2; ++half) {
+        setWidgetVisible(entireScreen.dualMeasurementViews[half], measures);
+        setWidgetVisible(entireScreen.dualNoConnectionScreens[half], !measures);
+        setWidgetVisible(entireScreen.dualCWChannels[half], measures && !graph);
+        setWidgetVisible(entireScreen.dualCWChannelsGraph[half], measures && graph);
+        setWidgetVisible(entireScreen.dualPWChannels[half], false);
+    }
+}
+
+} // namespace
+
+void Gui_start() {
+    const std::string display = XServer_start();
+    if (display.empty()) {
+        fputs("cannot start Xvfb\n", stderr);
+        _exit(1);
+    }
+    setenv("DISPLAY", display.c_str(), 1);
+    setenv("GDK_BACKEND", "x11", 1);
+    setenv("NO_AT_BRIDGE", "1", 1);
+    unsetenv("GTK_THEME");
+    g_log_set_writer_func(collectWarning, nullptr, nullptr);
+    goToResources();
+    gtk_disable_setlocale();
+    GdkLock_initialize();
+    gtk_init(nullptr, nullptr);
+    GdkLock_enter();
+    initColors();
+    loadFonts();
+    createGTKDisplays();
+    XServer_movePointer(1023, 767);
+    Gui_settle();
+}
+
+void Gui_settle() {
+    // The frame clock paints at most every 16 ms: what has changed is on the screen once it has run
+    // and nothing is pending.
+    GdkFrameClock* clock = gtk_widget_get_frame_clock(entireScreen.mainWindow);
+    XServer_synchronise();
+    bool isPainted = false;
+    const gulong handler = g_signal_connect_swapped(
+        clock, "after-paint", G_CALLBACK(+[](bool* painted, GdkFrameClock*) { *painted = true; }),
+        &isPainted);
+    gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_AFTER_PAINT);
+    while (!isPainted || gtk_events_pending()) {
+        gtk_main_iteration_do(TRUE);
+    }
+    g_signal_handler_disconnect(clock, handler);
+}
+
+bool Gui_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        Gui_settle();
+    }
+    return true;
+}
+
+void Gui_showScreen(GtkSensorInstance screen) {
+    setWidgetVisible(entireScreen.singleSensorContainer, isFull(screen));
+    setWidgetVisible(entireScreen.dualSensorContainer, !isFull(screen));
+    if (isFull(screen)) {
+        showFullScreen(screen);
+    } else {
+        showHalfScreens(screen);
+    }
+    Gui_settle();
+}
+
+GtkWidget* Gui_widget(const std::string& name) {
+    GtkWidget* widget = find_child(entireScreen.mainWindow, name.c_str());
+    if (widget == nullptr) {
+        ADD_FAILURE() << "no widget is named " << name;
+    }
+    return widget;
+}
+
+std::string Gui_text(const std::string& name) {
+    GtkWidget* widget = Gui_widget(name);
+    if (GTK_IS_TEXT_VIEW(widget)) {
+        GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(widget));
+        GtkTextIter start;
+        GtkTextIter end;
+        gtk_text_buffer_get_bounds(buffer, &start, &end);
+        gchar* text = gtk_text_buffer_get_text(buffer, &start, &end, TRUE);
+        std::string result = text;
+        g_free(text);
+        return result;
+    }
+    return GTK_IS_LABEL(widget) ? gtk_label_get_text(GTK_LABEL(widget)) : "";
+}
+
+std::string Gui_colour(const std::string& name) {
+    GtkWidget* widget = Gui_widget(name);
+    if (widget == nullptr) {
+        return "";
+    }
+    GtkStyleContext* context = gtk_widget_get_style_context(widget);
+    GdkRGBA colour;
+    gtk_style_context_get_color(context, gtk_style_context_get_state(context), &colour);
+    char text[8];
+    const auto channel = [](double value) { return static_cast<unsigned>(value * 255.0 + 0.5); };
+    snprintf(text, sizeof text, "#%02x%02x%02x", channel(colour.red) & 0xFFU,
+             channel(colour.green) & 0xFFU, channel(colour.blue) & 0xFFU);
+    return text;
+}
+
+GdkRectangle Gui_place(GtkWidget* widget) {
+    int x = 0;
+    int y = 0;
+    gtk_widget_translate_coordinates(widget, entireScreen.mainWindow, 0, 0, &x, &y);
+    return {x, y, gtk_widget_get_allocated_width(widget), gtk_widget_get_allocated_height(widget)};
+}
+
+bool Gui_isShown(const std::string& name) {
+    GtkWidget* widget = Gui_widget(name);
+    return widget != nullptr && gtk_widget_get_mapped(widget);
+}
+
+void Gui_press(const std::string& name) {
+    GtkWidget* widget = Gui_widget(name);
+    ASSERT_NE(widget, nullptr);
+    ASSERT_TRUE(gtk_widget_get_mapped(widget)) << name << " is not on the screen";
+    const GdkRectangle place = Gui_place(widget);
+    XServer_movePointer(place.x + place.width / 2, place.y + place.height / 2);
+    XServer_button(true);
+    Gui_settle();
+}
+
+void Gui_release() {
+    XServer_button(false);
+    Gui_settle();
+    XServer_movePointer(1023, 767);
+    Gui_settle();
+}
+
+void Gui_tap(const std::string& name) {
+    Gui_press(name);
+    Gui_release();
+}
+
+std::vector<GtkWidget*> Gui_shownWidgets(GType type) {
+    Collector collector = {type, {}};
+    collect(entireScreen.mainWindow, &collector);
+    return collector.widgets;
+}
+
+bool Gui_savePicture(const std::string& file) {
+    Gui_settle();
+    GdkWindow* root = gdk_screen_get_root_window(gdk_screen_get_default());
+    GdkPixbuf* picture = gdk_pixbuf_get_from_window(root, 0, 0, screenWidth, screenHeight);
+    const bool isSaved =
+        picture != nullptr &&
+        gdk_pixbuf_save(picture, file.c_str(), "png", nullptr, static_cast<char*>(nullptr));
+    if (picture != nullptr) {
+        g_object_unref(picture);
+    }
+    return isSaved;
+}
+
+const std::vector<std::string>& Gui_warnings() {
+    return warnings;
+}
