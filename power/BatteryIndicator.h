@@ -23,7 +23,7 @@ constexpr int batteryImageCount = static_cast<int>(BatteryImage::none);
 /// What the indicator shows. An empty text hides the label.
 struct BatteryIndication {
     BatteryImage image;
-    std::array<char, 8> text;
+    std::array<char, 16> text;
     bool isRed;
 };
 
