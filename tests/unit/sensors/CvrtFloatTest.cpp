@@ -57,7 +57,7 @@ TEST(CvrtFloat, EveryWordDecodesToMantissaTimesPowerOfTwo) {
     std::mt19937 random(8830);
     for (int count = 0; count < 200000; ++count) {
         const auto word = static_cast<uint32_t>(random());
-        const int exponent = static_cast<int8_t>(static_cast<uint8_t>(word >> 24));
+        const int exponent = std::bit_cast<int8_t>(static_cast<uint8_t>(word >> 24));
         const int mantissa = static_cast<int>((word & 0xFFFFFF) ^ 0x800000) - 0x800000;
         const double plain = std::ldexp(static_cast<double>(mantissa), exponent - 23);
         const float decoded = floatQuorvelToIeee(word);

@@ -167,7 +167,7 @@ TEST(SerialSensorProtocol, AFlushFailsWhileTheSensorKeepsTalking) {
 /// Answers memory reads from `memory`; addresses that it does not hold stay unanswered.
 Channel::Answer memory(const std::string& replies) {
     return [replies](const std::string& command) -> std::string {
-        const size_t index = (static_cast<uint8_t>(command.back()) - 48U) * 2U;
+        const size_t index = (static_cast<uint8_t>(command.back()) - size_t{48}) * 2;
         return index + 2 <= replies.size() ? replies.substr(index, 2) : std::string();
     };
 }
