@@ -189,6 +189,7 @@ void readConfigFile() {
         DIAGNOSTIC("Failed to initialize multiple access mutex. pthread_mutex_init failed with "
                    "error = %d\n\n",
                    error);
+        configurationMutex = PTHREAD_MUTEX_INITIALIZER;
     }
     const ScopedLock lock(configurationMutex);
     File_removeAbandonedSiblings(configurationFileName);

@@ -1,7 +1,7 @@
 #ifndef APP_CORE_NUMBERS_H
 #define APP_CORE_NUMBERS_H
 
-#include <locale.h> // locale_t: <clocale> has none
+#include <clocale>
 
 /// Numbers in files and protocols look the same on every desktop: these read and write them in the
 /// "C" locale, whatever locale GTK has set up for the process.
