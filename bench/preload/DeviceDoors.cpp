@@ -2,6 +2,7 @@
 
 #include "NextFunction.h"
 #include "Terminals.h"
+#include "UsbTmc.h"
 #include "WorldClock.h"
 
 #include <array>
@@ -108,6 +109,9 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (UsbTmc_isChannel(fd)) {
+        return UsbTmc_request(fd, request);
+    }
     const bool isGet = isGetRequest(request);
     if (isGet || isSetRequest(request)) {
         const int port = Terminals_portOf(fd);
@@ -121,12 +125,26 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
 
 ssize_t read(int fd, void* buffer, size_t size) {
     static NextFunction<ssize_t(int, void*, size_t)> next("read");
+    if (UsbTmc_isChannel(fd)) {
+        return UsbTmc_read(fd, buffer, size);
+    }
     const BenchClockReading clock = WorldClock_read();
     ssize_t count = 0;
     if (clock.speed != 1.0 && Terminals_waitForInput(fd, clock, count)) {
         return count;
     }
     return next(fd, buffer, size);
+}
+
+ssize_t write(int fd, const void* bytes, size_t size) {
+    static NextFunction<ssize_t(int, const void*, size_t)> next("write");
+    return UsbTmc_isChannel(fd) ? UsbTmc_write(fd, bytes, size) : next(fd, bytes, size);
+}
+
+int close(int fd) {
+    static NextFunction<int(int)> next("close");
+    UsbTmc_closing(fd);
+    return next(fd);
 }
 
 ssize_t __read_chk(int fd, void* buffer, size_t size, size_t) {

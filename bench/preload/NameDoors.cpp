@@ -1,10 +1,14 @@
 // The C library's doors that name files without opening them, in all their forms.
 
 #include "NextFunction.h"
+#include "PreloadWorld.h"
+#include "WorldFaults.h"
 #include "WorldPath.h"
+#include "WorldTree.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -13,6 +17,33 @@
 #include <sys/time.h>
 #include <unistd.h>
 #include <utime.h>
+
+namespace {
+
+/// True, with errno set, when the place that is to be changed cannot be.
+bool isRefused(const WorldPath& path) {
+    return WorldFaults_fails(BenchFault::change, path);
+}
+
+/// The same for the place that a renamed file goes to.
+bool isRefusedAsTarget(const WorldPath& path) {
+    return isRefused(path) || WorldFaults_fails(BenchFault::rename, path);
+}
+
+/// Gives a resolved path of the world its name on the instrument back, so that what a program
+/// makes beside the file comes through these doors, too.
+char* namedByInstrument(char* resolved) {
+    char root[PATH_MAX];
+    if (resolved != nullptr && PreloadWorld_file(root, sizeof root, "root")) {
+        const size_t length = strlen(root);
+        if (strncmp(resolved, root, length) == 0 && WorldTree_isInstrumentPath(resolved + length)) {
+            memmove(resolved, resolved + length, strlen(resolved + length) + 1);
+        }
+    }
+    return resolved;
+}
+
+} // namespace
 
 #pragma GCC visibility push(default)
 extern "C" {
@@ -126,20 +157,27 @@ int statvfs64(const char* name, struct statvfs64* status) noexcept {
 
 int rename(const char* from, const char* to) noexcept {
     static NextFunction<int(const char*, const char*)> next("rename");
-    return next(WorldPath(from).get(), WorldPath(to).get());
+    const WorldPath source(from);
+    const WorldPath target(to);
+    return isRefusedAsTarget(target) ? -1 : next(source.get(), target.get());
 }
 
 int renameat(int fromDirectory, const char* from, int toDirectory, const char* to) noexcept {
     static NextFunction<int(int, const char*, int, const char*)> next("renameat");
-    return next(fromDirectory, WorldPath(from, fromDirectory).get(), toDirectory,
-                WorldPath(to, toDirectory).get());
+    const WorldPath source(from, fromDirectory);
+    const WorldPath target(to, toDirectory);
+    return isRefusedAsTarget(target) ? -1
+                                     : next(fromDirectory, source.get(), toDirectory, target.get());
 }
 
 int renameat2(int fromDirectory, const char* from, int toDirectory, const char* to,
               unsigned flags) noexcept {
     static NextFunction<int(int, const char*, int, const char*, unsigned)> next("renameat2");
-    return next(fromDirectory, WorldPath(from, fromDirectory).get(), toDirectory,
-                WorldPath(to, toDirectory).get(), flags);
+    const WorldPath source(from, fromDirectory);
+    const WorldPath target(to, toDirectory);
+    return isRefusedAsTarget(target)
+               ? -1
+               : next(fromDirectory, source.get(), toDirectory, target.get(), flags);
 }
 
 int link(const char* from, const char* to) noexcept {
@@ -171,32 +209,38 @@ int symlinkat(const char* target, int directory, const char* name) noexcept {
 
 int unlink(const char* name) noexcept {
     static NextFunction<int(const char*)> next("unlink");
-    return next(WorldPath(name).get());
+    const WorldPath path(name);
+    return isRefused(path) ? -1 : next(path.get());
 }
 
 int unlinkat(int directory, const char* name, int flags) noexcept {
     static NextFunction<int(int, const char*, int)> next("unlinkat");
-    return next(directory, WorldPath(name, directory).get(), flags);
+    const WorldPath path(name, directory);
+    return isRefused(path) ? -1 : next(directory, path.get(), flags);
 }
 
 int remove(const char* name) noexcept {
     static NextFunction<int(const char*)> next("remove");
-    return next(WorldPath(name).get());
+    const WorldPath path(name);
+    return isRefused(path) ? -1 : next(path.get());
 }
 
 int mkdir(const char* name, mode_t mode) noexcept {
     static NextFunction<int(const char*, mode_t)> next("mkdir");
-    return next(WorldPath(name).get(), mode);
+    const WorldPath path(name);
+    return isRefused(path) ? -1 : next(path.get(), mode);
 }
 
 int mkdirat(int directory, const char* name, mode_t mode) noexcept {
     static NextFunction<int(int, const char*, mode_t)> next("mkdirat");
-    return next(directory, WorldPath(name, directory).get(), mode);
+    const WorldPath path(name, directory);
+    return isRefused(path) ? -1 : next(directory, path.get(), mode);
 }
 
 int rmdir(const char* name) noexcept {
     static NextFunction<int(const char*)> next("rmdir");
-    return next(WorldPath(name).get());
+    const WorldPath path(name);
+    return isRefused(path) ? -1 : next(path.get());
 }
 
 int mkfifo(const char* name, mode_t mode) noexcept {
@@ -296,17 +340,17 @@ ssize_t __readlinkat_chk(int directory, const char* name, char* target, size_t s
 
 char* realpath(const char* name, char* resolved) noexcept {
     static NextFunction<char*(const char*, char*)> next("realpath");
-    return next(WorldPath(name).get(), resolved);
+    return namedByInstrument(next(WorldPath(name).get(), resolved));
 }
 
 char* __realpath_chk(const char* name, char* resolved, size_t room) {
     static NextFunction<char*(const char*, char*, size_t)> next("__realpath_chk");
-    return next(WorldPath(name).get(), resolved, room);
+    return namedByInstrument(next(WorldPath(name).get(), resolved, room));
 }
 
 char* canonicalize_file_name(const char* name) noexcept {
     static NextFunction<char*(const char*)> next("canonicalize_file_name");
-    return next(WorldPath(name).get());
+    return namedByInstrument(next(WorldPath(name).get()));
 }
 
 int inotify_add_watch(int watcher, const char* name, uint32_t mask) noexcept {

@@ -90,8 +90,14 @@ template <typename Maker> auto makeTemporary(char* pattern, size_t suffixLength,
 template <typename... Extra>
 int makeTemporaryFile(NextFunction<int(char*, Extra...)>& next, char* pattern, size_t suffixLength,
                       Extra... extra) {
-    return makeTemporary(pattern, suffixLength,
-                         [&](char* unique) { return next(unique, extra...); });
+    const WorldPath path(pattern);
+    const Opening opening = Opening_begin(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC);
+    if (opening.isDecided) {
+        return opening.fd;
+    }
+    const int fd =
+        makeTemporary(pattern, suffixLength, [&](char* unique) { return next(unique, extra...); });
+    return Opening_end(path, opening, fd);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "World.h"
 
 #include "BenchClock.h"
+#include "BenchFaults.h"
 #include "WorldTree.h"
 
 #include <cstdio>
@@ -175,6 +176,19 @@ void World_stepWallClock_ms(int64_t step_ms) {
 
 void World_setSpeed(double factor) {
     BenchClock_setSpeed(World_folder().c_str(), factor);
+}
+
+bool World_fail(WorldFault fault, const std::string& instrumentPath, int error) {
+    const auto kind = static_cast<BenchFault>(static_cast<uint32_t>(fault) + 1);
+    return BenchFaults_add(World_folder().c_str(), kind, instrumentPath, error);
+}
+static_assert(static_cast<uint32_t>(WorldFault::open) + 1 ==
+                  static_cast<uint32_t>(BenchFault::open) &&
+              static_cast<uint32_t>(WorldFault::sync) + 1 ==
+                  static_cast<uint32_t>(BenchFault::sync));
+
+void World_clearFaults() {
+    BenchFaults_clear(World_folder().c_str());
 }
 
 bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {

@@ -55,6 +55,19 @@ void World_stepWallClock_ms(int64_t step_ms);
 /// do not jump. CLOCK_MONOTONIC_RAW stays real, for tests that measure.
 void World_setSpeed(double factor);
 
+/// What can fail in a world, on an instrument path and below or beside it.
+enum class WorldFault {
+    open,   ///< opening fails, for reading as well (EMFILE, EACCES, ...)
+    change, ///< a read-only place: making, writing, renaming and removing fail (EROFS, EACCES)
+    full,   ///< a full disk: files open, but every write to a file opened from now on fails
+    rename, ///< renaming to the path fails (EBUSY: something is mounted there)
+    sync,   ///< flushing to the disk fails (EIO)
+};
+/// Lets it fail with this error number (ENOSPC, whatever is given, for a full disk) until the
+/// faults are cleared. At most eight at a time; false beyond.
+bool World_fail(WorldFault fault, const std::string& instrumentPath, int error);
+void World_clearFaults();
+
 /// Asks again every few milliseconds until the condition holds or the limit has gone by, in real
 /// time whatever the speed.
 bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms);

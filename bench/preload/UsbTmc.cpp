@@ -1,0 +1,293 @@
+// USB sensors as message channels.
+
+#include "UsbTmc.h"
+
+#include "NextFunction.h"
+#include "WorldClock.h"
+#include "WorldSocket.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/usb/tmc.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace {
+
+struct Device {
+    const char* instrumentPath;
+    const char* socketName;
+};
+constexpr std::array devices = {
+    Device{"/dev/usbtmc0", "usbtmc0.sock"},
+    Device{"/dev/usbtmc1", "usbtmc1.sock"},
+};
+
+/// The driver's time-out for every transfer.
+constexpr int64_t transferLimit_ns = 5'000'000'000;
+constexpr size_t packetLimit = 8192;
+
+struct Packet {
+    char kind;
+    size_t size;
+    size_t taken;
+    std::array<char, packetLimit> bytes;
+};
+
+/// One open descriptor. A reply that arrives while a message is being acknowledged is kept.
+struct Channel {
+    std::atomic<bool> isUsed{false};
+    int fd = -1;
+    ino_t identity = 0; // tells the socket from a later file of the same number
+    bool isGone = false;
+    size_t keptCount = 0;
+    std::array<Packet, 4> kept;
+};
+
+std::array<Channel, 8> channels;
+std::atomic<int> usedCount{0};
+pthread_mutex_t channelsMutex = PTHREAD_MUTEX_INITIALIZER;
+
+ino_t identityOf(int fd) {
+    const int keptErrno = errno;
+    struct stat status;
+    const bool isSocket = fstat(fd, &status) == 0 && S_ISSOCK(status.st_mode);
+    errno = keptErrno;
+    return isSocket ? status.st_ino : 0;
+}
+
+Channel* findChannel(int fd) {
+    if (usedCount.load() == 0) {
+        return nullptr;
+    }
+    Channel* found = nullptr;
+    pthread_mutex_lock(&channelsMutex);
+    for (Channel& channel : channels) {
+        if (channel.isUsed.load() && channel.fd == fd) {
+            found = channel.identity == identityOf(fd) ? &channel : nullptr;
+            break;
+        }
+    }
+    pthread_mutex_unlock(&channelsMutex);
+    return found;
+}
+
+bool remember(int fd) {
+    pthread_mutex_lock(&channelsMutex);
+    const auto place = std::find_if(channels.begin(), channels.end(), [fd](const Channel& channel) {
+        return !channel.isUsed.load() || channel.identity != identityOf(channel.fd) ||
+               channel.fd == fd;
+    });
+    const bool hasRoom = place != channels.end();
+    if (hasRoom) {
+        usedCount.fetch_add(place->isUsed.load() ? 0 : 1);
+        place->fd = fd;
+        place->identity = identityOf(fd);
+        place->isGone = false;
+        place->keptCount = 0;
+        place->isUsed.store(true);
+    }
+    pthread_mutex_unlock(&channelsMutex);
+    return hasRoom;
+}
+
+/// A pulled sensor: the transfer that notices it breaks, later ones find no device.
+int failGone(Channel& channel) {
+    errno = channel.isGone ? ENODEV : EPIPE;
+    channel.isGone = true;
+    return -1;
+}
+
+/// Sends one packet whole. -1 with errno when the sensor has gone.
+int sendPacket(Channel& channel, char kind, const void* bytes, size_t size) {
+    std::array<iovec, 2> parts = {iovec{&kind, 1}, iovec{const_cast<void*>(bytes), size}};
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    for (;;) {
+        if (sendmsg(channel.fd, &message, MSG_NOSIGNAL) >= 0) {
+            return 0;
+        }
+        if (errno == EMSGSIZE) {
+            return -1;
+        }
+        if (errno != EINTR) {
+            return failGone(channel);
+        }
+    }
+}
+
+/// Waits for a packet. -1 with ETIMEDOUT, EINTR, or the errors of a sensor that has gone.
+int receivePacket(Channel& channel, Packet& packet) {
+    static NextFunction<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll("ppoll");
+    pollfd input{channel.fd, POLLIN, 0};
+    const timespec limit =
+        WorldClock_timespec(WorldClock_realWait_ns(WorldClock_read(), transferLimit_ns));
+    const int ready = nextPpoll(&input, 1, &limit, nullptr);
+    if (ready <= 0) {
+        errno = ready == 0 ? ETIMEDOUT : errno;
+        return -1;
+    }
+    std::array<iovec, 2> parts = {iovec{&packet.kind, 1},
+                                  iovec{packet.bytes.data(), packet.bytes.size() - 1}};
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    const ssize_t count = recvmsg(channel.fd, &message, MSG_DONTWAIT);
+    if (count <= 0) {
+        return failGone(channel);
+    }
+    packet.size = static_cast<size_t>(count) - 1;
+    packet.taken = 0;
+    packet.bytes[packet.size] = '\0';
+    return 0;
+}
+
+/// Waits until the far side has acknowledged; its error number becomes errno. Replies that come in
+/// between wait for their read.
+int awaitAcknowledgement(Channel& channel) {
+    Packet packet;
+    for (;;) {
+        if (receivePacket(channel, packet) != 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return -1;
+        }
+        if (packet.kind == 'A') {
+            errno = atoi(packet.bytes.data());
+            return errno == 0 ? 0 : -1;
+        }
+        if (channel.keptCount < channel.kept.size()) {
+            channel.kept[channel.keptCount++] = packet;
+        }
+    }
+}
+
+/// Takes what fits of the oldest kept packet.
+ssize_t takeKept(Channel& channel, void* buffer, size_t size) {
+    Packet& packet = channel.kept[0];
+    ssize_t result = -1;
+    bool isFinished = true;
+    if (packet.kind == 'E') {
+        errno = atoi(packet.bytes.data());
+    } else {
+        const size_t count = std::min(size, packet.size - packet.taken);
+        memcpy(buffer, packet.bytes.data() + packet.taken, count);
+        packet.taken += count;
+        isFinished = packet.taken == packet.size;
+        result = static_cast<ssize_t>(count);
+    }
+    if (isFinished) {
+        --channel.keptCount;
+        for (size_t index = 0; index < channel.keptCount; ++index) {
+            channel.kept[index] = channel.kept[index + 1];
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+bool UsbTmc_open(const char* instrumentPath, int flags, int& fd) {
+    for (const Device& device : devices) {
+        if (strcmp(device.instrumentPath, instrumentPath) != 0) {
+            continue;
+        }
+        fd = WorldSocket_connect(device.socketName, SOCK_SEQPACKET);
+        if (fd < 0) {
+            errno = errno == EMFILE || errno == ENFILE ? errno : ENODEV;
+            return true;
+        }
+        if ((flags & O_CLOEXEC) == 0) {
+            fcntl(fd, F_SETFD, 0);
+        }
+        if (!remember(fd)) {
+            close(fd);
+            fd = -1;
+            errno = EBUSY;
+        }
+        return true;
+    }
+    return false;
+}
+
+bool UsbTmc_isChannel(int fd) {
+    return findChannel(fd) != nullptr;
+}
+
+ssize_t UsbTmc_write(int fd, const void* message, size_t size) {
+    Channel* const channel = findChannel(fd);
+    if (channel == nullptr) {
+        errno = EBADF;
+        return -1;
+    }
+    const bool isWritten =
+        sendPacket(*channel, 'W', message, size) == 0 && awaitAcknowledgement(*channel) == 0;
+    return isWritten ? static_cast<ssize_t>(size) : -1;
+}
+
+ssize_t UsbTmc_read(int fd, void* buffer, size_t size) {
+    Channel* const channel = findChannel(fd);
+    if (channel == nullptr) {
+        errno = EBADF;
+        return -1;
+    }
+    while (channel->keptCount == 0) {
+        if (receivePacket(*channel, channel->kept[0]) != 0) {
+            return -1;
+        }
+        // An acknowledgement that comes after its message was given up means nothing any more.
+        channel->keptCount = channel->kept[0].kind == 'A' ? 0 : 1;
+    }
+    return takeKept(*channel, buffer, size);
+}
+
+int UsbTmc_request(int fd, unsigned long request) {
+    Channel* const channel = findChannel(fd);
+    char kind = 0;
+    switch (request) {
+    case USBTMC_IOCTL_CLEAR:
+        kind = 'C';
+        break;
+    case USBTMC_IOCTL_CLEAR_OUT_HALT:
+        kind = 'O';
+        break;
+    case USBTMC_IOCTL_CLEAR_IN_HALT:
+        kind = 'I';
+        break;
+    default:
+        break;
+    }
+    if (channel == nullptr || kind == 0) {
+        errno = ENOTTY;
+        return -1;
+    }
+    if (sendPacket(*channel, kind, nullptr, 0) != 0 || awaitAcknowledgement(*channel) != 0) {
+        return -1;
+    }
+    if (kind == 'C') {
+        channel->keptCount = 0; // a clear throws away what has not been read
+    }
+    return 0;
+}
+
+void UsbTmc_closing(int fd) {
+    Channel* const channel = findChannel(fd);
+    if (channel != nullptr) {
+        pthread_mutex_lock(&channelsMutex);
+        channel->isUsed.store(false);
+        usedCount.fetch_sub(1);
+        pthread_mutex_unlock(&channelsMutex);
+    }
+}

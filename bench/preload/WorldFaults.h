@@ -1,0 +1,16 @@
+#ifndef BENCH_PRELOAD_WORLD_FAULTS_H
+#define BENCH_PRELOAD_WORLD_FAULTS_H
+
+#include "BenchFaults.h"
+#include "WorldPath.h"
+
+/// The faults of this process's world.
+
+/// True, with errno set, when this kind of access to the path is to fail. Paths outside the world
+/// never fail.
+bool WorldFaults_fails(BenchFault kind, const WorldPath& path);
+
+/// The same for an open file.
+bool WorldFaults_failsFor(BenchFault kind, int fd);
+
+#endif
