@@ -6,15 +6,16 @@
 
 namespace {
 
-constexpr int buttonHeight = 72;
-constexpr int buttonWidth = 200;
+constexpr int contentMargin = 28;
 
 /// Large enough to be read and touched at arm's length.
 constexpr const char* styleSheet =
-    "dialog#warningDialog { background: #202020; border: 3px solid #fe4a49; }"
-    "dialog#warningDialog label { color: #ffffff; background: none; font-size: 30px; }"
-    "dialog#warningDialog button { background: #404040; border: 1px solid #aaaaaa; }"
-    "dialog#warningDialog button:active { background: #808080; }";
+    "#warningDialog { background: #202020; border: 4px solid #fe4a49; }"
+    "#warningDialog box { background: none; }"
+    "#warningDialog label { color: #ffffff; background: none; font-size: 32px; }"
+    "#warningDialog button { background: #404040; border: 2px solid #aaaaaa;"
+    " border-radius: 8px; margin: 24px; min-height: 72px; text-shadow: none; }"
+    "#warningDialog button:active { background: #808080; }";
 
 /// The OK button. It only closes the box: what the warning is about goes on.
 void onResponse(GtkDialog* /*dialog*/, int /*response*/, gpointer data) {
@@ -47,7 +48,9 @@ void putUp(WarningDialog* warning) {
     applyStyle(dialog);
     GtkWidget* button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
     gtk_widget_set_name(button, "warningDialog.ok");
-    gtk_widget_set_size_request(button, buttonWidth, buttonHeight);
+    gtk_container_set_border_width(
+        GTK_CONTAINER(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog))),
+        contentMargin);
     gtk_window_set_decorated(GTK_WINDOW(dialog), FALSE);
     gtk_window_set_keep_above(GTK_WINDOW(dialog), TRUE);
     gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ALWAYS);
