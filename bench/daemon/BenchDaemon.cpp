@@ -106,6 +106,9 @@ bool BenchDaemon_open(BenchDaemon& daemon, const std::string& world, std::string
             return refuse(error, "pseudo-terminal of serial port " + std::to_string(port + 1));
         }
     }
+    for (uint32_t port = 0; port < daemon.usb.size(); ++port) {
+        UsbPortPlayer_open(daemon.usb.at(port), port, world);
+    }
     if (!Terminal_open(daemon.commandPort, WorldFolder_path(world, "/dev/ttyS4")) ||
         !Terminal_open(daemon.commandPeer, world + "/command-port")) {
         return refuse(error, "pseudo-terminal of the command port");
@@ -125,6 +128,9 @@ void BenchDaemon_close(BenchDaemon& daemon) {
     for (SerialPortPlayer& player : daemon.serial) {
         SerialPortPlayer_close(player);
     }
+    for (UsbPortPlayer& player : daemon.usb) {
+        UsbPortPlayer_close(player);
+    }
     Supply_close(daemon.supply);
     Terminal_close(daemon.commandPort);
     Terminal_close(daemon.commandPeer);
@@ -143,6 +149,9 @@ void BenchDaemon_collect(const BenchDaemon& daemon, std::vector<pollfd>& waiting
     for (const SerialPortPlayer& player : daemon.serial) {
         waiting.push_back({player.terminal.master, POLLIN, 0});
     }
+    for (const UsbPortPlayer& player : daemon.usb) {
+        UsbPortPlayer_collect(player, waiting);
+    }
     waiting.push_back({daemon.commandPort.master, POLLIN, 0});
     waiting.push_back({daemon.commandPeer.master, POLLIN, 0});
 }
@@ -152,6 +161,9 @@ int64_t BenchDaemon_wait_ns(const BenchDaemon& daemon) {
     int64_t next = Supply_nextDue_ns(daemon.supply);
     for (const SerialPortPlayer& player : daemon.serial) {
         next = std::min(next, SerialPortPlayer_nextDue_ns(player));
+    }
+    for (const UsbPortPlayer& player : daemon.usb) {
+        next = std::min(next, UsbPortPlayer_nextDue_ns(player));
     }
     if (next == never) {
         return -1;
@@ -166,6 +178,9 @@ void BenchDaemon_service(BenchDaemon& daemon) {
     const int64_t now = BenchDaemon_now_ns(daemon);
     for (SerialPortPlayer& player : daemon.serial) {
         SerialPortPlayer_service(player, now);
+    }
+    for (UsbPortPlayer& player : daemon.usb) {
+        UsbPortPlayer_service(player, now);
     }
     Supply_service(daemon.supply, now);
     carry(daemon.commandPort, daemon.commandPeer);

@@ -5,6 +5,7 @@
 #include "SerialPortPlayer.h"
 #include "Supply.h"
 #include "Terminal.h"
+#include "UsbPortPlayer.h"
 
 #include <array>
 #include <poll.h>
@@ -26,6 +27,7 @@ struct BenchDaemon {
     int listener;
     std::vector<CommandClient> clients;
     std::array<SerialPortPlayer, 2> serial;
+    std::array<UsbPortPlayer, 2> usb;
     Supply supply;
     Terminal commandPort; ///< the instrument's "/dev/ttyS4"
     Terminal commandPeer; ///< the other end of its cable, "command-port" in the world

@@ -128,6 +128,7 @@ void SerialPortPlayer_close(SerialPortPlayer& player) {
 
 void SerialPortPlayer_plug(SerialPortPlayer& player, Sensor513x sensor, int64_t now_ns) {
     stopWire(player);
+    player.replug_ns = 0;
     player.sensor = std::move(sensor);
     player.plugged_ns = now_ns;
     WireLog_note(player.log, now_ns, "plugged " + player.sensor->modelText);
@@ -136,9 +137,16 @@ void SerialPortPlayer_plug(SerialPortPlayer& player, Sensor513x sensor, int64_t 
 
 void SerialPortPlayer_unplug(SerialPortPlayer& player, int64_t now_ns) {
     stopWire(player);
+    player.replug_ns = 0;
     player.sensor.reset();
     WireLog_note(player.log, now_ns, "unplugged");
     SerialPortPlayer_refreshCurrent(player, now_ns);
+}
+
+void SerialPortPlayer_replug(SerialPortPlayer& player, double after_s, int64_t now_ns) {
+    player.pulled = player.sensor;
+    SerialPortPlayer_unplug(player, now_ns);
+    player.replug_ns = now_ns + static_cast<int64_t>(after_s * 1e9);
 }
 
 void SerialPortPlayer_setFault(SerialPortPlayer& player, SerialFault fault, int64_t now_ns) {
@@ -156,6 +164,9 @@ void SerialPortPlayer_refreshCurrent(SerialPortPlayer& player, int64_t now_ns) {
 }
 
 void SerialPortPlayer_service(SerialPortPlayer& player, int64_t now_ns) {
+    if (player.replug_ns != 0 && now_ns >= player.replug_ns && player.pulled) {
+        SerialPortPlayer_plug(player, *player.pulled, now_ns);
+    }
     listen(player, now_ns);
     answer(player, now_ns);
     chatter(player, now_ns);
@@ -167,6 +178,9 @@ void SerialPortPlayer_service(SerialPortPlayer& player, int64_t now_ns) {
 
 int64_t SerialPortPlayer_nextDue_ns(const SerialPortPlayer& player) {
     int64_t next = player.nextCurrent_ns;
+    if (player.replug_ns != 0) {
+        next = std::min(next, player.replug_ns);
+    }
     for (const auto* queue : {&player.toSensor, &player.fromSensor}) {
         if (!queue->empty()) {
             next = std::min(next, queue->front().due_ns);

@@ -1,7 +1,6 @@
 #ifndef BENCH_DAEMON_SERIAL_PORT_PLAYER_H
 #define BENCH_DAEMON_SERIAL_PORT_PLAYER_H
 
-#include "BenchClock.h"
 #include "Sensor513x.h"
 #include "Terminal.h"
 #include "WireLog.h"
@@ -31,6 +30,8 @@ struct SerialPortPlayer {
     std::deque<TimedByte> toSensor;
     std::deque<TimedByte> fromSensor;
     bool unplugAfterReply;
+    int64_t replug_ns; ///< when a pulled sensor comes back, 0 for never
+    std::optional<Sensor513x> pulled;
     WireLog log;
 };
 
@@ -40,6 +41,10 @@ void SerialPortPlayer_close(SerialPortPlayer& player);
 
 void SerialPortPlayer_plug(SerialPortPlayer& player, Sensor513x sensor, int64_t now_ns);
 void SerialPortPlayer_unplug(SerialPortPlayer& player, int64_t now_ns);
+
+/// Pulls the sensor and puts the same one back after a time.
+void SerialPortPlayer_replug(SerialPortPlayer& player, double after_s, int64_t now_ns);
+
 void SerialPortPlayer_setFault(SerialPortPlayer& player, SerialFault fault, int64_t now_ns);
 
 /// Writes the supply current anew, after "set current".

@@ -55,6 +55,11 @@ void WireLog_add(WireLog& log, int64_t now_ns, bool toSensor, std::string_view b
     entry.last_ns = now_ns;
 }
 
+void WireLog_addMessage(WireLog& log, int64_t now_ns, bool toSensor, std::string_view message) {
+    (toSensor ? log.bytesToSensor : log.bytesFromSensor) += message.size();
+    append(log, now_ns, toSensor).bytes = message;
+}
+
 void WireLog_note(WireLog& log, int64_t now_ns, std::string_view words) {
     append(log, now_ns, false).bytes = "(" + std::string(words) + ")";
 }

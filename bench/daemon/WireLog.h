@@ -27,6 +27,9 @@ constexpr size_t wireLogCapacity = 4000;
 /// Notes bytes; bytes of one direction that follow closely share an entry.
 void WireLog_add(WireLog& log, int64_t now_ns, bool toSensor, std::string_view bytes);
 
+/// Notes one message, in an entry of its own.
+void WireLog_addMessage(WireLog& log, int64_t now_ns, bool toSensor, std::string_view message);
+
 /// Notes a happening in words, such as "plugged".
 void WireLog_note(WireLog& log, int64_t now_ns, std::string_view words);
 

@@ -80,7 +80,7 @@ bool ScreenServer_startVirtual(ScreenServer& server, std::string& error) {
     server.process =
         ChildProcess_start({"Xvfb", "-displayfd", std::to_string(pipeEnds[1]), "-screen", "0",
                             "1024x768x24", "-nolisten", "tcp", "-noreset"},
-                           {}, {.keepOpen = pipeEnds[1]});
+                           {}, {.keepOpen = pipeEnds[1], .errorFile = "/dev/null"});
     close(pipeEnds[1]);
     const std::string number = readDisplayNumber(pipeEnds[0]);
     close(pipeEnds[0]);

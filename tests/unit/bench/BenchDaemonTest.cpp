@@ -202,7 +202,7 @@ TEST_F(BenchDaemonTest, ErrorsNameWhatIsAllowed) {
         const char* says;
     } cases[] = {
         {"", "error no command"},
-        {"fly", "unknown command 'fly': there are plug, unplug, set"},
+        {"fly", "unknown command 'fly': there are plug, unplug, replug"},
         {"plug serial1", "usage: plug PORT MODEL"},
         {"plug serial7 5132", "unknown port 'serial7': there are serial1"},
         {"plug serial1 4711", "unknown model '4711'"},

@@ -1,0 +1,299 @@
+#include "UsbPortPlayer.h"
+
+#include "BenchText.h"
+#include "LocalSocket.h"
+#include "WorldFolder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <sys/socket.h>
+#include <unistd.h>
+
+const std::array<const char*, usbFaultCount> usbFaultNames = {
+    "none", "silence", "late", "garbage", "hostile", "stall", "cut", "cutdevice", "error"};
+
+namespace {
+
+constexpr int64_t late_ns = 8000000000;
+constexpr size_t longestPacket = 8192;
+
+std::string nodePath(const UsbPortPlayer& player) {
+    return "/dev/usbtmc" + std::to_string(player.port);
+}
+
+std::string socketPath(const UsbPortPlayer& player) {
+    return player.world + "/usbtmc" + std::to_string(player.port) + ".sock";
+}
+
+void sendPacket(int channel, const std::string& packet) {
+    send(channel, packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+template <typename Value> std::string asBytes(Value value) {
+    std::string bytes(sizeof value, '\0');
+    memcpy(bytes.data(), &value, sizeof value);
+    return bytes;
+}
+
+uint32_t wordAt(const std::string& packet, size_t at) {
+    uint32_t value = 0;
+    if (packet.size() >= at + sizeof value) {
+        memcpy(&value, packet.data() + at, sizeof value);
+    }
+    return value;
+}
+
+void acknowledge(int channel, int32_t error) {
+    sendPacket(channel, "A" + asBytes(error));
+}
+
+void failRead(UsbPortPlayer& player, int32_t error) {
+    if (player.read) {
+        sendPacket(player.reader, "E" + asBytes(player.read->number) + asBytes(error));
+        player.read.reset();
+    }
+}
+
+std::string garbage(UsbPortPlayer& player) {
+    std::string bytes(12, '\0');
+    for (char& byte : bytes) {
+        player.noise = player.noise * 1664525U + 1013904223U;
+        byte = static_cast<char>(player.noise >> 24U);
+    }
+    return bytes;
+}
+
+void queueReply(UsbPortPlayer& player, std::string bytes, int64_t now_ns) {
+    if (bytes.empty() || player.fault == usbFaultSilence) {
+        return;
+    }
+    if (player.fault == usbFaultGarbage) {
+        bytes = garbage(player);
+    }
+    const auto latency = static_cast<int64_t>(player.sensor->latency_s * 1e9);
+    player.reply = {now_ns + (player.fault == usbFaultLate ? late_ns : latency), std::move(bytes)};
+}
+
+// Returns the error number that the transfer ends with.
+int32_t takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_ns) {
+    if (player.isStalled) {
+        return EPIPE;
+    }
+    if (player.reply) {
+        player.reply.reset();
+        Sensor316x_interrupt(*player.sensor);
+    }
+    WireLog_addMessage(player.log, now_ns, true, message);
+    queueReply(player, Sensor316x_receive(*player.sensor, message, now_ns), now_ns);
+    return 0;
+}
+
+void pull(UsbPortPlayer& player, int channel, int64_t now_ns) {
+    const int32_t error = player.fault == usbFaultCut ? EPIPE : ENODEV;
+    acknowledge(channel, error);
+    UsbPortPlayer_unplug(player, now_ns);
+}
+
+void clearHalt(UsbPortPlayer& player, int channel) {
+    player.isStalled = false;
+    acknowledge(channel, 0);
+}
+
+void handlePacket(UsbPortPlayer& player, int channel, const std::string& packet, int64_t now_ns) {
+    const bool isCut = player.fault == usbFaultCut || player.fault == usbFaultCutDevice;
+    switch (packet[0]) {
+    case 'W':
+        if (isCut) {
+            pull(player, channel, now_ns);
+        } else {
+            acknowledge(channel, takeMessage(player, packet.substr(1), now_ns));
+        }
+        break;
+    case 'R':
+        player.read = {wordAt(packet, 1), wordAt(packet, 5)};
+        player.reader = channel;
+        if (player.isStalled) {
+            failRead(player, EPIPE);
+        }
+        break;
+    case 'X':
+        player.read.reset();
+        break;
+    case 'C':
+        player.reply.reset();
+        clearHalt(player, channel);
+        break;
+    default: // the two clear-halt requests
+        clearHalt(player, channel);
+    }
+}
+
+// True when the channel is still open.
+bool serveChannel(UsbPortPlayer& player, int channel, int64_t now_ns) {
+    std::array<char, longestPacket> buffer{};
+    const ssize_t count = recv(channel, buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (count > 0 && player.sensor) {
+        handlePacket(player, channel, {buffer.data(), static_cast<size_t>(count)}, now_ns);
+    }
+    return count > 0 || (count < 0 && (errno == EAGAIN || errno == EINTR));
+}
+
+void serveChannels(UsbPortPlayer& player, int64_t now_ns) {
+    for (size_t at = 0; at < player.channels.size();) {
+        const int channel = player.channels[at];
+        const bool isOpen = serveChannel(player, channel, now_ns);
+        if (player.channels.empty()) {
+            return; // pulled while it was served
+        }
+        if (isOpen) {
+            ++at;
+            continue;
+        }
+        close(channel);
+        player.channels.erase(player.channels.begin() + static_cast<ptrdiff_t>(at));
+        player.read.reset();
+    }
+}
+
+void deliver(UsbPortPlayer& player, int64_t now_ns) {
+    if (!player.read || !player.reply || now_ns < player.reply->due_ns) {
+        return;
+    }
+    const std::string part = player.reply->bytes.substr(0, player.read->limit);
+    player.reply->bytes.erase(0, part.size());
+    sendPacket(player.reader, "M" + asBytes(player.read->number) + part);
+    WireLog_addMessage(player.log, now_ns, false, part);
+    player.read.reset();
+    if (player.reply->bytes.empty()) {
+        player.reply.reset();
+    }
+}
+
+void acceptChannels(UsbPortPlayer& player) {
+    for (;;) {
+        const int fd = accept4(player.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (fd < 0) {
+            return;
+        }
+        player.channels.push_back(fd);
+    }
+}
+
+void forgetConnection(UsbPortPlayer& player) {
+    for (const int channel : player.channels) {
+        close(channel);
+    }
+    player.channels.clear();
+    player.reply.reset();
+    player.read.reset();
+    player.isStalled = false;
+}
+
+} // namespace
+
+void UsbPortPlayer_open(UsbPortPlayer& player, uint32_t port, const std::string& world) {
+    player.port = port;
+    player.world = world;
+    player.listener = -1;
+    player.noise = port + 1;
+    unlink(WorldFolder_path(world, nodePath(player)).c_str());
+}
+
+void UsbPortPlayer_close(UsbPortPlayer& player) {
+    forgetConnection(player);
+    if (player.listener >= 0) {
+        close(player.listener);
+        player.listener = -1;
+        unlink(socketPath(player).c_str());
+    }
+}
+
+bool UsbPortPlayer_plug(UsbPortPlayer& player, Sensor316x sensor, int64_t now_ns) {
+    UsbPortPlayer_close(player);
+    player.fault = usbFaultNone;
+    player.replug_ns = 0;
+    player.sensor = std::move(sensor);
+    WireLog_note(player.log, now_ns, "plugged " + player.sensor->modelText);
+    player.listener = LocalSocket_listen(socketPath(player), SOCK_SEQPACKET);
+    // The node comes last: who sees it can open it.
+    return player.listener >= 0 && WorldFolder_write(player.world, nodePath(player), "");
+}
+
+void UsbPortPlayer_unplug(UsbPortPlayer& player, int64_t now_ns) {
+    unlink(WorldFolder_path(player.world, nodePath(player)).c_str());
+    UsbPortPlayer_close(player);
+    player.fault = usbFaultNone;
+    player.replug_ns = 0;
+    player.sensor.reset();
+    WireLog_note(player.log, now_ns, "unplugged");
+}
+
+void UsbPortPlayer_replug(UsbPortPlayer& player, double after_s, int64_t now_ns) {
+    player.pulled = player.sensor;
+    UsbPortPlayer_unplug(player, now_ns);
+    player.replug_ns = now_ns + static_cast<int64_t>(after_s * 1e9);
+}
+
+bool UsbPortPlayer_setFault(UsbPortPlayer& player, std::string_view name, int64_t now_ns) {
+    const size_t colon = name.find(':');
+    const auto* found = std::ranges::find(usbFaultNames, name.substr(0, colon));
+    const bool hasArgument = colon != std::string_view::npos;
+    const bool needsArgument = found != usbFaultNames.end() && *found == std::string_view("error");
+    if (found == usbFaultNames.end() || hasArgument != needsArgument) {
+        return false;
+    }
+    Sensor316x& sensor = *player.sensor;
+    sensor.refusedHeader.clear();
+    if (needsArgument) {
+        const std::string_view argument = name.substr(colon + 1);
+        const size_t next = std::min(argument.find(':'), argument.size() - 1);
+        const auto code = BenchText_number(argument.substr(0, next));
+        if (!code) {
+            return false;
+        }
+        sensor.refusedCode = static_cast<int>(*code);
+        sensor.refusedHeader = argument.substr(next + 1);
+    }
+    player.fault = static_cast<UsbFault>(found - usbFaultNames.begin());
+    sensor.isHostile = player.fault == usbFaultHostile;
+    player.isStalled = player.fault == usbFaultStall;
+    if (player.fault != usbFaultLate) {
+        player.reply.reset();
+    }
+    WireLog_note(player.log, now_ns, "fault " + std::string(name));
+    return true;
+}
+
+void UsbPortPlayer_collect(const UsbPortPlayer& player, std::vector<pollfd>& waiting) {
+    if (player.listener >= 0) {
+        waiting.push_back({player.listener, POLLIN, 0});
+    }
+    for (const int channel : player.channels) {
+        waiting.push_back({channel, POLLIN, 0});
+    }
+}
+
+void UsbPortPlayer_service(UsbPortPlayer& player, int64_t now_ns) {
+    if (player.replug_ns != 0 && now_ns >= player.replug_ns && player.pulled) {
+        UsbPortPlayer_plug(player, *player.pulled, now_ns);
+    }
+    if (player.listener < 0) {
+        return;
+    }
+    acceptChannels(player);
+    serveChannels(player, now_ns);
+    deliver(player, now_ns);
+}
+
+int64_t UsbPortPlayer_nextDue_ns(const UsbPortPlayer& player) {
+    int64_t next = std::numeric_limits<int64_t>::max();
+    if (player.replug_ns != 0) {
+        next = player.replug_ns;
+    }
+    if (player.read && player.reply) {
+        next = std::min(next, player.reply->due_ns);
+    }
+    return next;
+}

@@ -1,0 +1,76 @@
+#ifndef BENCH_DAEMON_USB_PORT_PLAYER_H
+#define BENCH_DAEMON_USB_PORT_PLAYER_H
+
+#include "Sensor316x.h"
+#include "WireLog.h"
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <vector>
+
+/// One USB connector: a message channel that stands in the world as "/dev/usbtmcN" while a sensor
+/// is plugged in.
+
+enum UsbFault : uint32_t {
+    usbFaultNone,
+    usbFaultSilence,   ///< answers no query
+    usbFaultLate,      ///< answers 8 s late, after the driver has given up
+    usbFaultGarbage,   ///< answers with random bytes
+    usbFaultHostile,   ///< identity texts full of formats
+    usbFaultStall,     ///< the endpoints are halted: each transfer fails until they are cleared
+    usbFaultCut,       ///< pulled in the next message: the transfer fails with EPIPE
+    usbFaultCutDevice, ///< the same with ENODEV
+    usbFaultError,     ///< refuses one setting with a code of one's choice
+    usbFaultCount
+};
+extern const std::array<const char*, usbFaultCount> usbFaultNames;
+
+struct UsbReply {
+    int64_t due_ns;
+    std::string bytes;
+};
+
+struct PendingRead {
+    uint32_t number;
+    uint32_t limit;
+};
+
+struct UsbPortPlayer {
+    uint32_t port; ///< 0 or 1
+    std::string world;
+    std::optional<Sensor316x> sensor;
+    UsbFault fault;
+    bool isStalled;
+    int listener;
+    std::vector<int> channels; ///< open descriptors of the program, normally one
+    std::optional<UsbReply> reply;
+    std::optional<PendingRead> read;
+    int reader;        ///< channel that waits for the reply
+    int64_t replug_ns; ///< when a pulled sensor comes back, 0 for never
+    std::optional<Sensor316x> pulled;
+    uint32_t noise;
+    WireLog log;
+};
+
+void UsbPortPlayer_open(UsbPortPlayer& player, uint32_t port, const std::string& world);
+void UsbPortPlayer_close(UsbPortPlayer& player);
+
+/// False when the channel cannot be made.
+bool UsbPortPlayer_plug(UsbPortPlayer& player, Sensor316x sensor, int64_t now_ns);
+void UsbPortPlayer_unplug(UsbPortPlayer& player, int64_t now_ns);
+
+/// Pulls the sensor and puts the same one back after a time.
+void UsbPortPlayer_replug(UsbPortPlayer& player, double after_s, int64_t now_ns);
+
+/// "error:CODE:HEADER" or one of the names; false for anything else.
+bool UsbPortPlayer_setFault(UsbPortPlayer& player, std::string_view name, int64_t now_ns);
+
+void UsbPortPlayer_collect(const UsbPortPlayer& player, std::vector<pollfd>& waiting);
+void UsbPortPlayer_service(UsbPortPlayer& player, int64_t now_ns);
+int64_t UsbPortPlayer_nextDue_ns(const UsbPortPlayer& player);
+
+#endif

@@ -1,0 +1,208 @@
+// The message channel as the library behind "/dev/usbtmcN" uses it.
+
+#include "UsbPortPlayer.h"
+
+#include "LocalSocket.h"
+#include "WorldFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+
+namespace {
+
+constexpr int64_t second_ns = 1000000000;
+
+class UsbPortPlayerTest : public testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/quorvel-usb-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        world = pattern;
+        ASSERT_TRUE(WorldFolder_create(world));
+        UsbPortPlayer_open(player, 0, world);
+        ASSERT_TRUE(UsbPortPlayer_plug(player, *Sensor316x_create("3164"), 0));
+        channel = LocalSocket_connect(world + "/usbtmc0.sock", SOCK_SEQPACKET);
+        ASSERT_GE(channel, 0);
+    }
+
+    void TearDown() override {
+        close(channel);
+        UsbPortPlayer_close(player);
+        WorldFolder_remove(world);
+    }
+
+    bool isNodeThere() const {
+        return access(WorldFolder_path(world, "/dev/usbtmc0").c_str(), F_OK) == 0;
+    }
+
+    std::string packet(const std::string& sent, int64_t now_ns = 0) {
+        EXPECT_EQ(send(channel, sent.data(), sent.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(sent.size()));
+        return receive(now_ns);
+    }
+
+    std::string receive(int64_t now_ns) {
+        UsbPortPlayer_service(player, now_ns);
+        char buffer[2048];
+        const ssize_t count = recv(channel, buffer, sizeof buffer, MSG_DONTWAIT);
+        return {buffer, count > 0 ? static_cast<size_t>(count) : 0};
+    }
+
+    static std::string number(uint32_t value) {
+        std::string bytes(4, '\0');
+        memcpy(bytes.data(), &value, 4);
+        return bytes;
+    }
+
+    static std::string acknowledged(int error = 0) {
+        return "A" + number(static_cast<uint32_t>(error));
+    }
+
+    std::string write(const std::string& message, int64_t now_ns = 0) {
+        return packet("W" + message, now_ns);
+    }
+
+    /// Kind and content of the answer, without the number of the read, which is checked.
+    std::string withoutNumber(const std::string& answer) const {
+        if (answer.empty()) {
+            return {};
+        }
+        EXPECT_EQ(answer.substr(1, 4), number(reads));
+        return answer[0] + answer.substr(5);
+    }
+
+    std::string read(uint32_t limit = 64, int64_t now_ns = 0) {
+        const std::string request = "R" + number(++reads) + number(limit);
+        return withoutNumber(packet(request, now_ns));
+    }
+
+    UsbPortPlayer player{};
+    std::string world;
+    int channel = -1;
+    uint32_t reads = 0;
+};
+
+} // namespace
+
+TEST_F(UsbPortPlayerTest, AQueryIsAnsweredWhenItIsRead) {
+    EXPECT_TRUE(isNodeThere());
+    EXPECT_EQ(write("SYST:IDEN:MOD?\n"), acknowledged());
+    EXPECT_EQ(read(), std::string("M3164\n"));
+}
+
+TEST_F(UsbPortPlayerTest, ALongReplyComesInTheReadersPieces) {
+    write("SYST:IDEN:MOD?\n");
+    EXPECT_EQ(read(3), std::string("M316"));
+    EXPECT_EQ(read(3), std::string("M4\n"));
+}
+
+TEST_F(UsbPortPlayerTest, AReadWithoutReplyWaitsAndCanBeGivenUp) {
+    EXPECT_EQ(read(), "");
+    EXPECT_EQ(packet("X" + number(reads)), "");
+    write("*OPC?\n");
+    EXPECT_EQ(read(), std::string("M1\n"));
+}
+
+TEST_F(UsbPortPlayerTest, AReplyThatNobodyReadsIsInterrupted) {
+    write("SYST:IDEN:MOD?\n");
+    write("SYST:ERR?\n");
+    EXPECT_EQ(read(), std::string("M-410,\"Query INTERRUPTED\"\n"));
+}
+
+TEST_F(UsbPortPlayerTest, UnpluggingTakesTheNodeAndTheChannelAway) {
+    UsbPortPlayer_service(player, 0);
+    UsbPortPlayer_unplug(player, 0);
+    EXPECT_FALSE(isNodeThere());
+    char byte = 0;
+    EXPECT_EQ(recv(channel, &byte, 1, 0), 0) << "end of the channel";
+}
+
+TEST_F(UsbPortPlayerTest, AReplugBringsTheSameSensorBack) {
+    UsbPortPlayer_replug(player, 0.2, 0);
+    EXPECT_FALSE(isNodeThere());
+    EXPECT_EQ(UsbPortPlayer_nextDue_ns(player), second_ns / 5);
+    UsbPortPlayer_service(player, second_ns / 5);
+    EXPECT_TRUE(isNodeThere());
+    ASSERT_TRUE(player.sensor);
+    EXPECT_EQ(player.sensor->modelText, "3164");
+}
+
+TEST_F(UsbPortPlayerTest, SilenceLeavesReadsWaiting) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "silence", 0));
+    EXPECT_EQ(write("*OPC?\n"), acknowledged());
+    EXPECT_EQ(read(), "");
+}
+
+TEST_F(UsbPortPlayerTest, ALateAnswerComesAfterTheDriverHasGivenUp) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "late", 0));
+    write("*OPC?\n");
+    EXPECT_EQ(read(64, 5 * second_ns), "");
+    EXPECT_EQ(withoutNumber(receive(9 * second_ns)), std::string("M1\n"));
+}
+
+TEST_F(UsbPortPlayerTest, AStalledEndpointFailsUntilItIsCleared) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "stall", 0));
+    EXPECT_EQ(write("*OPC?\n"), acknowledged(EPIPE));
+    EXPECT_EQ(read(), "E" + number(EPIPE));
+    for (const char* request : {"O", "I", "C"}) {
+        EXPECT_EQ(packet(request), acknowledged());
+    }
+    EXPECT_EQ(write("*OPC?\n"), acknowledged());
+    EXPECT_EQ(read(), std::string("M1\n"));
+}
+
+TEST_F(UsbPortPlayerTest, ACutCableFailsTheNextMessageAndTakesTheSensorAway) {
+    const struct {
+        const char* fault;
+        int error;
+    } cases[] = {{"cut", EPIPE}, {"cutdevice", ENODEV}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(UsbPortPlayer_plug(player, *Sensor316x_create("3162"), 0));
+        close(channel);
+        channel = LocalSocket_connect(world + "/usbtmc0.sock", SOCK_SEQPACKET);
+        ASSERT_TRUE(UsbPortPlayer_setFault(player, c.fault, 0));
+        EXPECT_EQ(write("*OPC?\n"), acknowledged(c.error)) << c.fault;
+        EXPECT_FALSE(isNodeThere()) << c.fault;
+    }
+}
+
+TEST_F(UsbPortPlayerTest, AChosenSettingIsRefusedUntilTheFaultEnds) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "error:-222:SENS:FREQ", 0));
+    write("SENS:FREQ 20\n");
+    write("SYST:ERR?\n");
+    EXPECT_EQ(read(), std::string("M-222,\"Data out of range\"\n"));
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "none", 0));
+    write("SENS:FREQ 20\n");
+    write("SYST:ERR?\n");
+    EXPECT_EQ(read(), std::string("M0,\"No error\"\n"));
+}
+
+TEST_F(UsbPortPlayerTest, GarbageAndHostileTextsComeAsReplies) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "garbage", 0));
+    write("SYST:IDEN:MOD?\n");
+    EXPECT_NE(read(), std::string("M3164\n"));
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "hostile", 0));
+    write("SYST:IDEN:MOD?\n");
+    EXPECT_THAT(read(), HasSubstr("%n%s"));
+}
+
+TEST_F(UsbPortPlayerTest, UnknownFaultsAreRefused) {
+    for (const char* name : {"", "anger", "none:1", "error", "error:", "error:x:SENS:FREQ"}) {
+        EXPECT_FALSE(UsbPortPlayer_setFault(player, name, 0)) << name;
+    }
+}
+
+TEST_F(UsbPortPlayerTest, TheLogHoldsTheConversation) {
+    write("SYST:IDEN:MOD?\n");
+    read();
+    const std::string log = WireLog_text(player.log, 0, true);
+    EXPECT_THAT(log, HasSubstr("-> SYST:IDEN:MOD?\\n"));
+    EXPECT_THAT(log, HasSubstr("<- 3164\\n"));
+}
