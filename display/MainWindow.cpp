@@ -71,35 +71,35 @@ const ContainerRow containerRows[] = {
 /// A screen, and the start of the names of its widgets.
 struct ScreenRow {
     GtkSensorInstance instance;
+    SensorDisplayInstance_t display;
     const char* name;
     const char* widgetName;
-    SensorDisplayInstance_t display;
     GtkWidget** container;
     ChannelLayoutIndex layout;
 };
 
 const ScreenRow powerScreenRows[] = {
-    {gtkSensorSingleChannel1, "CW Mode Full", "single", UpperDisplay,
+    {gtkSensorSingleChannel1, UpperDisplay, "CW Mode Full", "single",
      &entireScreen.singleChannel1Screen, layoutSingleChannel},
-    {gtkSensorSingleChannel1withGraph, "CW Mode Full (Graph)", "singleGraph", UpperDisplay,
+    {gtkSensorSingleChannel1withGraph, UpperDisplay, "CW Mode Full (Graph)", "singleGraph",
      &entireScreen.singleChannel1ScreenGraph, layoutSingleChannelWithGraph},
-    {gtkSensorDualChannel1, "CW Mode Upper", "upper", UpperDisplay, &entireScreen.dualCWChannels[0],
+    {gtkSensorDualChannel1, UpperDisplay, "CW Mode Upper", "upper", &entireScreen.dualCWChannels[0],
      layoutDualChannel},
-    {gtkSensorDualChannel1withGraph, "CW Mode Upper (Graph)", "upperGraph", UpperDisplay,
+    {gtkSensorDualChannel1withGraph, UpperDisplay, "CW Mode Upper (Graph)", "upperGraph",
      &entireScreen.dualCWChannelsGraph[0], layoutDualChannelWithGraph},
-    {gtkSensorDualChannel2, "CW Mode Lower", "lower", LowerDisplay, &entireScreen.dualCWChannels[1],
+    {gtkSensorDualChannel2, LowerDisplay, "CW Mode Lower", "lower", &entireScreen.dualCWChannels[1],
      layoutDualChannel},
-    {gtkSensorDualChannel2withGraph, "CW Mode Lower (Graph)", "lowerGraph", LowerDisplay,
+    {gtkSensorDualChannel2withGraph, LowerDisplay, "CW Mode Lower (Graph)", "lowerGraph",
      &entireScreen.dualCWChannelsGraph[1], layoutDualChannelWithGraph},
 };
 
 const ScreenRow noConnectionScreenRows[] = {
-    {gtkSensorSingleNoConnection, "Single Display No Connection", "noConnection", UpperDisplay,
+    {gtkSensorSingleNoConnection, UpperDisplay, "Single Display No Connection", "noConnection",
      &entireScreen.noConnectionScreen, layoutSingleChannel},
-    {gtkSensorDualNoConnectionCh1, "Upper Display No Connection", "upper.noConnection",
-     UpperDisplay, &entireScreen.dualNoConnectionScreens[0], layoutDualChannel},
-    {gtkSensorDualNoConnectionCh2, "Lower Display No Connection", "lower.noConnection",
-     LowerDisplay, &entireScreen.dualNoConnectionScreens[1], layoutDualChannel},
+    {gtkSensorDualNoConnectionCh1, UpperDisplay, "Upper Display No Connection",
+     "upper.noConnection", &entireScreen.dualNoConnectionScreens[0], layoutDualChannel},
+    {gtkSensorDualNoConnectionCh2, LowerDisplay, "Lower Display No Connection",
+     "lower.noConnection", &entireScreen.dualNoConnectionScreens[1], layoutDualChannel},
 };
 
 void createWindow() {

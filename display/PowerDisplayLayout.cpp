@@ -50,7 +50,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
     // layoutDualChannelWithGraph: values on the left, the graph on the right.
     {.sensorButton = {8, 0, 470, 50},
      .configButton = {488, 0, 60, 50},
-     .titleSize = 30,
+     .titleSize = 24,
      .power = {.height = 108,
                .caption = {8, 0, 84, 24}, .value = {0, 24, 368, 80}, .units = {374, 38, 72, 60},
                .scale = {450, 2, 98, 104},

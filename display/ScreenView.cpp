@@ -97,6 +97,12 @@ void updateMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& mea
     }
 }
 
+// Until a screen has pulse widgets or a graph, there is nothing in it to refresh.
+void updatePulseMeasurements(GtkSensorInstance /*screen*/,
+                             const SENSOR_MEASUREMENTS& /*measurements*/) {}
+
+void updateGraph(GtkSensorInstance /*screen*/) {}
+
 } // namespace
 
 const DisplayView screenView = {.setVisible = setVisible,
@@ -109,5 +115,5 @@ const DisplayView screenView = {.setVisible = setVisible,
                                 .clearValues = clearValues,
                                 .updateScale = updateScale,
                                 .updateMeasurements = updateMeasurements,
-                                .updatePulseMeasurements = nullptr,
-                                .updateGraph = nullptr};
+                                .updatePulseMeasurements = updatePulseMeasurements,
+                                .updateGraph = updateGraph};

@@ -179,15 +179,11 @@ TEST_F(Geometry, ALongSensorLabelStaysInsideItsKey) {
     snprintf(sensorFakes[0].model, sizeof sensorFakes[0].model, "WWWWWWWWWWWWWWWWWWW");
     for (const CwScreen& screen : cwScreens) {
         Gui_showScreen(screen.instance);
-        const uint32_t length = std::string(screen.name).starts_with("single") ||
-                                        !std::string(screen.name).ends_with("Graph")
-                                    ? 30
-                                    : 22;
-        CGTKPowerDisplay_setSensorLabel(gtkSensor_powerDisplay(screen.instance), length);
+        CGTKPowerDisplay_setSensorLabel(gtkSensor_powerDisplay(screen.instance), 30);
         Gui_settle();
         const std::string name = std::string(screen.name) + ".title";
-        // Model, colon, blank and serial number, one character less than there is room for.
-        EXPECT_EQ(Gui_text(name).size(), length - 1);
+        // Model, colon, blank and serial number: one character less than there is room for.
+        EXPECT_EQ(Gui_text(name).size(), 29U);
         EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(Gui_widget(name)))))
             << name;
         expectPartsApart();

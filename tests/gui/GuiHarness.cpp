@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -174,7 +175,9 @@ std::string Gui_colour(const std::string& name) {
     GdkRGBA colour;
     gtk_style_context_get_color(context, gtk_style_context_get_state(context), &colour);
     char text[8];
-    const auto channel = [](double value) { return static_cast<unsigned>(value * 255.0 + 0.5); };
+    const auto channel = [](double value) {
+        return static_cast<unsigned>(std::lround(value * 255.0));
+    };
     snprintf(text, sizeof text, "#%02x%02x%02x", channel(colour.red) & 0xFFU,
              channel(colour.green) & 0xFFU, channel(colour.blue) & 0xFFU);
     return text;

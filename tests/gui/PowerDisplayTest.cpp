@@ -2,7 +2,6 @@
 
 #include <clocale>
 #include <limits>
-#include <locale.h>
 #include <string>
 
 namespace {
