@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int limit_ms = 5000;
-constexpr size_t fieldCount = 13;
+constexpr size_t fieldCount = 17;
 
 template <typename Value> bool readNumber(std::string_view text, Value& value) {
     const auto number = BenchText_number(text);
@@ -23,14 +23,19 @@ bool parseLine(std::string_view line, ScreenWidget& widget) {
     }
     widget.type = fields[1];
     widget.name = BenchText_unescape(fields[2]);
-    widget.isVisible = fields[3] == "1";
-    widget.isSensitive = fields[4] == "1";
-    widget.foreground = fields[9];
-    widget.background = fields[10];
-    widget.text = BenchText_unescape(fields[12]);
-    return readNumber(fields[0], widget.depth) && readNumber(fields[5], widget.x) &&
-           readNumber(fields[6], widget.y) && readNumber(fields[7], widget.width) &&
-           readNumber(fields[8], widget.height) && readNumber(fields[11], widget.fontSize_px);
+    widget.id = BenchText_unescape(fields[3]);
+    widget.caption = BenchText_unescape(fields[4]);
+    widget.isVisible = fields[5] == "1";
+    widget.isSensitive = fields[6] == "1";
+    widget.hasFocus = fields[7] == "1";
+    widget.isActive = fields[8] == "1";
+    widget.foreground = fields[13];
+    widget.background = fields[14];
+    widget.font = fields[15];
+    widget.text = BenchText_unescape(fields[16]);
+    return readNumber(fields[0], widget.depth) && readNumber(fields[9], widget.x) &&
+           readNumber(fields[10], widget.y) && readNumber(fields[11], widget.width) &&
+           readNumber(fields[12], widget.height);
 }
 
 template <typename Matches>
@@ -62,7 +67,8 @@ std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
 
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets) {
     std::string answer;
-    if (!LocalSocket_ask(world + "/screen.sock", "list", limit_ms, answer)) {
+    if (!LocalSocket_ask(world + "/screen.sock", "list", limit_ms, answer) ||
+        answer.starts_with("error:")) {
         return false;
     }
     widgets = BenchScreen_parse(answer);
@@ -71,8 +77,9 @@ bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widge
 
 const ScreenWidget* BenchScreen_find(const std::vector<ScreenWidget>& widgets,
                                      std::string_view name) {
-    const ScreenWidget* byName =
-        findWhere(widgets, [name](const ScreenWidget& widget) { return widget.name == name; });
+    const ScreenWidget* byName = findWhere(widgets, [name](const ScreenWidget& widget) {
+        return widget.name == name || widget.id == name;
+    });
     const bool isGood = byName != nullptr && byName->isVisible;
     const ScreenWidget* byText =
         isGood ? nullptr : findWhere(widgets, [name](const ScreenWidget& widget) {

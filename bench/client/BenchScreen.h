@@ -10,14 +10,18 @@
 struct ScreenWidget {
     int depth; ///< 0 for a window
     std::string type;
-    std::string name;
-    bool isVisible; ///< really on the screen
+    std::string name;    ///< widget name, the type when none was set
+    std::string id;      ///< of the builder file, or empty
+    std::string caption; ///< accessible name
+    bool isVisible;      ///< really on the screen
     bool isSensitive;
-    int x, y; ///< root coordinates
+    bool hasFocus;
+    bool isActive; ///< check boxes, radio and toggle buttons
+    int x, y;      ///< on the screen
     int width, height;
     std::string foreground; ///< "#rrggbb"
-    std::string background; ///< "#rrggbbaa"
-    double fontSize_px;
+    std::string background;
+    std::string font; ///< "Sans 10"
     std::string text;
 };
 
@@ -27,8 +31,8 @@ std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines);
 /// All widgets, parents first. False when the program has no screen (yet).
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets);
 
-/// The widget that a person means by `name`: a visible one before a hidden one, by its name, else
-/// by its text. Null when there is none.
+/// The widget that a person means by `name`: a visible one before a hidden one, by its name
+/// or builder id, else by its text. Null when there is none.
 const ScreenWidget* BenchScreen_find(const std::vector<ScreenWidget>& widgets,
                                      std::string_view name);
 

@@ -31,29 +31,8 @@ void sendPacket(int channel, const std::string& packet) {
     send(channel, packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
-template <typename Value> std::string asBytes(Value value) {
-    std::string bytes(sizeof value, '\0');
-    memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-
-uint32_t wordAt(const std::string& packet, size_t at) {
-    uint32_t value = 0;
-    if (packet.size() >= at + sizeof value) {
-        memcpy(&value, packet.data() + at, sizeof value);
-    }
-    return value;
-}
-
-void acknowledge(int channel, int32_t error) {
-    sendPacket(channel, "A" + asBytes(error));
-}
-
-void failRead(UsbPortPlayer& player, int32_t error) {
-    if (player.read) {
-        sendPacket(player.reader, "E" + asBytes(player.read->number) + asBytes(error));
-        player.read.reset();
-    }
+void acknowledge(int channel, int error) {
+    sendPacket(channel, "A" + std::to_string(error));
 }
 
 std::string garbage(UsbPortPlayer& player) {
@@ -77,7 +56,7 @@ void queueReply(UsbPortPlayer& player, std::string bytes, int64_t now_ns) {
 }
 
 // Returns the error number that the transfer ends with.
-int32_t takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_ns) {
+int takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_ns) {
     if (player.isStalled) {
         return EPIPE;
     }
@@ -91,7 +70,7 @@ int32_t takeMessage(UsbPortPlayer& player, const std::string& message, int64_t n
 }
 
 void pull(UsbPortPlayer& player, int channel, int64_t now_ns) {
-    const int32_t error = player.fault == usbFaultCut ? EPIPE : ENODEV;
+    const int error = player.fault == usbFaultCut ? EPIPE : ENODEV;
     acknowledge(channel, error);
     UsbPortPlayer_unplug(player, now_ns);
 }
@@ -105,21 +84,12 @@ void handlePacket(UsbPortPlayer& player, int channel, const std::string& packet,
     const bool isCut = player.fault == usbFaultCut || player.fault == usbFaultCutDevice;
     switch (packet[0]) {
     case 'W':
+        player.reader = channel;
         if (isCut) {
             pull(player, channel, now_ns);
         } else {
             acknowledge(channel, takeMessage(player, packet.substr(1), now_ns));
         }
-        break;
-    case 'R':
-        player.read = {wordAt(packet, 1), wordAt(packet, 5)};
-        player.reader = channel;
-        if (player.isStalled) {
-            failRead(player, EPIPE);
-        }
-        break;
-    case 'X':
-        player.read.reset();
         break;
     case 'C':
         player.reply.reset();
@@ -153,22 +123,17 @@ void serveChannels(UsbPortPlayer& player, int64_t now_ns) {
         }
         close(channel);
         player.channels.erase(player.channels.begin() + static_cast<ptrdiff_t>(at));
-        player.read.reset();
+        player.reply.reset();
     }
 }
 
 void deliver(UsbPortPlayer& player, int64_t now_ns) {
-    if (!player.read || !player.reply || now_ns < player.reply->due_ns) {
+    if (!player.reply || now_ns < player.reply->due_ns) {
         return;
     }
-    const std::string part = player.reply->bytes.substr(0, player.read->limit);
-    player.reply->bytes.erase(0, part.size());
-    sendPacket(player.reader, "M" + asBytes(player.read->number) + part);
-    WireLog_addMessage(player.log, now_ns, false, part);
-    player.read.reset();
-    if (player.reply->bytes.empty()) {
-        player.reply.reset();
-    }
+    sendPacket(player.reader, "R" + player.reply->bytes);
+    WireLog_addMessage(player.log, now_ns, false, player.reply->bytes);
+    player.reply.reset();
 }
 
 void acceptChannels(UsbPortPlayer& player) {
@@ -187,7 +152,6 @@ void forgetConnection(UsbPortPlayer& player) {
     }
     player.channels.clear();
     player.reply.reset();
-    player.read.reset();
     player.isStalled = false;
 }
 
@@ -292,7 +256,7 @@ int64_t UsbPortPlayer_nextDue_ns(const UsbPortPlayer& player) {
     if (player.replug_ns != 0) {
         next = player.replug_ns;
     }
-    if (player.read && player.reply) {
+    if (player.reply) {
         next = std::min(next, player.reply->due_ns);
     }
     return next;

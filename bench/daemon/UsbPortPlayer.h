@@ -34,11 +34,6 @@ struct UsbReply {
     std::string bytes;
 };
 
-struct PendingRead {
-    uint32_t number;
-    uint32_t limit;
-};
-
 struct UsbPortPlayer {
     uint32_t port; ///< 0 or 1
     std::string world;
@@ -47,9 +42,8 @@ struct UsbPortPlayer {
     bool isStalled;
     int listener;
     std::vector<int> channels; ///< open descriptors of the program, normally one
-    std::optional<UsbReply> reply;
-    std::optional<PendingRead> read;
-    int reader;        ///< channel that waits for the reply
+    std::optional<UsbReply> reply; ///< not sent yet
+    int reader;                    ///< channel that asked for it
     int64_t replug_ns; ///< when a pulled sensor comes back, 0 for never
     std::optional<Sensor316x> pulled;
     uint32_t noise;

@@ -60,14 +60,15 @@ int showScreen(const std::string& world, const Words& words) {
         if (!showsAll && !widget.isVisible) {
             continue;
         }
-        printf("%*s%s %s%s%d,%d %dx%d %s on %s %gpx%s \"%s\"\n", widget.depth * 2, "",
-               widget.type.c_str(), widget.name.c_str(), widget.name.empty() ? "" : " ", widget.x,
-               widget.y, widget.width, widget.height, widget.foreground.c_str(),
-               widget.background.c_str(), widget.fontSize_px,
+        const bool hasName = widget.name != widget.type;
+        printf("%*s%s%s%s%s%s %d,%d %dx%d %s on %s%s%s \"%s\"\n", widget.depth * 2, "",
+               widget.type.c_str(), hasName ? " " : "", hasName ? widget.name.c_str() : "",
+               widget.id.empty() ? "" : " id=", widget.id.c_str(), widget.x, widget.y, widget.width,
+               widget.height, widget.foreground.c_str(), widget.background.c_str(),
                !widget.isVisible     ? " hidden"
                : !widget.isSensitive ? " insensitive"
                                      : "",
-               widget.text.c_str());
+               widget.isActive ? " active" : "", widget.text.c_str());
     }
     return 0;
 }

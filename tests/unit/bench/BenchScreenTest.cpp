@@ -5,11 +5,14 @@
 namespace {
 
 const char* const listing =
-    "0\tGtkWindow\tmain\t1\t1\t0\t0\t1024\t768\t#ffffff\t#000000ff\t13\tQuorvel\n"
-    "1\tGtkLabel\tsingle.fwd.value\t0\t1\t10\t20\t300\t100\t#ffffff\t#000000ff\t100\t 25.000\n"
+    "0\tGtkWindow\tmain\t\t8830K\t1\t1\t0\t-\t0\t0\t1024\t768\t#ffffff\t#000000\tSans 10\tQuorvel\n"
+    "1\tGtkLabel\tsingle.fwd.value\t\t\t0\t1\t0\t-\t10\t20\t300\t100\t#ffffff\t#000000\tSans 90\t "
+    "25.000\n"
     "a line that is none\n"
-    "1\tGtkLabel\tsingle.fwd.value\t1\t0\t10\t20\t300\t100\t#ff0000\t#000000ff\t100\t  Range\n"
-    "1\tGtkButton\t\t1\t1\t5\t6\t48\t48\t#ffffff\t#000000ff\t20\tO\\tK\\n\\\\\n";
+    "1\tGtkLabel\tsingle.fwd.value\t\t\t1\t0\t0\t-\t10\t20\t300\t100\t#ff0000\t#000000\tSans 90\t  "
+    "Range\n"
+    "1\tGtkRadioButton\tGtkRadioButton\tchan1\tSay\t1\t1\t1\t1\t5\t6\t48\t48\t#ffffff\t#"
+    "000000\tSans 20\tO\\tK\\n\\\\\n";
 
 } // namespace
 
@@ -27,9 +30,21 @@ TEST(BenchScreen, EveryFieldOfALineIsRead) {
     EXPECT_EQ(value.width, 300);
     EXPECT_EQ(value.height, 100);
     EXPECT_EQ(value.foreground, "#ff0000");
-    EXPECT_EQ(value.background, "#000000ff");
-    EXPECT_EQ(value.fontSize_px, 100);
+    EXPECT_EQ(value.background, "#000000");
+    EXPECT_EQ(value.font, "Sans 90");
+    EXPECT_FALSE(value.hasFocus);
+    EXPECT_FALSE(value.isActive);
     EXPECT_EQ(value.text, "  Range");
+}
+
+TEST(BenchScreen, AWidgetOfABuilderFileHasItsIdAndState) {
+    const auto widgets = BenchScreen_parse(listing);
+    ASSERT_EQ(widgets.size(), 4U);
+    EXPECT_EQ(widgets[3].id, "chan1");
+    EXPECT_EQ(widgets[3].caption, "Say");
+    EXPECT_TRUE(widgets[3].hasFocus);
+    EXPECT_TRUE(widgets[3].isActive);
+    EXPECT_EQ(BenchScreen_find(widgets, "chan1"), &widgets[3]);
 }
 
 TEST(BenchScreen, EscapesAreUndone) {
