@@ -17,6 +17,7 @@
 #include "MainWindow.h"
 #include "PowerControl.h"
 #include "Process.h"
+#include "SensorChannelDialog.h"
 #include "SensorHandOff.h"
 #include "SensorManager.h"
 #include "SensorPolling.h"
@@ -68,6 +69,8 @@ void buildScreens() {
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
     checkModelForBattery();
     ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
+    SensorChannelDialog_register(GTK_WINDOW(entireScreen.mainWindow));
+    SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);
 }
 
 void runMainLoop() {
