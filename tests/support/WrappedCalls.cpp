@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdarg>
 #include <ctime>
+#include <ifaddrs.h>
+#include <netdb.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -95,6 +97,8 @@ int __real_fallocate(int, int, off_t, off_t);
 int __real_statx(int, const char*, int, unsigned, struct statx*);
 int __real_clock_gettime(clockid_t, timespec*);
 int __real_vasprintf(char**, const char*, va_list);
+int __real_getifaddrs(ifaddrs**);
+int __real_getnameinfo(const sockaddr*, socklen_t, char*, socklen_t, char*, socklen_t, int);
 
 int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
     const int error = takeFailure(Call::mutexInit);
@@ -167,6 +171,18 @@ int __wrap_statx(int directory, const char* path, int flags, unsigned mask, stru
 
 int __wrap_vasprintf(char** text, const char* format, va_list arguments) {
     return failsWithErrno(Call::composeText) ? -1 : __real_vasprintf(text, format, arguments);
+}
+
+int __wrap_getifaddrs(ifaddrs** list) {
+    return failsWithErrno(Call::listInterfaces) ? -1 : __real_getifaddrs(list);
+}
+
+int __wrap_getnameinfo(const sockaddr* address, socklen_t size, char* host, socklen_t hostSize,
+                       char* service, socklen_t serviceSize, int flags) {
+    const int error = takeFailure(Call::nameAddress);
+    return error != 0
+               ? error
+               : __real_getnameinfo(address, size, host, hostSize, service, serviceSize, flags);
 }
 
 int __wrap_clock_gettime(clockid_t clock, timespec* now) {

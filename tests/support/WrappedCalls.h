@@ -18,6 +18,8 @@ enum class Call {
     readFile,
     allocateFile,
     composeText,
+    listInterfaces,
+    nameAddress,
     count
 };
 

@@ -1,0 +1,43 @@
+#ifndef NETWORK_ETHERNET_UTILITIES_H
+#define NETWORK_ETHERNET_UTILITIES_H
+
+#include <cstddef>
+
+/// The wired interface as it runs, and as the network interfaces file configures it.
+
+constexpr size_t ethernetTextSize = 16; ///< a dotted-quad text with its terminator
+
+/// The getters return a buffer of the calling thread, valid until its next call of the same getter;
+/// empty when there is nothing to tell. Failures are logged.
+const char* get_mac_address(const char* name);
+const char* get_ip_address(const char* name);
+const char* get_netmask(const char* name);
+
+/// Gateway of the default route, of whatever interface: the name is not used, and stays so. Null
+/// when there is no default route.
+const char* get_gateway(const char* name);
+
+/// Reads an interface's method (0 = DHCP, 1 = static, -1 = other or unknown) and the values of its
+/// static stanza. The texts have ethernetTextSize characters, longer values are cut; each may be
+/// null. Returns 0, or 1 when the name is empty or the file cannot be read.
+int get_conf_inet(const char* name, int* method, char* address, char* netmask, char* gateway);
+
+/// Replaces the interface's stanza and keeps everything else byte for byte. The file is replaced
+/// whole. Returns 0, or 1, with the file as it was, when it cannot be read or written or has no
+/// stanza of this interface.
+int set_conf_inet(const char* name, int method, const char* address, const char* netmask,
+                  const char* gateway);
+
+/// Restarts networking and waits for it.
+void network_restart();
+
+/// True when every character is a decimal digit; so is an empty text.
+bool validate_number(const char* text);
+
+/// True for four numbers of 0 to 255 between single dots.
+bool validate_ip(const char* text);
+
+/// True when the four numbers' ones stand together at the top, and there is at least one.
+bool validate_netmask(const char* text);
+
+#endif
