@@ -1,0 +1,143 @@
+#include "Bench.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <set>
+#include <string>
+
+namespace {
+
+constexpr uint32_t limit_ms = 20000;
+
+/// A meter on the bench, with its clock as fast as a test wants it.
+class BatteryOnTheBench : public testing::Test {
+protected:
+    void start(const std::vector<std::string>& commands, const std::string& identity = "") {
+        BenchOptions options;
+        options.commands = commands;
+        options.prepare = [&](const std::string& world) {
+            if (!identity.empty()) {
+                Bench prepared;
+                prepared.world = world;
+                Bench_writeFile(prepared, "/etc/QuorvelPowerMeterApp/QuorvelIdentity.conf",
+                                identity);
+            }
+        };
+        ASSERT_TRUE(Bench_start(bench, options));
+    }
+    void TearDown() override {
+        Bench_stop(bench);
+    }
+
+    bool waitForImage(const std::string& image) {
+        return Bench_waitForVisible(bench, image, true, limit_ms);
+    }
+    size_t watchedPasses(int state) {
+        return Bench_countInSyslog(bench, "state = " + std::to_string(state) + ",");
+    }
+
+    Bench bench;
+};
+
+} // namespace
+
+TEST_F(BatteryOnTheBench, EveryStateHasItsPictureAndText) {
+    struct Case {
+        const char* command;
+        const char* image;
+        const char* text;
+    };
+    constexpr std::array<Case, 7> cases = {{
+        {"battery volts=12.3", "battery100", "96%"},
+        {"battery volts=11.4", "battery75", "54%"},
+        {"battery volts=11.2", "battery50", "45%"},
+        {"battery volts=10.7", "battery25", "11%"},
+        {"battery volts=10.0", "battery5", "0%"},
+        {"battery state=full", "batteryPlug", "100%"},
+        {"ac on", "batteryPlug", "100%"},
+    }};
+    start({"clock speed 20", "ac off"});
+    for (const Case& row : cases) {
+        ASSERT_TRUE(Bench_do(bench, row.command));
+        EXPECT_TRUE(waitForImage(row.image)) << row.command;
+        EXPECT_TRUE(Bench_waitForText(bench, "batteryPercent", row.text, limit_ms)) << row.command;
+    }
+}
+
+TEST_F(BatteryOnTheBench, ChargingBeforeTheFirstCalibrationShowsNoPercentage) {
+    start({"ac on"});
+    EXPECT_TRUE(waitForImage("batteryCharging"));
+    EXPECT_TRUE(Bench_waitForText(bench, "batteryPercent", "---%", limit_ms));
+}
+
+TEST_F(BatteryOnTheBench, MissingBatteryIsShown) {
+    start({"battery remove"});
+    EXPECT_TRUE(waitForImage("batteryNC"));
+    EXPECT_FALSE(Bench_isVisible(bench, "batteryPercent"));
+}
+
+TEST_F(BatteryOnTheBench, ModelWithoutBatteryShowsThePlugAndNeverWarns) {
+    start({"clock speed 20", "ac off", "battery volts=10.0"}, "modelNumber 8830K8-2\n");
+    EXPECT_TRUE(waitForImage("batteryPlug"));
+    // The charge limit goes on; nothing else of the battery does.
+    ASSERT_TRUE(Bench_do(bench, "battery temp=60"));
+    EXPECT_TRUE(Bench_waitUntil(
+        [&] {
+            return Bench_readFile(bench, "/sys/devices/virtual/battery_charger/ltc4162/"
+                                         "inputCurrentLimit_raw")
+                .starts_with("24");
+        },
+        limit_ms));
+    EXPECT_EQ(watchedPasses(0), 0U);
+    EXPECT_FALSE(Bench_isVisible(bench, "warningDialog"));
+}
+
+TEST_F(BatteryOnTheBench, DischargeWalksThroughAllPicturesToTheWarningAndTheShutdown) {
+    start({"clock speed 20", "ac off", "battery volts=12.6 fail=0.3"});
+    ASSERT_TRUE(waitForImage("battery100"));
+    ASSERT_TRUE(Bench_do(bench, "battery drain 120s"));
+    for (const char* image : {"battery75", "battery50", "battery25", "battery5"}) {
+        EXPECT_TRUE(waitForImage(image)) << image;
+        EXPECT_TRUE(Bench_commands(bench).empty());
+    }
+    ASSERT_TRUE(Bench_do(bench, "clock step 1h"));
+    ASSERT_TRUE(Bench_waitForVisible(bench, "warningDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "clock step -2h"));
+    ASSERT_TRUE(Bench_waitUntil([&] { return !Bench_commands(bench).empty(); }, limit_ms));
+    EXPECT_EQ(Bench_commands(bench), std::vector<std::string>{"shutdown"});
+    // The thread looks every 5 s: 25 s have gone by at its fifth or sixth look.
+    EXPECT_GE(watchedPasses(1), 5U);
+    EXPECT_LE(watchedPasses(1), 6U);
+}
+
+TEST_F(BatteryOnTheBench, ExternalPowerWithinTwentyFiveSecondsTakesTheWarningAway) {
+    start({"clock speed 10", "ac off", "battery volts=10.0"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "warningDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "ac on"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "warningDialog", false, limit_ms));
+    const size_t before = watchedPasses(0);
+    EXPECT_TRUE(Bench_waitUntil([&] { return watchedPasses(0) >= before + 7; }, limit_ms))
+        << "more than 30 s without external power's absence";
+    EXPECT_TRUE(Bench_commands(bench).empty());
+}
+
+TEST_F(BatteryOnTheBench, OkOnlyClosesTheWarning) {
+    start({"clock speed 10", "ac off", "battery volts=10.0"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "warningDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_tap(bench, "warningDialog.ok"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "warningDialog", false, limit_ms));
+    EXPECT_TRUE(Bench_waitUntil([&] { return !Bench_commands(bench).empty(); }, limit_ms))
+        << "the 25 s run on";
+}
+
+TEST_F(BatteryOnTheBench, WarningStandsAboveTheChannelDialog) {
+    start({"clock speed 5", "ac off", "battery volts=10.0", "plug serial1 5132 fwd=25"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_waitForVisible(bench, "warningDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_tap(bench, "warningDialog.ok"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "warningDialog", false, limit_ms));
+    EXPECT_TRUE(Bench_isVisible(bench, "sensorSettingsDialog"));
+    ASSERT_TRUE(Bench_tap(bench, "sensorSettingsDialog_ok"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", false, limit_ms));
+}
