@@ -21,7 +21,7 @@ struct NoConnectionLayout {
 constexpr NoConnectionLayout fullLayout = {230, 68, 100, 350, 240, "font-size: 36px;"};
 constexpr NoConnectionLayout halfLayout = {50, 52, 80, 148, 170, "font-size: 30px;"};
 
-constexpr int descriptionMargin = 64;
+constexpr int descriptionMargin = 96;
 
 /// The picture of a sensor, on the full screen only.
 constexpr int pictureWidth = 240;

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -19,6 +20,9 @@ std::string XServer_start() {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         unsetenv("LD_PRELOAD");
         close(numberPipe[0]);
+        // It tells of every display that it finds taken.
+        const int null = open("/dev/null", O_WRONLY);
+        dup2(null, STDERR_FILENO);
         char descriptor[16];
         snprintf(descriptor, sizeof descriptor, "%d", numberPipe[1]);
         execlp("Xvfb", "Xvfb", "-displayfd", descriptor, "-screen", "0", "1024x768x24", "-nolisten",
