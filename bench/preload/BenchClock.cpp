@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -28,15 +29,19 @@ int openClock(const char* folder) {
         static_cast<int>(sizeof path)) {
         return -1;
     }
-    return open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    // The clock is also asked by a sanitizer's allocator while it holds its lock. So the record is
+    // mapped by the kernel's own calls, which neither allocate nor come through a door of ours.
+    return static_cast<int>(
+        syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CREAT | O_CLOEXEC, 0644));
 }
 
 BenchClock* mapOpened(int fd) {
-    if (ftruncate(fd, sizeof(BenchClock)) != 0) {
+    if (syscall(SYS_ftruncate, fd, sizeof(BenchClock)) != 0) {
         return nullptr;
     }
-    void* const page = mmap(nullptr, sizeof(BenchClock), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    return page == MAP_FAILED ? nullptr : static_cast<BenchClock*>(page);
+    const long page =
+        syscall(SYS_mmap, nullptr, sizeof(BenchClock), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    return page == -1 ? nullptr : reinterpret_cast<BenchClock*>(page);
 }
 
 double effectiveSpeed(double stored) {
@@ -75,7 +80,7 @@ BenchClock* BenchClock_map(const char* folder) {
         return nullptr;
     }
     BenchClock* const clock = mapOpened(fd);
-    close(fd);
+    syscall(SYS_close, fd);
     return clock;
 }
 

@@ -20,7 +20,8 @@ const BenchClock* worldClock() {
     if (clock != nullptr) {
         return clock;
     }
-    const char* const folder = PreloadWorld_folder();
+    // Before the world is entered the time is real: entering it here would allocate.
+    const char* const folder = PreloadWorld_enteredFolder();
     if (folder == nullptr) {
         return nullptr;
     }

@@ -120,6 +120,10 @@ const char* PreloadWorld_folder() {
     return now == Entry::inWorld ? worldFolder : nullptr;
 }
 
+const char* PreloadWorld_enteredFolder() {
+    return entry.load(std::memory_order_acquire) == Entry::inWorld ? worldFolder : nullptr;
+}
+
 bool PreloadWorld_file(char* path, size_t size, const char* name) {
     const char* const folder = PreloadWorld_folder();
     return folder != nullptr &&

@@ -10,6 +10,9 @@
 /// variable becomes the process number, for children too, and the folder is made.
 const char* PreloadWorld_folder();
 
+/// The same, but null until the world has been entered: for callers that may not allocate.
+const char* PreloadWorld_enteredFolder();
+
 /// "<folder>/<name>" into `path`; false when there is no world or the path is too long.
 bool PreloadWorld_file(char* path, size_t size, const char* name);
 
