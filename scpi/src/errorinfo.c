@@ -113,6 +113,12 @@ scpi_bool_t scpiErrorInfo(const scpi_t* context, const scpi_error_t* error, scpi
     return TRUE;
 }
 
+static void putByte(scpi_error_info_heap_t* heap, char byte) {
+    heap->data[heap->wr] = byte;
+    heap->wr = (heap->wr + 1) % heap->size;
+    heap->count--;
+}
+
 void scpiErrorInfoKeep(scpi_t* context, scpi_error_t* error, const char* text, size_t len) {
     scpi_error_info_heap_t* heap = &context->error_info_heap;
     size_t i;
@@ -122,11 +128,10 @@ void scpiErrorInfoKeep(scpi_t* context, scpi_error_t* error, const char* text, s
         return;
     }
     error->device_dependent_info = heap->data + heap->wr;
-    for (i = 0; i <= len; i++) {
-        heap->data[heap->wr] = i < len ? text[i] : '\0';
-        heap->wr = (heap->wr + 1) % heap->size;
+    for (i = 0; i < len; i++) {
+        putByte(heap, text[i]);
     }
-    heap->count -= len + 1;
+    putByte(heap, '\0');
 }
 
 void scpiErrorInfoRelease(scpi_t* context, scpi_error_t* error, scpi_bool_t newest) {

@@ -27,7 +27,10 @@ static char headerAt(const scpi_header_t* header, size_t pos) {
     if (pos < header->prefixLen) {
         return header->prefix[pos];
     }
-    return pos < headerLength(header) ? header->text[pos - header->prefixLen] : '\0';
+    if (pos < headerLength(header)) {
+        return header->text[pos - header->prefixLen];
+    }
+    return '\0';
 }
 
 scpi_bool_t scpiHeaderTakeQuery(scpi_header_t* header) {

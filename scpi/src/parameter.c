@@ -6,6 +6,8 @@
 #include "scpi/error.h"
 #include "scpi/parser.h"
 
+#include <stdlib.h>
+
 const scpi_choice_def_t scpi_bool_def[] = {{"OFF", 0}, {"ON", 1}, SCPI_CHOICE_LIST_END};
 
 static scpi_token_t absentToken(scpi_token_type_t type) {
@@ -371,7 +373,7 @@ scpi_bool_t SCPI_ParamChoice(scpi_t* context, const scpi_choice_def_t* options, 
 
 /* Only the first value is mandatory; a bad later one ends the reading with its error pushed. */
 #define DEFINE_ARRAY_READER(name, type, readValue)                                                 \
-    scpi_bool_t name(scpi_t* context, type* data, size_t i_count, size_t* o_count,                 \
+    scpi_bool_t name(scpi_t* context, type data[], size_t i_count, size_t* o_count,                \
                      scpi_array_format_t format, scpi_bool_t mandatory) {                          \
         size_t count = 0;                                                                          \
         if (format != SCPI_FORMAT_ASCII) {                                                         \

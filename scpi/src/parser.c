@@ -64,7 +64,7 @@ static const scpi_command_t* findHeader(scpi_t* context, const line_t* line, scp
     header.prefix = line->header;
     header.prefixLen = inherited;
     row = scpiFindCommand(context, &header);
-    if (row && inherited > 0) {
+    if (row && line->header && inherited > 0) {
         token->ptr -= inherited;
         token->len += (int)inherited;
         memmove(token->ptr, line->header, inherited);

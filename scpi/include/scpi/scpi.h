@@ -4,14 +4,16 @@
 #ifndef SCPI_SCPI_H
 #define SCPI_SCPI_H
 
-#include "scpi/constants.h"
-#include "scpi/error.h"
-#include "scpi/expression.h"
-#include "scpi/ieee488.h"
-#include "scpi/minimal.h"
-#include "scpi/options.h"
+/* clang-format off */
 #include "scpi/parser.h"
+#include "scpi/ieee488.h"
+#include "scpi/error.h"
+#include "scpi/constants.h"
+#include "scpi/minimal.h"
 #include "scpi/units.h"
 #include "scpi/utils.h"
+#include "scpi/expression.h"
+#include "scpi/options.h"
+/* clang-format on */
 
 #endif
