@@ -112,7 +112,8 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     const int error = takeFailure(Call::mutexUnlock);
-    return error != 0 ? error : __real_pthread_mutex_unlock(mutex);
+    const int result = __real_pthread_mutex_unlock(mutex); // in any case: nobody may hang behind it
+    return error != 0 ? error : result;
 }
 
 int __wrap_pthread_cond_init(pthread_cond_t* condition, const pthread_condattr_t* attributes) {
