@@ -70,6 +70,8 @@ void bindScreen(GtkSensorInstance screen, SensorDisplayInstance_t display, uint3
         CGTKPowerDisplay_setDisplayIndex(power, display);
         CGTKPowerDisplay_setSensorChannel(power, port);
         CGTKPowerDisplay_updateScale(power);
+        CGTKTimePowerGraph_setGraphDataInstance(&power->graph,
+                                                &sensorDisplays[display].graphDataPwr);
     }
 }
 
@@ -97,11 +99,15 @@ void updateMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& mea
     }
 }
 
-// Until a screen has pulse widgets or a graph, there is nothing in it to refresh.
+// Until a screen has pulse widgets there is nothing in it to refresh.
 void updatePulseMeasurements(GtkSensorInstance /*screen*/,
                              const SENSOR_MEASUREMENTS& /*measurements*/) {}
 
-void updateGraph(GtkSensorInstance /*screen*/) {}
+void updateGraph(GtkSensorInstance screen) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKTimePowerGraph_update(&power->graph);
+    }
+}
 
 } // namespace
 

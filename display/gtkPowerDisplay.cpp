@@ -3,6 +3,7 @@
 #include "AppFlags.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
+#include "SensorDisplays.h"
 #include "SensorPortHandler.h"
 #include "message.h"
 
@@ -223,19 +224,22 @@ void createPowerLine(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameter
                   y + layout.power.scale.y);
 }
 
-void createGraphPlace(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& parameters) {
+void createGraph(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& parameters) {
     const GdkRectangle& place = gtkPowerDisplayLayout[parameters.layout].graph;
     if (place.width == 0) {
         return;
     }
-    display->graphPlace = gtk_fixed_new();
-    gtk_widget_set_name(display->graphPlace,
-                        WidgetName(parameters.widgetName, "graph", nullptr).text);
-    display->graphWidth = place.width;
-    display->graphHeight = place.height;
-    put(display->container, display->graphPlace,
+    const WidgetName name(parameters.widgetName, "graph", nullptr);
+    GtkWidget* container = gtk_fixed_new();
+    gtk_widget_set_name(container, name.text);
+    put(display->container, container,
         {place.x, parameters.yOffset + parameters.yLinePositions[lineGraph], place.width,
          place.height});
+    CGTKTimePowerGraph_create(&display->graph, display, name.text, container,
+                              parameters.layout == layoutSingleChannelWithGraph ? graphLayoutLarge
+                                                                                : graphLayoutSmall);
+    CGTKTimePowerGraph_setGraphDataInstance(
+        &display->graph, &sensorDisplays[parameters.displayIndex == 0 ? 0 : 1].graphDataPwr);
 }
 
 /// Refreshes what the display keeps of the settings.
@@ -302,7 +306,7 @@ void CGTKPowerDisplay_Create(CGTKPowerDisplay* display,
                                     .y = parameters.yOffset + parameters.yLinePositions[lineMatch],
                                     .captionIsButton = true,
                                     .tap = tapMatch});
-    createGraphPlace(display, parameters);
+    createGraph(display, parameters);
     CGTKPowerDisplay_updateScale(display);
     CGTKPowerDisplay_updateLines(display);
 }

@@ -5,6 +5,7 @@
 #include "MeasurementText.h"
 #include "SensorTypes.h"
 #include "gtkScaleControls.h"
+#include "gtkTimePowerGraph.h"
 
 #include <gtk/gtk.h>
 
@@ -63,6 +64,7 @@ struct CGTKPowerDisplay {
     gtkPowerDisplay_RFPower fwdRFPower;
     gtkPowerDisplay_RFPower rflRFPower;
     gtkPowerDisplay_RFPower match;
+    CGTKTimePowerGraph graph; ///< its container is null on a screen without graph
     CGTKScaleControls scaleControlsFwd;
     CGTKScaleControls scaleControlsRfl;
     rfPowerType powerType;
@@ -86,9 +88,6 @@ struct CGTKPowerDisplay {
     CGTKScaleControls scaleControlsGatedPower;
     GtkWidget* pGridState;
     gtkPowerDisplay_PulseState stateArray[pulseStateCount];
-    GtkWidget* graphPlace; ///< empty container where the graph goes; null without graph
-    int graphWidth;        ///< pixels
-    int graphHeight;
 };
 
 enum ChannelLayoutIndex : uint32_t {

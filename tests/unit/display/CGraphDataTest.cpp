@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cfloat>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <thread>
@@ -49,8 +49,10 @@ protected:
     void expectAllAveragesPlain() const {
         for (uint32_t i = 0; i + data->filterWidth <= data->count; ++i) {
             const GraphDataItem expected = plainAverage(i);
-            ASSERT_EQ(0, std::memcmp(&data->averageData[i], &expected, sizeof expected))
+            const GraphDataItem& item = data->averageData[i];
+            ASSERT_EQ(std::bit_cast<uint32_t>(item.power), std::bit_cast<uint32_t>(expected.power))
                 << "average " << i << " of width " << data->filterWidth;
+            ASSERT_EQ(item.timestamp, expected.timestamp);
         }
     }
 };
