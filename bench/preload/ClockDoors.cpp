@@ -107,7 +107,7 @@ int gettimeofday(timeval* time, void* zone) noexcept {
     static NextFunction<int(timeval*, void*)> next("gettimeofday");
     const int result = next(time, zone);
     timespec now{};
-    if (result == 0 && time != nullptr && readClock(CLOCK_REALTIME, &now) == 0) {
+    if (result == 0 && readClock(CLOCK_REALTIME, &now) == 0) {
         *time = {now.tv_sec, static_cast<suseconds_t>(now.tv_nsec / 1000)};
     }
     return result;

@@ -28,8 +28,8 @@ TEST_F(Syslog, EveryMessageIsOneLineWithItsPriority) {
 
 TEST_F(Syslog, TheErrorTextIsTheCallersAndErrnoIsKept) {
     errno = ENOENT;
-    const std::string format = "%m"; // ISO C++ does not know it, the C library does
-    syslog(LOG_ERR, format.c_str());
+    const std::string format = "%m%s"; // ISO C++ does not know it, the C library does
+    syslog(LOG_ERR, format.c_str(), "");
     EXPECT_EQ(errno, ENOENT);
     EXPECT_THAT(World_syslog(), ElementsAre("<3> No such file or directory"));
 }
