@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "AppFlags.h"
 #include "CSensorDisplayFSM.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
@@ -198,6 +199,7 @@ void createGTKDisplays() {
     gtk_widget_show(entireScreen.topFixedLine);
     gtk_widget_show(entireScreen.entireScreenContainer);
     gtk_widget_show(entireScreen.mainWindow);
+    screenInitComplete = true;
 }
 
 bool MainWindow_displayHasFocus() {
