@@ -53,7 +53,9 @@ bool startTool(Bench& bench, const BenchOptions& options) {
         environment.push_back({name, value});
     }
     bench.tool = ChildProcess_start(toolWords(bench, options), environment,
-                                    {.output = ends[1], .signalAtOurEnd = SIGTERM});
+                                    {.output = ends[1],
+                                     .signalAtOurEnd = SIGTERM,
+                                     .errorFile = bench.world + "/program.errors"});
     close(ends[1]);
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
     if (bench.output >= 0) {
@@ -148,7 +150,8 @@ bool Bench_start(Bench& bench, const BenchOptions& options) {
     if (startTool(bench, options) && waitForStart(bench, options)) {
         return true;
     }
-    fprintf(stderr, "the program did not start on the bench\n");
+    fprintf(stderr, "the program did not start on the bench\n%s",
+            WorldFolder_readFile(bench.world + "/program.errors").c_str());
     return false;
 }
 

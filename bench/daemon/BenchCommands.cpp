@@ -66,6 +66,16 @@ CommandOutcome pressSwitch(BenchDaemon& daemon, const CommandWords&) {
     return CommandOutcome_accept();
 }
 
+CommandOutcome removeFile(BenchDaemon& daemon, const CommandWords& words) {
+    const std::string path = WorldFolder_path(daemon.world, std::string(words[1]));
+    const bool isInside =
+        words[1].starts_with('/') && words[1].find("..") == std::string_view::npos;
+    if (!isInside || !WorldFolder_remove(path)) {
+        return CommandOutcome_refuse("the instrument has no " + CommandOutcome_quoted(words[1]));
+    }
+    return CommandOutcome_accept();
+}
+
 CommandOutcome clock(BenchDaemon& daemon, const CommandWords& words) {
     if (words[1] == "step") {
         const auto step_s = BenchText_duration_s(words[2]);
@@ -99,7 +109,7 @@ struct Command {
 
 constexpr size_t anyNumber = 100;
 
-constexpr std::array<Command, 11> commands{{
+constexpr std::array<Command, 12> commands{{
     {"plug", 3, anyNumber, PortCommands_plug, "plug PORT MODEL [KEY=VALUE...]", "plug a sensor in"},
     {"unplug", 2, 2, PortCommands_unplug, "unplug PORT", "pull it"},
     {"replug", 2, 3, PortCommands_replug, "replug PORT [TIME]", "pull it and put it back"},
@@ -112,6 +122,7 @@ constexpr std::array<Command, 11> commands{{
      "the battery; fail=0.3 lets its files fail"},
     {"ac", 2, 2, externalPower, "ac on | off", "external power"},
     {"switch", 1, 1, pressSwitch, "switch", "press the power switch"},
+    {"remove", 2, 2, removeFile, "remove PATH", "take a device or file away, such as /dev/ttyS4"},
     {"clock", 3, 3, clock, "clock step TIME | clock speed FACTOR", "the program's time"},
 }};
 

@@ -22,7 +22,7 @@ struct WireLog {
     uint64_t bytesToSensor;
     uint64_t bytesFromSensor;
 };
-constexpr size_t wireLogCapacity = 4000;
+constexpr size_t wireLogCapacity = 40000;
 
 /// Notes bytes; bytes of one direction that follow closely share an entry.
 void WireLog_add(WireLog& log, int64_t now_ns, bool toSensor, std::string_view bytes);

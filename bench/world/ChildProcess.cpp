@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,7 +23,9 @@ void applyEnvironment(const std::vector<ChildEnvironment>& environment) {
     }
 }
 
+// Whatever the bench has inherited itself is not the child's business.
 void arrangeDescriptors(const ChildOptions& options) {
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     if (options.keepOpen >= 0) {
         fcntl(options.keepOpen, F_SETFD, 0);
     }

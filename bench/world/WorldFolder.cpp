@@ -102,9 +102,10 @@ bool WorldFolder_create(const std::string& world) {
     return makeFolders(world + "/tty");
 }
 
-void WorldFolder_remove(const std::string& world) {
-    std::error_code ignored;
-    fs::remove_all(world, ignored);
+bool WorldFolder_remove(const std::string& world) {
+    std::error_code error;
+    const auto count = fs::remove_all(world, error);
+    return !error && count > 0;
 }
 
 std::string WorldFolder_path(const std::string& world, const std::string& instrumentPath) {

@@ -10,8 +10,8 @@
 /// that a test can lay out its own first. False with errno when the folder cannot be written.
 bool WorldFolder_create(const std::string& world);
 
-/// Removes the folder with all its content.
-void WorldFolder_remove(const std::string& world);
+/// Removes a file, or a folder with all its content. False when there was none.
+bool WorldFolder_remove(const std::string& world);
 
 /// Where an instrument path such as "/dev/ttyS1" really lies.
 std::string WorldFolder_path(const std::string& world, const std::string& instrumentPath);
