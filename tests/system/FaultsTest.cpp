@@ -1,0 +1,120 @@
+#include "MeterTest.h"
+
+#include <regex>
+
+namespace {
+
+/// Time runs faster: recovery is a matter of the sensor protocol's waits.
+class Faults : public MeterTest, public testing::WithParamInterface<const char*> {
+protected:
+    void startWithTwoSensors() {
+        start({.commands = {"clock speed 4"}});
+        plugFirst("serial1", "5132 fwd=25");
+        plug("serial2", "5134 fwd=4");
+        ASSERT_TRUE(waitForReading("lower.fwd.value"));
+    }
+
+    /// The display follows the sensor.
+    testing::AssertionResult measures(const std::string& port, const std::string& display) {
+        const char* const powers[] = {"36", "49"};
+        for (const char* power : powers) {
+            if (!Bench_do(bench, "set " + port + " fwd=" + power)) {
+                return testing::AssertionFailure() << port << " is not there";
+            }
+            const auto follows = [&] {
+                const auto widget = Bench_widget(bench, display);
+                return widget && widget->isVisible && widget->text.find(power) != std::string::npos;
+            };
+            if (!Bench_waitUntil(follows, readingLimit_ms)) {
+                return testing::AssertionFailure() << display << " does not follow " << port << ": "
+                                                   << Bench_labelText(bench, display);
+            }
+        }
+        return testing::AssertionSuccess();
+    }
+
+    std::string logOf(const std::string& port, uint64_t after) {
+        std::string text;
+        Bench_do(bench, "log " + port + " " + std::to_string(after), &text);
+        return text;
+    }
+
+    uint64_t lastEntry(const std::string& port) {
+        const std::string text = logOf(port, 0);
+        const size_t line = text.size() > 1 ? text.rfind('\n', text.size() - 2) : std::string::npos;
+        return strtoull(text.c_str() + (line == std::string::npos ? 0 : line + 1), nullptr, 10);
+    }
+
+    bool waitForLog(const std::string& port, uint64_t after, const std::string& text) {
+        return Bench_waitUntil([&] { return logOf(port, after).find(text) != std::string::npos; },
+                               10000);
+    }
+};
+
+} // namespace
+
+TEST_P(Faults, LeaveTheOtherPortMeasuringAndPassAway) {
+    const std::string fault = GetParam();
+    startWithTwoSensors();
+    const struct {
+        const char* broken;
+        const char* brokenDisplay;
+        const char* other;
+        const char* otherDisplay;
+    } sides[] = {{"serial1", "upper.fwd.value", "serial2", "lower.fwd.value"},
+                 {"serial2", "lower.fwd.value", "serial1", "upper.fwd.value"}};
+    for (const auto& side : sides) {
+        // A silence first, so that the fault meets every step from the synchronisation on.
+        ASSERT_TRUE(Bench_do(bench, std::string("fault ") + side.broken + " silence"));
+        const uint64_t start = lastEntry(side.broken);
+        ASSERT_TRUE(waitForLog(side.broken, start, "-> 53  S"));
+        ASSERT_TRUE(Bench_do(bench, "fault " + std::string(side.broken) + " " + fault));
+        EXPECT_TRUE(measures(side.other, side.otherDisplay)) << fault;
+        EXPECT_TRUE(Bench_isVisible(bench, side.brokenDisplay)) << fault;
+        ASSERT_TRUE(Bench_do(bench, std::string("fault ") + side.broken + " none"));
+        EXPECT_TRUE(measures(side.broken, side.brokenDisplay)) << fault;
+        EXPECT_TRUE(measures(side.other, side.otherDisplay)) << fault;
+    }
+    EXPECT_TRUE(shows("upper.title", "5132: 513200417"));
+    EXPECT_TRUE(shows("lower.title", "5134: 513400203"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Serial, Faults,
+                         testing::Values("silence", "short", "wrongsync", "chatter", "slow",
+                                         "hostile", "noise"),
+                         [](const testing::TestParamInfo<const char*>& chosen) {
+                             return std::string(chosen.param);
+                         });
+
+TEST_F(Faults, ACableCutInTheMiddleOfAReplyIsAnUnpluggedSensor) {
+    startWithTwoSensors();
+    ASSERT_TRUE(Bench_do(bench, "fault serial1 cut"));
+    EXPECT_TRUE(becomesVisible("single.fwd.value", true));
+    EXPECT_TRUE(measures("serial2", "single.fwd.value"));
+    plug("serial1", "5132 fwd=25");
+    EXPECT_TRUE(waitForReading("upper.fwd.value"));
+    EXPECT_TRUE(measures("serial1", "upper.fwd.value"));
+}
+
+TEST_F(Faults, TwentySynchronisationsLeaveTheSerialNumberUnchanged) {
+    start({.commands = {"clock speed 5"}});
+    plugFirst("serial1", "5132 fwd=25");
+    for (int round = 0; round < 20; ++round) {
+        const uint64_t before = lastEntry("serial1");
+        ASSERT_TRUE(Bench_do(bench, "fault serial1 silence"));
+        ASSERT_TRUE(waitForLog("serial1", before, "->")) << round;
+        ASSERT_TRUE(Bench_do(bench, "fault serial1 none"));
+        ASSERT_TRUE(waitForLog("serial1", before, "-> 49  I")) << round;
+        ASSERT_TRUE(waitForLog("serial1", before, "-> 5a 04 38")) << round;
+    }
+    EXPECT_TRUE(measures("serial1", "single.fwd.value"));
+    EXPECT_TRUE(shows("single.title", "5132: 513200417"));
+}
+
+TEST_F(Faults, TheWireSpeedOfTheSensorsIsNotTouched) {
+    startWithTwoSensors();
+    std::string status;
+    ASSERT_TRUE(Bench_do(bench, "status", &status));
+    EXPECT_TRUE(std::regex_search(status, std::regex("serial1: .*line=\"9600 8 N 1\"")));
+    EXPECT_TRUE(std::regex_search(status, std::regex("serial2: .*line=\"9600 8 N 1\"")));
+}

@@ -1,0 +1,112 @@
+#include "MeterTest.h"
+
+#include <regex>
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+using Logging = MeterTest;
+
+size_t countMatches(const std::vector<std::string>& lines, const std::string& pattern) {
+    const std::regex expression(pattern);
+    return static_cast<size_t>(
+        std::count_if(lines.begin(), lines.end(), [&](const std::string& line) {
+            return std::regex_search(line, expression);
+        }));
+}
+
+size_t countMatches(const std::string& text, const std::string& pattern) {
+    const std::regex expression(pattern);
+    return static_cast<size_t>(
+        std::distance(std::sregex_iterator(text.begin(), text.end(), expression), {}));
+}
+
+} // namespace
+
+TEST_F(Logging, EveryThreadTellsThatItIsAliveEveryFiveSeconds) {
+    start({.prepare = [this](const std::string&) {
+        ASSERT_TRUE(Bench_writeFile(bench, "/tmp/debug", ""));
+        ASSERT_TRUE(Bench_writeFile(bench, "/tmp/logConfig", "ThreadMonitor\n"));
+    }});
+    // "%ul" prints the digits and an l. Focus and battery threads look every 5 s, so their
+    // heartbeat of 5 s comes at every second look.
+    const struct {
+        const char* syslogLine;
+        size_t least;
+    } diagnostics[] = {
+        {R"(^<7> DIAGNOSTIC:GtkThread\.cpp:\d+:\w+\(\): Thread is alive at \d+l ms\.\\n\\n$)", 2},
+        {R"(^<7> DIAGNOSTIC:GraphUpdateThread\.cpp:\d+:\w+\(\): Thread is alive at \d+l ms\.\\n\\n$)",
+         2},
+        {R"(^<7> DIAGNOSTIC:HwPollingThread\.cpp:\d+:\w+\(\): hwPollingThread: Thread is alive at \d+l ms\.\\n\\n$)",
+         2},
+    };
+    const struct {
+        const char* traceLine;
+        size_t least;
+    } traces[] = {
+        {R"(focusThread: Thread is alive at \d+l ms\.\n)", 1},
+        {R"(batteryThread: Thread is alive at \d+l ms\.\n)", 1},
+        {R"(focusThread: focus restored = [01]\n)", 2},
+        {R"(gtkThread: gtkThread loop count = \d+\n)", 35},
+    };
+    const auto isComplete = [&] {
+        const auto lines = Bench_syslog(bench);
+        const std::string& printed = Bench_output(bench);
+        return std::all_of(
+                   std::begin(diagnostics), std::end(diagnostics),
+                   [&](const auto& d) { return countMatches(lines, d.syslogLine) >= d.least; }) &&
+               std::all_of(std::begin(traces), std::end(traces), [&](const auto& t) {
+                   return countMatches(printed, t.traceLine) >= t.least;
+               });
+    };
+    Bench_waitUntil(isComplete, 16500);
+    for (const auto& d : diagnostics) {
+        EXPECT_GE(countMatches(Bench_syslog(bench), d.syslogLine), d.least) << d.syslogLine;
+    }
+    for (const auto& t : traces) {
+        EXPECT_GE(countMatches(Bench_output(bench), t.traceLine), t.least) << t.traceLine;
+    }
+}
+
+TEST_F(Logging, ThePowerSwitchThreadTellsThatItIsAliveWhenItComesRound) {
+    start({.commands = {"remove /dev/input/event0"}, .prepare = [this](const std::string&) {
+               ASSERT_TRUE(Bench_writeFile(bench, "/tmp/debug", ""));
+               ASSERT_TRUE(Bench_writeFile(bench, "/tmp/logConfig", "ThreadMonitor\n"));
+           }});
+    const auto isAlive = [&] {
+        return countMatches(Bench_output(bench),
+                            R"(softPowerSwitchPollingThread: Thread is alive at \d+l ms\.\n)") > 0;
+    };
+    EXPECT_TRUE(Bench_waitUntil(isAlive, 8000));
+}
+
+TEST_F(Logging, WithoutTheMarkerNothingIsPrinted) {
+    start();
+    Bench_writeFile(bench, "/tmp/logConfig", "ThreadMonitor\nSensorDetection\n");
+    ASSERT_TRUE(Bench_waitUntil([&] { return Bench_countInSyslog(bench, "alive") > 0; }, 8000));
+    EXPECT_EQ(Bench_output(bench), "");
+}
+
+TEST_F(Logging, CategoriesSwitchWithinASecond) {
+    start();
+    constexpr uint32_t limit_ms = 1500; // a second of the routing thread, and the poll's own period
+    const auto hasPrinted = [&](const char* text) {
+        return [this, text] { return Bench_output(bench).find(text) != std::string::npos; };
+    };
+    Bench_writeFile(bench, "/tmp/debug", "");
+    Bench_writeFile(bench, "/tmp/logConfig", "  SensorDetection  \nSensorMmngr\nthreadmonitor\n");
+    EXPECT_TRUE(
+        Bench_waitUntil(hasPrinted("pollI2CCurrentMonitor: current at port 0 = 2\n"), limit_ms));
+    EXPECT_THAT(Bench_output(bench), Not(HasSubstr("gtkThread loop count")));
+    Bench_writeFile(bench, "/tmp/logConfig", "ThreadMonitor\n");
+    EXPECT_TRUE(Bench_waitUntil(hasPrinted("gtkThread loop count"), limit_ms));
+    Bench_removeFile(bench, "/tmp/logConfig");
+    const auto isQuiet = [&] {
+        bench.printed.clear();
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        return Bench_output(bench).empty();
+    };
+    EXPECT_TRUE(Bench_waitUntil(isQuiet, 3000));
+}

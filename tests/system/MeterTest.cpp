@@ -1,0 +1,96 @@
+#include "MeterTest.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr uint32_t dialogLimit_ms = 5000;
+
+bool isBlank(const std::string& text) {
+    return text.find_first_not_of(' ') == std::string::npos;
+}
+
+// What a developer wants to see of a meter that did not do what it should.
+void leaveTraces(Bench& bench) {
+    const std::string picture =
+        std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".png";
+    if (Bench_savePicture(bench, picture)) {
+        fprintf(stderr, "the screen is in %s\n", picture.c_str());
+    }
+    std::string status;
+    if (Bench_do(bench, "status", &status)) {
+        fputs(status.c_str(), stderr);
+    }
+    const auto lines = Bench_syslog(bench);
+    const size_t shown = std::min<size_t>(lines.size(), 15);
+    for (size_t at = lines.size() - shown; at < lines.size(); ++at) {
+        fprintf(stderr, "%s\n", lines[at].c_str());
+    }
+}
+
+} // namespace
+
+void MeterTest::TearDown() {
+    if (HasFailure() && bench.tool > 0) {
+        leaveTraces(bench);
+    }
+    Bench_stop(bench);
+}
+
+void MeterTest::start(const BenchOptions& options) {
+    ASSERT_TRUE(Bench_start(bench, options));
+}
+
+void MeterTest::plugFirst(const std::string& port, const std::string& sensor, int channel) {
+    ASSERT_TRUE(Bench_do(bench, "plug " + port + " " + sensor));
+    ASSERT_TRUE(chooseChannel(channel)) << "no channel dialog";
+    ASSERT_TRUE(waitForReading("single.fwd.value"));
+}
+
+void MeterTest::plug(const std::string& port, const std::string& sensor) {
+    ASSERT_TRUE(Bench_do(bench, "plug " + port + " " + sensor));
+}
+
+bool MeterTest::chooseChannel(int channel) {
+    const char* radio = channel == 1 ? channelDialog::channel1 : channelDialog::channel2;
+    if (!Bench_waitForVisible(bench, channelDialog::ok, true, dialogLimit_ms)) {
+        return false;
+    }
+    const auto isChosen = [&] {
+        const auto button = Bench_widget(bench, radio);
+        return button && button->isActive;
+    };
+    return (isChosen() || (Bench_tap(bench, radio) && Bench_waitUntil(isChosen, 2000))) &&
+           Bench_tap(bench, channelDialog::ok) &&
+           Bench_waitForVisible(bench, channelDialog::ok, false, 2000);
+}
+
+bool MeterTest::waitForReading(const std::string& line, uint32_t limit_ms) {
+    const auto hasReading = [&] {
+        const auto widget = Bench_widget(bench, line);
+        return widget && widget->isVisible && !isBlank(widget->text);
+    };
+    return Bench_waitUntil(hasReading, limit_ms);
+}
+
+testing::AssertionResult MeterTest::shows(const std::string& name, const std::string& text,
+                                          uint32_t limit_ms) {
+    if (Bench_waitForText(bench, name, text, limit_ms)) {
+        return testing::AssertionSuccess();
+    }
+    const auto widget = Bench_widget(bench, name);
+    return testing::AssertionFailure()
+           << name << " should show \"" << text << "\" but "
+           << (widget ? (widget->isVisible ? "shows \"" : "is hidden with \"") + widget->text + "\""
+                      : std::string("is not there"));
+}
+
+testing::AssertionResult MeterTest::becomesVisible(const std::string& name, bool isVisible,
+                                                   uint32_t limit_ms) {
+    if (Bench_waitForVisible(bench, name, isVisible, limit_ms)) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure()
+           << name << (isVisible ? " does not appear" : " does not go away");
+}

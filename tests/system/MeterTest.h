@@ -1,0 +1,67 @@
+#ifndef TESTS_SYSTEM_METER_TEST_H
+#define TESTS_SYSTEM_METER_TEST_H
+
+#include "Bench.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <string>
+
+/// The whole meter on a bench of its own, as a user has it in hand.
+class MeterTest : public testing::Test {
+protected:
+    void TearDown() override;
+
+    /// Starts the meter; the test ends when it does not come up.
+    void start(const BenchOptions& options = {});
+
+    /// Plugs the first sensor in, chooses channel 1 or 2 in the dialog, and waits for its readings.
+    /// `port` and what follows the model as in "serial1", "5132 fwd=25".
+    void plugFirst(const std::string& port, const std::string& sensor, int channel = 1);
+
+    /// Plugs a sensor in whose channel is already decided.
+    void plug(const std::string& port, const std::string& sensor);
+
+    /// Answers the channel dialog. False when it does not appear.
+    bool chooseChannel(int channel);
+
+    /// Waits until the value line shows a reading: something but blanks.
+    bool waitForReading(const std::string& line, uint32_t limit_ms = readingLimit_ms);
+
+    /// Waits for a value and says in the failure what was there instead.
+    testing::AssertionResult shows(const std::string& name, const std::string& text,
+                                   uint32_t limit_ms = 3000);
+
+    /// The same for a widget that must disappear or appear.
+    testing::AssertionResult becomesVisible(const std::string& name, bool isVisible,
+                                            uint32_t limit_ms = 3000);
+
+    static constexpr uint32_t readingLimit_ms = 15000;
+
+    Bench bench;
+};
+
+/// Real time since it was made.
+class Stopwatch {
+public:
+    double elapsed_ms() const {
+        const std::chrono::duration<double, std::milli> gone =
+            std::chrono::steady_clock::now() - start;
+        return gone.count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
+/// Names of the channel dialog's parts.
+namespace channelDialog {
+constexpr const char* window = "sensorSettingsDialog";
+constexpr const char* title = "sensorSettingsDialogTitleStr";
+constexpr const char* channel1 = "sensorSettingsDialogRadioChan1";
+constexpr const char* channel2 = "sensorSettingsDialogRadioChan2";
+constexpr const char* ok = "sensorSettingsDialog_ok";
+} // namespace channelDialog
+
+#endif
