@@ -1,0 +1,185 @@
+// The screen channel, from inside a program with a real window on a virtual X server.
+
+#include "BenchScreen.h"
+#include "World.h"
+#include "XServer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+#include <cstdlib>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+/// Connects, sends a request and reads to the end.
+std::string ask(const std::string& request) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    snprintf(address.sun_path, sizeof address.sun_path, "%s/screen.sock", World_folder().c_str());
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        close(fd);
+        return "no channel";
+    }
+    send(fd, request.data(), request.size(), MSG_NOSIGNAL);
+    std::string answer;
+    char buffer[4096];
+    for (ssize_t count = read(fd, buffer, sizeof buffer); count > 0;
+         count = read(fd, buffer, sizeof buffer)) {
+        answer.append(buffer, static_cast<size_t>(count));
+    }
+    close(fd);
+    return answer;
+}
+
+int quitMainLoop(void*) {
+    gtk_main_quit();
+    return G_SOURCE_REMOVE;
+}
+
+/// Runs the main loop while another thread does what a bench does.
+void whileRunning(const std::function<void()>& bench) {
+    std::thread thread([&] {
+        EXPECT_TRUE(World_waitUntil([] { return ask("hello\n") != "no channel"; }, 10'000));
+        bench();
+        gdk_threads_add_idle(quitMainLoop, nullptr);
+    });
+    gtk_main();
+    thread.join();
+}
+
+/// A window with one widget of each kind that the channel treats in its own way.
+class ScreenChannel : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        const std::string display = XServer_start();
+        ASSERT_FALSE(display.empty());
+        setenv("DISPLAY", display.c_str(), 1);
+        setenv("NO_AT_BRIDGE", "1", 0);
+        ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    }
+    void SetUp() override {
+        window = gtk_window_new(GTK_WINDOW_POPUP);
+        gtk_window_move(GTK_WINDOW(window), 40, 30);
+        gtk_window_set_title(GTK_WINDOW(window), "meter");
+        gtk_widget_set_size_request(window, 400, 300);
+        fixed = gtk_fixed_new();
+        gtk_container_add(GTK_CONTAINER(window), fixed);
+        label = gtk_label_new(nullptr);
+        gtk_label_set_markup(GTK_LABEL(label), "<b>25.0</b>\tW\n\\");
+        gtk_widget_set_name(label, "single.fwd.value");
+        put(label, 100, 50);
+        hidden = gtk_label_new("hidden");
+        put(hidden, 0, 0);
+        check = gtk_check_button_new_with_label("on");
+        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(check), TRUE);
+        put(check, 10, 200);
+        entry = gtk_entry_new();
+        gtk_entry_set_text(GTK_ENTRY(entry), "1.5");
+        gtk_widget_set_sensitive(entry, FALSE);
+        put(entry, 10, 100);
+        gtk_widget_show_all(window);
+        gtk_widget_hide(hidden);
+    }
+    void TearDown() override {
+        gtk_widget_destroy(window);
+    }
+    void put(GtkWidget* widget, int x, int y) const {
+        gtk_fixed_put(GTK_FIXED(fixed), widget, x, y);
+    }
+    void paint(const char* css) const {
+        GtkCssProvider* const provider = gtk_css_provider_new();
+        gtk_css_provider_load_from_data(provider, css, -1, nullptr);
+        gtk_style_context_add_provider_for_screen(gtk_widget_get_screen(window),
+                                                  GTK_STYLE_PROVIDER(provider), 900);
+        g_object_unref(provider);
+    }
+    static ScreenWidget find(const std::vector<ScreenWidget>& widgets, const std::string& type,
+                             const std::string& text) {
+        for (const ScreenWidget& widget : widgets) {
+            if (widget.type == type && widget.text == text) {
+                return widget;
+            }
+        }
+        ADD_FAILURE() << "no " << type << " that shows " << text;
+        return {};
+    }
+
+    GtkWidget* window = nullptr;
+    GtkWidget* fixed = nullptr;
+    GtkWidget* label = nullptr;
+    GtkWidget* hidden = nullptr;
+    GtkWidget* check = nullptr;
+    GtkWidget* entry = nullptr;
+};
+
+} // namespace
+
+TEST_F(ScreenChannel, EveryWidgetIsListedAsAPersonSeesIt) {
+    paint("window { background-color: #102030; }"
+          "label { color: #ff8000; font: 20px Monospace; }");
+    std::vector<ScreenWidget> widgets;
+    whileRunning([&] { EXPECT_TRUE(BenchScreen_list(World_folder(), widgets)); });
+
+    const ScreenWidget top = find(widgets, "GtkWindow", "meter");
+    EXPECT_EQ(top.depth, 0);
+    EXPECT_EQ(top.x, 40);
+    EXPECT_EQ(top.y, 30);
+    EXPECT_EQ(top.width, 400);
+    EXPECT_EQ(top.height, 300);
+
+    const ScreenWidget value = find(widgets, "GtkLabel", "25.0\tW\n\\");
+    EXPECT_EQ(value.depth, 2);
+    EXPECT_EQ(value.name, "single.fwd.value");
+    EXPECT_TRUE(value.isVisible);
+    EXPECT_EQ(value.x, 140);
+    EXPECT_EQ(value.y, 80);
+    EXPECT_EQ(value.foreground, "#ff8000");
+    EXPECT_EQ(value.background, "#102030");
+    EXPECT_THAT(value.font, testing::HasSubstr("Monospace"));
+
+    EXPECT_FALSE(find(widgets, "GtkLabel", "hidden").isVisible);
+    EXPECT_TRUE(find(widgets, "GtkCheckButton", "on").isActive);
+    EXPECT_FALSE(find(widgets, "GtkEntry", "1.5").isSensitive);
+}
+
+TEST_F(ScreenChannel, AnUnknownRequestIsNamedWithWhatIsAllowed) {
+    std::string answer;
+    whileRunning([&] { answer = ask("dance\n"); });
+    EXPECT_EQ(answer, "error: unknown request; allowed: list\n");
+}
+
+TEST_F(ScreenChannel, AHundredAskersAtOnceAreAllAnswered) {
+    whileRunning([&] {
+        std::vector<std::thread> askers;
+        std::atomic<int> answered{0};
+        for (int index = 0; index < 10; ++index) {
+            askers.emplace_back([&] {
+                for (int round = 0; round < 10; ++round) {
+                    answered += ask("list\n").find("single.fwd.value") != std::string::npos ? 1 : 0;
+                }
+            });
+        }
+        for (std::thread& asker : askers) {
+            asker.join();
+        }
+        EXPECT_EQ(answered, 100);
+    });
+}
+
+TEST_F(ScreenChannel, AMainLoopThatDoesNotAnswerIsToldOf) {
+    whileRunning([] {});
+    World_setSpeed(1);
+    std::string answer;
+    std::thread asker([&] { answer = ask("list\n"); });
+    asker.join(); // five seconds, while no main loop runs
+    EXPECT_EQ(answer, "error: the program's main loop does not answer\n");
+    whileRunning([&] { answer = ask("list\n"); });
+    EXPECT_THAT(answer, testing::HasSubstr("single.fwd.value"));
+}
