@@ -73,8 +73,14 @@ void askForAnyPort() {
 
 Entry enterWorld() {
     const char* const pattern = getenv(worldVariable);
-    if (pattern == nullptr || pattern[0] != '/') {
+    if (pattern == nullptr) {
         return Entry::noWorld;
+    }
+    // Half of what the system allows leaves room for every path inside.
+    if (pattern[0] != '/' || strlen(pattern) > PATH_MAX / 2) {
+        fprintf(stderr, "quorvelbench: %s must be a path from / of at most %d characters\n",
+                worldVariable, PATH_MAX / 2);
+        _exit(126);
     }
     const bool isOwn = expandPattern(pattern, worldFolder, sizeof worldFolder);
     if (isOwn) {

@@ -77,7 +77,8 @@ std::vector<Terminal> terminals;
 } // namespace
 
 std::string World_folder() {
-    return getenv("QUORVEL_BENCH");
+    const char* const folder = getenv("QUORVEL_BENCH");
+    return folder != nullptr ? folder : "";
 }
 
 std::string World_realPath(const std::string& instrumentPath) {

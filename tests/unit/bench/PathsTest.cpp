@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -112,4 +113,16 @@ TEST(Paths, UniqueNamesComeBackInTheCallersPattern) {
     EXPECT_STRNE(pattern, "/etc/QuorvelPowerMeterApp/x.XXXXXX");
     EXPECT_EQ(access(World_realPath(pattern).c_str(), F_OK), 0);
     EXPECT_EQ(unlink(pattern), 0);
+}
+
+TEST(Paths, APathThatIsTooLongInTheWorldLeadsNowhere) {
+    const std::string fits = "/etc/QuorvelPowerMeterApp/" + std::string(200, 'x');
+    World_writeFile(fits, "content");
+    EXPECT_EQ(readThrough(open(fits.c_str(), O_RDONLY)), "content");
+    std::string path = "/etc/QuorvelPowerMeterApp";
+    while (path.size() < PATH_MAX - 30) {
+        path += "/longer";
+    }
+    EXPECT_EQ(open(path.c_str(), O_WRONLY | O_CREAT, 0644), -1);
+    EXPECT_EQ(mkdir(path.c_str(), 0755), -1);
 }
