@@ -53,6 +53,7 @@ TEST_F(OwnWorld, IsMadeWithItsFirstProcessAndGoesWithIt) {
 }
 
 TEST_F(OwnWorld, IsSharedByTheChildrenAndOutlivesThem) {
+    World_removeFile("/tmp/debug");
     EXPECT_EQ(run("touch /tmp/debug; sh -c \"test -e /tmp/debug && echo x > /tmp/logConfig\"; "
                   "test -e /tmp/logConfig && echo $QUORVEL_BENCH > $OUT"),
               0);
