@@ -37,7 +37,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
      .configButton = {944, 0, 64, 48},
      .titleSize = 32,
      .power = {.height = 106,
-               .caption = {16, 28, 104, 50}, .value = {124, -9, 548, 106}, .units = {684, 14, 100, 78},
+               .caption = {16, 28, 104, 50}, .value = {124, -7, 548, 106}, .units = {684, 14, 100, 78},
                .scale = {796, 14, 212, 78},
                .captionSize = 36, .valueSize = 116, .unitsSize = 38},
      .match = {.height = 58,
