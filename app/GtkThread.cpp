@@ -119,6 +119,7 @@ void gtkThread() {
         {
             const ScopedGdkLock lock;
             gtk_init_done = true;
+            gtk_init_done.notify_all();
             if (!CloseWindow_isDestroyed()) {
                 GtkThread_pass(&threadState, getTime_ms());
             }

@@ -19,8 +19,6 @@
 
 namespace {
 
-constexpr uint32_t guiPollPeriod_ms = 100;
-
 // Handles of the threads; none is ever joined.
 pthread_t gtk_thread_id;
 pthread_t focus_thread_id;
@@ -71,9 +69,7 @@ void logDisplays(const char* label) {
 
 void StartThreads_startGui() {
     start(guiThread);
-    while (!gtk_init_done) {
-        Thread_sleep_ms(guiPollPeriod_ms);
-    }
+    gtk_init_done.wait(false);
 }
 
 void StartThreads_createDisplaySlots() {

@@ -41,10 +41,10 @@ struct UsbPortPlayer {
     UsbFault fault;
     bool isStalled;
     int listener;
-    std::vector<int> channels; ///< open descriptors of the program, normally one
+    std::vector<int> channels;     ///< open descriptors of the program, normally one
     std::optional<UsbReply> reply; ///< not sent yet
     int reader;                    ///< channel that asked for it
-    int64_t replug_ns; ///< when a pulled sensor comes back, 0 for never
+    int64_t replug_ns;             ///< when a pulled sensor comes back, 0 for never
     std::optional<Sensor316x> pulled;
     uint32_t noise;
     WireLog log;

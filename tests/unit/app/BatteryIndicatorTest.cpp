@@ -2,8 +2,9 @@
 
 #include "BatteryRules.h"
 
-#include <array>
 #include <gtest/gtest.h>
+
+#include <array>
 #include <string>
 
 TEST(BatteryIndicator, EveryStateHasItsPictureAndText) {
@@ -44,8 +45,8 @@ TEST(BatteryIndicator, EveryStateHasItsPictureAndText) {
         {true, false, BATT_NOT_CHARGING, 0, BatteryImage::notConnected, "", false},
     }};
     for (const Case& row : cases) {
-        const BatteryIndication shown = BatteryIndicator_choose(row.modelHasBattery, row.isPresent,
-                                                                row.charging, row.percent);
+        const BatteryIndication shown =
+            BatteryIndicator_choose(row.modelHasBattery, row.isPresent, row.charging, row.percent);
         const std::string label = "charge state " + std::to_string(row.charging) + ", " +
                                   std::to_string(row.percent) + " percent";
         EXPECT_EQ(shown.image, row.image) << label;
