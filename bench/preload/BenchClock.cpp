@@ -39,8 +39,10 @@ BenchClock* mapOpened(int fd) {
     if (syscall(SYS_ftruncate, fd, sizeof(BenchClock)) != 0) {
         return nullptr;
     }
-    const long page =
-        syscall(SYS_mmap, nullptr, sizeof(BenchClock), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    // The kernel reads whole words: the offset must not be a bare int.
+    constexpr long offset = 0;
+    const long page = syscall(SYS_mmap, nullptr, sizeof(BenchClock), PROT_READ | PROT_WRITE,
+                              MAP_SHARED, fd, offset);
     return page == -1 ? nullptr : reinterpret_cast<BenchClock*>(page);
 }
 
