@@ -9,6 +9,7 @@
 #include "CrashHandler.h"
 #include "Files.h"
 #include "GdkLock.h"
+#include "GraphSettingsDialog.h"
 #include "GtkHelpers.h"
 #include "GtkStart.h"
 #include "GtkThread.h"
@@ -68,6 +69,7 @@ void buildScreens() {
     createGTKDisplays();
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
     checkModelForBattery();
+    graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
     ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_register(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);

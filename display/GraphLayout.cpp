@@ -3,17 +3,17 @@
 // clang-format off
 const GraphLayout_t graphLayoutLarge = {
     .containerDimensions = {0, 0, 1008, 284},
-    .powerMax = {0, 0, 140, 28},
+    .powerMax = {0, 0, 168, 30},
     .powerLabel = {0, 86, 168, 64},
     .powerMode = {900, 0, 108, 80},
-    .powerMin = {0, 222, 140, 28},
+    .powerMin = {0, 220, 168, 30},
     .autoScale = {900, 86, 108, 80},
     .timeMin = {176, 254, 80, 30},
     .timeLabel = {416, 254, 240, 30},
     .timeMax = {816, 254, 80, 30},
     .clearGraph = {900, 172, 108, 80},
     .drawingArea = {176, 0, 716, 250},
-    .labelSize = 22,
+    .labelSize = 24,
     .buttonSize = 24,
 };
 
@@ -29,7 +29,7 @@ const GraphLayout_t graphLayoutSmall = {
     .timeMax = {380, 302, 80, 28},
     .clearGraph = {352, 0, 108, 52},
     .drawingArea = {94, 58, 366, 240},
-    .labelSize = 18,
+    .labelSize = 20,
     .buttonSize = 20,
 };
 // clang-format on

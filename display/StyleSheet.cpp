@@ -41,6 +41,27 @@ window#mainWindow8830K separator { background-color: #6a6e72; min-height: 2px; }
 window#mainWindow8830K button.touch.title { background-color: black; }
 window#mainWindow8830K button.touch.title:active { background-color: #5a5e62; }
 window#mainWindow8830K button.touch.blank { background-color: transparent; border-color: transparent; }
+
+/* The graph settings: large enough for a finger, and the entry that the keypad edits stands out. */
+window#graphSettingsDialog { border: 3px solid #6a6e72; font-size: 24px; }
+window#graphSettingsDialog label.heading { font-size: 30px; font-weight: bold; }
+window#graphSettingsDialog label.section { font-weight: bold; }
+window#graphSettingsDialog label:disabled { color: #909090; }
+window#graphSettingsDialog button {
+    background-image: none; border-bottom-width: 3px; border-radius: 8px; box-shadow: none;
+    text-shadow: none; outline-style: none; transition: none;
+}
+window#graphSettingsDialog button:active { background-color: #c8c8c8; }
+window#graphSettingsDialog button label { background-color: transparent; font-size: 28px; }
+window#graphSettingsDialog checkbutton label { background-color: transparent; }
+window#graphSettingsDialog checkbutton check { min-width: 36px; min-height: 36px; }
+window#graphSettingsDialog entry {
+    font-family: Monospace; font-size: 28px; border: 2px solid #909090; border-radius: 6px;
+    box-shadow: none; background-image: none; padding: 0 10px; caret-color: black;
+}
+window#graphSettingsDialog entry:disabled { color: #909090; background-color: #e8e8e0; }
+window#graphSettingsDialog entry.target { border: 3px solid #4f81bd; padding: 0 9px; }
+window#graphSettingsDialog entry selection { background-color: #4f81bd; color: white; }
 )";
 
 // "pulseDisplayctive" never matches anything; it is deliberately kept so.

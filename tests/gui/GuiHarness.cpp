@@ -145,6 +145,11 @@ void Gui_showScreen(GtkSensorInstance screen) {
 
 GtkWidget* Gui_widget(const std::string& name) {
     GtkWidget* widget = find_child(entireScreen.mainWindow, name.c_str());
+    GList* windows = gtk_window_list_toplevels();
+    for (GList* one = windows; one != nullptr && widget == nullptr; one = one->next) {
+        widget = find_child(static_cast<GtkWidget*>(one->data), name.c_str());
+    }
+    g_list_free(windows);
     if (widget == nullptr) {
         ADD_FAILURE() << "no widget is named " << name;
     }
@@ -162,6 +167,9 @@ std::string Gui_text(const std::string& name) {
         std::string result = text;
         g_free(text);
         return result;
+    }
+    if (GTK_IS_ENTRY(widget)) {
+        return gtk_entry_get_text(GTK_ENTRY(widget));
     }
     return GTK_IS_LABEL(widget) ? gtk_label_get_text(GTK_LABEL(widget)) : "";
 }
@@ -184,10 +192,15 @@ std::string Gui_colour(const std::string& name) {
 }
 
 GdkRectangle Gui_place(GtkWidget* widget) {
+    GtkWidget* window = gtk_widget_get_toplevel(widget);
+    int left = 0;
+    int top = 0;
+    gdk_window_get_origin(gtk_widget_get_window(window), &left, &top);
     int x = 0;
     int y = 0;
-    gtk_widget_translate_coordinates(widget, entireScreen.mainWindow, 0, 0, &x, &y);
-    return {x, y, gtk_widget_get_allocated_width(widget), gtk_widget_get_allocated_height(widget)};
+    gtk_widget_translate_coordinates(widget, window, 0, 0, &x, &y);
+    return {left + x, top + y, gtk_widget_get_allocated_width(widget),
+            gtk_widget_get_allocated_height(widget)};
 }
 
 bool Gui_isShown(const std::string& name) {

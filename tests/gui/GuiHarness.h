@@ -25,10 +25,10 @@ bool Gui_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms);
 /// half's matching screen.
 void Gui_showScreen(GtkSensorInstance screen);
 
-/// A widget of the main window by its name; fails the test if there is none.
+/// A widget of the main window, or else of a dialog, by its name; fails the test if there is none.
 GtkWidget* Gui_widget(const std::string& name);
 
-/// Text of a label, and its colour as drawn ("#rrggbb").
+/// Text of a label or an entry, and its colour as drawn ("#rrggbb").
 std::string Gui_text(const std::string& name);
 std::string Gui_colour(const std::string& name);
 

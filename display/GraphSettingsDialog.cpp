@@ -1,0 +1,309 @@
+#include "GraphSettingsDialog.h"
+
+#include "CSimpleTimer.h"
+#include "GraphSettingsHandler.h"
+#include "GraphSettingsUtilities.h"
+#include "GtkHelpers.h"
+#include "SensorDisplays.h"
+#include "SensorPortHandler.h"
+#include "gtkPowerDisplay.h"
+#include "message.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr char interfaceFile[] = "./resources/graphSettingsDialog.ui";
+constexpr uint32_t dBmDigits = 2;
+constexpr double dBmLowest = -60.0;
+constexpr double dBmHighest = 80.0;
+constexpr double milliwattsHighest = 99999999.0;
+
+/// An entry that holds a power, and the setting behind it.
+struct PowerEntry {
+    const char* id;
+    const char* unitsId;
+    double GraphSettings_t::*setting;
+    GtkEntry* entry;
+    GtkWidget* units;
+    char shownText[40]; ///< what the entry showed when the dialog was opened
+    double shownValue;  ///< the exact value behind it, in mW or dBm
+};
+
+std::array<PowerEntry, 4> powerEntries = {{
+    {"graphSettingsRangeMin", "graphSettingsLabelRangeMinUnits", &GraphSettings_t::minPower,
+     nullptr, nullptr, "", 0.0},
+    {"graphSettingsRangeMax", "graphSettingsLabelRangeMaxUnits", &GraphSettings_t::maxPower,
+     nullptr, nullptr, "", 0.0},
+    {"graphSettingsLimitMin", "graphSettingsLabelLimitsMinUnits", &GraphSettings_t::minLimitLine,
+     nullptr, nullptr, "", 0.0},
+    {"graphSettingsLimitMax", "graphSettingsLabelLimitsMaxUnits", &GraphSettings_t::maxLimitLine,
+     nullptr, nullptr, "", 0.0},
+}};
+
+struct KeyImage {
+    const char* id;
+    const char* file;
+};
+
+constexpr KeyImage keyImages[] = {
+    {"graphNumKeypadImageClear", "./resources/graphKeypadClear.png"},
+    {"graphNumKeypadImageBackspace", "./resources/graphKeypadBackspace.png"},
+    {"graphNumKeypadImageNext", "./resources/graphKeypadNext.png"},
+};
+
+struct Widgets {
+    GtkWidget* window;
+    GtkToggleButton* reflectedBox;
+    GtkToggleButton* averageBox;
+    GtkEntry* countEntry;
+};
+
+Widgets widgets;
+
+/// What the dialog works on while it is open.
+struct WorkingCopy {
+    CGTKTimePowerGraph* graph; ///< source; null while the dialog is closed
+    uint32_t displayIndex;
+    uint32_t port;
+    GraphSettings_t settings;
+    rfPowerScale scale; ///< in force when the dialog opened
+    bool isdBm;
+};
+
+WorkingCopy working;
+
+const DISPLAY_RANGE_FORMAT& workingRange() {
+    return rangeFormats[std::min<uint32_t>(working.scale.scaleIndex, rangeCount - 1)];
+}
+
+uint32_t workingDigits() {
+    return working.isdBm ? dBmDigits : workingRange().precisionForGraph;
+}
+
+/// A file may name any object's style; here the widget names are the builder ids.
+void nameWidget(gpointer object, gpointer /*data*/) {
+    if (GTK_IS_WIDGET(object)) {
+        gtk_widget_set_name(GTK_WIDGET(object), gtk_buildable_get_name(GTK_BUILDABLE(object)));
+    }
+}
+
+GtkBuilder* loadInterface() {
+    GtkBuilder* builder = gtk_builder_new();
+    GraphSettingsHandler_addCallbacks(builder);
+    GError* error = nullptr;
+    if (gtk_builder_add_from_file(builder, interfaceFile, &error) == 0) {
+        diagnostic_message(LOG_DEBUG, "Error loading file: %s\n", error->message);
+        g_error_free(error);
+        g_object_unref(builder);
+        return nullptr;
+    }
+    GSList* objects = gtk_builder_get_objects(builder);
+    g_slist_foreach(objects, nameWidget, nullptr);
+    g_slist_free(objects);
+    gtk_builder_connect_signals(builder, nullptr);
+    return builder;
+}
+
+void loadKeyImages(GtkBuilder* builder) {
+    for (const KeyImage& image : keyImages) {
+        GObject* widget = gtk_builder_get_object(builder, image.id);
+        GdkPixbuf* picture = gdk_pixbuf_new_from_file(image.file, nullptr);
+        if (widget != nullptr && picture != nullptr) {
+            gtk_image_set_from_pixbuf(GTK_IMAGE(widget), picture);
+        }
+        g_clear_object(&picture);
+    }
+}
+
+void findWidgets(GtkBuilder* builder) {
+    widgets.window = GTK_WIDGET(gtk_builder_get_object(builder, "graphSettingsDialog"));
+    widgets.reflectedBox =
+        GTK_TOGGLE_BUTTON(gtk_builder_get_object(builder, "graphSettingsCheckButtonRfl"));
+    widgets.averageBox =
+        GTK_TOGGLE_BUTTON(gtk_builder_get_object(builder, "graphSettingsCheckButtonAverage"));
+    widgets.countEntry = GTK_ENTRY(gtk_builder_get_object(builder, "graphSettingsAverageCount"));
+    for (PowerEntry& power : powerEntries) {
+        power.entry = GTK_ENTRY(gtk_builder_get_object(builder, power.id));
+        power.units = GTK_WIDGET(gtk_builder_get_object(builder, power.unitsId));
+    }
+}
+
+void setUnits(const char* units) {
+    for (const PowerEntry& power : powerEntries) {
+        setLabelText(power.units, units);
+    }
+}
+
+/// Shows a stored value in the unit of the display's power range, or in dBm.
+void showSetting(PowerEntry& power) {
+    power.shownValue = getGraphPowerValueInCorrectUnits(working.settings.*power.setting,
+                                                        working.settings.unit, working.isdBm);
+    const double shown = working.isdBm
+                             ? power.shownValue
+                             : getScaleFromSetting(power.shownValue, workingRange().displayLabel);
+    showValueInEntry(power.entry, shown, workingDigits());
+    std::snprintf(power.shownText, sizeof power.shownText, "%s", gtk_entry_get_text(power.entry));
+}
+
+/// The value to store. An entry that was not changed keeps its exact value, which its text may
+/// have rounded.
+double settingOf(const PowerEntry& power) {
+    if (strcmp(gtk_entry_get_text(power.entry), power.shownText) == 0) {
+        return power.shownValue;
+    }
+    const double value = getEntryValue(power.entry);
+    return working.isdBm ? value : getSettingFromScale(value, workingRange().displayLabel);
+}
+
+/// As typed, as far as it fits the setting.
+uint32_t typedCount() {
+    const gint64 count = g_ascii_strtoll(gtk_entry_get_text(widgets.countEntry), nullptr, 10);
+    return static_cast<uint32_t>(std::clamp<gint64>(count, 0, UINT32_MAX));
+}
+
+void showCount(uint32_t count) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%d", static_cast<int>(std::min<uint32_t>(count, INT32_MAX)));
+    gtk_entry_set_text(widgets.countEntry, text);
+}
+
+/// Gives the graph its buttons back and takes the dialog away.
+void closeDialog() {
+    if (working.graph != nullptr) {
+        CGTKGraphComponent_setButtonsSensitive(&working.graph->graph, true);
+        working.graph = nullptr;
+    }
+    GraphSettingsHandler_setTarget(nullptr);
+    gtk_widget_hide(widgets.window);
+}
+
+void storeSettings() {
+    for (const PowerEntry& power : powerEntries) {
+        working.settings.*power.setting = settingOf(power);
+    }
+    working.settings.unit = working.isdBm ? graphScale_dBm : graphScale_mW;
+    working.settings.bReflectedMode = gtk_toggle_button_get_active(widgets.reflectedBox) != 0;
+    working.settings.displayMode =
+        gtk_toggle_button_get_active(widgets.averageBox) != 0 ? graphModeAverage : graphModeRaw;
+    working.settings.averageCount = typedCount();
+    CGraphData* buffer = &sensorDisplays[working.displayIndex].graphDataPwr;
+    if (working.settings.bReflectedMode != configuration_getGraphRflMode(working.displayIndex)) {
+        // Forward and reflected samples never mix.
+        CGraphData_reset(buffer);
+    }
+    configuration_setGraphSettings(working.settings, working.displayIndex);
+    CGraphData_setFilterWidth(buffer, working.settings.averageCount);
+    CGTKTimePowerGraph_invalidateDisplay(working.displayIndex);
+}
+
+} // namespace
+
+void graphSettingsDialog_Create(GtkWindow* parent) {
+    GtkBuilder* builder = loadInterface();
+    if (builder == nullptr) {
+        return;
+    }
+    findWidgets(builder);
+    initializeEntryOrder(builder);
+    loadKeyImages(builder);
+    gtk_window_set_transient_for(GTK_WINDOW(widgets.window), parent);
+    gtk_window_set_keep_above(GTK_WINDOW(widgets.window), TRUE);
+    g_object_unref(builder);
+    CGTKTimePowerGraph_registerSettingsDialog(graphSettingsDialog_Show);
+}
+
+void graphSettingsDialog_Show(CGTKTimePowerGraph* graph) {
+    if (widgets.window == nullptr) {
+        return;
+    }
+    const uint32_t start_ms = getTime_ms();
+    closeDialog();
+    GraphSettingsDialog_setParameters(graph);
+    CGTKGraphComponent_setButtonsSensitive(&graph->graph, false);
+    gtk_widget_show(widgets.window);
+    gtk_window_present(GTK_WINDOW(widgets.window));
+    GraphSettingsHandler_setTarget(GTK_WIDGET(powerEntries[0].entry));
+    DIAGNOSTIC("GraphSettingsDialog display latency: %d ms.\n",
+               static_cast<int>(getTime_ms() - start_ms));
+}
+
+void GraphSettingsDialog_setParameters(CGTKTimePowerGraph* graph) {
+    const uint32_t display = graph->mpOwner->displayIndex == UpperDisplay ? 0 : 1;
+    DIAGNOSTIC("displayIndex = %d\n", static_cast<int>(display));
+    const GraphSettings_t settings = configuration_getGraphSettings(display);
+    working = {.graph = graph,
+               .displayIndex = display,
+               .port = graph->mpOwner->sensorChannel,
+               .settings = settings,
+               .scale = configuration_getRfPowerScale(display, settings.bReflectedMode ? 1 : 0),
+               .isdBm = configuration_getPowerUnitsIsdBm()};
+    for (PowerEntry& power : powerEntries) {
+        showSetting(power);
+    }
+    setUnits(working.isdBm ? "dBm" : workingRange().displayLabel);
+    gtk_toggle_button_set_active(widgets.reflectedBox, settings.bReflectedMode);
+    const bool isAveraged = settings.displayMode == graphModeAverage;
+    gtk_toggle_button_set_active(widgets.averageBox, isAveraged);
+    averageButtonToggled(isAveraged);
+    showCount(settings.averageCount);
+}
+
+bool GraphSettingsDialog_isOpen() {
+    return working.graph != nullptr;
+}
+
+void GraphSettingsDialog_leaveEntry(GtkWidget* entry) {
+    for (const PowerEntry& power : powerEntries) {
+        const bool isChanged = strcmp(gtk_entry_get_text(power.entry), power.shownText) != 0;
+        if (GTK_WIDGET(power.entry) == entry && isChanged) {
+            const double lowest = working.isdBm ? dBmLowest : 0.0;
+            const double highest =
+                working.isdBm ? dBmHighest
+                              : getScaleFromSetting(milliwattsHighest, workingRange().displayLabel);
+            validateEntry(power.entry, workingDigits(), lowest, highest);
+        }
+    }
+}
+
+void applyButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (GraphSettingsDialog_isOpen()) {
+        storeSettings();
+        closeDialog();
+    }
+}
+
+void cancelButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    closeDialog();
+}
+
+void defaultButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    // In dBm mode too the sensor's limits are shown as the range shows powers, divided by 1000, and
+    // with the range's unit: established behaviour.
+    const double factor =
+        static_cast<double>(workingRange().multiplier) / (working.isdBm ? 1000.0 : 1.0);
+    const double least =
+        static_cast<double>(sensorPortHandler_getSensorMinPower(working.port)) * factor;
+    const double greatest =
+        static_cast<double>(sensorPortHandler_getSensorMaxPower(working.port)) * factor;
+    for (size_t i = 0; i < powerEntries.size(); ++i) {
+        showValueInEntry(powerEntries[i].entry, i % 2 == 0 ? least : greatest,
+                         workingRange().precisionForGraph);
+    }
+    setUnits(workingRange().displayLabel);
+    gtk_entry_set_text(widgets.countEntry, "64");
+    gtk_toggle_button_set_active(widgets.averageBox, FALSE);
+    averageButtonToggled(false);
+}
+
+void rflButtonToggled(bool isActive) {
+    working.settings.bReflectedMode = isActive;
+}
+
+void averageButtonToggled(bool isActive) {
+    gtk_widget_set_sensitive(GTK_WIDGET(widgets.countEntry), isActive);
+}

@@ -1,0 +1,222 @@
+#include "GraphSettingsHandler.h"
+
+#include "AppFlags.h"
+#include "CKeypadManager.h"
+#include "GraphSettingsDialog.h"
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+constexpr std::array<const char*, 5> entryOrder = {"graphSettingsRangeMin", "graphSettingsRangeMax",
+                                                   "graphSettingsLimitMin", "graphSettingsLimitMax",
+                                                   "graphSettingsAverageCount"};
+
+std::array<GtkWidget*, entryOrder.size()> entries;
+GtkWidget* target = nullptr;
+CKeypadManager_Instance keypad;
+
+/// Style class of the entry that the keypad edits.
+constexpr char targetClass[] = "target";
+
+/// Digits are evAddChar with their character; "Next" is no event of the keypad.
+struct Key {
+    const char* id;
+    CKeypadManager_Event event;
+};
+
+constexpr Key keys[] = {
+    {"graphNumKeypadButton0", {evAddChar, '0'}},
+    {"graphNumKeypadButton1", {evAddChar, '1'}},
+    {"graphNumKeypadButton2", {evAddChar, '2'}},
+    {"graphNumKeypadButton3", {evAddChar, '3'}},
+    {"graphNumKeypadButton4", {evAddChar, '4'}},
+    {"graphNumKeypadButton5", {evAddChar, '5'}},
+    {"graphNumKeypadButton6", {evAddChar, '6'}},
+    {"graphNumKeypadButton7", {evAddChar, '7'}},
+    {"graphNumKeypadButton8", {evAddChar, '8'}},
+    {"graphNumKeypadButton9", {evAddChar, '9'}},
+    {"graphNumKeypadButtonPeriod", {evDecimal, '.'}},
+    {"graphNumKeypadButtonClear", {evClear, '\0'}},
+    {"graphNumKeypadButtonBackspace", {evBackSp, '\0'}},
+    {"graphNumKeypadButtonPlusMinus", {evSign, '\0'}},
+};
+constexpr char nextKey[] = "graphNumKeypadButtonNext";
+
+/// Writes the keypad's text into the entry that it edits.
+void updateTarget(const char* text, bool isSelected) {
+    if (target == nullptr) {
+        return;
+    }
+    gtk_entry_set_text(GTK_ENTRY(target), text);
+    if (isSelected) {
+        gtk_editable_select_region(GTK_EDITABLE(target), 0, -1);
+    } else {
+        gtk_editable_set_position(GTK_EDITABLE(target), -1);
+    }
+}
+
+/// A keyboard may have changed the entry since the last key.
+void takeTypedText() {
+    const char* text = gtk_entry_get_text(GTK_ENTRY(target));
+    if (strcmp(text, keypad.targetText) != 0) {
+        CKeypadManager_HandleEditedText(&keypad, text);
+    }
+}
+
+void on_graphSettingsDialog_apply_clicked(GtkWidget* button, gpointer data) {
+    if (gtk_init_done) {
+        applyButtonClicked(button, data);
+    }
+}
+
+void on_graphSettingsDialog_cancel_clicked(GtkWidget* button, gpointer data) {
+    if (gtk_init_done) {
+        cancelButtonClicked(button, data);
+    }
+}
+
+void on_graphSettingsDialog_default_clicked(GtkWidget* button, gpointer data) {
+    if (gtk_init_done) {
+        defaultButtonClicked(button, data);
+    }
+}
+
+gboolean on_graphSettingsDialog_delete_event(GtkWidget* window, GdkEvent* /*event*/,
+                                             gpointer data) {
+    cancelButtonClicked(window, data);
+    return TRUE;
+}
+
+void on_graphAverageCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
+    if (gtk_init_done) {
+        averageButtonToggled(gtk_toggle_button_get_active(box) != 0);
+    }
+}
+
+void on_graphRflCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
+    if (gtk_init_done) {
+        rflButtonToggled(gtk_toggle_button_get_active(box) != 0);
+    }
+}
+
+void on_keypadButton_clicked(GtkWidget* button, gpointer /*data*/) {
+    if (!gtk_init_done || target == nullptr) {
+        return;
+    }
+    const char* id = gtk_buildable_get_name(GTK_BUILDABLE(button));
+    if (strcmp(id, nextKey) == 0) {
+        setNextEntryWidget();
+        return;
+    }
+    for (const Key& key : keys) {
+        if (strcmp(id, key.id) == 0) {
+            takeTypedText();
+            CKeypadManager_HandleEvent(&keypad, key.event);
+            return;
+        }
+    }
+}
+
+/// The first entry that appears is the first target.
+void on_graphSettingsEntry_show(GtkWidget* entry, gpointer /*data*/) {
+    if (gtk_init_done && target == nullptr) {
+        GraphSettingsHandler_setTarget(entry);
+    }
+}
+
+gboolean on_graphSettingsEntry_focus_in_event(GtkWidget* entry, GdkEvent* /*event*/,
+                                              gpointer /*data*/) {
+    if (gtk_init_done && entry != target) {
+        GraphSettingsHandler_setTarget(entry);
+    }
+    return FALSE;
+}
+
+/// A touch always selects the whole text; the entry's own handling of the pointer would put a
+/// cursor into it.
+gboolean on_graphSettingsEntry_button_press_event(GtkWidget* entry, GdkEvent* /*event*/,
+                                                  gpointer /*data*/) {
+    if (gtk_init_done) {
+        GraphSettingsHandler_setTarget(entry);
+    }
+    return TRUE;
+}
+
+gboolean on_graphSettingsEntry_button_release_event(GtkWidget* /*entry*/, GdkEvent* /*event*/,
+                                                    gpointer /*data*/) {
+    return TRUE;
+}
+
+size_t indexOf(const GtkWidget* entry) {
+    for (size_t i = 0; i < entries.size(); ++i) {
+        if (entries[i] == entry) {
+            return i;
+        }
+    }
+    return entries.size() - 1;
+}
+
+void markTarget(bool isTarget) {
+    GtkStyleContext* context = gtk_widget_get_style_context(target);
+    if (isTarget) {
+        gtk_style_context_add_class(context, targetClass);
+    } else {
+        gtk_style_context_remove_class(context, targetClass);
+        gtk_editable_select_region(GTK_EDITABLE(target), 0, 0);
+    }
+}
+
+} // namespace
+
+void GraphSettingsHandler_addCallbacks(GtkBuilder* builder) {
+    gtk_builder_add_callback_symbols(
+        builder, "on_graphSettingsDialog_apply_clicked",
+        G_CALLBACK(on_graphSettingsDialog_apply_clicked), "on_graphSettingsDialog_cancel_clicked",
+        G_CALLBACK(on_graphSettingsDialog_cancel_clicked), "on_graphSettingsDialog_default_clicked",
+        G_CALLBACK(on_graphSettingsDialog_default_clicked), "on_graphSettingsDialog_delete_event",
+        G_CALLBACK(on_graphSettingsDialog_delete_event), "on_graphAverageCheckbox_toggled",
+        G_CALLBACK(on_graphAverageCheckbox_toggled), "on_graphRflCheckbox_toggled",
+        G_CALLBACK(on_graphRflCheckbox_toggled), "on_keypadButton_clicked",
+        G_CALLBACK(on_keypadButton_clicked), "on_graphSettingsEntry_show",
+        G_CALLBACK(on_graphSettingsEntry_show), "on_graphSettingsEntry_focus_in_event",
+        G_CALLBACK(on_graphSettingsEntry_focus_in_event),
+        "on_graphSettingsEntry_button_press_event",
+        G_CALLBACK(on_graphSettingsEntry_button_press_event),
+        "on_graphSettingsEntry_button_release_event",
+        G_CALLBACK(on_graphSettingsEntry_button_release_event), nullptr);
+}
+
+void initializeEntryOrder(GtkBuilder* builder) {
+    for (size_t i = 0; i < entries.size(); ++i) {
+        entries[i] = GTK_WIDGET(gtk_builder_get_object(builder, entryOrder[i]));
+    }
+    CKeypadManager_Create(&keypad, updateTarget);
+}
+
+void GraphSettingsHandler_setTarget(GtkWidget* entry) {
+    if (target != nullptr && target != entry) {
+        markTarget(false);
+        GraphSettingsDialog_leaveEntry(target);
+    }
+    target = entry;
+    if (target == nullptr) {
+        return;
+    }
+    markTarget(true);
+    CKeypadManager_HandleNextField(&keypad, gtk_entry_get_text(GTK_ENTRY(target)));
+    gtk_widget_grab_focus(target);
+    gtk_editable_select_region(GTK_EDITABLE(target), 0, -1);
+}
+
+void setNextEntryWidget() {
+    size_t index = indexOf(target);
+    for (size_t step = 0; step < entries.size(); ++step) {
+        index = (index + 1) % entries.size();
+        if (entries[index] != nullptr && gtk_widget_get_sensitive(entries[index])) {
+            GraphSettingsHandler_setTarget(entries[index]);
+            return;
+        }
+    }
+}
