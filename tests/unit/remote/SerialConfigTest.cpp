@@ -130,36 +130,35 @@ constexpr tcflag_t otherFlags = CREAD | CLOCAL | HUPCL | CRTSCTS;
 TEST_F(SerialCodes, EachCodeIsPutIntoItsFlagsAndLeavesTheOthersAlone) {
     struct Case {
         const char* legend;
-        tcflag_t before;
         void (*put)(termios*);
+        tcflag_t before;
         tcflag_t after;
         const char* logged;
     };
     constexpr Case cases[] = {
-        {"7 bits", CS8, [](termios* t) { SerialConfig_TermiosPutDataBits(t, DATA_BITS_7); }, CS7,
+        {"7 bits", [](termios* t) { SerialConfig_TermiosPutDataBits(t, DATA_BITS_7); }, CS8, CS7,
          ""},
-        {"8 bits", CS5, [](termios* t) { SerialConfig_TermiosPutDataBits(t, DATA_BITS_8); }, CS8,
+        {"8 bits", [](termios* t) { SerialConfig_TermiosPutDataBits(t, DATA_BITS_8); }, CS5, CS8,
          ""},
-        {"unknown size", CS8,
-         [](termios* t) { SerialConfig_TermiosPutDataBits(t, DATA_BITS_LENGTH); }, CS7,
-         "Unsupported 2"},
-        {"1 stop bit", CSTOPB, [](termios* t) { SerialConfig_TermiosPutStopBits(t, STOP_BITS_1); },
+        {"unknown size", [](termios* t) { SerialConfig_TermiosPutDataBits(t, DATA_BITS_LENGTH); },
+         CS8, CS7, "Unsupported 2"},
+        {"1 stop bit", [](termios* t) { SerialConfig_TermiosPutStopBits(t, STOP_BITS_1); }, CSTOPB,
          0, ""},
-        {"2 stop bits", 0, [](termios* t) { SerialConfig_TermiosPutStopBits(t, STOP_BITS_2); },
+        {"2 stop bits", [](termios* t) { SerialConfig_TermiosPutStopBits(t, STOP_BITS_2); }, 0,
          CSTOPB, ""},
-        {"unknown stop bits", CSTOPB,
-         [](termios* t) { SerialConfig_TermiosPutStopBits(t, STOP_BITS_LENGTH); }, 0, ""},
-        {"no parity", PARENB, [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_NONE); }, 0,
+        {"unknown stop bits",
+         [](termios* t) { SerialConfig_TermiosPutStopBits(t, STOP_BITS_LENGTH); }, CSTOPB, 0, ""},
+        {"no parity", [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_NONE); }, PARENB, 0,
          ""},
-        {"no parity leaves the odd flag", PARENB | PARODD,
-         [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_NONE); }, PARODD, ""},
-        {"odd parity", 0, [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_ODD); },
+        {"no parity leaves the odd flag",
+         [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_NONE); }, PARENB | PARODD, PARODD,
+         ""},
+        {"odd parity", [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_ODD); }, 0,
          PARENB | PARODD, ""},
-        {"even parity", PARODD, [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_EVEN); },
+        {"even parity", [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_EVEN); }, PARODD,
          PARENB, ""},
-        {"unknown parity", PARENB | PARODD,
-         [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_LENGTH); }, PARENB | PARODD,
-         "Unsupported 3"},
+        {"unknown parity", [](termios* t) { SerialConfig_TermiosPutParity(t, PARITY_LENGTH); },
+         PARENB | PARODD, PARENB | PARODD, "Unsupported 3"},
     };
     for (const Case& row : cases) {
         termios settings{};

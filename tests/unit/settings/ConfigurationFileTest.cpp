@@ -23,7 +23,7 @@ std::string defaultsWith(const Lines& lines) {
 
 /// The line of a setting with a value that is legal and not its default.
 std::string changedLine(const ConfigurationSetting& setting) {
-    const std::string key = setting.key;
+    std::string key = setting.key;
     const size_t at = std::string(defaultSettingsText).find(key + " ") + key.size() + 1;
     switch (setting.type) {
     case ConfigurationField::flag:
@@ -98,9 +98,10 @@ TEST_F(SettingsFile, LimitThatIsNotFiniteReadsAsItsDefault) {
             continue;
         }
         for (const char* value : {"nan", "inf", "-inf", "1e999", "-1e999"}) {
-            const std::string key = std::string(setting.key) + " ";
-            restartWith(key + "5\n" + key + value + "\n");
-            EXPECT_EQ(recordText(), defaultSettingsText) << key << value;
+            std::string lines = std::string(setting.key) + " 5\n";
+            lines.append(setting.key).append(" ").append(value).append("\n");
+            restartWith(lines);
+            EXPECT_EQ(recordText(), defaultSettingsText) << lines;
         }
     }
 }
@@ -195,7 +196,7 @@ TEST_F(SettingsFile, EmptyFileMeansTheDefaultsAndIsNotRewritten) {
 }
 
 TEST_F(SettingsFile, MegabyteWithoutALineEndIsReadToItsEnd) {
-    restartWith(std::string(63 * 16384, 'x') + "unit_ch1 1\n");
+    restartWith(std::string(size_t{63} * 16384, 'x') + "unit_ch1 1\n");
     EXPECT_EQ(recordText(), defaultsWith({"unit_ch1 1"}));
 }
 
