@@ -10,12 +10,12 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/usb/tmc.h>
 #include <poll.h>
-#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -44,19 +44,21 @@ struct Packet {
     std::array<char, packetLimit> bytes;
 };
 
+enum class Place : uint8_t { free, beingTaken, used };
+
 /// One open descriptor. A reply that arrives while a message is being acknowledged is kept.
 struct Channel {
-    std::atomic<bool> isUsed{false};
-    int fd = -1;
-    ino_t identity = 0; // tells the socket from a later file of the same number
+    std::atomic<Place> place{Place::free};
+    std::atomic<int> fd{-1};
+    std::atomic<ino_t> identity{0}; // tells the socket from a later file of the same number
     bool isGone = false;
     size_t keptCount = 0;
     std::array<Packet, 4> kept;
 };
 
+// Without a lock: a child between fork and exec comes here, too, and could find it held for ever.
 std::array<Channel, 8> channels;
 std::atomic<int> usedCount{0};
-pthread_mutex_t channelsMutex = PTHREAD_MUTEX_INITIALIZER;
 
 ino_t identityOf(int fd) {
     const int keptErrno = errno;
@@ -70,35 +72,44 @@ Channel* findChannel(int fd) {
     if (usedCount.load() == 0) {
         return nullptr;
     }
-    Channel* found = nullptr;
-    pthread_mutex_lock(&channelsMutex);
     for (Channel& channel : channels) {
-        if (channel.isUsed.load() && channel.fd == fd) {
-            found = channel.identity == identityOf(fd) ? &channel : nullptr;
-            break;
+        if (channel.place.load() == Place::used && channel.fd.load() == fd) {
+            return channel.identity.load() == identityOf(fd) ? &channel : nullptr;
         }
     }
-    pthread_mutex_unlock(&channelsMutex);
-    return found;
+    return nullptr;
+}
+
+/// Takes a place that is free, or whose descriptor was closed behind our back.
+bool takePlace(Channel& channel, int fd) {
+    Place now = channel.place.load();
+    if (now == Place::used) {
+        const int old = channel.fd.load();
+        if (old != fd && channel.identity.load() == identityOf(old)) {
+            return false;
+        }
+    }
+    const bool wasFree = now == Place::free;
+    if (now == Place::beingTaken ||
+        !channel.place.compare_exchange_strong(now, Place::beingTaken)) {
+        return false;
+    }
+    usedCount.fetch_add(wasFree ? 1 : 0);
+    return true;
 }
 
 bool remember(int fd) {
-    pthread_mutex_lock(&channelsMutex);
-    const auto place = std::find_if(channels.begin(), channels.end(), [fd](const Channel& channel) {
-        return !channel.isUsed.load() || channel.identity != identityOf(channel.fd) ||
-               channel.fd == fd;
-    });
-    const bool hasRoom = place != channels.end();
-    if (hasRoom) {
-        usedCount.fetch_add(place->isUsed.load() ? 0 : 1);
-        place->fd = fd;
-        place->identity = identityOf(fd);
-        place->isGone = false;
-        place->keptCount = 0;
-        place->isUsed.store(true);
+    const auto found = std::find_if(channels.begin(), channels.end(),
+                                    [fd](Channel& channel) { return takePlace(channel, fd); });
+    if (found == channels.end()) {
+        return false;
     }
-    pthread_mutex_unlock(&channelsMutex);
-    return hasRoom;
+    found->fd.store(fd);
+    found->identity.store(identityOf(fd));
+    found->isGone = false;
+    found->keptCount = 0;
+    found->place.store(Place::used);
+    return true;
 }
 
 /// A pulled sensor: the transfer that notices it breaks, later ones find no device.
@@ -284,10 +295,8 @@ int UsbTmc_request(int fd, unsigned long request) {
 
 void UsbTmc_closing(int fd) {
     Channel* const channel = findChannel(fd);
-    if (channel != nullptr) {
-        pthread_mutex_lock(&channelsMutex);
-        channel->isUsed.store(false);
+    Place now = Place::used;
+    if (channel != nullptr && channel->place.compare_exchange_strong(now, Place::free)) {
         usedCount.fetch_sub(1);
-        pthread_mutex_unlock(&channelsMutex);
     }
 }
