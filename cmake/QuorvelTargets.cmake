@@ -38,18 +38,23 @@ function(quorvel_library name)
     target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE quorvel_options ${ARG_PRIVATE_USES})
 endfunction()
 
-# quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b])
+# quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b]
+#              [ALONE])
 # Every test process runs in a bench world of its own: test_support starts it once more behind the
 # preload library, which sends the instrument's paths into the world and writes down what would have
-# switched the machine off. That holds for a test program that is started by hand, too.
+# switched the machine off. That holds for a test program that is started by hand, too. ALONE: no
+# other test runs at the same time.
 function(quorvel_test name)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "ALONE" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 60)
     endif()
     set(properties TIMEOUT ${ARG_TIMEOUT})
     if(ARG_LABELS)
         list(APPEND properties LABELS ${ARG_LABELS})
+    endif()
+    if(ARG_ALONE)
+        list(APPEND properties RUN_SERIAL TRUE)
     endif()
     set(suppressions ${CMAKE_SOURCE_DIR}/tests/sanitizers)
     if(QUORVEL_SANITIZE STREQUAL "address")

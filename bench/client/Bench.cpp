@@ -37,6 +37,9 @@ std::vector<std::string> toolWords(const Bench& bench, const BenchOptions& optio
     for (const std::string& command : options.commands) {
         words.insert(words.end(), {"--do", command});
     }
+    if (!options.program.empty()) {
+        words.insert(words.end(), {"--program", options.program});
+    }
     words.emplace_back("--");
     words.insert(words.end(), options.programArguments.begin(), options.programArguments.end());
     return words;

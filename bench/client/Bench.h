@@ -15,6 +15,7 @@
 
 struct BenchOptions {
     std::vector<std::string> commands; ///< "plug ...", "clock ..." before the program starts
+    std::string program;               ///< in place of the application
     std::vector<std::string> programArguments;
     std::vector<std::pair<std::string, std::string>> environment; ///< for the program
     std::function<void(const std::string& world)> prepare; ///< lays out files in the new world

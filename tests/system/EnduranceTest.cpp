@@ -46,7 +46,8 @@ protected:
             cycle(cycled, number);
         }
         const ProgramUse after = useAtRest();
-        EXPECT_EQ(after.threads, before.threads);
+        // A library may end an idle thread of its own pool.
+        EXPECT_LE(after.threads, before.threads);
         EXPECT_EQ(after.descriptors, before.descriptors);
         EXPECT_LT(after.resident_kB - before.resident_kB, 1500);
     }
@@ -72,7 +73,7 @@ TEST_F(Endurance, TenChannelDialogsLeaveNothingBehind) {
         before = number == 1 ? useAtRest() : before;
     }
     const ProgramUse after = useAtRest();
-    EXPECT_EQ(after.threads, before.threads);
+    EXPECT_LE(after.threads, before.threads);
     EXPECT_EQ(after.descriptors, before.descriptors);
     EXPECT_LT(after.resident_kB - before.resident_kB, 1500);
 }

@@ -1,0 +1,245 @@
+// What the meter costs, as ratios against a reference of the same run.
+
+#include "BenchText.h"
+#include "CGraphData.h"
+#include "ChildProcess.h"
+#include "Measure.h"
+#include "WorldFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Perf : public testing::Test {
+protected:
+    void TearDown() override {
+        Bench_stop(bench);
+    }
+
+    void start(const std::vector<std::string>& commands = {}) {
+        ASSERT_TRUE(Bench_start(bench, {.commands = commands}));
+    }
+
+    Bench bench;
+};
+
+/// The value that a tenth of all stays below: what the meter needs when the machine does not make
+/// it wait.
+double lowerTenth(std::vector<double> values) {
+    if (values.empty()) {
+        return -1;
+    }
+    std::ranges::sort(values);
+    return values[values.size() / 10];
+}
+
+/// Times between the starts of measuring cycles: the sensor was asked for its forward power.
+std::vector<double> cycleTimes_ms(const std::string& log) {
+    std::vector<double> times;
+    double last_s = -1;
+    for (const std::string_view line : BenchText_split(log, '\n')) {
+        const auto words = BenchText_words(line);
+        if (words.size() > 3 && words[2] == "->" && words[3] == "46") {
+            const double time_s = BenchText_number(words[1]).value_or(0);
+            if (last_s >= 0) {
+                times.push_back((time_s - last_s) * 1000);
+            }
+            last_s = time_s;
+        }
+    }
+    return times;
+}
+
+std::string ownFolder() {
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+} // namespace
+
+TEST_F(Perf, ASerialMeasuringCycleTakesLittleMoreThanItsBytes) {
+    start();
+    ASSERT_TRUE(Measure_plugAndMeasure(bench, "serial1 5132 fwd=25", "single.fwd.value"));
+    std::string log;
+    std::vector<double> times;
+    const auto isEnough = [&] {
+        Bench_do(bench, "log serial1", &log);
+        times = cycleTimes_ms(log);
+        return times.size() >= 200;
+    };
+    ASSERT_TRUE(Bench_waitUntil(isEnough, 30000));
+    // One letter and four bytes for each of four readings, and the synchronisation.
+    constexpr double bytes = 4 * 5 + 2;
+    constexpr double wire_ms = bytes * 10 / 9600 * 1000;
+    const double cycle_ms = lowerTenth(times);
+    Measure_report("serial measuring cycle against its bytes", cycle_ms, wire_ms, "ms", 1.05);
+    EXPECT_LE(cycle_ms / wire_ms, 1.05);
+}
+
+TEST_F(Perf, WaitingCostsNoProcessorTime) {
+    constexpr double watched_s = 5;
+    constexpr double goal_percent = 1;
+    const struct {
+        const char* what;
+        const char* missing;
+    } cases[] = {
+        {"no sensor", nullptr},
+        {"no sensor, /dev/ttyS1 missing", "/dev/ttyS1"},
+        {"no sensor, /dev/ttyS2 missing", "/dev/ttyS2"},
+        {"no sensor, /dev/ttyS4 missing", "/dev/ttyS4"},
+        {"no sensor, /dev/input/event0 missing", "/dev/input/event0"},
+        {"no sensor, current monitors missing", "/sys/class/hwmon"},
+        {"no sensor, charger missing", "/sys/devices/virtual/battery_charger"},
+        {"no sensor, fuel gauge missing", "/sys/class/power_supply"},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> commands;
+        if (c.missing != nullptr) {
+            commands.push_back(std::string("remove ") + c.missing);
+        }
+        start(commands);
+        const double share = Measure_processorShare(bench, watched_s);
+        Measure_report(c.what, share, 100, "% of a core", goal_percent / 100);
+        EXPECT_LT(share, goal_percent) << c.what;
+        Bench_stop(bench);
+    }
+}
+
+TEST_F(Perf, TwoSensorsWithAFluctuatingSignalCostLittle) {
+    constexpr double goal_percent = 3;
+    start();
+    ASSERT_TRUE(Measure_plugAndMeasure(bench, "serial1 5134 fwd=walk:0.1:3000:2s rfl=walk:0:2:1s",
+                                       "single.fwd.value"));
+    ASSERT_TRUE(Measure_plugAndMeasure(bench, "serial2 5134 fwd=walk:1:900:1s rfl=walk:0:50:2s",
+                                       "lower.fwd.value"));
+    const double share = Measure_processorShare(bench, 10);
+    Measure_report("two sensors, fluctuating", share, 100, "% of a core", goal_percent / 100);
+    EXPECT_LT(share, goal_percent);
+}
+
+TEST_F(Perf, NoGuiPassIsLong) {
+    constexpr double goal_ms = 15;
+    constexpr double period_ms = 300;
+    start();
+    ASSERT_TRUE(Measure_plugAndMeasure(bench, "serial1 5134 fwd=walk:0.1:3000:2s rfl=walk:0:2:1s",
+                                       "single.fwd.value"));
+    ASSERT_TRUE(Measure_plugAndMeasure(bench, "serial2 5134 fwd=walk:1:900:1s rfl=walk:0:50:2s",
+                                       "lower.fwd.value"));
+    // The thread sleeps 300 ms after each pass: processor time that comes in one burst is one pass.
+    int64_t last_ns = Measure_threadTime_ns(bench, "gtkThread");
+    ASSERT_GE(last_ns, 0) << "no thread of that name";
+    int64_t burst_ns = 0;
+    int64_t longest_ns = 0;
+    int quiet = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        const int64_t now_ns = Measure_threadTime_ns(bench, "gtkThread");
+        quiet = now_ns == last_ns ? quiet + 1 : 0;
+        burst_ns = quiet >= 5 ? 0 : burst_ns + now_ns - last_ns;
+        longest_ns = std::max(longest_ns, burst_ns);
+        last_ns = now_ns;
+    }
+    const double longest_ms = static_cast<double>(longest_ns) / 1e6;
+    Measure_report("longest GUI pass", longest_ms, period_ms, "ms", goal_ms / period_ms);
+    EXPECT_LT(longest_ms, goal_ms);
+}
+
+TEST_F(Perf, MemoryStaysSmallAndDoesNotGrow) {
+    // A bare window takes 25 MB of the 40 that the meter may take; where GTK's libraries are
+    // larger, both are, so the difference counts.
+    constexpr double goal_kB = (40 - 25) * 1024;
+    constexpr double buffers_kB = 2 * sizeof(CGraphData) / 1024.0;
+    ASSERT_TRUE(Bench_start(bench, {.program = ownFolder() + "/perf_bare_window"}));
+    const double bare_kB = static_cast<double>(Bench_programUse(bench).resident_kB);
+    Bench_stop(bench);
+
+    start();
+    const double start_kB = static_cast<double>(Bench_programUse(bench).resident_kB) - buffers_kB;
+    Measure_report("resident memory after start besides the samples", start_kB, bare_kB, "kB",
+                   (bare_kB + goal_kB) / bare_kB);
+    EXPECT_LE(start_kB - bare_kB, goal_kB);
+
+    // At 20 times the speed, ten minutes pass in half one; with QUORVEL_PERF_HOUR a whole hour
+    // does.
+    ASSERT_TRUE(Measure_plugAndMeasure(bench,
+                                       "serial1 5134 fwd=walk:0.1:3000:2s rfl=walk:0:2:1s "
+                                       "baud=unlimited",
+                                       "single.fwd.value"));
+    ASSERT_TRUE(Bench_do(bench, "clock speed 20"));
+    std::this_thread::sleep_for(std::chrono::seconds(5));
+    const double before_kB = static_cast<double>(Bench_programUse(bench).resident_kB);
+    const bool isWholeHour = getenv("QUORVEL_PERF_HOUR") != nullptr;
+    std::this_thread::sleep_for(std::chrono::seconds(isWholeHour ? 180 : 30));
+    const double after_kB = static_cast<double>(Bench_programUse(bench).resident_kB);
+    Measure_report(isWholeHour ? "resident memory after an hour" : "resident memory after a while",
+                   after_kB, before_kB, "kB", 1);
+    EXPECT_LE(after_kB, before_kB + 256);
+}
+
+TEST_F(Perf, TheFirstScreenIsThereAtOnce) {
+    constexpr double goal_ms = 300;
+    constexpr int rounds = 5;
+    // The bench gives screen and hardware; the programs are started one after the other.
+    ASSERT_TRUE(Bench_start(
+        bench, {.program = "/bin/sleep", .programArguments = {"1000"}, .waitsForScreen = false}));
+    std::string display = WorldFolder_readFile(bench.world + "/display");
+    display = display.substr(0, display.find('\n'));
+    const auto paintTime_ms = [&](const std::string& program) {
+        const pid_t child =
+            ChildProcess_start({ownFolder() + "/" + program},
+                               {{"LD_PRELOAD", ownFolder() + "/../lib/libquorvelbench.so"},
+                                {"QUORVEL_BENCH", bench.world},
+                                {"GDK_BACKEND", "x11"},
+                                {"DISPLAY", display}});
+        const double time_ms = Measure_untilPainted_ms(display);
+        ChildProcess_kill(child, SIGKILL);
+        return time_ms;
+    };
+    std::vector<double> meter_ms;
+    std::vector<double> bare_ms;
+    for (int round = 0; round < rounds; ++round) {
+        meter_ms.push_back(paintTime_ms("QuorvelPowerMeterApp"));
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        bare_ms.push_back(paintTime_ms("perf_bare_window"));
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    ASSERT_GT(*std::ranges::min_element(meter_ms), 0);
+    Measure_report("start to the first painted screen", lowerTenth(meter_ms), lowerTenth(bare_ms),
+                   "ms", goal_ms / lowerTenth(bare_ms));
+    EXPECT_LT(lowerTenth(meter_ms), goal_ms);
+}
+
+TEST(PerfGraph, ChangingTheFilterOfAFullBufferIsQuick) {
+    constexpr double goal_ms = 10;
+    const auto graph = std::make_unique<CGraphData>();
+    CGraphData_create(graph.get(), graphMaxFilterWidth);
+    for (uint32_t sample = 0; sample < graphRawCapacity; ++sample) {
+        CGraphData_addItem(graph.get(), static_cast<float>(std::sin(sample * 0.01) + 2));
+    }
+    std::vector<double> times_ms;
+    std::vector<double> copies_ms;
+    for (const uint32_t width : {2U, 63U, 5U, 64U, 2U}) {
+        const auto start = std::chrono::steady_clock::now();
+        CGraphData_setFilterWidth(graph.get(), width);
+        const auto middle = std::chrono::steady_clock::now();
+        const auto copy = std::make_unique<CGraphData>(*graph);
+        const auto end = std::chrono::steady_clock::now();
+        times_ms.push_back(std::chrono::duration<double, std::milli>(middle - start).count());
+        copies_ms.push_back(std::chrono::duration<double, std::milli>(end - middle).count());
+        EXPECT_EQ(copy->filterWidth, width);
+    }
+    Measure_report("new filter width on a full buffer, against a copy", lowerTenth(times_ms),
+                   lowerTenth(copies_ms), "ms", goal_ms / lowerTenth(copies_ms));
+    EXPECT_LT(lowerTenth(times_ms), goal_ms);
+}
