@@ -68,8 +68,8 @@ void listen(SerialPortPlayer& player, int64_t now_ns) {
     }
 }
 
-void answer(SerialPortPlayer& player, int64_t now_ns) {
-    while (!player.toSensor.empty() && player.toSensor.front().due_ns <= now_ns) {
+void answer(SerialPortPlayer& player, int64_t now_ns, int64_t until_ns) {
+    while (!player.toSensor.empty() && player.toSensor.front().due_ns <= until_ns) {
         const TimedByte byte = player.toSensor.front();
         player.toSensor.pop_front();
         if (isAwake(player, now_ns)) {
@@ -150,6 +150,8 @@ void SerialPortPlayer_replug(SerialPortPlayer& player, double after_s, int64_t n
 }
 
 void SerialPortPlayer_setFault(SerialPortPlayer& player, SerialFault fault, int64_t now_ns) {
+    // What is on the wire already meets the sensor as it was.
+    answer(player, now_ns, std::numeric_limits<int64_t>::max());
     player.fault = fault;
     player.fromSensor.clear();
     player.unplugAfterReply = false;
@@ -168,7 +170,7 @@ void SerialPortPlayer_service(SerialPortPlayer& player, int64_t now_ns) {
         SerialPortPlayer_plug(player, *player.pulled, now_ns);
     }
     listen(player, now_ns);
-    answer(player, now_ns);
+    answer(player, now_ns, now_ns);
     chatter(player, now_ns);
     speak(player, now_ns);
     if (now_ns >= player.nextCurrent_ns) {
