@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <cstdlib>
 #include <fstream>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -106,6 +107,27 @@ TEST(Network, TheInstrumentsPortIsAPortOfTheBenchsOwn) {
     EXPECT_EQ(connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     close(client);
     close(fd);
+}
+
+TEST(Network, TheBenchsPortIsChosenByTheWorldOrTheEnvironment) {
+    const std::string portFile = World_folder() + "/port";
+    const int helper = server(INADDR_LOOPBACK, 0);
+    const uint16_t chosen = ntohs(addressOf(helper).sin_port);
+    close(helper);
+    std::ofstream(portFile, std::ios::trunc) << chosen << "\n";
+    const int byWorld = server(INADDR_ANY, 5025);
+    ASSERT_GE(byWorld, 0);
+    EXPECT_EQ(ntohs(addressOf(byWorld).sin_port), chosen);
+    close(byWorld);
+
+    std::ofstream(portFile, std::ios::trunc) << "1\n";
+    setenv("QUORVEL_BENCH_PORT", std::to_string(chosen).c_str(), 1);
+    const int byEnvironment = server(INADDR_ANY, 5025);
+    ASSERT_GE(byEnvironment, 0);
+    EXPECT_EQ(ntohs(addressOf(byEnvironment).sin_port), chosen);
+    close(byEnvironment);
+    unsetenv("QUORVEL_BENCH_PORT");
+    std::ofstream(portFile, std::ios::trunc) << "0\n";
 }
 
 TEST(Network, ALocalSocketAtAnInstrumentPathIsInTheWorld) {

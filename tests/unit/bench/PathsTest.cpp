@@ -126,3 +126,12 @@ TEST(Paths, APathThatIsTooLongInTheWorldLeadsNowhere) {
     EXPECT_EQ(open(path.c_str(), O_WRONLY | O_CREAT, 0644), -1);
     EXPECT_EQ(mkdir(path.c_str(), 0755), -1);
 }
+
+TEST(Paths, WhatIsNotTheInstrumentsStaysTheMachines) {
+    char program[PATH_MAX] = "";
+    ASSERT_GT(readlink("/proc/self/exe", program, sizeof program - 1), 0);
+    EXPECT_THAT(program, testing::EndsWith("/unit_bench"));
+    EXPECT_EQ(readThrough(open("/dev/null", O_RDONLY)), "");
+    EXPECT_EQ(access("/etc/passwd", R_OK), 0);
+    EXPECT_NE(access(World_realPath("/etc/passwd").c_str(), F_OK), 0);
+}

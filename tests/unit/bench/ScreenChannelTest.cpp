@@ -158,6 +158,7 @@ TEST_F(ScreenChannel, AnUnknownRequestIsNamedWithWhatIsAllowed) {
 TEST_F(ScreenChannel, AHundredAskersAtOnceAreAllAnswered) {
     whileRunning([&] {
         std::vector<std::thread> askers;
+        askers.reserve(10);
         std::atomic<int> answered{0};
         for (int index = 0; index < 10; ++index) {
             askers.emplace_back([&] {
