@@ -18,6 +18,7 @@
 #include "MainWindow.h"
 #include "PowerControl.h"
 #include "Process.h"
+#include "PulseConfig.h"
 #include "SensorChannelDialog.h"
 #include "SensorHandOff.h"
 #include "SensorManager.h"
@@ -103,6 +104,7 @@ int main(int argc, char* argv[]) {
     SensorHandOff_create();
     StartThreads_startGui();
     StartThreads_createDisplaySlots();
+    sensorPortHandler_setPulseConfigFile("/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf");
     sensorPortHandler_createAll();
     StartThreads_startWorkers();
     runMainLoop();

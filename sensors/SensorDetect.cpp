@@ -12,6 +12,7 @@ CONNECTED_SENSORS SensorDetect_getConnectedSensors(const CONNECTED_SENSORS& prev
             record.detectedSensors |= sensorPort_bit(port);
         }
     }
+    pollUsbTmcMonitor(&record);
     record.detectedSensorsChanged = previous.detectedSensors ^ record.detectedSensors;
     SensorManager_UpdatePhysicalSensors(&record);
     return record;

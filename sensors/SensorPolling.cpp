@@ -3,7 +3,11 @@
 #include "Files.h"
 #include "I2cBus.h"
 #include "LogManager.h"
+#include "SensorManager.h"
+#include "SensorPortHandler.h"
 #include "Threads.h"
+#include "UsbSensorSlots.h"
+#include "UsbTmcPort.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -11,6 +15,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <string_view>
+#include <unistd.h>
 
 std::array<std::array<char, currentMonitorPathSize>, 2> ina219CurrentMonitors;
 
@@ -58,6 +63,51 @@ void takeMonitor(const char* entry) {
     }
 }
 
+/// Gives a node that has appeared to the free slot; false when it cannot be opened.
+bool openNode(const char* name) {
+    const int fd = UsbTmcPort_Open(0, name);
+    if (fd < 0) {
+        logManager_printToLog(SensorDetection, "pollUsbTmcMonitor: Failed to open %s (%s)\n", name,
+                              strerror(errno));
+        return false;
+    }
+    if (!usbSlot_offer(name, fd)) {
+        UsbTmcPort_Close(fd);
+    }
+    return true;
+}
+
+bool pollNode(const char* name) {
+    if (access(name, F_OK) != 0) {
+        usbSlot_release(name);
+        return true;
+    }
+    return usbSlot_hasNode(name) || openNode(name);
+}
+
+/// A handler that found its device gone while the node is still there gets it anew: a sensor that
+/// was replugged within a cycle, or whose transfer broke. An admitted sensor keeps its channel and
+/// its port is connected again. False when the device cannot be opened.
+bool recoverSlot(uint32_t slot) {
+    std::array<char, 32> name{};
+    const UsbSlotLoss loss = usbSlot_getLoss(slot, name.data(), name.size());
+    if (loss == UsbSlotLoss::none) {
+        return true;
+    }
+    if (loss == UsbSlotLoss::lost) {
+        const int fd = UsbTmcPort_Open(0, name.data());
+        if (fd < 0) {
+            return false;
+        }
+        usbSlot_offerAgain(slot, fd);
+    }
+    usbSlot_forgetLoss(slot);
+    if (SensorManager_IsSensorActive(sensorPort_USB1 + slot)) {
+        sensorPortHandler_setIsConnected(sensorPort_USB1 + slot, true);
+    }
+    return true;
+}
+
 } // namespace
 
 void findINA219Devices() {
@@ -93,6 +143,24 @@ bool pollI2CCurrentMonitor(uint32_t port) {
     logManager_printToLog(SensorDetection, "pollI2CCurrentMonitor: current at port %u = %d\n", port,
                           current_mA);
     return current_mA > detectionThreshold_mA;
+}
+
+void pollUsbTmcMonitor(CONNECTED_SENSORS* record) {
+    for (const char* name : {usbPort1Name, usbPort2Name}) {
+        if (!pollNode(name)) {
+            return;
+        }
+    }
+    for (uint32_t slot = 0; slot < usbSlotCount; ++slot) {
+        if (!recoverSlot(slot)) {
+            return;
+        }
+    }
+    for (uint32_t slot = 0; slot < usbSlotCount; ++slot) {
+        if (usbSlot_isOpen(slot)) {
+            record->detectedSensors |= sensorPort_bit(sensorPort_USB1 + slot);
+        }
+    }
 }
 
 int getDeviceName(const char* path, char* buffer, size_t length) {

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 /// Finds out which ports have a sensor: a serial sensor draws supply current through the INA219
-/// monitor of its port.
+/// monitor of its port; a USB sensor has a device node.
 
 constexpr size_t currentMonitorPathSize = 51;
 
@@ -22,6 +22,11 @@ void findINA219Devices();
 /// True when more than 250 mA flow to serial port 0 or 1; false for any other index or a monitor
 /// that cannot be read. hwPollingThread.
 bool pollI2CCurrentMonitor(uint32_t port);
+
+/// Opens the device nodes that have appeared and lets go of those that have gone; sets the bits of
+/// the occupied USB slots in the record, where they are clear before. The first sensor found takes
+/// USB1. A node that cannot be opened leaves both bits clear for this cycle. hwPollingThread.
+void pollUsbTmcMonitor(CONNECTED_SENSORS* record);
 
 /// Read one attribute of a monitor; all three hold i2cMutex meanwhile and return -1 on failure.
 /// The name is terminated and at most `length` - 1 characters long; its length is returned.

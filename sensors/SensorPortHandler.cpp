@@ -4,6 +4,7 @@
 #include "SerialPort.h"
 #include "SerialSensorHandler.h"
 #include "Threads.h"
+#include "UsbSensorHandler.h"
 #include "message.h"
 
 #include <array>
@@ -19,14 +20,18 @@ struct PortRecords {
     char* serialNumber; ///< sensorSerialNumberSize characters
 };
 
-PortRecords recordsOf(SERIAL_HANDLER_DATA_STRUCT& handler) {
+template <typename Handler> PortRecords recordsOf(Handler& handler) {
     return {&handler.sensorStatus, &handler.sensorMeasurements, &handler.sensorIdentity,
             handler.serialNumber};
 }
 
 /// The records of a port; all null for a port without a handler.
 PortRecords recordsOfPort(uint32_t port) {
-    return port < serialSensorCount ? recordsOf(sensorSerialHandlerData[port]) : PortRecords{};
+    if (port < serialSensorCount) {
+        return recordsOf(sensorSerialHandlerData[port]);
+    }
+    return sensorPort_isUsb(port) ? recordsOf(sensorUsbHandlerData[port - sensorPort_USB1])
+                                  : PortRecords{};
 }
 
 void* runSerialHandler(void* handler) {
@@ -34,22 +39,28 @@ void* runSerialHandler(void* handler) {
     return nullptr;
 }
 
-void createSerialHandler(uint32_t index) {
-    struct SerialPortNames {
-        const char* device;
-        const char* thread;
-    };
-    constexpr std::array<SerialPortNames, serialSensorCount> names = {
-        {{serialPort1Name, "sensorSerial1"}, {serialPort2Name, "sensorSerial2"}}};
-    SERIAL_HANDLER_DATA_STRUCT* handler = &sensorSerialHandlerData[index];
-    sensorSerialHandler_initSensorData(handler, names[index].device);
-    const int error =
-        Thread_startJoinable(&handler->thread_id, names[index].thread, runSerialHandler, handler);
-    if (error != 0) {
-        DIAGNOSTIC("Fail...Cannot spawn the sensorSerialHandlerThread.\n");
+void* runUsbHandler(void* handler) {
+    sensorUsbHandlerThread(static_cast<USB_HANDLER_DATA_STRUCT*>(handler));
+    return nullptr;
+}
+
+/// What differs from port to port when its handler is created.
+struct HandlerNames {
+    const char* device;
+    const char* thread;
+};
+
+constexpr std::array<HandlerNames, serialSensorCount> serialNames = {
+    {{serialPort1Name, "sensorSerial1"}, {serialPort2Name, "sensorSerial2"}}};
+constexpr std::array<HandlerNames, usbSensorCount> usbNames = {
+    {{usbPort1Name, "sensorUsb1"}, {usbPort2Name, "sensorUsb2"}}};
+
+void startHandler(pthread_t* thread, const char* name, void* (*run)(void*), void* handler) {
+    if (Thread_startJoinable(thread, name, run, handler) != 0) {
+        DIAGNOSTIC("Fail...Cannot spawn the %s thread.\n", name);
         Process_leave(processStatusFatal);
     }
-    pthread_detach(handler->thread_id);
+    pthread_detach(*thread);
 }
 
 float powerLimit(uint32_t port, float PULSE_RANGES::*limit) {
@@ -65,7 +76,14 @@ float powerLimit(uint32_t port, float PULSE_RANGES::*limit) {
 
 void sensorPortHandler_createAll() {
     for (uint32_t index = 0; index < serialSensorCount; ++index) {
-        createSerialHandler(index);
+        SERIAL_HANDLER_DATA_STRUCT& handler = sensorSerialHandlerData[index];
+        sensorSerialHandler_initSensorData(&handler, serialNames[index].device);
+        startHandler(&handler.thread_id, serialNames[index].thread, runSerialHandler, &handler);
+    }
+    for (uint32_t index = 0; index < usbSensorCount; ++index) {
+        USB_HANDLER_DATA_STRUCT& handler = sensorUsbHandlerData[index];
+        sensorUsbHandler_initSensorData(&handler, usbNames[index].device);
+        startHandler(&handler.thread_id, usbNames[index].thread, runUsbHandler, &handler);
     }
 }
 
@@ -110,8 +128,12 @@ void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* iden
     snprintf(serialNumber, serialSize, "%s", records.serialNumber);
 }
 
-void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t /*port*/) {
+void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t port) {
     *configs = {};
+    if (sensorPort_isUsb(port)) {
+        const ScopedLock lock(sensorPortConfigMutex[port]);
+        *configs = sensorUsbHandlerData[port - sensorPort_USB1].sensorConfigs;
+    }
 }
 
 void sensorPortHandler_setMeasurementsToDefault(SENSOR_MEASUREMENTS* measurements) {

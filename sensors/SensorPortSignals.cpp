@@ -11,13 +11,14 @@ struct Connection {
     pthread_cond_t changed;
     uint32_t number; ///< grows with every rise of the flag
     uint32_t served; ///< the connection that the handler's records belong to
+    bool isWoken;    ///< the handler is to look for something else
 };
 
 bool sensorIsConnected[sensorPortCount];
-Connection connections[sensorPortCount] = {{PTHREAD_COND_INITIALIZER, 0, 0},
-                                           {PTHREAD_COND_INITIALIZER, 0, 0},
-                                           {PTHREAD_COND_INITIALIZER, 0, 0},
-                                           {PTHREAD_COND_INITIALIZER, 0, 0}};
+Connection connections[sensorPortCount] = {{PTHREAD_COND_INITIALIZER, 0, 0, false},
+                                           {PTHREAD_COND_INITIALIZER, 0, 0, false},
+                                           {PTHREAD_COND_INITIALIZER, 0, 0, false},
+                                           {PTHREAD_COND_INITIALIZER, 0, 0, false}};
 
 std::atomic<uint32_t> readingNumbers[sensorPortCount];
 std::atomic<void (*)()> readingListener;
@@ -62,12 +63,43 @@ uint32_t sensorPort_waitUntilConnected(uint32_t port) {
     return connections[port].number;
 }
 
+uint32_t sensorPort_waitUntilConnectedOrWoken(uint32_t port) {
+    const ScopedLock lock(sensorPortMutex[port]);
+    Connection& connection = connections[port];
+    while (!sensorIsConnected[port] && !connection.isWoken) {
+        pthread_cond_wait(&connection.changed, &sensorPortMutex[port]);
+    }
+    connection.isWoken = false;
+    return sensorIsConnected[port] ? connection.number : 0;
+}
+
+void sensorPort_wake(uint32_t port) {
+    if (port >= sensorPortCount) {
+        return;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    connections[port].isWoken = true;
+    pthread_cond_broadcast(&connections[port].changed);
+}
+
 bool sensorPort_isSameConnection(uint32_t port, uint32_t connection) {
     if (port >= sensorPortCount) {
         return false;
     }
     const ScopedLock lock(sensorPortMutex[port]);
     return sensorIsConnected[port] && connections[port].number == connection;
+}
+
+bool sensorPort_endConnection(uint32_t port, uint32_t connection) {
+    if (port >= sensorPortCount) {
+        return false;
+    }
+    const ScopedLock lock(sensorPortMutex[port]);
+    if (!sensorIsConnected[port] || connections[port].number != connection) {
+        return false;
+    }
+    sensorIsConnected[port] = false;
+    return true;
 }
 
 void sensorPort_setServedConnection(uint32_t port, uint32_t connection) {
@@ -86,11 +118,13 @@ bool sensorPort_isServed(uint32_t port) {
     return sensorIsConnected[port] && connections[port].served == connections[port].number;
 }
 
-void sensorPort_signalReading(uint32_t port) {
-    if (port >= sensorPortCount) {
-        return;
+void sensorPort_countReading(uint32_t port, bool isNew) {
+    if (port < sensorPortCount && isNew) {
+        ++readingNumbers[port];
     }
-    ++readingNumbers[port];
+}
+
+void sensorPort_tellOfReading() {
     void (*const listener)() = readingListener;
     if (listener != nullptr) {
         listener();

@@ -119,6 +119,9 @@ struct SENSOR_IDENTITY {
     PULSE_DELAY_RANGES pulseStates[4]; ///< s
 };
 
+/// Digits of a sensor's serial number and their terminator.
+constexpr uint32_t sensorSerialNumberSize = 10;
+
 struct PULSE_STATE_INTVL {
     bool bEnabled;
     float begin; ///< s

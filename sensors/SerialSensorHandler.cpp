@@ -146,7 +146,8 @@ sensorSerCommState reflectedState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     const bool isRead = measure(handler, "R", &SENSOR_MEASUREMENTS::rflPwrVal, true);
     // A forward reading is announced even if the reflected one of the same cycle is missing.
     if (newMeasurementIsAvailable[port]) {
-        sensorPort_signalReading(port);
+        sensorPort_countReading(port, true);
+        sensorPort_tellOfReading();
     }
     return isRead ? stateSerFreq : stateSerFlush;
 }

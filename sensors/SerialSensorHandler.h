@@ -11,9 +11,6 @@
 
 constexpr uint32_t serialSensorCount = 2;
 
-/// Digits of a sensor's serial number and their terminator.
-constexpr uint32_t sensorSerialNumberSize = 10;
-
 enum sensorSerCommState : int {
     stateSerConnect = 0,
     stateSerFlush = 1,

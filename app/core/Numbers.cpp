@@ -18,6 +18,10 @@ double Numbers_toDouble(const char* text, char** end) {
     return strtod_l(text, end, numberLocale());
 }
 
+float Numbers_toFloat(const char* text, char** end) {
+    return strtof_l(text, end, numberLocale());
+}
+
 int Numbers_toInt(const char* text) {
     constexpr long lowest = INT_MIN;
     constexpr long highest = INT_MAX;

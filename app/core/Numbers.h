@@ -10,6 +10,9 @@
 /// it. Any thread.
 double Numbers_toDouble(const char* text, char** end);
 
+/// The same for a 32-bit float; what is beyond it gives an infinity. Any thread.
+float Numbers_toFloat(const char* text, char** end);
+
 /// Reads a decimal integer as far as it goes, leading white space skipped. Text that is no number
 /// gives 0; a value beyond int gives the nearest int.
 int Numbers_toInt(const char* text);

@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 namespace {
 
@@ -33,6 +34,16 @@ TEST(Numbers, IntegerIsReadAsFarAsItGoes) {
     for (const Case& row : cases) {
         EXPECT_EQ(Numbers_toInt(row.text), row.value) << "'" << row.text << "'";
     }
+}
+
+TEST(Numbers, AFloatBeyondItsRangeIsAnInfinity) {
+    char* end = nullptr;
+    const char* text = "13.56MHz";
+    EXPECT_EQ(Numbers_toFloat(text, &end), 13.56F);
+    EXPECT_EQ(end, text + 5);
+    EXPECT_EQ(Numbers_toFloat("1e300", nullptr), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(Numbers_toFloat("-1e300", nullptr), -std::numeric_limits<float>::infinity());
+    EXPECT_EQ(Numbers_toFloat("watt", nullptr), 0.0F);
 }
 
 TEST(Numbers, DecimalEndsAtTheFirstCharacterThatBelongsToNoNumber) {

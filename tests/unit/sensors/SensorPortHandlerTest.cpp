@@ -32,7 +32,7 @@ TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
         EXPECT_STREQ(serialNumber.data(), "");
         sensorPortHandler_setIsConnected(port, true);
         EXPECT_FALSE(sensorPortHandler_getIsConnected(port));
-        sensorPort_signalReading(port);
+        sensorPort_countReading(port, true);
         sensorPort_setServedConnection(port, 1);
         EXPECT_FALSE(sensorPort_isServed(port));
         EXPECT_FALSE(sensorPort_isSameConnection(port, 0));

@@ -1,6 +1,7 @@
 #include "SerialSensorHandler.h"
 
 #include "Channel.h"
+#include "PortHandlers.h"
 #include "SensorPortHandler.h"
 #include "SerialSensorModel.h"
 #include "World.h"
@@ -321,7 +322,7 @@ TEST(SerialSensorThreads, ServeEachSensorFromItsPluggingToItsPulling) {
     World_removeFile("/dev/ttyS2");
     World_clearSyslog();
     TerminalSensor terminal("/dev/ttyS1");
-    sensorPortHandler_createAll();
+    PortHandlers_startOnce();
     EXPECT_TRUE(World_waitUntil(
         [] { return World_syslogContains("USER_WARNING:  Unable to open sensor port 1."); }, 5000));
 

@@ -1,0 +1,427 @@
+#include "UsbSensorConfig.h"
+
+#include "SensorPortSignals.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr float hzPerMHz = 1e6F;
+constexpr float cwPeriod_s = 0.01F;
+constexpr uint32_t stateCount = 4;
+
+/// What is said when a setting fails. "%d" stands for the number of a measurement state.
+struct SettingRow {
+    sensor_cmd_e command; ///< that of the first state for the four states' commands
+    const char* words;
+    const char* error;
+};
+
+constexpr std::array<SettingRow, 17> settingRows = {{
+    {C_SENSE_FREQ_AUTO, "frequency auto command", "Freq Auto is not valid"},
+    {C_SENSE_FREQ, "frequency command", "Freq is not valid"},
+    {C_SENSE_RELFECT_EN, "reflected enable command", "Refl Enable is not valid"},
+    {C_SENSE_PER_AUTO, "period auto command", "Period Auto is not valid"},
+    {C_SENSE_SWE_TIME_AUTO, "sweep time auto command", "Sweep Time Auto is not valid"},
+    {C_SENSE_PER, "period command", "Period is not valid"},
+    {C_SENSE_SWE_TIME, "sweep time command", "Sweep Time is not valid"},
+    {C_TRIGGER_SOURCE, "trigger source command", "Trigger Source is not valid"},
+    {C_TRIGGER_LEVEL_AUTO, "trigger level auto command", "Trigger Level Auto is not valid"},
+    {C_TRIGGER_LEVEL, "trigger level command", "Trigger Level is not valid"},
+    {C_TRIGGER_SLOPE, "trigger slope command", "Trigger Slope is not valid"},
+    {C_TRIGGER_DELAY, "trigger delay command", "Trigger Delay is not valid"},
+    {C_CALCULATE_STATE1_BEGIN, "state %d begin command", "State %d Begin is not valid"},
+    {C_CALCULATE_STATE1_END, "state %d end command", "State %d End is not valid"},
+    {C_CALCULATE_STATE1_EN, "state %d enable command", "State Enable is not valid"},
+    {C_CALC_GATE_BEGIN_DELAY, "gate begin delay command", "Gate Begin is not valid"},
+    {C_CALC_GATE_END_DELAY, "gate end delay command", "Gate End is not valid"},
+}};
+
+/// The rows of CW mode. Both period commands' labels are deliberately those of the frequency.
+constexpr std::array<SettingRow, 4> cwRows = {{
+    {C_SENSE_PER_AUTO, "period auto command", "Freq Auto is not valid"},
+    {C_SENSE_SWE_TIME_AUTO, "sweep time auto command", "Sweep Time Auto is not valid"},
+    {C_SENSE_PER, "period command", "Freq Auto is not valid"},
+    {C_SENSE_SWE_TIME, "sweep time command", "Sweep Time is not valid"},
+}};
+
+using Text = std::array<char, 48>;
+
+/// A row's text with the number of its state in it.
+Text withState(const char* text, uint32_t state) {
+    Text result{};
+    const char* number = strstr(text, "%d");
+    if (number == nullptr) {
+        snprintf(result.data(), result.size(), "%s", text);
+    } else {
+        snprintf(result.data(), result.size(), "%.*s%u%s", static_cast<int>(number - text), text,
+                 state + 1, number + 2);
+    }
+    return result;
+}
+
+cmd_type integer(bool value) {
+    return {value ? 1 : 0, 0.0F, {}};
+}
+
+cmd_type number(float value) {
+    return {0, value, {}};
+}
+
+cmd_type text(const char* value) {
+    cmd_type result{};
+    snprintf(result.sval, sizeof result.sval, "%s", value);
+    return result;
+}
+
+/// One sending: the settings go out one after the other until a transport error ends it.
+struct Sending {
+    USB_HANDLER_DATA_STRUCT* handler;
+    USBTMC_PARAM_ERRORS* errors;
+    bool isAlive;
+};
+
+/// Sends one setting, or nothing after a transport error. What the sensor refuses is logged and
+/// collected, and the sending goes on.
+void sendRow(Sending* sending, const SettingRow& row, cmd_type value, uint32_t state = 0) {
+    if (!sending->isAlive) {
+        return;
+    }
+    USB_PORT_DATA_STRUCT& port = sending->handler->usbPort;
+    const uint32_t channel = sensorUsbHandler_port(sending->handler);
+    const Text words = withState(row.words, state);
+    const enUSBTMCErrors status =
+        handleCmdWithStatus(port.fd, port.rxBuffer, sensor_cmd_ofState(row.command, state), &value);
+    if (status == usbtmc_transportError) {
+        USER_ERROR("USB sensor %u %s failed with a transport error %d.\n", channel, words.data(),
+                   static_cast<int>(status));
+        sending->isAlive = false;
+    } else if (status != usbtmc_success) {
+        USER_WARNING("USB sensor %u %s failed with error %d.\n", channel, words.data(),
+                     static_cast<int>(status));
+        usbtmcAddError(sending->errors, withState(row.error, state).data());
+    }
+}
+
+void send(Sending* sending, sensor_cmd_e command, const cmd_type& value, uint32_t state = 0) {
+    const auto* row =
+        std::find_if(settingRows.begin(), settingRows.end(),
+                     [command](const SettingRow& one) { return one.command == command; });
+    if (row != settingRows.end()) {
+        sendRow(sending, *row, value, state);
+    }
+}
+
+void sendFrequency(Sending* sending, const SENSOR_CONFIGS& configs) {
+    send(sending, C_SENSE_FREQ_AUTO, integer(configs.bAutoFrequency));
+    if (!configs.bAutoFrequency) {
+        send(sending, C_SENSE_FREQ, number(configs.freqVal / hzPerMHz));
+    }
+    send(sending, C_SENSE_RELFECT_EN, integer(true));
+}
+
+void sendPeriod(Sending* sending, const SENSOR_CONFIGS& configs) {
+    send(sending, C_SENSE_PER_AUTO, integer(configs.bAutoPeriod));
+    send(sending, C_SENSE_SWE_TIME_AUTO, integer(configs.bAutoPeriod));
+    if (!configs.bAutoPeriod) {
+        send(sending, C_SENSE_PER, number(configs.prdVal));
+        send(sending, C_SENSE_SWE_TIME, number(configs.prdVal));
+    }
+}
+
+void sendTrigger(Sending* sending, const SENSOR_CONFIGS& configs) {
+    send(sending, C_TRIGGER_SOURCE, text("INT"));
+    // A text command that is given a number: the sensor gets it only if it cannot be read back.
+    send(sending, C_TRIGGER_LEVEL_AUTO, integer(configs.bAutoTriggerLevel));
+    if (!configs.bAutoTriggerLevel) {
+        send(sending, C_TRIGGER_LEVEL, number(configs.trigLevelVal));
+    }
+    send(sending, C_TRIGGER_SLOPE, text(configs.trigSlope == 1 ? "POS" : "NEG"));
+    send(sending, C_TRIGGER_DELAY, number(configs.trigDelayVal));
+}
+
+void sendStates(Sending* sending, const SENSOR_CONFIGS& configs) {
+    for (uint32_t state = 0; state < stateCount; ++state) {
+        const PULSE_STATE_INTVL& interval = configs.pulseStates[state];
+        if (interval.bEnabled) {
+            send(sending, C_CALCULATE_STATE1_BEGIN, number(interval.begin), state);
+            send(sending, C_CALCULATE_STATE1_END, number(interval.end), state);
+        }
+        send(sending, C_CALCULATE_STATE1_EN, integer(interval.bEnabled), state);
+    }
+}
+
+void sendGates(Sending* sending, const SENSOR_CONFIGS& configs) {
+    if (configs.bSupportsTriggeredGates && configs.bModelIsTriggeredGates) {
+        sendStates(sending, configs);
+        return;
+    }
+    send(sending, C_CALC_GATE_BEGIN_DELAY, number(configs.gateBegin));
+    send(sending, C_CALC_GATE_END_DELAY, number(configs.gateEnd));
+}
+
+void sendAll(Sending* sending, const SENSOR_CONFIGS& configs) {
+    sendFrequency(sending, configs);
+    // The three capability flags are set together.
+    if (configs.bSupportsAutoTiggerLevel) {
+        sendPeriod(sending, configs);
+        sendTrigger(sending, configs);
+    }
+    sendGates(sending, configs);
+}
+
+SENSOR_CONFIGS configsOf(USB_HANDLER_DATA_STRUCT* handler) {
+    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
+    return handler->sensorConfigs;
+}
+
+/// A configuration that waits is taken for sending: copied and unmarked together, so that a change
+/// made while it is being sent waits again. False when none waits.
+bool takeForSending(USB_HANDLER_DATA_STRUCT* handler, SENSOR_CONFIGS* configs) {
+    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
+    if (!handler->newConfig) {
+        return false;
+    }
+    *configs = handler->sensorConfigs;
+    handler->newConfig = false;
+    handler->sendingNumber = handler->requestNumber;
+    return true;
+}
+
+/// A configuration that got stuck waits again.
+void putBack(USB_HANDLER_DATA_STRUCT* handler) {
+    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
+    handler->newConfig = true;
+    handler->sendingNumber = handler->completedNumber;
+}
+
+void storeErrors(USB_HANDLER_DATA_STRUCT* handler, const USBTMC_PARAM_ERRORS& errors) {
+    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
+    handler->usbtmc_Errors = errors;
+}
+
+/// Queries of the configuration, each with its message. After a failure nothing more is asked.
+struct Reading {
+    USB_HANDLER_DATA_STRUCT* handler;
+    bool isAlive;
+};
+
+/// A reply of exactly one byte counts as failed: deliberate.
+qry_type ask(Reading* reading, sensor_qry_e query, const char* words) {
+    qry_type reply{};
+    if (!reading->isAlive) {
+        return reply;
+    }
+    USB_PORT_DATA_STRUCT& port = reading->handler->usbPort;
+    if (handleQuery(port.fd, port.rxBuffer, query, &reply) == 1) {
+        USER_ERROR("USB sensor %u %s query failed\n", sensorUsbHandler_port(reading->handler),
+                   words);
+        reading->isAlive = false;
+    }
+    return reply;
+}
+
+float askPeriod(Reading* reading) {
+    qry_type reply{};
+    USB_PORT_DATA_STRUCT& port = reading->handler->usbPort;
+    if (reading->isAlive && handleQueryWithStatus(port.fd, port.rxBuffer, Q_SENSE_PERIOD, &reply) ==
+                                usbtmc_transportError) {
+        USER_ERROR("USB sensor %u period query failed\n", sensorUsbHandler_port(reading->handler));
+        reading->isAlive = false;
+    }
+    return reply.fval;
+}
+
+/// The state queries' messages count the states from 0.
+qry_type askState(Reading* reading, sensor_qry_e first, uint32_t state, const char* what) {
+    std::array<char, 32> words{};
+    snprintf(words.data(), words.size(), "state %u %s", state, what);
+    return ask(reading, sensor_qry_ofState(first, state), words.data());
+}
+
+void readStates(Reading* reading, SENSOR_CONFIGS* configs) {
+    for (uint32_t state = 0; state < stateCount; ++state) {
+        PULSE_STATE_INTVL& interval = configs->pulseStates[state];
+        interval.bEnabled = askState(reading, Q_CALCULATE_STATE1_EN, state, "enable").ival != 0;
+        interval.begin = askState(reading, Q_CALCULATE_STATE1_BEGIN, state, "begin").fval;
+        interval.end = askState(reading, Q_CALCULATE_STATE1_END, state, "end").fval;
+    }
+}
+
+void readPeriod(Reading* reading, SENSOR_CONFIGS* configs) {
+    configs->bAutoPeriod = ask(reading, Q_SENSE_PERIOD_AUTO, "period auto").ival != 0;
+    configs->prdVal = askPeriod(reading);
+}
+
+void readTrigger(Reading* reading, SENSOR_CONFIGS* configs) {
+    configs->bAutoTriggerLevel = ask(reading, Q_TRIGGER_LEVEL_AUTO, "trigger level auto").ival != 0;
+    configs->trigLevelVal = ask(reading, Q_TRIGGER_LEVEL, "trigger level").fval;
+    configs->trigDelayVal = ask(reading, Q_TRIGGER_DELAY, "trigger delay").fval;
+}
+
+void readAll(Reading* reading, const SENSOR_CONFIGS& present, SENSOR_CONFIGS* configs) {
+    configs->bSupportsAutoPeriod = present.bSupportsAutoPeriod;
+    configs->bSupportsAutoTiggerLevel = present.bSupportsAutoTiggerLevel;
+    configs->bSupportsTriggeredGates = present.bSupportsTriggeredGates;
+    if (configs->bSupportsAutoPeriod) {
+        readPeriod(reading, configs);
+    }
+    configs->bAutoFrequency = ask(reading, Q_SENSE_FREQUENCY_AUTO, "frequency auto").ival != 0;
+    configs->freqVal = ask(reading, Q_SENSE_FREQUENCY, "frequency").fval * hzPerMHz;
+    if (configs->bSupportsAutoTiggerLevel) {
+        readTrigger(reading, configs);
+    }
+    if (configs->bSupportsTriggeredGates) {
+        readStates(reading, configs);
+    }
+}
+
+USB_HANDLER_DATA_STRUCT* handlerOf(uint32_t channel) {
+    return sensorPort_isUsb(channel) ? &sensorUsbHandlerData[channel - sensorPort_USB1] : nullptr;
+}
+
+/// Waits for the end of one request's sending; false when the sensor has gone. Config mutex held.
+bool waitForRequest(USB_HANDLER_DATA_STRUCT* handler, uint32_t request, pthread_mutex_t* mutex) {
+    // Numbers wrap; the signed distance tells which of two is the later one.
+    const auto isPending = [handler, request] {
+        return static_cast<int32_t>(handler->completedNumber - request) < 0;
+    };
+    const uint32_t wait = handler->endedWaits;
+    while (handler->isServing && handler->endedWaits == wait && isPending()) {
+        pthread_cond_wait(&handler->usbtmcConfigureComplete, mutex);
+    }
+    return handler->isServing && handler->endedWaits == wait;
+}
+
+} // namespace
+
+USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
+                                                       uint32_t channel) {
+    USB_HANDLER_DATA_STRUCT* handler = handlerOf(channel);
+    if (handler == nullptr) {
+        return {};
+    }
+    const USBTMC_PARAM_ERRORS gone = {0, {}, true};
+    const ScopedLock lock(sensorPortConfigMutex[channel]);
+    if (!handler->isServing) {
+        return gone;
+    }
+    SENSOR_CONFIGS wanted = config;
+    wanted.bSupportsAutoPeriod = handler->sensorConfigs.bSupportsAutoPeriod;
+    wanted.bSupportsAutoTiggerLevel = handler->sensorConfigs.bSupportsAutoTiggerLevel;
+    wanted.bSupportsTriggeredGates = handler->sensorConfigs.bSupportsTriggeredGates;
+    handler->sensorConfigs = wanted;
+    handler->newConfig = true;
+    const uint32_t request = ++handler->requestNumber;
+    if (!waitForRequest(handler, request, &sensorPortConfigMutex[channel])) {
+        return gone;
+    }
+    return handler->usbtmc_Errors;
+}
+
+void sensorPortHandler_abandonSensorConfigs(uint32_t channel) {
+    USB_HANDLER_DATA_STRUCT* handler = handlerOf(channel);
+    if (handler == nullptr) {
+        return;
+    }
+    const ScopedLock lock(sensorPortConfigMutex[channel]);
+    ++handler->endedWaits;
+    pthread_cond_broadcast(&handler->usbtmcConfigureComplete);
+}
+
+void sensorPortHandler_resendSensorConfig(uint32_t channel) {
+    USB_HANDLER_DATA_STRUCT* handler = handlerOf(channel);
+    if (handler == nullptr) {
+        return;
+    }
+    const ScopedLock lock(sensorPortConfigMutex[channel]);
+    if (handler->usbPort.portState == sensorPortConnected) {
+        handler->newConfig = true;
+    }
+}
+
+void usbtmcClearErrors(USBTMC_PARAM_ERRORS* errors) {
+    *errors = {};
+}
+
+void usbtmcAddError(USBTMC_PARAM_ERRORS* errors, const char* errorText) {
+    constexpr int most = 5;
+    if (errors->count < most) {
+        snprintf(errors->errors[errors->count], sizeof errors->errors[0], "%s", errorText);
+        ++errors->count;
+    }
+}
+
+bool sensorPortHandler_sendConfigToSensor(USB_HANDLER_DATA_STRUCT* handler) {
+    SENSOR_CONFIGS configs;
+    if (!takeForSending(handler, &configs)) {
+        return true;
+    }
+    USBTMC_PARAM_ERRORS errors{};
+    Sending sending = {handler, &errors, true};
+    sendAll(&sending, configs);
+    storeErrors(handler, errors);
+    if (!sending.isAlive) {
+        putBack(handler);
+    }
+    return sending.isAlive;
+}
+
+bool usbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler) {
+    USBTMC_PARAM_ERRORS errors{};
+    Sending sending = {handler, &errors, true};
+    if (configsOf(handler).bSupportsAutoPeriod) {
+        const std::array<cmd_type, cwRows.size()> values = {integer(false), integer(false),
+                                                            number(cwPeriod_s), number(cwPeriod_s)};
+        for (size_t row = 0; row < cwRows.size(); ++row) {
+            sendRow(&sending, cwRows[row], values[row]);
+        }
+    }
+    storeErrors(handler, errors);
+    return sending.isAlive;
+}
+
+bool sensorPortHandler_readSensorConfig(USB_HANDLER_DATA_STRUCT* handler) {
+    const uint32_t port = sensorUsbHandler_port(handler);
+    SENSOR_CONFIGS configs{};
+    Reading reading = {handler, true};
+    readAll(&reading, configsOf(handler), &configs);
+    const ScopedLock lock(sensorPortConfigMutex[port]);
+    const bool isRequestWaiting = handler->requestNumber != handler->sendingNumber;
+    if (reading.isAlive && !isRequestWaiting) {
+        handler->sensorConfigs = configs;
+        handler->newConfig = false;
+    }
+    return reading.isAlive;
+}
+
+void usbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler) {
+    const USBTMC_PARAM_ERRORS& errors = handler->usbtmc_Errors;
+    for (int index = 0; index < errors.count; ++index) {
+        USER_ERROR("SCPIErrors: channel %u, error[%d] = %s.\n", sensorUsbHandler_port(handler),
+                   index, errors.errors[index]);
+    }
+}
+
+void usbSensorConfig_complete(USB_HANDLER_DATA_STRUCT* handler) {
+    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
+    handler->completedNumber = handler->sendingNumber;
+    pthread_cond_broadcast(&handler->usbtmcConfigureComplete);
+}
+
+void usbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing) {
+    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
+    handler->isServing = isServing;
+    // What was asked of a sensor that has gone is not sent to the next one.
+    handler->newConfig = false;
+    handler->sendingNumber = handler->requestNumber;
+    handler->completedNumber = handler->requestNumber;
+    handler->usbtmc_Errors = {};
+    handler->endedWaits += isServing ? 0U : 1U;
+    pthread_cond_broadcast(&handler->usbtmcConfigureComplete);
+}

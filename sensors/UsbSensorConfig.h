@@ -1,0 +1,51 @@
+#ifndef SENSORS_USB_SENSOR_CONFIG_H
+#define SENSORS_USB_SENSOR_CONFIG_H
+
+#include "UsbSensorHandler.h"
+
+/// The measurement configuration of a USB sensor: how others hand one over, and how the handler
+/// sends it and reads it back.
+
+// For the dialogs and remote control. Any thread but those that hold the GDK lock.
+
+/// Hands a configuration to a USB port and waits until the handler has sent it in pulse mode; in CW
+/// mode that may last for ever. The capability flags stay those of the connected sensor. Returns
+/// what the sensor refused. Without a sensor, or when it is pulled meanwhile, `sensorHasGone` is
+/// set. A port that is not USB returns an empty list at once.
+USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
+                                                       uint32_t channel);
+
+/// Ends the waits for a port's configuration: their callers return with `sensorHasGone` set, though
+/// the configuration may still be sent later.
+void sensorPortHandler_abandonSensorConfigs(uint32_t channel);
+
+/// Lets a connected USB port send its configuration once more. Any thread.
+void sensorPortHandler_resendSensorConfig(uint32_t channel);
+
+/// Empties an error list, or appends a text (cut at 31 characters) while it holds fewer than five.
+void usbtmcClearErrors(USBTMC_PARAM_ERRORS* errors);
+void usbtmcAddError(USBTMC_PARAM_ERRORS* errors, const char* text);
+
+// For the handler's thread.
+
+/// Sends a waiting configuration, each setting only where the sensor differs. False when a
+/// transport error stopped it: it waits on.
+bool sensorPortHandler_sendConfigToSensor(USB_HANDLER_DATA_STRUCT* handler);
+
+/// Sends the fixed settings of CW mode to a sensor that has them. False after a transport error.
+bool usbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler);
+
+/// Reads the sensor's own configuration and stores it whole, unless a request to send another one
+/// waits. False, with the query's message logged, when a query failed.
+bool sensorPortHandler_readSensorConfig(USB_HANDLER_DATA_STRUCT* handler);
+
+/// Logs every text of the error list.
+void usbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler);
+
+/// Tells the waiting callers that what was taken for sending has been sent.
+void usbSensorConfig_complete(USB_HANDLER_DATA_STRUCT* handler);
+
+/// A sensor is served from now on, or not any more, which ends all waits.
+void usbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing);
+
+#endif

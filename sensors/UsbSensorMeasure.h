@@ -1,0 +1,18 @@
+#ifndef SENSORS_USB_SENSOR_MEASURE_H
+#define SENSORS_USB_SENSOR_MEASURE_H
+
+#include "UsbSensorHandler.h"
+
+/// The measuring states of a USB sensor's handler: each runs its state's step and returns the state
+/// that follows. Handler's thread.
+
+/// Triggers a measurement, waits for its end, and reads the sensor's status.
+sensorUsbCommState usbSensorMeasure_init(USB_HANDLER_DATA_STRUCT* handler);
+
+/// Fetches forward and reflected power, frequency and temperature.
+sensorUsbCommState usbSensorMeasure_cw(USB_HANDLER_DATA_STRUCT* handler);
+
+/// Fetches the pulse values, and those of the triggered states or of the gate.
+sensorUsbCommState usbSensorMeasure_pulse(USB_HANDLER_DATA_STRUCT* handler);
+
+#endif

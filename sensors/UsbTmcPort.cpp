@@ -1,0 +1,269 @@
+#include "UsbTmcPort.h"
+
+#include "Numbers.h"
+#include "RetryInterrupted.h"
+#include "Threads.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/usb/tmc.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr uint32_t askAgain_ms = 50;
+constexpr uint32_t afterTrigger_ms = 10;
+constexpr int triggerTries = 1200;
+constexpr int statusTries = 100;
+constexpr int dataOutOfRange = -222;
+
+/// Longest command: its text, a blank, the digits of the largest float with six decimals.
+constexpr size_t commandSize = 128;
+using CommandText = std::array<char, commandSize>;
+
+/// Like errno, of the calling thread's last transport calls.
+thread_local bool isUnplugged = false;
+
+ssize_t noteUnplugged(ssize_t result) {
+    if (result < 0 && (errno == EPIPE || errno == ENODEV)) {
+        isUnplugged = true;
+    }
+    return result;
+}
+
+int control(int32_t fd, unsigned long request) {
+    return static_cast<int>(noteUnplugged(retryInterrupted([&] { return ioctl(fd, request); })));
+}
+
+void parseReply(const char* text, sensor_reply_e type, qry_type* reply) {
+    switch (type) {
+    case reply_text:
+        snprintf(reply->sval, sizeof reply->sval, "%s", text);
+        break;
+    case reply_integer:
+        reply->ival = Numbers_toInt(text);
+        break;
+    case reply_float:
+        reply->fval = Numbers_toFloat(text, nullptr);
+        break;
+    }
+}
+
+/// The command's line; false for an argument of no known type.
+bool composeCommand(const sensor_cmd_param_t& command, const cmd_type& value, CommandText* line) {
+    const ScopedNumberLocale numbers;
+    switch (command.argument) {
+    case argument_none:
+        snprintf(line->data(), line->size(), "%s\n", command.text);
+        return true;
+    case argument_integer:
+        snprintf(line->data(), line->size(), "%s %d\n", command.text, value.ival);
+        return true;
+    case argument_float:
+        snprintf(line->data(), line->size(), "%s %f\n", command.text,
+                 static_cast<double>(value.fval));
+        return true;
+    case argument_text:
+        snprintf(line->data(), line->size(), "%s %s\n", command.text, value.sval);
+        return true;
+    }
+    return false;
+}
+
+/// The field of the command's own type decides: a text command whose read-back is a number is equal
+/// only while its text is empty. That is deliberate: such a command is sent only with a text.
+bool isSame(sensor_argument_e type, const cmd_type& wanted, const qry_type& present) {
+    switch (type) {
+    case argument_integer:
+        return wanted.ival == present.ival;
+    case argument_float:
+        return wanted.fval == present.fval;
+    case argument_text:
+        return strcmp(wanted.sval, present.sval) == 0;
+    case argument_none:
+        break;
+    }
+    return false;
+}
+
+enUSBTMCErrors statusOf(int32_t fd, char* buffer, ssize_t result) {
+    if (result <= 0) {
+        return usbtmc_transportError;
+    }
+    const int error = clearSysErrCount(fd, buffer);
+    if (error == dataOutOfRange) {
+        return usbtmc_sensorError222;
+    }
+    return error < 0 ? usbtmc_sensorError : usbtmc_success;
+}
+
+/// Sends a question and reads until an answer is there or the tries are used up.
+ssize_t askPatiently(int32_t fd, char* buffer, const char* question) {
+    ssize_t result = UsbTmcPort_Send(fd, question);
+    if (result <= 0) {
+        return result;
+    }
+    for (int count = 0; count < statusTries && !isUnplugged; ++count) {
+        result = UsbTmcPort_Receive(fd, buffer, usbTmcReplySize);
+        if (result > 0) {
+            break;
+        }
+        Thread_sleep_ms(askAgain_ms);
+    }
+    return result;
+}
+
+} // namespace
+
+int32_t UsbTmcPort_Open(int /*channel*/, const char* path) {
+    return retryInterrupted([&] { return open(path, O_RDWR | O_CLOEXEC); });
+}
+
+void UsbTmcPort_Close(int32_t fd) {
+    if (fd > 0) {
+        close(fd);
+    }
+}
+
+ssize_t UsbTmcPort_Send(int32_t fd, const char* text) {
+    if (fd < 1) {
+        return -1;
+    }
+    return noteUnplugged(retryInterrupted([&] { return write(fd, text, strlen(text)); }));
+}
+
+ssize_t UsbTmcPort_Receive(int32_t fd, char* buffer, size_t length) {
+    if (fd < 1) {
+        return -1;
+    }
+    const ssize_t count = noteUnplugged(retryInterrupted([&] { return read(fd, buffer, length); }));
+    if (count < 0) {
+        const int error = errno;
+        control(fd, USBTMC_IOCTL_CLEAR);
+        errno = error;
+        return count;
+    }
+    buffer[count] = '\0';
+    return count;
+}
+
+void UsbTmcPort_forgetUnplugged() {
+    isUnplugged = false;
+}
+
+bool UsbTmcPort_wasUnplugged() {
+    return isUnplugged;
+}
+
+ssize_t handleQuery(int32_t fd, char* buffer, sensor_qry_e query, qry_type* reply) {
+    *reply = {};
+    const sensor_qry_param_t& row = sensor_qry_param[query];
+    CommandText line;
+    snprintf(line.data(), line.size(), "%s\n", row.text);
+    const ssize_t sent = UsbTmcPort_Send(fd, line.data());
+    if (sent < 0) {
+        return sent;
+    }
+    const ssize_t count = UsbTmcPort_Receive(fd, buffer, usbTmcReplySize);
+    if (count > 0) {
+        parseReply(buffer, row.reply, reply);
+    }
+    return count;
+}
+
+ssize_t handleCmd(int32_t fd, char* buffer, sensor_cmd_e command, cmd_type* value) {
+    const sensor_cmd_param_t& row = sensor_cmd_param[command];
+    CommandText line;
+    if (!composeCommand(row, *value, &line)) {
+        return -1;
+    }
+    if (row.readBack != Q_END) {
+        qry_type present;
+        const ssize_t count = handleQuery(fd, buffer, row.readBack, &present);
+        if (count <= 0 || isSame(row.argument, *value, present)) {
+            return count;
+        }
+    }
+    const ssize_t sent = UsbTmcPort_Send(fd, line.data());
+    *value = {};
+    return sent;
+}
+
+enUSBTMCErrors handleQueryWithStatus(int32_t fd, char* buffer, sensor_qry_e query,
+                                     qry_type* reply) {
+    return statusOf(fd, buffer, handleQuery(fd, buffer, query, reply));
+}
+
+enUSBTMCErrors handleCmdWithStatus(int32_t fd, char* buffer, sensor_cmd_e command,
+                                   cmd_type* value) {
+    return statusOf(fd, buffer, handleCmd(fd, buffer, command, value));
+}
+
+int clearSysErrCount(int32_t fd, char* buffer) {
+    qry_type reply;
+    if (handleQuery(fd, buffer, Q_SYSTEM_ERROR_COUNT, &reply) <= 0) {
+        return -1;
+    }
+    int result = reply.ival;
+    const int count = reply.ival;
+    for (int index = 0; index < count && !isUnplugged; ++index) {
+        const ssize_t received = handleQuery(fd, buffer, Q_SYSTEM_ERROR, &reply);
+        if (received <= 0) {
+            result = static_cast<int>(received);
+        } else if (reply.ival < 0) {
+            result = reply.ival;
+        }
+    }
+    return result;
+}
+
+int waitOperationComplete(int32_t fd, char* buffer, int tries) {
+    bool isComplete = false;
+    for (int count = 0; !isComplete;) {
+        const ssize_t sent = UsbTmcPort_Send(fd, "*OPC?\n");
+        if (sent < 0) {
+            return static_cast<int>(sent);
+        }
+        const ssize_t received = UsbTmcPort_Receive(fd, buffer, usbTmcReplySize);
+        isComplete = received > 0 && strcmp(buffer, "1\n") == 0;
+        // The last try counts as a time-out even if it brought the answer: deliberate.
+        if (++count >= tries) {
+            return 0;
+        }
+        Thread_sleep_ms(askAgain_ms);
+    }
+    return 1;
+}
+
+int handleInitCmd(int32_t fd, char* buffer) {
+    const ssize_t sent = UsbTmcPort_Send(fd, "INIT\n");
+    Thread_sleep_ms(afterTrigger_ms);
+    return sent != 0 ? waitOperationComplete(fd, buffer, triggerTries) : 0;
+}
+
+ssize_t handleReadStatusByteQuery(int32_t fd, char* buffer) {
+    return askPatiently(fd, buffer, "*STB?\n");
+}
+
+ssize_t handleQuestionableEventQuery(int32_t fd, char* buffer) {
+    return askPatiently(fd, buffer, "STAT:QUES:COND?\n");
+}
+
+int handleUsbTmcClear(int32_t fd) {
+    if (fd < 1) {
+        return -1;
+    }
+    int result = 0;
+    for (const unsigned long request :
+         {USBTMC_IOCTL_CLEAR_OUT_HALT, USBTMC_IOCTL_CLEAR_IN_HALT, USBTMC_IOCTL_CLEAR}) {
+        result = control(fd, request);
+        if (result < 0) {
+            break;
+        }
+    }
+    return result;
+}
