@@ -19,7 +19,6 @@ constexpr const char* standardFileName =
 constexpr mode_t directoryMode = 0777;
 constexpr size_t nameSize = 64 + 1;
 constexpr size_t textSize = 16384;
-constexpr const char* wordSeparators = " \n\r";
 
 constexpr uint32_t minAverageCount = 2;
 constexpr uint32_t maxAverageCount = 64;
@@ -76,26 +75,6 @@ void writeFile() {
     if (!written) {
         DIAGNOSTIC("Warning: Unable to open settings file %s for writing.\n\n",
                    configurationFileName);
-    }
-}
-
-/// Takes one line of the file. The buffer holds zeroes behind the line, because a key without a
-/// value is followed by its terminator only.
-void readLine(char* line) {
-    // A line that begins with a blank is empty once it has been cut at its first blank.
-    if (line[0] == ' ' || strtok(line, wordSeparators) == nullptr) {
-        return;
-    }
-    if (!ConfigurationFile_readLine(line, quorvelAppSettings) && serialLines.read != nullptr) {
-        serialLines.read(line);
-    }
-}
-
-void readLines(FILE* file) {
-    char line[configurationLineLength + 3] = "";
-    while (fgets(line, configurationLineLength + 1, file) != nullptr) {
-        readLine(line);
-        memset(line, 0, sizeof line);
     }
 }
 
@@ -202,7 +181,7 @@ void readConfigFile() {
         writeFile();
         return;
     }
-    readLines(file);
+    ConfigurationFile_read(file, quorvelAppSettings, serialLines.read);
     fclose(file);
 }
 

@@ -14,6 +14,9 @@ namespace {
 
 using Record = QUORVEL_APP_SETTINGS;
 
+constexpr int longestLine = 63; // what the reader takes in one piece, without its terminator
+constexpr const char* wordSeparators = " \n\r";
+
 constexpr rfPowerScale defaultScale{true, 7};
 constexpr GraphSettings_t defaultGraph{10000000.0,    3000.0, 10000000.0, 3000.0,
                                        graphScale_mW, 64,     false,      graphModeRaw};
@@ -185,8 +188,7 @@ int checkedInteger(const ConfigurationSetting& setting, int value) {
     return value;
 }
 
-void readValue(const ConfigurationSetting& setting, const char* text,
-               QUORVEL_APP_SETTINGS& settings) {
+void readValue(const ConfigurationSetting& setting, const char* text, Record& settings) {
     if (setting.rule == ConfigurationRule::notRestored) {
         return;
     }
@@ -203,6 +205,34 @@ void readValue(const ConfigurationSetting& setting, const char* text,
         break;
     }
     }
+}
+
+bool readLegacyLine(const char* line, Record& settings) {
+    if (!startsWith(line, legacyDisplayModeKey)) {
+        return false;
+    }
+    const auto mode =
+        static_cast<TimeGraphMode>(Numbers_toInt(line + strlen(legacyDisplayModeKey) + 1));
+    for (GraphSettings_t& graph : settings.graphSettings) {
+        graph.displayMode = mode;
+    }
+    return true;
+}
+
+/// Takes a line that has been cut at its first blank; the value starts one character behind the
+/// key. False when no key matches.
+bool readLine(const char* line, Record& settings) {
+    // Before the table, whose "displayGraph" would match it too.
+    if (readLegacyLine(line, settings)) {
+        return true;
+    }
+    for (const ConfigurationSetting& setting : settingsTable) {
+        if (lineHasKey(line, setting.key)) {
+            readValue(setting, line + strlen(setting.key) + 1, settings);
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -232,21 +262,17 @@ void ConfigurationFile_write(FILE* file, const QUORVEL_APP_SETTINGS& settings) {
     }
 }
 
-bool ConfigurationFile_readLine(const char* line, QUORVEL_APP_SETTINGS& settings) {
-    // Before the table, whose "displayGraph" would match it too.
-    if (startsWith(line, legacyDisplayModeKey)) {
-        const auto mode =
-            static_cast<TimeGraphMode>(Numbers_toInt(line + strlen(legacyDisplayModeKey) + 1));
-        for (GraphSettings_t& graph : settings.graphSettings) {
-            graph.displayMode = mode;
+void ConfigurationFile_read(FILE* file, QUORVEL_APP_SETTINGS& settings,
+                            bool (*readOther)(const char* line)) {
+    // The buffer holds zeroes behind each line, because a key without a value is followed by its
+    // terminator only.
+    char line[longestLine + 3] = "";
+    while (fgets(line, longestLine + 1, file) != nullptr) {
+        // A line that begins with a blank is empty once it has been cut at its first blank.
+        const bool isEmpty = line[0] == ' ' || strtok(line, wordSeparators) == nullptr;
+        if (!isEmpty && !readLine(line, settings) && readOther != nullptr) {
+            readOther(line);
         }
-        return true;
+        memset(line, 0, sizeof line);
     }
-    for (const ConfigurationSetting& setting : settingsTable) {
-        if (lineHasKey(line, setting.key)) {
-            readValue(setting, line + strlen(setting.key) + 1, settings);
-            return true;
-        }
-    }
-    return false;
 }

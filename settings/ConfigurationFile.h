@@ -33,17 +33,14 @@ struct ConfigurationSetting {
 /// Every setting, in the order in which the file holds them.
 std::span<const ConfigurationSetting> ConfigurationFile_settings();
 
-/// Longest line that the reader takes in one piece, without its terminator.
-constexpr size_t configurationLineLength = 63;
-
 QUORVEL_APP_SETTINGS ConfigurationFile_defaults();
 
 /// Writes every line of the table.
 void ConfigurationFile_write(FILE* file, const QUORVEL_APP_SETTINGS& settings);
 
-/// Takes one line whose first word has been cut off with a terminator at its first blank. The value
-/// starts one character behind the key, so at least strlen(line) + 1 further characters of the
-/// buffer, terminated, must be readable. False when no key matches.
-bool ConfigurationFile_readLine(const char* line, QUORVEL_APP_SETTINGS& settings);
+/// Reads every line into the record. One that matches no key is handed to `readOther`, unless that
+/// is null, with its first word cut off; the rest is for strtok. Not for two threads at once.
+void ConfigurationFile_read(FILE* file, QUORVEL_APP_SETTINGS& settings,
+                            bool (*readOther)(const char* line));
 
 #endif
