@@ -37,6 +37,7 @@
 namespace {
 
 constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+constexpr const char* pulseSensorFile = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
 constexpr uint32_t shutdownLimit_ms = 6000;
 
 void startLogging() {
@@ -70,8 +71,8 @@ void buildScreens() {
     createGTKDisplays();
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
     checkModelForBattery();
-    graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
     ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
+    graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_register(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);
 }
@@ -104,7 +105,7 @@ int main(int argc, char* argv[]) {
     SensorHandOff_create();
     StartThreads_startGui();
     StartThreads_createDisplaySlots();
-    sensorPortHandler_setPulseConfigFile("/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf");
+    sensorPortHandler_setPulseConfigFile(pulseSensorFile);
     sensorPortHandler_createAll();
     StartThreads_startWorkers();
     runMainLoop();

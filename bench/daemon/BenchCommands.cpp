@@ -133,6 +133,7 @@ CommandOutcome dispatch(BenchDaemon& daemon, const CommandWords& words) {
     const auto* command = std::ranges::find(commands, words[0], &Command::name);
     if (command == commands.end()) {
         std::vector<std::string> names;
+        names.reserve(commands.size());
         for (const Command& known : commands) {
             names.emplace_back(known.name);
         }

@@ -375,6 +375,7 @@ bool Sensor316x_set(Sensor316x& sensor, std::string_view key, std::string_view v
     const auto* row = std::ranges::find(keys, key, &Key::name);
     if (row == keys.end()) {
         std::vector<std::string> allowed;
+        allowed.reserve(keys.size());
         for (const Key& known : keys) {
             allowed.emplace_back(known.name);
         }

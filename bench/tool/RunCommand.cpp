@@ -26,12 +26,12 @@ namespace {
 
 struct Run {
     const RunOptions& options;
-    std::string world;
+    std::string world{};
     bool isWorldOurs = false; ///< made for this run, removed at its end
     bool isCurrent = false;   ///< the current link names this run's world
     BenchDaemon daemon{};
     bool isDaemonOpen = false;
-    ScreenServer screen;
+    ScreenServer screen{};
     pid_t program = 0;
     pid_t photographer = 0;
     int signals = -1;

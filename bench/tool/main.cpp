@@ -124,7 +124,9 @@ int followLog(const std::string& world, const std::string& port) {
         std::string text;
         std::string line = "log ";
         line += port;
-        if (!BenchChannel_command(world, line + " " + after, text)) {
+        line += ' ';
+        line += after;
+        if (!BenchChannel_command(world, line, text)) {
             return fail(text);
         }
         fputs(text.c_str(), stdout);

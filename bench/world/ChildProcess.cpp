@@ -52,6 +52,7 @@ void arrangeDescriptors(const ChildOptions& options) {
     arrangeDescriptors(options);
     applyEnvironment(environment);
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
     }
