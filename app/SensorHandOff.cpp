@@ -33,9 +33,9 @@ void gtkThread_SensorChanged(CONNECTED_SENSORS current) {
         }
     }
     if (updates != 0) {
-        DIAGNOSTIC("DetectSensors: Mulitple detection cycles occurred (multipleUpdateCount = "
-                   "%u)!\n",
-                   updates);
+        DIAGNOSTIC(
+            "DetectSensors: Mulitple detection cycles occurred (multipleUpdateCount = %d)!\n",
+            static_cast<int>(updates));
     }
 }
 

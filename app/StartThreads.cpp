@@ -15,7 +15,7 @@
 #include "message.h"
 
 #include <array>
-#include <cstring>
+#include <cstdio>
 
 namespace {
 
@@ -29,30 +29,34 @@ pthread_t soft_power_button_thread_id;
 pthread_t debug_printf_thread_id;
 
 struct ThreadRow {
-    const char* name;      ///< as in the failure's message
-    const char* shortName; ///< as in process listings, at most 15 characters
+    const char* name; ///< as in process listings, at most 15 characters
+    const char* failure;
     pthread_t* id;
     void (*entry)();
 };
 
-constexpr ThreadRow guiThread = {"gtkThread", "gtkThread", &gtk_thread_id, gtkThread};
+constexpr ThreadRow guiThread = {"gtkThread", "Fail...Cannot spawn the gtkThread.\n",
+                                 &gtk_thread_id, gtkThread};
 
 /// In the order in which they start.
 constexpr std::array<ThreadRow, 6> workers = {{
-    {"focusThread", "focusThread", &focus_thread_id, focusThread},
-    {"batteryThread", "batteryThread", &battery_thread_id, batteryThread},
-    {"graphUpdateThread", "graphUpdate", &graph_update_thread_0_id, graphUpdateThread},
-    {"hwPollingThread", "hwPolling", &sensor_hot_swap_thread_id, hwPollingThread},
-    {"softPowerSwitchPollingThread", "powerSwitch", &soft_power_button_thread_id,
-     softPowerSwitchPollingThread},
-    {"debugPrintfThread", "debugPrintf", &debug_printf_thread_id, debugPrintfThread},
+    {"focusThread", "Fail...Cannot spawn the focusThread.\n", &focus_thread_id, focusThread},
+    {"batteryThread", "Fail...Cannot spawn the batteryThread.\n", &battery_thread_id,
+     batteryThread},
+    {"graphUpdate", "Fail...Cannot spawn the graphUpdateThread.\n", &graph_update_thread_0_id,
+     graphUpdateThread},
+    {"hwPolling", "Fail...Cannot spawn the hwPollingThread.\n", &sensor_hot_swap_thread_id,
+     hwPollingThread},
+    {"powerSwitch", "Fail...Cannot spawn the softPowerSwitchPollingThread.\n",
+     &soft_power_button_thread_id, softPowerSwitchPollingThread},
+    {"debugPrintf", "Fail...Cannot spawn the debugPrintfThread.\n", &debug_printf_thread_id,
+     debugPrintfThread},
 }};
 
 void start(const ThreadRow& row) {
-    const int error = Thread_start(row.id, row.shortName, row.entry);
-    if (error != 0) {
-        DIAGNOSTIC("Fail...Cannot spawn the %s.\n", row.name);
-        fprintf(stderr, "Cannot spawn the %s: %s\n", row.name, strerror(error));
+    if (Thread_start(row.id, row.name, row.entry) != 0) {
+        DIAGNOSTIC("%s", row.failure);
+        fputs(row.failure, stderr);
         Process_leave(processStatusFatal);
     }
 }

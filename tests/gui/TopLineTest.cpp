@@ -1,0 +1,99 @@
+#include "BatteryIndicator.h"
+#include "BatteryMonitor.h"
+#include "FocusGuard.h"
+#include "GuiHarness.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace {
+
+/// The battery's images in the top line, once for the program.
+class TopLine : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        loadBatteryImages();
+        BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
+    }
+    void SetUp() override {
+        initBatteryMonitor();
+    }
+
+    static void show(bool present, int charging, int percent) {
+        batteryPresent = present;
+        batteryCharging = charging;
+        batteryPercent = percent;
+        updateBatteryDisplay();
+        Gui_settle();
+    }
+};
+
+} // namespace
+
+TEST_F(TopLine, ExactlyOneImageIsShownInEveryState) {
+    struct Case {
+        bool present;
+        int charging;
+        int percent;
+        const char* image;
+        const char* text;
+        const char* colour;
+    };
+    constexpr std::array<Case, 8> cases = {{
+        {true, BATT_NOT_CHARGING, 80, "battery100", "80%", "#ffffff"},
+        {true, BATT_NOT_CHARGING, 60, "battery75", "60%", "#ffffff"},
+        {true, BATT_NOT_CHARGING, 30, "battery50", "30%", "#ffffff"},
+        {true, BATT_NOT_CHARGING, 10, "battery25", "10%", "#ffffff"},
+        {true, BATT_NOT_CHARGING, 5, "battery5", "5%", "#ff0000"},
+        {true, BATT_FULLY_CHARGED, 5, "batteryPlug", "100%", "#ffffff"},
+        {true, BATT_CHARGING_VOLTAGE, 5, "batteryCharging", "---%", "#ffffff"},
+        {false, BATT_MISSING, 5, "batteryNC", "", ""},
+    }};
+    for (const Case& row : cases) {
+        show(row.present, row.charging, row.percent);
+        for (const Case& other : cases) {
+            EXPECT_EQ(Gui_isShown(other.image), std::string(other.image) == row.image)
+                << other.image << " while " << row.image;
+        }
+        const bool hasText = *row.text != '\0';
+        EXPECT_EQ(Gui_isShown("batteryPercent"), hasText) << row.image;
+        if (hasText) {
+            EXPECT_EQ(Gui_text("batteryPercent"), row.text);
+            EXPECT_EQ(Gui_colour("batteryPercent"), row.colour);
+        }
+    }
+}
+
+TEST_F(TopLine, UnknownChargeStateShowsNothing) {
+    show(true, BATT_MISSING, 50);
+    EXPECT_FALSE(Gui_isShown("batteryPercent"));
+    EXPECT_FALSE(Gui_isShown("battery50"));
+}
+
+TEST_F(TopLine, ReleasedMonitorShowsThePlugAlone) {
+    disableBatteryMonitor();
+    show(true, BATT_NOT_CHARGING, 50);
+    EXPECT_TRUE(Gui_isShown("batteryPlug"));
+    EXPECT_FALSE(Gui_isShown("batteryPercent"));
+}
+
+TEST(FocusGuard, TakesTheFocusFromTheMainWindow) {
+    GtkWidget* button = Gui_widget("single.fwd.unitsButton");
+    gtk_widget_set_can_focus(button, TRUE);
+    gtk_window_set_focus(GTK_WINDOW(entireScreen.mainWindow), button);
+    EXPECT_TRUE(handleFocusChange());
+    EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(entireScreen.mainWindow)), nullptr);
+    EXPECT_FALSE(handleFocusChange()) << "nothing is left to take";
+}
+
+TEST(FocusGuard, LeavesAFocusInsideADialogAlone) {
+    GtkWidget* dialog = gtk_dialog_new();
+    GtkWidget* entry = gtk_entry_new();
+    gtk_container_add(GTK_CONTAINER(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), entry);
+    gtk_widget_show_all(dialog);
+    gtk_window_set_focus(GTK_WINDOW(dialog), entry);
+    EXPECT_FALSE(handleFocusChange());
+    EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(dialog)), entry);
+    gtk_widget_destroy(dialog);
+}
