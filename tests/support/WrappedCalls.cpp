@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <ctime>
 #include <ifaddrs.h>
 #include <netdb.h>
@@ -26,6 +27,7 @@ struct Wrapping {
     int64_t heldMonotonic_ns = -1;
 };
 thread_local Wrapping wrapping{};
+thread_local char lastRenamed[4096] = "";
 
 constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
 
@@ -74,6 +76,10 @@ void WrappedCalls_shiftClocks(int64_t monotonic_ns, int64_t wall_ns) {
 
 void WrappedCalls_holdMonotonicClock(int64_t now_ns) {
     wrapping.heldMonotonic_ns = now_ns;
+}
+
+std::string WrappedCalls_lastRenamed() {
+    return lastRenamed;
 }
 
 void WrappedCalls_reset() {
@@ -138,6 +144,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
 }
 
 int __wrap_rename(const char* from, const char* to) {
+    snprintf(lastRenamed, sizeof lastRenamed, "%s", from);
     return failsWithErrno(Call::renameFile) ? -1 : __real_rename(from, to);
 }
 

@@ -2,6 +2,7 @@
 #define TESTS_SUPPORT_WRAPPED_CALLS_H
 
 #include <cstdint>
+#include <string>
 
 /// System calls of this test program that fail on demand. Only calls of the arming thread fail.
 enum class Call {
@@ -37,6 +38,9 @@ void WrappedCalls_shiftClocks(int64_t monotonic_ns, int64_t wall_ns);
 
 /// Holds the monotonic clock that this thread reads at one moment; -1 lets it run again.
 void WrappedCalls_holdMonotonicClock(int64_t now_ns);
+
+/// The name that this thread has renamed last, or tried to.
+std::string WrappedCalls_lastRenamed();
 
 /// Ends everything above.
 void WrappedCalls_reset();

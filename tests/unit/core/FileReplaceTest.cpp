@@ -209,6 +209,19 @@ TEST_F(FileReplace, WritesIntoSomethingThatIsNoRegularFile) {
     EXPECT_THAT(names(), ElementsAre("pipe"));
 }
 
+TEST_F(FileReplace, NeverWritesIntoASiblingThatIsThereAlready) {
+    ASSERT_TRUE(replace("settings", "old\n"));
+    const std::string lastSibling = WrappedCalls_lastRenamed();
+    const size_t dot = lastSibling.rfind('.');
+    const int number = std::stoi(lastSibling.substr(dot + 1));
+    const std::string next =
+        lastSibling.substr(folder.size() + 1, dot - folder.size()) + std::to_string(number + 1);
+    write(next, "another writer's");
+    EXPECT_TRUE(replace("settings", "new\n"));
+    EXPECT_EQ(read("settings"), "new\n");
+    EXPECT_EQ(read(next), "another writer's");
+}
+
 TEST_F(FileReplace, RemovesTheSiblingsOfDeadWritersOnly) {
     const pid_t dead = fork();
     ASSERT_GE(dead, 0);

@@ -86,6 +86,7 @@ TEST(InterfacesFile, TextWithoutTheStanzaIsNotReplaced) {
         "iface eth0:0 inet dhcp\n",
         "auto eth0 inet\n",
         "xiface eth0 inet dhcp\n",
+        "iface eth0 inet dhcp # off\n",
     };
     for (const std::string& text : texts) {
         EXPECT_EQ(InterfacesFile_replace(text, "eth0", dhcp), std::nullopt) << text;

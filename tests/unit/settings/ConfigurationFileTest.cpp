@@ -128,6 +128,9 @@ TEST_F(SettingsFile, ReaderTakesWhatItUnderstands) {
         {"value with a tail", "matchMeasurementType 2x\n", {"matchMeasurementType 2"}},
         {"key without a value", "displayForwardPower\n", {"displayForwardPower 0"}},
         {"key without a value at the file's end", "displayForwardPower", {"displayForwardPower 0"}},
+        {"value of the line before, at the file's end",
+         "matchMeasurementType 2\nmatchMeasurementType",
+         {"matchMeasurementType 0"}},
         {"value of the line before",
          "matchMeasurementType 2\nmatchMeasurementType\n",
          {"matchMeasurementType 0"}},
@@ -152,7 +155,7 @@ TEST_F(SettingsFile, ReaderTakesWhatItUnderstands) {
         {"channels 0 and 3 to 9",
          "unit_ch0 1\nunit_ch3 1\nunit_ch9 1\ngraphAverageCount_ch0 3\nlimitLineMin_ch5 3\n",
          {}},
-        {"channels of two digits", "unit_ch12 1\ngraphReflectedMode_ch21 1\n", {}},
+        {"channels of two digits", "graphAverageCount_ch12 5\nlimitLineMin_ch21 5\n", {}},
         {"channel missing", "unit_ch 1\n", {}},
         {"negative channel", "unit_ch-1 1\n", {}},
         {"scales of other channels",
@@ -211,8 +214,8 @@ bool receiveLine(const char* line) {
 TEST_F(SettingsFile, LineThatMatchesNoKeyIsHandedToTheSerialReaderWithItsValue) {
     linesReceived.clear();
     configuration_registerSerialLines({nullptr, receiveLine});
-    restartWith(
-        "serialSpeed 1200\nunit_ch1 1\nserialParity\nunit_ch7 1\nstate_scale_ch1_0_autoScale 0\n");
+    restartWith(" serialSpeed 300\nserialSpeed 1200\nunit_ch1 1\nserialParity\nunit_ch7 "
+                "1\nstate_scale_ch1_0_autoScale 0\n");
     EXPECT_EQ(linesReceived, "serialSpeed=1200;serialParity=(none);unit_ch7=1;");
 }
 
