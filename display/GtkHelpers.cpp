@@ -82,6 +82,28 @@ void applyProvider(GtkWidget* widget, GQuark key, GtkCssProvider* provider) {
     g_object_set_qdata(G_OBJECT(widget), key, provider);
 }
 
+/// How many characters a label's figures have room for at their largest; 0 where they do not follow
+/// the text.
+GQuark leastCharactersKey() {
+    return g_quark_from_static_string("quorvel-least-characters");
+}
+
+/// Sets the figures of a fitting label for a text of this length, unless they are right already.
+void fitFigures(GtkWidget* label, int length) {
+    static const GQuark key = g_quark_from_static_string("quorvel-characters");
+    const int least = GPOINTER_TO_INT(g_object_get_qdata(G_OBJECT(label), leastCharactersKey()));
+    const int characters = MAX(length, least);
+    if (least == 0 || GPOINTER_TO_INT(g_object_get_qdata(G_OBJECT(label), key)) == characters) {
+        return;
+    }
+    int width_px = 0;
+    int height_px = 0;
+    gtk_widget_get_size_request(label, &width_px, &height_px);
+    const int size_px = fittingFontSize_px(label, characters, width_px, height_px);
+    setLabelFont_px(label, MAX(size_px, 1), height_px, true);
+    g_object_set_qdata(G_OBJECT(label), key, GINT_TO_POINTER(characters));
+}
+
 struct ChildSearch {
     const char* name;
     GtkWidget* found;
@@ -154,7 +176,16 @@ GtkWidget* find_child(GtkWidget* widget, const char* name) {
 void setLabelText(GtkWidget* label, const char* text) {
     GdkLock_assertHeld();
     if (label != nullptr && strcmp(gtk_label_get_text(GTK_LABEL(label)), text) != 0) {
+        fitFigures(label, static_cast<int>(strlen(text)));
         gtk_label_set_text(GTK_LABEL(label), text);
+    }
+}
+
+void setLabelFitting(GtkWidget* label, int characters) {
+    GdkLock_assertHeld();
+    if (label != nullptr) {
+        g_object_set_qdata(G_OBJECT(label), leastCharactersKey(), GINT_TO_POINTER(characters));
+        fitFigures(label, characters);
     }
 }
 

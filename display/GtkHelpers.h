@@ -42,8 +42,13 @@ void setWidgetFgColor(GtkWidget* widget, const GdkRGBA& fg);
 /// none.
 GtkWidget* find_child(GtkWidget* widget, const char* name);
 
-/// Text of a label; a null widget is skipped.
+/// Text of a label; a null widget is skipped. Where setLabelFitting has been called, the figures
+/// follow the text's length.
 void setLabelText(GtkWidget* label, const char* text);
+
+/// Has the figures of a label fill its size request: as large as `characters` of them fit, and
+/// smaller for a longer text, so that nothing around the label moves. Null is skipped.
+void setLabelFitting(GtkWidget* label, int characters);
 
 /// Shows or hides a widget; null is skipped.
 void setWidgetVisible(GtkWidget* widget, bool visible);

@@ -4,6 +4,7 @@
 #include "CSensorDisplayFSM.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
+#include "PulseDisplay.h"
 #include "ScreenView.h"
 #include "StyleSheet.h"
 
@@ -94,6 +95,15 @@ const ScreenRow powerScreenRows[] = {
      &entireScreen.dualCWChannelsGraph[1], layoutDualChannelWithGraph},
 };
 
+const ScreenRow pulseScreenRows[] = {
+    {gtkSensorSinglePulse, UpperDisplay, "Pulse Mode Full", "singlePulse",
+     &entireScreen.singleChannelPulseScreen, layoutSingleChannel},
+    {gtkSensorDualPulseChannel1, UpperDisplay, "Pulse Mode Upper", "upperPulse",
+     &entireScreen.dualPWChannels[0], layoutDualChannel},
+    {gtkSensorDualPulseChannel2, LowerDisplay, "Pulse Mode Lower", "lowerPulse",
+     &entireScreen.dualPWChannels[1], layoutDualChannel},
+};
+
 const ScreenRow noConnectionScreenRows[] = {
     {gtkSensorSingleNoConnection, UpperDisplay, "Single Display No Connection", "noConnection",
      &entireScreen.noConnectionScreen, layoutSingleChannel},
@@ -162,6 +172,9 @@ CGTKPowerDisplay_Parameters parametersOf(const ScreenRow& row) {
 void createScreens() {
     for (const ScreenRow& row : powerScreenRows) {
         CGTKPowerDisplay_Create(&gtkSensor[row.instance].power, parametersOf(row));
+    }
+    for (const ScreenRow& row : pulseScreenRows) {
+        PulseDisplay_Create(&gtkSensor[row.instance].power, parametersOf(row));
     }
     for (const ScreenRow& row : noConnectionScreenRows) {
         CGTKNoConnectionDisplay_Create(&gtkSensor[row.instance].noConnection, parametersOf(row));

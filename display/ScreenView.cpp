@@ -2,6 +2,7 @@
 
 #include "GtkHelpers.h"
 #include "MainWindow.h"
+#include "PulseMeasurements.h"
 
 namespace {
 
@@ -81,8 +82,19 @@ void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
     }
 }
 
+bool isPulseScreen(GtkSensorInstance screen) {
+    return screen == gtkSensorSinglePulse || screen == gtkSensorDualPulseChannel1 ||
+           screen == gtkSensorDualPulseChannel2;
+}
+
 void clearValues(GtkSensorInstance screen) {
-    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+    CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
+    if (power == nullptr) {
+        return;
+    }
+    if (isPulseScreen(screen)) {
+        CGTKPowerDisplay_clearPulseMeasurementsToBlanks(power);
+    } else {
         CGTKPowerDisplay_clearMeasurementsToBlanks(power);
     }
 }
@@ -99,9 +111,11 @@ void updateMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& mea
     }
 }
 
-// Until a screen has pulse widgets there is nothing in it to refresh.
-void updatePulseMeasurements(GtkSensorInstance /*screen*/,
-                             const SENSOR_MEASUREMENTS& /*measurements*/) {}
+void updatePulseMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& measurements) {
+    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        CGTKPowerDisplay_updatePulseMeasurements(power, measurements);
+    }
+}
 
 void updateGraph(GtkSensorInstance screen) {
     if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {

@@ -40,6 +40,15 @@ window#mainWindow8830K label.value { background-color: transparent; }
 window#mainWindow8830K separator { background-color: #6a6e72; min-height: 2px; }
 window#mainWindow8830K button.touch.title { background-color: black; }
 window#mainWindow8830K button.touch.title:active { background-color: #5a5e62; }
+/* The pulse screens come from interface files: their sizes stand there, their letters here. */
+window#mainWindow8830K label.pulseTitle { font: 30px Monospace; color: #ffd766; }
+window#mainWindow8830K label.pulseCaption { font: 40px Monospace; color: #adacac; }
+window#mainWindow8830K label.pulseCaptionMedium { font: 34px Monospace; color: #adacac; }
+window#mainWindow8830K label.pulseCaptionSmall { font: 26px Monospace; color: #adacac; }
+window#mainWindow8830K label.pulseCaptionHalf { font: 22px Monospace; color: #adacac; }
+window#mainWindow8830K label.pulseUnits { font: 46px Monospace; color: #ffd766; }
+window#mainWindow8830K label.pulseUnitsMedium { font: 38px Monospace; color: #ffd766; }
+window#mainWindow8830K label.pulseUnitsSmall { font: 32px Monospace; color: #ffd766; }
 window#mainWindow8830K button.touch.blank { background-color: transparent; border-color: transparent; }
 
 /* The graph settings: large enough for a finger, and the entry that the keypad edits stands out. */
@@ -72,6 +81,20 @@ notebook, stack, box#pulseDisplay, grid#pulseDisplay {
 tabs, tab { background-color: black; border: 1px solid black; }
 button#pulseDisplayctive { background-color: black; }
 button#pulseDisplayActive label { color: #ffd766; background-color: black; }
+
+/* Of two sheets the later one wins, whatever its rules say: the look of the tabs stands here. */
+window#mainWindow8830K notebook header { background-color: black; border: none; padding: 0; margin: 0; }
+window#mainWindow8830K notebook tabs { border: none; padding: 0; margin: 0 0 0 8px; }
+window#mainWindow8830K notebook tab {
+    background-color: #1d1f21; background-image: none; border: 1px solid #6a6e72;
+    border-bottom: 3px solid #6a6e72; border-radius: 8px; padding: 0; margin: 0 4px 0 0; min-width: 0;
+    min-height: 0; box-shadow: none; outline-style: none; transition: none;
+}
+window#mainWindow8830K notebook tab:checked { background-color: #ffd766; border-color: #ffd766; }
+window#mainWindow8830K notebook tab label.pulseTab {
+    font: 22px Monospace; color: #ffd766; background-color: transparent;
+}
+window#mainWindow8830K notebook tab:checked label.pulseTab { color: black; }
 )";
 
 namespace {

@@ -51,12 +51,6 @@ GtkWidget* addKeyLabel(GtkWidget* button, const char* name, const char* text, in
     return label;
 }
 
-void tapPowerUnits(GtkWidget* /*button*/, gpointer /*data*/) {
-    if (gtk_init_done) {
-        configuration_setPowerUnitsIsdBm(!configuration_getPowerUnitsIsdBm());
-    }
-}
-
 void tapMatch(GtkWidget* /*button*/, gpointer /*data*/) {
     if (!gtk_init_done) {
         return;
@@ -209,7 +203,7 @@ void createPowerLine(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameter
                                     .layout = layout.power,
                                     .y = y,
                                     .captionIsButton = false,
-                                    .tap = tapPowerUnits});
+                                    .tap = CGTKPowerDisplay_switchPowerUnits});
     CallbackData_AutoScale& data =
         isForward ? display->callbackDataAutoscaleFwd : display->callbackDataAutoscaleRfl;
     data = {.mpOwner = display,
@@ -242,47 +236,11 @@ void createGraph(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& p
         &display->graph, &sensorDisplays[parameters.displayIndex == 0 ? 0 : 1].graphDataPwr);
 }
 
-/// Refreshes what the display keeps of the settings.
-void loadSettings(CGTKPowerDisplay* display) {
-    display->powerType = configuration_getPowerUnitsIsdBm() ? rfPower_dBm : rfPower_W;
-    display->matchType = configuration_getMatchMeasurementType();
-    display->enableFwd = configuration_getDisplayFowardPower();
-    display->enableRfl = configuration_getDisplayReflectedPower();
-    display->enableMatch = configuration_getDisplayMatch();
-}
-
-void updatePowerLine(CGTKPowerDisplay* display, uint32_t direction, float power_W) {
-    const bool isForward = direction == 0;
-    const gtkPowerDisplay_RFPower& line = isForward ? display->fwdRFPower : display->rflRFPower;
-    rfPowerScale& scale = isForward ? display->scaleFwd : display->scaleRfl;
-    const PowerLineText text = MeasurementText_powerLine(
-        power_W, sensorPortHandler_getSensorMaxPower(display->sensorChannel), scale,
-        display->powerType);
-    if (text.scaleChanged) {
-        scale = text.scale;
-        configuration_setRfPowerScale(scale, display->displayIndex, direction);
-    }
-    setWidgetFgColor(line.label, text.isOverRange ? textColorRed : textColorLightGrey);
-    setWidgetFgColor(line.value, text.isOverRange ? textColorRed : textColorWhite);
-    setLabelText(line.value, text.value);
-    setUnits(line, text.unit);
-    CGTKScaleControls_setVisible(
-        isForward ? &display->scaleControlsFwd : &display->scaleControlsRfl, text.scaleVisible);
-}
-
 void updateMatchLine(CGTKPowerDisplay* display, float fwd_W, float rfl_W) {
     const MatchText text = MeasurementText_match(fwd_W, rfl_W, display->matchType);
     setLabelText(display->match.label, text.caption);
     setLabelText(display->match.value, text.value);
     setUnits(display->match, text.unit);
-}
-
-void logMeasurements(const SENSOR_MEASUREMENTS& measurements) {
-    DIAGNOSTIC("fwd = %f W, rfl = %f W, freq = %f Hz, temperature = %f C\n",
-               static_cast<double>(measurements.fwdPwrVal),
-               static_cast<double>(measurements.rflPwrVal),
-               static_cast<double>(measurements.freqVal),
-               static_cast<double>(measurements.temperatureVal));
 }
 
 } // namespace
@@ -369,9 +327,50 @@ void CGTKPowerDisplay_setSensorLabel(CGTKPowerDisplay* display, uint32_t maxLeng
     setWidgetFgAndBgColors(label, textColorClickable, bgColorBlack);
 }
 
+void CGTKPowerDisplay_loadSettings(CGTKPowerDisplay* display) {
+    display->powerType = configuration_getPowerUnitsIsdBm() ? rfPower_dBm : rfPower_W;
+    display->matchType = configuration_getMatchMeasurementType();
+    display->enableFwd = configuration_getDisplayFowardPower();
+    display->enableRfl = configuration_getDisplayReflectedPower();
+    display->enableMatch = configuration_getDisplayMatch();
+}
+
+void CGTKPowerDisplay_updatePower(CGTKPowerDisplay* display, uint32_t direction, float power_W) {
+    const bool isForward = direction == 0;
+    const gtkPowerDisplay_RFPower& line = isForward ? display->fwdRFPower : display->rflRFPower;
+    rfPowerScale& scale = isForward ? display->scaleFwd : display->scaleRfl;
+    const PowerLineText text = MeasurementText_powerLine(
+        power_W, sensorPortHandler_getSensorMaxPower(display->sensorChannel), scale,
+        display->powerType);
+    if (text.scaleChanged) {
+        scale = text.scale;
+        configuration_setRfPowerScale(scale, display->displayIndex, direction);
+    }
+    setWidgetFgColor(line.label, text.isOverRange ? textColorRed : textColorLightGrey);
+    setWidgetFgColor(line.value, text.isOverRange ? textColorRed : textColorWhite);
+    setLabelText(line.value, text.value);
+    setUnits(line, text.unit);
+    CGTKScaleControls_setVisible(
+        isForward ? &display->scaleControlsFwd : &display->scaleControlsRfl, text.scaleVisible);
+}
+
+void CGTKPowerDisplay_logMeasurements(const SENSOR_MEASUREMENTS& measurements) {
+    DIAGNOSTIC("fwd = %f W, rfl = %f W, freq = %f Hz, temperature = %f C\n",
+               static_cast<double>(measurements.fwdPwrVal),
+               static_cast<double>(measurements.rflPwrVal),
+               static_cast<double>(measurements.freqVal),
+               static_cast<double>(measurements.temperatureVal));
+}
+
+void CGTKPowerDisplay_switchPowerUnits(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (gtk_init_done) {
+        configuration_setPowerUnitsIsdBm(!configuration_getPowerUnitsIsdBm());
+    }
+}
+
 void CGTKPowerDisplay_updateMeasurements(CGTKPowerDisplay* display,
                                          const SENSOR_MEASUREMENTS& measurements) {
-    logMeasurements(measurements);
+    CGTKPowerDisplay_logMeasurements(measurements);
     CGTKPowerDisplay_updateLines(display);
     setWidgetVisible(display->pGridAttr, sensorPort_isUsb(display->sensorChannel));
     const float fwd_W = measurements.fwdPwrVal;
@@ -380,10 +379,10 @@ void CGTKPowerDisplay_updateMeasurements(CGTKPowerDisplay* display,
         return;
     }
     if (display->enableFwd) {
-        updatePowerLine(display, 0, fwd_W);
+        CGTKPowerDisplay_updatePower(display, 0, fwd_W);
     }
     if (display->enableRfl) {
-        updatePowerLine(display, 1, rfl_W);
+        CGTKPowerDisplay_updatePower(display, 1, rfl_W);
     }
     if (display->enableMatch) {
         updateMatchLine(display, fwd_W, rfl_W);
@@ -391,7 +390,7 @@ void CGTKPowerDisplay_updateMeasurements(CGTKPowerDisplay* display,
 }
 
 void CGTKPowerDisplay_updateLines(CGTKPowerDisplay* display) {
-    loadSettings(display);
+    CGTKPowerDisplay_loadSettings(display);
     gtkPowerDisplay_setVisible(&display->fwdRFPower, &display->scaleControlsFwd,
                                display->enableFwd);
     gtkPowerDisplay_setVisible(&display->rflRFPower, &display->scaleControlsRfl,

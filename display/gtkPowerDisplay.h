@@ -159,6 +159,16 @@ void CGTKPowerDisplay_setSensorLabel(CGTKPowerDisplay* display, uint32_t maxLeng
 void CGTKPowerDisplay_updateMeasurements(CGTKPowerDisplay* display,
                                          const SENSOR_MEASUREMENTS& measurements);
 
+/// What CW and pulse screens have in common. loadSettings refreshes what the display keeps of the
+/// settings; updatePower puts one forward (0) or reflected (1) power, which must be a number, on
+/// its line; logMeasurements writes the readings into the log.
+void CGTKPowerDisplay_loadSettings(CGTKPowerDisplay* display);
+void CGTKPowerDisplay_updatePower(CGTKPowerDisplay* display, uint32_t direction, float power_W);
+void CGTKPowerDisplay_logMeasurements(const SENSOR_MEASUREMENTS& measurements);
+
+/// "clicked" handler of the unit buttons: switches all screens between watts and dBm.
+void CGTKPowerDisplay_switchPowerUnits(GtkWidget* button, gpointer data);
+
 /// Shows and hides the lines after the display flags of the settings.
 void CGTKPowerDisplay_updateLines(CGTKPowerDisplay* display);
 

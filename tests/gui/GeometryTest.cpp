@@ -1,3 +1,4 @@
+#include "PulseFixture.h"
 #include "ScreenFixture.h"
 
 #include <algorithm>
@@ -189,6 +190,96 @@ TEST_F(Geometry, ALongSensorLabelStaysInsideItsKey) {
         EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(Gui_widget(name)))))
             << name;
         expectPartsApart();
+    }
+}
+
+class PulseGeometry : public PulseScreens {
+protected:
+    /// Calls the check on every page that the screens have, in watts and dBm, with the longest
+    /// readings and with usual ones.
+    template <typename Check> static void onEveryPage(Check check) {
+        for (const bool isTriggered : {false, true}) {
+            setTriggered(isTriggered, 4);
+            for (const bool isdBm : {false, true}) {
+                configuration_setPowerUnitsIsdBm(isdBm);
+                for (const SENSOR_MEASUREMENTS& measurements : {readings(), longestReadings()}) {
+                    onEveryScreen(isTriggered, measurements, check);
+                }
+            }
+        }
+    }
+
+private:
+    template <typename Check>
+    static void onEveryScreen(bool isTriggered, const SENSOR_MEASUREMENTS& measurements,
+                              Check check) {
+        for (const PulseScreen& screen : pulseScreens) {
+            Gui_showScreen(screen.instance);
+            read(measurements, screen.instance);
+            CGTKPowerDisplay* display = displayOf(screen.instance);
+            turnTo(screen.instance, display->pGridAttr);
+            check();
+            turnTo(screen.instance, isTriggered ? display->pGridState : display->pGridGated);
+            check();
+        }
+    }
+};
+
+TEST_F(PulseGeometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
+    onEveryPage([] { expectPartsApart(); });
+}
+
+TEST_F(PulseGeometry, EveryKeyAndTabIsLargeEnoughForAFinger) {
+    onEveryPage([] {
+        for (GtkWidget* key : Gui_shownWidgets(GTK_TYPE_BUTTON)) {
+            EXPECT_GE(gtk_widget_get_allocated_width(key), smallestTarget)
+                << gtk_widget_get_name(key);
+            EXPECT_GE(gtk_widget_get_allocated_height(key), smallestTarget)
+                << gtk_widget_get_name(key);
+        }
+        // A tab's frame is what a finger meets.
+        GtkWidget* tab = Gui_widget("pulse.tabValues");
+        EXPECT_GE(gtk_widget_get_allocated_height(tab) + 4, smallestTarget);
+        EXPECT_GE(gtk_widget_get_allocated_width(tab), smallestTarget);
+    });
+}
+
+TEST_F(PulseGeometry, ValuesFillTheirPlacesAndNeverMoveThem) {
+    for (const PulseScreen& screen : pulseScreens) {
+        Gui_showScreen(screen.instance);
+        read(readings(), screen.instance);
+        std::vector<std::pair<GtkWidget*, GdkRectangle>> places;
+        for (GtkWidget* label : Gui_shownWidgets(GTK_TYPE_LABEL)) {
+            places.emplace_back(label, Gui_place(label));
+        }
+        read(longestReadings(), screen.instance);
+        for (const auto& [label, before] : places) {
+            const GdkRectangle place = Gui_place(label);
+            EXPECT_TRUE(gdk_rectangle_equal(&place, &before)) << gtk_widget_get_name(label);
+            int textWidth = 0;
+            pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(label)), &textWidth,
+                                        nullptr);
+            EXPECT_LE(textWidth, before.width) << gtk_widget_get_name(label);
+        }
+    }
+}
+
+TEST_F(PulseGeometry, PowersAreTheLargestFigures) {
+    struct Row {
+        GtkSensorInstance instance;
+        int least;
+    };
+    for (const Row& row : {Row{gtkSensorSinglePulse, 110}, Row{gtkSensorDualPulseChannel1, 70}}) {
+        CGTKPowerDisplay* display = displayOf(row.instance);
+        read(readings(), row.instance);
+        const auto sizeOf = [](GtkWidget* label) {
+            PangoRectangle ink;
+            pango_layout_get_pixel_extents(gtk_label_get_layout(GTK_LABEL(label)), &ink, nullptr);
+            return ink.height;
+        };
+        // Digits take about three quarters of their font's size.
+        EXPECT_GE(sizeOf(display->fwdRFPower.value) * 4 / 3, row.least);
+        EXPECT_GE(sizeOf(display->fwdRFPower.value), sizeOf(display->period.value) * 2);
     }
 }
 

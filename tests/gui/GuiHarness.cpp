@@ -71,12 +71,13 @@ void showHalfScreens(GtkSensorInstance screen) {
     const bool measures = screen < gtkSensorSingleNoConnection;
     const bool graph =
         screen == gtkSensorDualChannel1withGraph || screen == gtkSensorDualChannel2withGraph;
+    const bool pulse = screen == gtkSensorDualPulseChannel1 || screen == gtkSensorDualPulseChannel2;
     for (size_t half = 0; half < 2; ++half) {
         setWidgetVisible(entireScreen.dualMeasurementViews[half], measures);
         setWidgetVisible(entireScreen.dualNoConnectionScreens[half], !measures);
-        setWidgetVisible(entireScreen.dualCWChannels[half], measures && !graph);
+        setWidgetVisible(entireScreen.dualCWChannels[half], measures && !graph && !pulse);
         setWidgetVisible(entireScreen.dualCWChannelsGraph[half], measures && graph);
-        setWidgetVisible(entireScreen.dualPWChannels[half], false);
+        setWidgetVisible(entireScreen.dualPWChannels[half], measures && pulse);
     }
 }
 

@@ -6,9 +6,11 @@
 #include <limits>
 
 SensorFake sensorFakes[sensorPortCount];
+uint32_t sensorFakesActiveCount = 1;
 
 void SensorFakes_reset() {
     constexpr float none = std::numeric_limits<float>::quiet_NaN();
+    sensorFakesActiveCount = 1;
     for (SensorFake& fake : sensorFakes) {
         fake = {};
         fake.logicalChannel = sensorLogicalNoChannel;
@@ -49,4 +51,12 @@ void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* iden
                  sensorFakes[port].model);
         snprintf(serialNumber, serialSize, "%s", sensorFakes[port].serialNumber);
     }
+}
+
+void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t port) {
+    *configs = port < sensorPortCount ? sensorFakes[port].configs : SENSOR_CONFIGS{};
+}
+
+uint32_t SensorInstance_GetActiveCount() {
+    return sensorFakesActiveCount;
 }

@@ -13,9 +13,13 @@ struct SensorFake {
     float minPower_W;
     char model[21];
     char serialNumber[10];
+    SENSOR_CONFIGS configs;
 };
 
 extern SensorFake sensorFakes[sensorPortCount];
+
+/// What SensorInstance_GetActiveCount answers.
+extern uint32_t sensorFakesActiveCount;
 
 /// No channels, nothing ready, no readings, 1000 W and 1 W.
 void SensorFakes_reset();

@@ -1,0 +1,356 @@
+#include "PulseDisplay.h"
+
+#include "AppFlags.h"
+#include "GtkHelpers.h"
+#include "PowerDisplayLayout.h"
+#include "message.h"
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+constexpr char fullInterfaceFile[] = "./resources/pulseDisplay.ui";
+constexpr char halfInterfaceFile[] = "./resources/pulseDisplayHalf.ui";
+
+/// Gated and state powers have no third digit before the point in dBm: they are clamped.
+constexpr int groupValueCharacters = 7;
+
+void (*showConfigDialog)(uint32_t port) = nullptr;
+
+/// An id and the field that takes its widget.
+struct Binding {
+    const char* id;
+    GtkWidget** field;
+};
+
+/// An id that ends in the number of a state.
+struct StateBinding {
+    const char* id;
+    GtkWidget* gtkPowerDisplay_PulseState::*field;
+};
+
+constexpr StateBinding stateBindings[] = {
+    {"pulse.lblState", &gtkPowerDisplay_PulseState::state},
+    {"pulse.valueMean", &gtkPowerDisplay_PulseState::mean},
+    {"pulse.valueMax", &gtkPowerDisplay_PulseState::max},
+    {"pulse.valueMin", &gtkPowerDisplay_PulseState::min},
+    {"pulse.btnUnits", &gtkPowerDisplay_PulseState::unitsButton},
+};
+
+struct StateScaleBinding {
+    const char* id;
+    GtkWidget* CGTKScaleControls::*field;
+};
+
+constexpr StateScaleBinding stateScaleBindings[] = {
+    {"pulse.btnScaleUp", &CGTKScaleControls::gtkScaleUp},
+    {"pulse.btnScaleDown", &CGTKScaleControls::gtkScaleDown},
+    {"pulse.btnScaleAuto", &CGTKScaleControls::gtkScaleAutoOn},
+};
+
+/// The handlers of one group of scale buttons.
+struct ScaleHandlers {
+    void (*up)(GtkWidget* button, gpointer data);
+    void (*down)(GtkWidget* button, gpointer data);
+    void (*automatic)(GtkWidget* button, gpointer data);
+};
+
+constexpr ScaleHandlers powerHandlers = {
+    CGTKScaleControls_CallbackUp, CGTKScaleControls_CallbackDown, CGTKScaleControls_CallbackAuto};
+constexpr ScaleHandlers stateHandlers = {CGTKScaleControls_CallbackStateUp,
+                                         CGTKScaleControls_CallbackStateDown,
+                                         CGTKScaleControls_CallbackStateAuto};
+constexpr ScaleHandlers gatedHandlers = {CGTKScaleControls_CallbackGatedPowerUp,
+                                         CGTKScaleControls_CallbackGatedPowerDown,
+                                         CGTKScaleControls_CallbackGatedPowerAuto};
+
+/// Builds the interface; null, with a message, if its file cannot be loaded.
+GtkBuilder* loadInterface(bool full) {
+    GtkBuilder* builder = gtk_builder_new();
+    GError* error = nullptr;
+    if (gtk_builder_add_from_file(builder, full ? fullInterfaceFile : halfInterfaceFile, &error) ==
+        0) {
+        DIAGNOSTIC("Error loading file: %s\n", error->message);
+        g_error_free(error);
+        g_object_unref(builder);
+        return nullptr;
+    }
+    return builder;
+}
+
+/// A widget by its id, which becomes its name; null, with a message, if there is none.
+GtkWidget* takeWidget(GtkBuilder* builder, const char* id) {
+    GObject* object = gtk_builder_get_object(builder, id);
+    if (object == nullptr) {
+        DIAGNOSTIC("The pulse display has no %s.\n", id);
+        return nullptr;
+    }
+    gtk_widget_set_name(GTK_WIDGET(object), id);
+    return GTK_WIDGET(object);
+}
+
+void bindPowers(GtkBuilder* builder, CGTKPowerDisplay* display) {
+    const Binding bindings[] = {
+        {"pulse.btnTitle", &display->title.sensorButton},
+        {"pulse.btnConfig", &display->title.configButton},
+        {"pulse.gridAttr", &display->pGridAttr},
+        {"pulse.lblFwd", &display->fwdRFPower.label},
+        {"pulse.valueFwd", &display->fwdRFPower.value},
+        {"pulse.btnUnitsFwd", &display->fwdRFPower.unitsButton},
+        {"pulse.fwdCtlBox", &display->scaleControlsFwd.container},
+        {"pulse.btnFwdScaleAuto", &display->scaleControlsFwd.gtkScaleAutoOn},
+        {"pulse.btnFwdScaleUp", &display->scaleControlsFwd.gtkScaleUp},
+        {"pulse.btnFwdScaleDown", &display->scaleControlsFwd.gtkScaleDown},
+        {"pulse.lblRfl", &display->rflRFPower.label},
+        {"pulse.valueRfl", &display->rflRFPower.value},
+        {"pulse.btnUnitsRfl", &display->rflRFPower.unitsButton},
+        {"pulse.rflCtlBox", &display->scaleControlsRfl.container},
+        {"pulse.btnRflScaleAuto", &display->scaleControlsRfl.gtkScaleAutoOn},
+        {"pulse.btnRflScaleUp", &display->scaleControlsRfl.gtkScaleUp},
+        {"pulse.btnRflScaleDown", &display->scaleControlsRfl.gtkScaleDown},
+    };
+    for (const Binding& binding : bindings) {
+        *binding.field = takeWidget(builder, binding.id);
+    }
+}
+
+void bindPulse(GtkBuilder* builder, CGTKPowerDisplay* display) {
+    const Binding bindings[] = {
+        {"pulse.lblPrd", &display->period.label},
+        {"pulse.valuePeriod", &display->period.value},
+        {"pulse.unitsPeriod", &display->period.unitsButtonLabel},
+        {"pulse.lblRepeat", &display->repeat.label},
+        {"pulse.valueRepeat", &display->repeat.value},
+        {"pulse.unitsRepeat", &display->repeat.unitsButtonLabel},
+        {"pulse.lblWidth", &display->width.label},
+        {"pulse.valueWidth", &display->width.value},
+        {"pulse.unitsWidth", &display->width.unitsButtonLabel},
+        {"pulse.lblDuty", &display->dutyCycleVal.label},
+        {"pulse.valueDuty", &display->dutyCycleVal.value},
+        {"pulse.unitsDuty", &display->dutyCycleVal.unitsButtonLabel},
+        {"pulse.lblFreq", &display->frequency.label},
+        {"pulse.valueFreq", &display->frequency.value},
+        {"pulse.unitsFreq", &display->frequency.unitsButtonLabel},
+    };
+    for (const Binding& binding : bindings) {
+        *binding.field = takeWidget(builder, binding.id);
+    }
+}
+
+void bindGate(GtkBuilder* builder, CGTKPowerDisplay* display) {
+    const Binding bindings[] = {
+        {"pulse.gridGate", &display->pGridGated},
+        {"pulse.valueGatedMean", &display->gatedPower.meanValue},
+        {"pulse.valueGatedMax", &display->gatedPower.maxValue},
+        {"pulse.valueGatedMin", &display->gatedPower.minValue},
+        {"pulse.btnGatedUnits", &display->gatedPower.unitsButton},
+        {"pulse.btnGatedScaleUp", &display->scaleControlsGatedPower.gtkScaleUp},
+        {"pulse.btnGatedScaleDown", &display->scaleControlsGatedPower.gtkScaleDown},
+        {"pulse.btnGatedAuto", &display->scaleControlsGatedPower.gtkScaleAutoOn},
+    };
+    for (const Binding& binding : bindings) {
+        *binding.field = takeWidget(builder, binding.id);
+    }
+}
+
+void bindStates(GtkBuilder* builder, CGTKPowerDisplay* display) {
+    display->pGridState = takeWidget(builder, "pulse.gridState");
+    char id[32];
+    for (uint32_t i = 0; i < pulseStateCount; ++i) {
+        gtkPowerDisplay_PulseState& state = display->stateArray[i];
+        for (const StateBinding& binding : stateBindings) {
+            std::snprintf(id, sizeof id, "%s%u", binding.id, i + 1);
+            state.*binding.field = takeWidget(builder, id);
+        }
+        for (const StateScaleBinding& binding : stateScaleBindings) {
+            std::snprintf(id, sizeof id, "%s%u", binding.id, i + 1);
+            state.scaleControls.*binding.field = takeWidget(builder, id);
+        }
+    }
+}
+
+/// Texts that never change and pages; only their names are of use.
+void nameFixedParts(GtkBuilder* builder) {
+    for (const char* id :
+         {"pulse.screen", "pulse.attrGrid", "pulse.tabValues", "pulse.tabStates",
+          "pulse.tabGatedPower", "pulse.lblState", "pulse.lblMean", "pulse.lblMax", "pulse.lblMin",
+          "pulse.lblGated", "pulse.lblGatedMean", "pulse.lblGatedMax", "pulse.lblGatedMin"}) {
+        takeWidget(builder, id);
+    }
+}
+
+/// The text on a key, named after the key.
+GtkWidget* takeKeyLabel(GtkWidget* button, const char* part) {
+    GtkWidget* label = button != nullptr ? gtk_bin_get_child(GTK_BIN(button)) : nullptr;
+    if (label != nullptr) {
+        char name[64];
+        std::snprintf(name, sizeof name, "%s.%s", gtk_widget_get_name(button), part);
+        gtk_widget_set_name(label, name);
+    }
+    return label;
+}
+
+/// A unit key and its text; a tap switches between watts and dBm.
+void connectUnits(GtkWidget* button, GtkWidget** label) {
+    *label = takeKeyLabel(button, "text");
+    if (button != nullptr) {
+        g_signal_connect(button, "clicked", G_CALLBACK(CGTKPowerDisplay_switchPowerUnits), nullptr);
+    }
+}
+
+void connectAllUnits(CGTKPowerDisplay* display) {
+    connectUnits(display->fwdRFPower.unitsButton, &display->fwdRFPower.unitsButtonLabel);
+    connectUnits(display->rflRFPower.unitsButton, &display->rflRFPower.unitsButtonLabel);
+    connectUnits(display->gatedPower.unitsButton, &display->gatedPower.unitsButtonLabel);
+    for (gtkPowerDisplay_PulseState& state : display->stateArray) {
+        connectUnits(state.unitsButton, &state.unitsButtonLabel);
+    }
+}
+
+void setImage(GtkWidget* button, const char* file) {
+    if (button != nullptr) {
+        gtk_button_set_image(GTK_BUTTON(button), newImageFromFile(file));
+        gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
+    }
+}
+
+void connectKey(GtkWidget* button, void (*handler)(GtkWidget*, gpointer), gpointer data) {
+    if (button != nullptr) {
+        g_signal_connect(button, "clicked", G_CALLBACK(handler), data);
+    }
+}
+
+/// Images and handlers of a group of scale buttons. A group without a box of its own has its
+/// buttons in a nameless one.
+void connectScale(CGTKScaleControls& controls, CallbackData_AutoScale& data,
+                  const ScaleHandlers& handlers) {
+    data.button = controls.gtkScaleAutoOn;
+    controls.sensorDirection = data.direction;
+    if (controls.container == nullptr && controls.gtkScaleUp != nullptr) {
+        controls.container = gtk_widget_get_parent(controls.gtkScaleUp);
+    }
+    setImage(controls.gtkScaleUp, "./resources/settingsUp.png");
+    setImage(controls.gtkScaleDown, "./resources/settingsDown.png");
+    CGTKScaleControls_setAuto(controls.gtkScaleAutoOn, true);
+    if (controls.gtkScaleAutoOn != nullptr) {
+        gtk_button_set_always_show_image(GTK_BUTTON(controls.gtkScaleAutoOn), TRUE);
+    }
+    connectKey(controls.gtkScaleUp, handlers.up, &data);
+    connectKey(controls.gtkScaleDown, handlers.down, &data);
+    connectKey(controls.gtkScaleAutoOn, handlers.automatic, &data);
+}
+
+void connectAllScales(CGTKPowerDisplay* display) {
+    display->callbackDataAutoscaleFwd = {display, 0, nullptr, &display->scaleFwd};
+    connectScale(display->scaleControlsFwd, display->callbackDataAutoscaleFwd, powerHandlers);
+    display->callbackDataAutoscaleRfl = {display, 1, nullptr, &display->scaleRfl};
+    connectScale(display->scaleControlsRfl, display->callbackDataAutoscaleRfl, powerHandlers);
+    display->callbackDataAutoscaleGatedPower = {display, 0, nullptr, &display->gatedPowerScale};
+    connectScale(display->scaleControlsGatedPower, display->callbackDataAutoscaleGatedPower,
+                 gatedHandlers);
+    for (uint32_t i = 0; i < pulseStateCount; ++i) {
+        gtkPowerDisplay_PulseState& state = display->stateArray[i];
+        state.callbackDataAutoscale = {display, i, nullptr, &state.powerScale};
+        connectScale(state.scaleControls, state.callbackDataAutoscale, stateHandlers);
+    }
+}
+
+void fitValues(CGTKPowerDisplay* display) {
+    for (GtkWidget* value : {display->fwdRFPower.value, display->rflRFPower.value,
+                             display->period.value, display->repeat.value, display->width.value,
+                             display->dutyCycleVal.value, display->frequency.value}) {
+        setLabelFitting(value, powerValueCharacters);
+    }
+    const gtkPowerDisplay_GatedPower& gate = display->gatedPower;
+    for (GtkWidget* value : {gate.meanValue, gate.maxValue, gate.minValue}) {
+        setLabelFitting(value, groupValueCharacters);
+    }
+    for (const gtkPowerDisplay_PulseState& state : display->stateArray) {
+        for (GtkWidget* value : {state.mean, state.max, state.min}) {
+            setLabelFitting(value, groupValueCharacters);
+        }
+    }
+}
+
+void tapConfig(GtkWidget* /*button*/, gpointer data) {
+    if (gtk_init_done && showConfigDialog != nullptr) {
+        showConfigDialog(static_cast<CGTKPowerDisplay*>(data)->sensorChannel);
+    }
+}
+
+void placeScreen(GtkBuilder* builder, CGTKPowerDisplay* display) {
+    GObject* screen = gtk_builder_get_object(builder, "pulse.screen");
+    if (screen != nullptr) {
+        gtk_fixed_put(GTK_FIXED(display->container), GTK_WIDGET(screen), 0, 0);
+    }
+}
+
+/// Without its page a tab goes, too; who looked at the page that goes sees the one that comes.
+void exchangePages(GtkWidget* shown, GtkWidget* hidden) {
+    GtkWidget* parent = hidden != nullptr ? gtk_widget_get_parent(hidden) : nullptr;
+    setWidgetVisible(shown, true);
+    if (shown != nullptr && GTK_IS_NOTEBOOK(parent) && gtk_widget_get_visible(hidden) != 0) {
+        GtkNotebook* notebook = GTK_NOTEBOOK(parent);
+        const int hiddenPage = gtk_notebook_page_num(notebook, hidden);
+        if (gtk_notebook_get_current_page(notebook) == hiddenPage) {
+            gtk_notebook_set_current_page(notebook, gtk_notebook_page_num(notebook, shown));
+        }
+    }
+    setWidgetVisible(hidden, false);
+}
+
+} // namespace
+
+void PulseDisplay_Create(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& parameters) {
+    *display = {};
+    display->sensorChannel = parameters.sensorChannel;
+    display->displayIndex = parameters.displayIndex;
+    display->container = parameters.container;
+    initPulseDisplay(display, parameters.layout == layoutSingleChannel);
+    if (display->title.sensorButton != nullptr &&
+        parameters.callbackSensorInfoFunction != nullptr) {
+        g_signal_connect(display->title.sensorButton, "clicked",
+                         G_CALLBACK(parameters.callbackSensorInfoFunction), display);
+    }
+    CGTKPowerDisplay_updateScale(display);
+}
+
+void initPulseDisplay(CGTKPowerDisplay* display, bool full) {
+    GtkBuilder* builder = loadInterface(full);
+    if (builder == nullptr) {
+        return;
+    }
+    nameFixedParts(builder);
+    bindPowers(builder, display);
+    bindPulse(builder, display);
+    bindGate(builder, display);
+    bindStates(builder, display);
+    display->title.sensorButtonLabel = takeKeyLabel(display->title.sensorButton, "text");
+    setImage(display->title.configButton, "./resources/gear.png");
+    connectKey(display->title.configButton, tapConfig, display);
+    connectAllUnits(display);
+    connectAllScales(display);
+    placeScreen(builder, display);
+    fitValues(display);
+    g_object_unref(builder);
+}
+
+void PulseDisplay_registerConfigDialog(void (*show)(uint32_t port)) {
+    showConfigDialog = show;
+}
+
+void CGTKPowerDisplay_setup(CGTKPowerDisplay* display, pwrDisplayMode mode) {
+    const bool isMulti = mode == modeSingleMulti || mode == modeDualMulti;
+    for (const gtkPowerDisplay_RFPower* line :
+         {&display->period, &display->repeat, &display->width, &display->dutyCycleVal}) {
+        setWidgetVisible(line->label, !isMulti);
+        setWidgetVisible(line->value, !isMulti);
+        setWidgetVisible(line->unitsButtonLabel, !isMulti);
+    }
+    if (isMulti) {
+        exchangePages(display->pGridState, display->pGridGated);
+    } else {
+        exchangePages(display->pGridGated, display->pGridState);
+    }
+}

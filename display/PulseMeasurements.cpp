@@ -1,0 +1,185 @@
+#include "PulseMeasurements.h"
+
+#include "GtkHelpers.h"
+#include "PulseDisplay.h"
+#include "SensorManager.h"
+#include "SensorPortHandler.h"
+
+#include <cmath>
+
+namespace {
+
+/// Reloads the scales, with the icons of their auto buttons.
+void loadScales(CGTKPowerDisplay* display) {
+    const uint32_t index = display->displayIndex;
+    display->scaleFwd = configuration_getRfPowerScale(index, 0);
+    display->scaleRfl = configuration_getRfPowerScale(index, 1);
+    display->gatedPowerScale = configuration_getGatedPowerScale(index);
+    CGTKScaleControls_setAuto(display->scaleControlsFwd.gtkScaleAutoOn,
+                              display->scaleFwd.autoScale);
+    CGTKScaleControls_setAuto(display->scaleControlsRfl.gtkScaleAutoOn,
+                              display->scaleRfl.autoScale);
+    CGTKScaleControls_setAuto(display->scaleControlsGatedPower.gtkScaleAutoOn,
+                              display->gatedPowerScale.autoScale);
+    for (uint32_t i = 0; i < pulseStateCount; ++i) {
+        gtkPowerDisplay_PulseState& state = display->stateArray[i];
+        state.powerScale = configuration_getStatePowerScale(index, i);
+        CGTKScaleControls_setAuto(state.scaleControls.gtkScaleAutoOn, state.powerScale.autoScale);
+    }
+}
+
+/// The line keeps its place: only what is in it comes and goes.
+void setGroupVisible(const gtkPowerDisplay_RFPower& line, CGTKScaleControls* scaleControls,
+                     bool visible, rfPowerType powerType) {
+    setWidgetVisible(line.label, visible);
+    setWidgetVisible(line.value, visible);
+    setWidgetVisible(line.unitsButton, visible);
+    CGTKScaleControls_setVisible(scaleControls, visible && powerType != rfPower_dBm);
+}
+
+void updatePowers(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
+    setGroupVisible(display->fwdRFPower, &display->scaleControlsFwd, display->enableFwd,
+                    display->powerType);
+    setGroupVisible(display->rflRFPower, &display->scaleControlsRfl, display->enableRfl,
+                    display->powerType);
+    if (std::isnan(measurements.fwdPwrVal) || std::isnan(measurements.rflPwrVal)) {
+        return;
+    }
+    if (display->enableFwd) {
+        CGTKPowerDisplay_updatePower(display, 0, measurements.fwdPwrVal);
+    }
+    if (display->enableRfl) {
+        CGTKPowerDisplay_updatePower(display, 1, measurements.rflPwrVal);
+    }
+}
+
+void showValue(const gtkPowerDisplay_RFPower& line, const ValueText& text) {
+    setLabelText(line.value, text.value);
+    setLabelText(line.unitsButtonLabel, text.unit);
+}
+
+/// The pulse's times. The duty cycle's unit stands in the interface file.
+void updatePulse(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
+    showValue(display->period, MeasurementText_time(measurements.prdVal));
+    showValue(display->repeat, MeasurementText_frequency(measurements.prfVal));
+    showValue(display->width, MeasurementText_time(measurements.widthVal));
+    setLabelText(display->dutyCycleVal.value,
+                 MeasurementText_dutyCycle(measurements.dutyCycleVal).value);
+}
+
+void showCell(GtkWidget* label, const PowerCellText& cell) {
+    setWidgetFgColor(label, cell.isOverRange ? textColorRed : textColorWhite);
+    setLabelText(label, cell.value);
+}
+
+void updateGatedPower(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
+    const gtkPowerDisplay_GatedPower& gate = display->gatedPower;
+    const PowerGroupText text = MeasurementText_powerGroup(
+        measurements.gateMean, measurements.gateMax, measurements.gateMin,
+        sensorPortHandler_getSensorMaxPower(display->sensorChannel), display->gatedPowerScale,
+        display->powerType);
+    if (text.scaleChanged) {
+        display->gatedPowerScale = text.scale;
+        configuration_setGatedPowerScale(text.scale, display->displayIndex);
+    }
+    showCell(gate.meanValue, text.mean);
+    showCell(gate.maxValue, text.max);
+    showCell(gate.minValue, text.min);
+    setLabelText(gate.unitsButtonLabel, text.unit);
+    CGTKScaleControls_setVisible(&display->scaleControlsGatedPower, text.scaleVisible);
+}
+
+void setStateVisible(gtkPowerDisplay_PulseState& state, bool visible, bool unitsVisible) {
+    for (GtkWidget* widget : {state.state, state.mean, state.max, state.min}) {
+        setWidgetVisible(widget, visible);
+    }
+    setWidgetVisible(state.unitsButton, unitsVisible);
+    CGTKScaleControls_setVisible(&state.scaleControls, unitsVisible);
+}
+
+/// One pulse state. In dBm its unit key goes, deliberately: the unit is that of the other pages.
+void updateState(CGTKPowerDisplay* display, uint32_t index, const PULSE_STATES& powers) {
+    gtkPowerDisplay_PulseState& state = display->stateArray[index];
+    const PowerGroupText text =
+        MeasurementText_powerGroup(powers.mean, powers.max, powers.min,
+                                   sensorPortHandler_getSensorMaxPower(display->sensorChannel),
+                                   state.powerScale, display->powerType);
+    if (text.scaleChanged) {
+        state.powerScale = text.scale;
+        configuration_setStatePowerScale(text.scale, display->displayIndex, index);
+    }
+    setStateVisible(state, true, text.scaleVisible);
+    showCell(state.mean, text.mean);
+    showCell(state.max, text.max);
+    showCell(state.min, text.min);
+    setLabelText(state.unitsButtonLabel, text.unit);
+}
+
+void updateStates(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements,
+                  uint32_t numStates) {
+    for (uint32_t i = 0; i < pulseStateCount; ++i) {
+        if (i < numStates) {
+            updateState(display, i, measurements.pulseStates[i]);
+        } else {
+            setStateVisible(display->stateArray[i], false, false);
+        }
+    }
+}
+
+pwrDisplayMode modeOf(bool isTriggered) {
+    const bool isDual = SensorInstance_GetActiveCount() > 1;
+    if (isTriggered) {
+        return isDual ? modeDualMulti : modeSingleMulti;
+    }
+    return isDual ? modeDualSimple : modeSingleSimple;
+}
+
+void blank(GtkWidget* value) {
+    setLabelText(value, measurementBlanks);
+    setWidgetFgColor(value, textColorWhite);
+}
+
+} // namespace
+
+void CGTKPowerDisplay_updatePulseMeasurements(CGTKPowerDisplay* display,
+                                              const SENSOR_MEASUREMENTS& measurements) {
+    CGTKPowerDisplay_logMeasurements(measurements);
+    CGTKPowerDisplay_loadSettings(display);
+    loadScales(display);
+    setWidgetVisible(display->pGridAttr, true);
+    updatePowers(display, measurements);
+    SENSOR_CONFIGS configs = {};
+    sensorPortHandler_getSensorConfigs(&configs, display->sensorChannel);
+    const bool isTriggered = configs.bSupportsTriggeredGates && configs.bModelIsTriggeredGates;
+    if (!isTriggered) {
+        updatePulse(display, measurements);
+    }
+    CGTKPowerDisplay_setup(display, modeOf(isTriggered));
+    if (!std::isnan(measurements.freqVal)) {
+        showValue(display->frequency, MeasurementText_frequency(measurements.freqVal));
+    }
+    if (isTriggered) {
+        updateStates(display, measurements, configs.numStates);
+    } else {
+        updateGatedPower(display, measurements);
+    }
+}
+
+void CGTKPowerDisplay_clearPulseMeasurementsToBlanks(CGTKPowerDisplay* display) {
+    for (const gtkPowerDisplay_RFPower* line :
+         {&display->fwdRFPower, &display->rflRFPower, &display->period, &display->repeat,
+          &display->width, &display->dutyCycleVal, &display->frequency}) {
+        blank(line->value);
+    }
+    for (GtkWidget* value : {display->gatedPower.meanValue, display->gatedPower.maxValue,
+                             display->gatedPower.minValue}) {
+        blank(value);
+    }
+    for (const gtkPowerDisplay_PulseState& state : display->stateArray) {
+        blank(state.mean);
+        blank(state.max);
+        blank(state.min);
+    }
+    setWidgetFgColor(display->fwdRFPower.label, textColorLightGrey);
+    setWidgetFgColor(display->rflRFPower.label, textColorLightGrey);
+}

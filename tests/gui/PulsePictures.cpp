@@ -1,0 +1,182 @@
+// Draws the pulse screens with readings of all kinds into a folder, for looking at.
+
+#include "AppFlags.h"
+#include "Configuration.h"
+#include "GuiHarness.h"
+#include "PulseMeasurements.h"
+#include "SensorFakes.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+std::string folder;
+
+void save(const char* name) {
+    const std::string file = folder + "/" + name + ".png";
+    if (!Gui_savePicture(file)) {
+        fprintf(stderr, "cannot write %s\n", file.c_str());
+        _exit(1);
+    }
+}
+
+void plug(uint32_t port, const char* model, const char* serialNumber) {
+    sensorFakes[port].status.status = isReady;
+    sensorFakes[port].maxPower_W = 25000.0F;
+    snprintf(sensorFakes[port].model, sizeof sensorFakes[port].model, "%s", model);
+    snprintf(sensorFakes[port].serialNumber, sizeof sensorFakes[port].serialNumber, "%s",
+             serialNumber);
+}
+
+void setTriggered(bool isTriggered, uint8_t numStates) {
+    for (SensorFake& fake : sensorFakes) {
+        fake.configs.bSupportsTriggeredGates = isTriggered;
+        fake.configs.bModelIsTriggeredGates = isTriggered;
+        fake.configs.numStates = numStates;
+    }
+}
+
+SENSOR_MEASUREMENTS readings() {
+    SENSOR_MEASUREMENTS measurements = {};
+    measurements.fwdPwrVal = 125.37F;
+    measurements.rflPwrVal = 0.4821F;
+    measurements.freqVal = 13.56e6F;
+    measurements.prdVal = 0.00125F;
+    measurements.prfVal = 800.0F;
+    measurements.widthVal = 0.00012345F;
+    measurements.dutyCycleVal = 9.88F;
+    measurements.gateMean = 1254.1F;
+    measurements.gateMax = 1302.4F;
+    measurements.gateMin = 1190.7F;
+    for (size_t i = 0; i < 4; ++i) {
+        const auto power = static_cast<float>(i * i * i + 1) * 17.31F;
+        measurements.pulseStates[i] = {power * 0.94F, power * 1.07F, power};
+    }
+    return measurements;
+}
+
+/// The longest texts: a peak far above the mean whose range it shares.
+SENSOR_MEASUREMENTS longestReadings() {
+    SENSOR_MEASUREMENTS measurements = readings();
+    measurements.fwdPwrVal = 1e-15F;
+    measurements.rflPwrVal = 1.99994F;
+    measurements.freqVal = 2.45e9F;
+    measurements.prdVal = 1.23456F;
+    measurements.widthVal = 0.79999F;
+    measurements.dutyCycleVal = 100.0F;
+    measurements.gateMean = 0.0001F;
+    measurements.gateMax = 14999.0F;
+    measurements.gateMin = 0.0F;
+    for (PULSE_STATES& state : measurements.pulseStates) {
+        state = {0.0F, 14999.0F, 0.0001F};
+    }
+    return measurements;
+}
+
+void show(GtkSensorInstance screen, uint32_t display, uint32_t port,
+          const SENSOR_MEASUREMENTS& measurements) {
+    CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
+    CGTKPowerDisplay_setDisplayIndex(power, display);
+    CGTKPowerDisplay_setSensorChannel(power, port);
+    CGTKPowerDisplay_updateScale(power);
+    CGTKPowerDisplay_setSensorLabel(power, 30);
+    CGTKPowerDisplay_updatePulseMeasurements(power, measurements);
+    Gui_settle();
+}
+
+void turnTo(GtkSensorInstance screen, GtkWidget* CGTKPowerDisplay::*grid) {
+    GtkWidget* page = gtkSensor_powerDisplay(screen)->*grid;
+    GtkNotebook* notebook = GTK_NOTEBOOK(gtk_widget_get_parent(page));
+    gtk_notebook_set_current_page(notebook, gtk_notebook_page_num(notebook, page));
+    Gui_settle();
+}
+
+void resetSettings() {
+    configuration_setPowerUnitsIsdBm(false);
+    for (uint32_t channel = 0; channel < 2; ++channel) {
+        for (uint32_t i = 0; i < 2; ++i) {
+            configuration_setRfPowerScale({.autoScale = true, .scaleIndex = 5}, channel, i);
+        }
+        configuration_setGatedPowerScale({.autoScale = true, .scaleIndex = 5}, channel);
+        for (uint32_t i = 0; i < 4; ++i) {
+            configuration_setStatePowerScale({.autoScale = true, .scaleIndex = 5}, channel, i);
+        }
+    }
+}
+
+void drawPages(const char* prefix, GtkSensorInstance screen, bool isTriggered) {
+    turnTo(screen, &CGTKPowerDisplay::pGridAttr);
+    save((std::string(prefix) + "-values").c_str());
+    turnTo(screen, isTriggered ? &CGTKPowerDisplay::pGridState : &CGTKPowerDisplay::pGridGated);
+    save((std::string(prefix) + (isTriggered ? "-states" : "-gate")).c_str());
+}
+
+void drawFull(const char* prefix, bool isTriggered, const SENSOR_MEASUREMENTS& measurements) {
+    setTriggered(isTriggered, 4);
+    Gui_showScreen(gtkSensorSinglePulse);
+    show(gtkSensorSinglePulse, 0, sensorPort_USB1, measurements);
+    drawPages(prefix, gtkSensorSinglePulse, isTriggered);
+}
+
+void drawHalves(const char* prefix, const SENSOR_MEASUREMENTS& measurements) {
+    Gui_showScreen(gtkSensorDualPulseChannel1);
+    setTriggered(false, 0);
+    show(gtkSensorDualPulseChannel1, 0, sensorPort_USB1, measurements);
+    setTriggered(true, 4);
+    show(gtkSensorDualPulseChannel2, 1, sensorPort_USB2, measurements);
+    turnTo(gtkSensorDualPulseChannel2, &CGTKPowerDisplay::pGridState);
+    drawPages(prefix, gtkSensorDualPulseChannel1, false);
+    turnTo(gtkSensorDualPulseChannel2, &CGTKPowerDisplay::pGridAttr);
+    turnTo(gtkSensorDualPulseChannel1, &CGTKPowerDisplay::pGridAttr);
+    save((std::string(prefix) + "-both-values").c_str());
+}
+
+void drawAll() {
+    drawFull("pulse-single", false, readings());
+    drawFull("pulse-single-triggered", true, readings());
+    drawHalves("pulse-dual", readings());
+    drawFull("pulse-long", false, longestReadings());
+    drawFull("pulse-long-triggered", true, longestReadings());
+    drawHalves("pulse-dual-long", longestReadings());
+    configuration_setPowerUnitsIsdBm(true);
+    drawFull("pulse-dbm", false, longestReadings());
+    drawFull("pulse-dbm-triggered", true, readings());
+    drawHalves("pulse-dual-dbm", longestReadings());
+    resetSettings();
+    SENSOR_MEASUREMENTS over = readings();
+    over.rflPwrVal = over.gateMax = over.pulseStates[2].max = 40000.0F;
+    drawFull("pulse-over", false, over);
+    drawHalves("pulse-dual-over", over);
+    Gui_showScreen(gtkSensorSinglePulse);
+    CGTKPowerDisplay_clearPulseMeasurementsToBlanks(gtkSensor_powerDisplay(gtkSensorSinglePulse));
+    save("pulse-blank");
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count != 2) {
+        fprintf(stderr, "usage: %s FOLDER\n", arguments[0]);
+        return 1;
+    }
+    char* absolute = realpath(arguments[1], nullptr);
+    if (absolute == nullptr) {
+        perror(arguments[1]);
+        return 1;
+    }
+    folder = absolute;
+    free(absolute);
+    setConfigurationFile("");
+    readConfigFile();
+    resetSettings();
+    SensorFakes_reset();
+    Gui_start();
+    gtk_init_done = true;
+    plug(sensorPort_USB1, "3164", "201100123");
+    plug(sensorPort_USB2, "Tessel 3164 wide lab", "987654321");
+    drawAll();
+    return 0;
+}
