@@ -352,7 +352,9 @@ void usbtmcClearErrors(USBTMC_PARAM_ERRORS* errors) {
 void usbtmcAddError(USBTMC_PARAM_ERRORS* errors, const char* errorText) {
     constexpr int most = 5;
     if (errors->count < most) {
-        snprintf(errors->errors[errors->count], sizeof errors->errors[0], "%s", errorText);
+        constexpr int longest = sizeof errors->errors[0] - 1;
+        snprintf(errors->errors[errors->count], sizeof errors->errors[0], "%.*s", longest,
+                 errorText);
         ++errors->count;
     }
 }
