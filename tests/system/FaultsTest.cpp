@@ -13,42 +13,6 @@ protected:
         plug("serial2", "5134 fwd=4");
         ASSERT_TRUE(waitForReading("lower.fwd.value"));
     }
-
-    /// The display follows the sensor.
-    testing::AssertionResult measures(const std::string& port, const std::string& display) {
-        const char* const powers[] = {"36", "49"};
-        for (const char* power : powers) {
-            if (!Bench_do(bench, "set " + port + " fwd=" + power)) {
-                return testing::AssertionFailure() << port << " is not there";
-            }
-            const auto follows = [&] {
-                const auto widget = Bench_widget(bench, display);
-                return widget && widget->isVisible && widget->text.find(power) != std::string::npos;
-            };
-            if (!Bench_waitUntil(follows, readingLimit_ms)) {
-                return testing::AssertionFailure() << display << " does not follow " << port << ": "
-                                                   << Bench_labelText(bench, display);
-            }
-        }
-        return testing::AssertionSuccess();
-    }
-
-    std::string logOf(const std::string& port, uint64_t after) {
-        std::string text;
-        Bench_do(bench, "log " + port + " " + std::to_string(after), &text);
-        return text;
-    }
-
-    uint64_t lastEntry(const std::string& port) {
-        const std::string text = logOf(port, 0);
-        const size_t line = text.size() > 1 ? text.rfind('\n', text.size() - 2) : std::string::npos;
-        return strtoull(text.c_str() + (line == std::string::npos ? 0 : line + 1), nullptr, 10);
-    }
-
-    bool waitForLog(const std::string& port, uint64_t after, const std::string& text) {
-        return Bench_waitUntil([&] { return logOf(port, after).find(text) != std::string::npos; },
-                               10000);
-    }
 };
 
 } // namespace

@@ -37,6 +37,14 @@ protected:
     testing::AssertionResult becomesVisible(const std::string& name, bool isVisible,
                                             uint32_t limit_ms = 3000);
 
+    /// The display follows the sensor's forward power.
+    testing::AssertionResult measures(const std::string& port, const std::string& display);
+
+    /// The wire's log after an entry, and the number of the last entry.
+    std::string logOf(const std::string& port, uint64_t after);
+    uint64_t lastEntry(const std::string& port);
+    bool waitForLog(const std::string& port, uint64_t after, const std::string& text);
+
     static constexpr uint32_t readingLimit_ms = 15000;
 
     Bench bench;

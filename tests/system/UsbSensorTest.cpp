@@ -1,0 +1,243 @@
+#include "MeterTest.h"
+#include "WorldFolder.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+constexpr const char* pulseFile = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
+constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+
+/// Time runs faster: a USB sensor takes several seconds to come up.
+class UsbSensor : public MeterTest {
+protected:
+    void startFast(const std::vector<std::string>& more = {}, const std::string& settings = "") {
+        BenchOptions options;
+        options.commands = {"clock speed 4"};
+        options.commands.insert(options.commands.end(), more.begin(), more.end());
+        options.prepare = [settings](const std::string& world) {
+            if (!settings.empty()) {
+                WorldFolder_write(world, settingsFile, settings);
+            }
+        };
+        start(options);
+    }
+
+    /// The messages to a sensor so far, one a line.
+    std::vector<std::string> messagesTo(const std::string& port) {
+        std::vector<std::string> messages;
+        const std::string log = logOf(port, 0);
+        for (size_t at = log.find("-> "); at != std::string::npos; at = log.find("-> ", at + 1)) {
+            messages.push_back(log.substr(at + 3, log.find("\\n", at) - at - 3));
+        }
+        return messages;
+    }
+};
+
+/// A fault of one USB sensor while a serial one measures.
+class UsbFaults : public UsbSensor, public testing::WithParamInterface<const char*> {};
+
+} // namespace
+
+TEST_F(UsbSensor, TheFirstOneAsksForItsChannelAndMeasures) {
+    startFast();
+    plug("usb1", "3164 fwd=25 rfl=0.5");
+    ASSERT_TRUE(shows(channelDialog::title, "Tessel CW & Pulse Sensor on USB1"));
+    ASSERT_TRUE(Bench_tap(bench, channelDialog::ok));
+    EXPECT_TRUE(shows("noConnection.description",
+                      "A Tessel CW & Pulse sensor on port USB1 is powering on and initializing. "
+                      "Please wait."));
+    EXPECT_TRUE(shows("single.fwd.value", "  25.00", readingLimit_ms));
+    EXPECT_TRUE(shows("single.rfl.value", "  500.0"));
+    EXPECT_TRUE(shows("single.title", "3164: 316400125"));
+}
+
+TEST_F(UsbSensor, TheFirstToAppearIsUsb1WhateverItsConnector) {
+    startFast();
+    plug("usb2", "3162 fwd=25");
+    ASSERT_TRUE(shows(channelDialog::title, "Tessel CW & Pulse Sensor on USB1"));
+    ASSERT_TRUE(chooseChannel(1));
+    ASSERT_TRUE(waitForReading("single.fwd.value"));
+    plug("usb1", "3164 fwd=4");
+    EXPECT_TRUE(shows("lower.noConnection.description",
+                      "A Tessel CW & Pulse sensor on port USB2 is powering on and initializing. "
+                      "Please wait."));
+    EXPECT_TRUE(shows("lower.fwd.value", "  4.000", readingLimit_ms));
+    EXPECT_TRUE(shows("upper.fwd.value", "  25.00"));
+}
+
+TEST_F(UsbSensor, OfTwoAtOnceTheUsbSensorIsAskedFor) {
+    startFast({"plug serial1 5132 fwd=25", "plug usb1 3164 fwd=4"});
+    ASSERT_TRUE(shows(channelDialog::title, "Tessel CW & Pulse Sensor on USB1"));
+    ASSERT_TRUE(chooseChannel(1));
+    EXPECT_TRUE(shows("upper.fwd.value", "  4.000", readingLimit_ms));
+    EXPECT_TRUE(shows("lower.fwd.value", "  25.00", readingLimit_ms));
+}
+
+TEST_F(UsbSensor, AThirdSensorIsAdmittedWhenOneLeaves) {
+    startFast();
+    plugFirst("serial1", "5132 fwd=25");
+    plug("serial2", "5134 fwd=4");
+    ASSERT_TRUE(shows("lower.fwd.value", "  4.000", readingLimit_ms));
+    plug("usb1", "3164 fwd=9");
+    const size_t passes = 4;
+    const size_t before = Bench_countInSyslog(bench, "logMeasurements()");
+    ASSERT_TRUE(Bench_waitUntil(
+        [&] { return Bench_countInSyslog(bench, "logMeasurements()") > before + 2 * passes; },
+        10000));
+    EXPECT_TRUE(messagesTo("usb1").empty());
+    ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
+    EXPECT_TRUE(shows("upper.fwd.value", "  9.000", readingLimit_ms));
+    EXPECT_TRUE(shows("lower.fwd.value", "  4.000"));
+    EXPECT_FALSE(Bench_isVisible(bench, channelDialog::window));
+}
+
+TEST_F(UsbSensor, TheConversationBeginsAsItMust) {
+    startFast();
+    plugFirst("usb1", "3164 fwd=25");
+    const std::vector<std::string> expected = {"*RST",
+                                               "*STB?",
+                                               "*CLS",
+                                               "SYST:IDEN:MOD?",
+                                               "SYST:IDEN:SN?",
+                                               "SYST:IDEN:FWR?",
+                                               "PNP:AVA?",
+                                               "PNP:ITR",
+                                               "PNP:FILE:SIZE?",
+                                               "PNP:FILE:BLOC:TOT?",
+                                               "PNP:FILE:BLOC:NUMB 1",
+                                               "PNP:FILE:BLOC:DATA?"};
+    std::vector<std::string> messages;
+    for (const std::string& message : messagesTo("usb1")) {
+        if (message.find("SYST:ERR") == std::string::npos) {
+            messages.push_back(message);
+        }
+    }
+    ASSERT_GE(messages.size(), expected.size());
+    messages.resize(expected.size());
+    EXPECT_EQ(messages, expected);
+}
+
+TEST_F(UsbSensor, ModelsWithoutPulseSettingsAreNeverAskedForThem) {
+    for (const char* model : {"3163", "3165"}) {
+        startFast();
+        plugFirst("usb1", std::string(model) + " fwd=25");
+        for (const std::string& message : messagesTo("usb1")) {
+            EXPECT_THAT(message, Not(HasSubstr("SENS:PER"))) << model;
+            EXPECT_THAT(message, Not(HasSubstr("SENS:SWE"))) << model;
+            EXPECT_THAT(message, Not(HasSubstr("TRIG"))) << model;
+            EXPECT_THAT(message, Not(HasSubstr("CALC:STAT"))) << model;
+        }
+        Bench_stop(bench);
+    }
+}
+
+TEST_F(UsbSensor, ConnectingCreatesTheFileOfPulseSettings) {
+    startFast();
+    EXPECT_EQ(Bench_readFile(bench, pulseFile), "");
+    plugFirst("usb1", "3164 fwd=25");
+    EXPECT_THAT(Bench_readFile(bench, pulseFile), HasSubstr("\"name\": \"Default\""));
+}
+
+TEST_F(UsbSensor, ASensorThatIsReplacedQuicklyIsFoundAgain) {
+    startFast();
+    plugFirst("usb1", "3164 fwd=25");
+    for (const char* gap : {"0s", "200ms", "400ms", "2s"}) {
+        ASSERT_TRUE(Bench_do(bench, std::string("replug usb1 ") + gap));
+        const auto isBack = [&] {
+            if (Bench_isVisible(bench, channelDialog::ok)) {
+                Bench_tap(bench, channelDialog::ok);
+            }
+            std::string status;
+            Bench_do(bench, "status", &status);
+            const size_t line = status.find("usb1: ");
+            return status.substr(line, status.find('\n', line) - line).find("open=1") !=
+                       std::string::npos &&
+                   Bench_isVisible(bench, "single.fwd.value");
+        };
+        EXPECT_TRUE(Bench_waitUntil(isBack, readingLimit_ms)) << gap;
+        EXPECT_TRUE(measures("usb1", "single.fwd.value")) << gap;
+        EXPECT_TRUE(shows("single.title", "3164: 316400125")) << gap;
+    }
+}
+
+TEST_F(UsbSensor, FiftyOfThemLeaveNothingBehind) {
+    startFast();
+    plugFirst("serial2", "5134 fwd=4", 2);
+    ProgramUse before{};
+    constexpr int warmUp = 5;
+    constexpr int cycles = 50;
+    for (int number = 0; number < warmUp + cycles; ++number) {
+        if (number == warmUp) {
+            before = Bench_programUse(bench);
+        }
+        plug("usb1", "3164 fwd=9");
+        if (number % 10 == 0) {
+            ASSERT_TRUE(waitForReading("upper.fwd.value")) << number;
+        }
+        ASSERT_TRUE(becomesVisible("dualSensorContainer", true)) << number;
+        ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+        ASSERT_TRUE(becomesVisible("singleSensorContainer", true)) << number;
+    }
+    const auto isAtRest = [&] { return Bench_programUse(bench).descriptors <= before.descriptors; };
+    EXPECT_TRUE(Bench_waitUntil(isAtRest, 3000));
+    const ProgramUse after = Bench_programUse(bench);
+    EXPECT_LE(after.threads, before.threads);
+    EXPECT_LE(after.descriptors, before.descriptors);
+    EXPECT_LT(after.resident_kB - before.resident_kB, 1500);
+}
+
+TEST_P(UsbFaults, LeaveTheOtherPortMeasuringAndPassAway) {
+    const std::string fault = GetParam();
+    startFast();
+    plugFirst("usb1", "3164 fwd=25");
+    plug("serial1", "5134 fwd=4");
+    ASSERT_TRUE(waitForReading("lower.fwd.value"));
+    const uint64_t before = lastEntry("usb1");
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 " + fault));
+    ASSERT_TRUE(waitForLog("usb1", before, "->") || fault == "stall");
+    EXPECT_TRUE(measures("serial1", "lower.fwd.value")) << fault;
+    EXPECT_TRUE(Bench_isVisible(bench, "upper.title")) << fault;
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 none"));
+    // A query that was lost is waited for a hundred times, five seconds each.
+    ASSERT_TRUE(Bench_do(bench, "clock speed 60"));
+    EXPECT_TRUE(measures("usb1", "upper.fwd.value")) << fault;
+    EXPECT_TRUE(shows("upper.title", "3164: 316400125")) << fault;
+    ASSERT_TRUE(Bench_do(bench, "clock speed 4"));
+    EXPECT_TRUE(measures("serial1", "lower.fwd.value")) << fault;
+}
+
+INSTANTIATE_TEST_SUITE_P(Usb, UsbFaults,
+                         testing::Values("silence", "late", "garbage", "hostile", "stall",
+                                         "error:-222:INIT"),
+                         [](const testing::TestParamInfo<const char*>& chosen) {
+                             const std::string name = chosen.param;
+                             return name.substr(0, name.find(':'));
+                         });
+
+TEST_F(UsbFaults, ACutCableIsAnUnpluggedSensor) {
+    for (const char* fault : {"cut", "cutdevice"}) {
+        startFast();
+        plugFirst("serial1", "5134 fwd=4");
+        plug("usb1", "3164 fwd=25");
+        ASSERT_TRUE(waitForReading("lower.fwd.value"));
+        ASSERT_TRUE(Bench_do(bench, std::string("fault usb1 ") + fault));
+        EXPECT_TRUE(becomesVisible("single.fwd.value", true)) << fault;
+        EXPECT_TRUE(measures("serial1", "single.fwd.value")) << fault;
+        plug("usb1", "3164 fwd=25");
+        EXPECT_TRUE(waitForReading("lower.fwd.value")) << fault;
+        EXPECT_TRUE(measures("usb1", "lower.fwd.value")) << fault;
+        Bench_stop(bench);
+    }
+}
+
+TEST_F(UsbSensor, InPulseModeThePulseReadingsAreFetched) {
+    startFast({}, "sensorPulseMode 1\n");
+    plug("usb1", "3164 fwd=25 period=1ms width=250us");
+    ASSERT_TRUE(chooseChannel(1));
+    for (const char* query : {"FETC:PER?", "FETC:PRF?", "FETC:WIDT?", "FETC:DCYC?",
+                              "FETC:GATE:MEAN?", "FETC:GATE:MAX?", "FETC:GATE:MIN?"}) {
+        EXPECT_TRUE(waitForLog("usb1", 0, query)) << query;
+    }
+}
