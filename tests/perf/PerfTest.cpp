@@ -61,6 +61,28 @@ std::vector<double> cycleTimes_ms(const std::string& log) {
     return times;
 }
 
+/// Times from the first reading of a pulse measurement to the last one.
+std::vector<double> pulseReadingTimes_ms(const std::string& log) {
+    std::vector<double> times;
+    double first_s = -1;
+    bool isLast = false;
+    for (const std::string_view line : BenchText_split(log, '\n')) {
+        const auto words = BenchText_words(line);
+        if (words.size() < 4) {
+            continue;
+        }
+        const double time_s = BenchText_number(words[1]).value_or(0);
+        if (words[3].starts_with("FETC:FORW:AVER?")) {
+            first_s = time_s;
+        }
+        if (isLast && words[2] == "<-" && first_s >= 0) {
+            times.push_back((time_s - first_s) * 1000);
+        }
+        isLast = words[3].starts_with("FETC:GATE:MIN?");
+    }
+    return times;
+}
+
 std::string ownFolder() {
     return fs::read_symlink("/proc/self/exe").parent_path();
 }
@@ -84,6 +106,32 @@ TEST_F(Perf, ASerialMeasuringCycleTakesLittleMoreThanItsBytes) {
     const double cycle_ms = lowerTenth(times);
     Measure_report("serial measuring cycle against its bytes", cycle_ms, wire_ms, "ms", 1.05);
     EXPECT_LE(cycle_ms / wire_ms, 1.05);
+}
+
+TEST_F(Perf, AUsbMeasuringCycleAddsLittleToItsExchanges) {
+    constexpr const char* sensor = "plug usb1 3164 fwd=25 period=1ms width=250us";
+    constexpr size_t enough = 40;
+    std::string log;
+    std::vector<double> times;
+    const auto hasEnough = [&] {
+        Bench_do(bench, "log usb1", &log);
+        times = pulseReadingTimes_ms(log);
+        return times.size() >= enough;
+    };
+    // The reference first: its program ends by itself, so what the bench noted is read at once.
+    ASSERT_TRUE(Bench_start(bench, {.commands = {sensor},
+                                    .program = ownFolder() + "/perf_bare_exchanges",
+                                    .waitsForScreen = false}));
+    ASSERT_TRUE(Bench_waitUntil(hasEnough, 10000));
+    const double bare_ms = lowerTenth(times);
+    Bench_stop(bench);
+
+    start();
+    ASSERT_TRUE(Measure_plugAndMeasure(bench, std::string(sensor).substr(5), "single.fwd.value"));
+    ASSERT_TRUE(Bench_waitUntil(hasEnough, 30000));
+    const double meter_ms = lowerTenth(times);
+    Measure_report("readings of a USB cycle against bare exchanges", meter_ms, bare_ms, "ms", 1.2);
+    EXPECT_LE(meter_ms / bare_ms, 1.2);
 }
 
 TEST_F(Perf, WaitingCostsNoProcessorTime) {
