@@ -47,10 +47,10 @@ void fill(uint32_t display, uint32_t count) {
     }
 }
 
-void setAxis(uint32_t display, double max_mW, double lower_mW, double upper_mW,
-             TimeGraphMode mode) {
+void setAxis(uint32_t display, double max_mW, double lower_mW, double upper_mW, TimeGraphMode mode,
+             double min_mW = 0.0) {
     GraphSettings_t settings = {.maxPower = max_mW,
-                                .minPower = 0.0,
+                                .minPower = min_mW,
                                 .maxLimitLine = upper_mW,
                                 .minLimitLine = lower_mW,
                                 .unit = graphScale_mW,
@@ -105,11 +105,12 @@ void drawFull() {
     refreshFull();
     save("graph-prefill");
     fill(0, 700);
-    setAxis(0, 60000.0, 20000.0, 50000.0, graphModeRaw);
+    setAxis(0, 100000.0, 20000.0, 80000.0, graphModeRaw, 1000.0);
     configuration_setPowerUnitsIsdBm(true);
     refreshFull();
     save("graph-dbm");
     configuration_setPowerUnitsIsdBm(false);
+    setAxis(0, 60000.0, 20000.0, 50000.0, graphModeRaw);
     refreshFull();
     save("graph-clipped");
 }
@@ -123,7 +124,8 @@ void drawHalves() {
     fill(1, 86000);
     refreshHalves();
     save("graph-halves");
-    setAxis(1, 100000.0, 20000.0, 80000.0, graphModeRaw);
+    setAxis(0, 100000.0, 20000.0, 80000.0, graphModeRaw, 1000.0);
+    setAxis(1, 100000.0, 20000.0, 80000.0, graphModeRaw, 1000.0);
     configuration_setPowerUnitsIsdBm(true);
     refreshHalves();
     save("graph-halves-dbm");
