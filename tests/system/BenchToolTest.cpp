@@ -1,0 +1,243 @@
+// The quorvel-bench command as a person types it.
+
+#include "BenchText.h"
+#include "ChildProcess.h"
+#include "MeterTest.h"
+#include "WorldFolder.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+constexpr uint32_t startLimit_ms = 20000;
+
+struct Answer {
+    int status;
+    std::string text;
+    std::string errors;
+};
+
+/// Has a folder of its own for running benches, so that it meets no bench of the developer's.
+class BenchTool : public testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/quorvel-tool-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        folder = pattern;
+        ASSERT_EQ(pipe2(output.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    }
+
+    void TearDown() override {
+        if (running > 0) {
+            kill(running, SIGTERM);
+            waitForEnd(running);
+        }
+        close(output[0]);
+        close(output[1]);
+        WorldFolder_remove(folder);
+    }
+
+    pid_t startTool(std::vector<std::string> words, const std::string& display = "") {
+        WorldFolder_remove(errorFile());
+        words.insert(words.begin(),
+                     fs::read_symlink("/proc/self/exe").parent_path() / "quorvel-bench");
+        return ChildProcess_start(
+            words,
+            {{"LD_PRELOAD", ""},
+             {"QUORVEL_BENCH", ""},
+             {"WAYLAND_DISPLAY", ""},
+             {"DISPLAY", display},
+             {"XDG_RUNTIME_DIR", folder}},
+            {.output = output[1], .signalAtOurEnd = SIGTERM, .errorFile = errorFile()});
+    }
+
+    static int waitForEnd(pid_t child) {
+        int status = 0;
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+
+    Answer type(const std::string& line) {
+        std::vector<std::string> words;
+        for (const std::string_view word : BenchText_words(line)) {
+            words.emplace_back(word);
+        }
+        const int status = waitForEnd(startTool(words));
+        std::string text;
+        std::array<char, 4096> buffer{};
+        for (ssize_t count = 0; (count = read(output[0], buffer.data(), buffer.size())) > 0;) {
+            text.append(buffer.data(), static_cast<size_t>(count));
+        }
+        return {status, text, WorldFolder_readFile(errorFile())};
+    }
+
+    /// Starts a bench and waits until it answers.
+    void run(std::vector<std::string> words) {
+        words.insert(words.begin(), "run");
+        running = startTool(words);
+        ASSERT_GT(running, 0);
+        ASSERT_TRUE(Bench_waitUntil([this] { return fs::exists(currentLink()); }, startLimit_ms))
+            << WorldFolder_readFile(errorFile());
+        world = fs::read_symlink(currentLink());
+    }
+
+    std::string errorFile() const {
+        return folder + "/errors";
+    }
+
+    std::string currentLink() const {
+        return folder + "/quorvel-bench/current";
+    }
+
+    pid_t programOf(const std::string& folderOfWorld) const {
+        return static_cast<pid_t>(
+            strtol(WorldFolder_readFile(folderOfWorld + "/program.pid").c_str(), nullptr, 10));
+    }
+
+    std::string folder;
+    std::string world;
+    std::array<int, 2> output{-1, -1};
+    pid_t running = 0;
+};
+
+} // namespace
+
+TEST_F(BenchTool, HelpFitsOnAScreenAndNamesEveryCommand) {
+    const Answer help = type("--help");
+    EXPECT_EQ(help.status, 0);
+    for (const char* word : {"run", "--browser", "plug PORT MODEL", "fault PORT NAME", "screen",
+                             "tap NAME", "screenshot FILE", "clock step", "battery", "switch"}) {
+        EXPECT_THAT(help.text, HasSubstr(word));
+    }
+    EXPECT_LE(std::count(help.text.begin(), help.text.end(), '\n'), 45);
+}
+
+TEST_F(BenchTool, WithoutABenchItSaysHowToStartOne) {
+    const Answer answer = type("status");
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(answer.errors, HasSubstr("no bench is running"));
+}
+
+TEST_F(BenchTool, MistakesAreNamedWithWhatIsAllowed) {
+    const struct {
+        const char* line;
+        const char* says;
+    } cases[] = {
+        {"fly", "unknown command 'fly'"},
+        {"run --fast", "unknown option '--fast'"},
+        {"run --world", "--world needs DIR"},
+        {"run --window", "there is no display"},
+        {"run --headless --do fly", "unknown command 'fly': there are plug"},
+        {"run --headless --program /nowhere/meter", "/nowhere/meter: No such file"},
+    };
+    for (const auto& c : cases) {
+        const Answer answer = type(c.line);
+        EXPECT_EQ(answer.status, 1) << c.line;
+        EXPECT_THAT(answer.errors, HasSubstr(c.says)) << c.line;
+    }
+}
+
+TEST_F(BenchTool, ARunningBenchIsFoundAndObeys) {
+    run({"--headless", "--plug", "serial1 5132 fwd=25"});
+    EXPECT_THAT(type("status").text, HasSubstr("serial1: 5132 fwd=25"));
+    EXPECT_EQ(type("set serial1 fwd=9").status, 0);
+    EXPECT_THAT(type("status").text, HasSubstr("serial1: 5132 fwd=9"));
+    const Answer wrong = type("plug serial7 5132");
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_THAT(wrong.errors, HasSubstr("there are serial1, serial2, usb1 and usb2"));
+    const auto isListed = [this] {
+        return type("screen").text.find("mainWindow8830K") != std::string::npos;
+    };
+    EXPECT_TRUE(Bench_waitUntil(isListed, startLimit_ms));
+    EXPECT_THAT(type("tap nowhere").errors, HasSubstr("nothing on the screen is called 'nowhere'"));
+    EXPECT_EQ(type("screenshot " + folder + "/screen.png").status, 0);
+    EXPECT_THAT(WorldFolder_readFile(folder + "/screen.png"), StartsWith("\x89PNG"));
+}
+
+TEST_F(BenchTool, CtrlCEndsTheProgramAndLeavesNothing) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        run({"--headless"});
+        const pid_t program = programOf(world);
+        ASSERT_GT(program, 0);
+        ASSERT_EQ(kill(running, signal), 0);
+        EXPECT_EQ(waitForEnd(running), 0);
+        running = 0;
+        EXPECT_NE(kill(program, 0), 0) << "the program is still there";
+        EXPECT_FALSE(fs::exists(world));
+        EXPECT_FALSE(fs::is_symlink(currentLink()));
+    }
+}
+
+TEST_F(BenchTool, ABenchThatIsKilledTakesItsProgramAlong) {
+    run({"--headless"});
+    const pid_t program = programOf(world);
+    ASSERT_EQ(kill(running, SIGKILL), 0);
+    waitForEnd(running);
+    running = 0;
+    EXPECT_TRUE(Bench_waitUntil([program] { return kill(program, 0) != 0; }, 5000));
+}
+
+TEST_F(BenchTool, AnEarlyPictureIsSavedAndEndsTheBench) {
+    const std::string picture = folder + "/start.png";
+    const Answer answer = type("run --screenshot " + picture);
+    EXPECT_EQ(answer.status, 0) << answer.errors;
+    EXPECT_THAT(WorldFolder_readFile(picture), StartsWith("\x89PNG"));
+}
+
+TEST_F(BenchTool, TheProgramsExitStatusIsTheBenchs) {
+    EXPECT_EQ(type("run --headless -- -v").status, 0);
+    EXPECT_EQ(type("run --headless --program /bin/false").status, 1);
+}
+
+TEST_F(BenchTool, WithoutADisplayABrowserOfThisMachineShowsTheMeter) {
+    run({});
+    const std::string start = "Open http://127.0.0.1:";
+    const auto isTold = [&] {
+        return WorldFolder_readFile(errorFile()).find(start) != std::string::npos;
+    };
+    ASSERT_TRUE(Bench_waitUntil(isTold, startLimit_ms));
+    const std::string told = WorldFolder_readFile(errorFile());
+    const long port = strtol(told.c_str() + told.find(start) + start.size(), nullptr, 10);
+    // Kernel's table: local address of every listening socket of that port, loopback only.
+    const std::string wanted = BenchText_format(":%04lX 00000000:0000 0A", port);
+    const std::string sockets = WorldFolder_readFile("/proc/net/tcp");
+    const size_t at = sockets.find(wanted);
+    ASSERT_NE(at, std::string::npos) << "nobody listens";
+    EXPECT_EQ(sockets.substr(at - 8, 8), "0100007F");
+    EXPECT_EQ(sockets.find(wanted, at + 1), std::string::npos);
+    const auto isListed = [this] {
+        return type("screen").text.find("mainWindow8830K") != std::string::npos;
+    };
+    EXPECT_TRUE(Bench_waitUntil(isListed, startLimit_ms));
+    EXPECT_THAT(type("screenshot " + folder + "/x.png").errors, HasSubstr("browser"));
+}
+
+TEST_F(BenchTool, BenchesRunSideBySide) {
+    run({"--headless", "--port", "auto"});
+    const std::string firstWorld = world;
+    const std::string secondWorld = folder + "/second";
+    const pid_t second = startTool({"run", "--headless", "--port", "auto", "--world", secondWorld});
+    ASSERT_TRUE(Bench_waitUntil([&] { return programOf(secondWorld) > 0; }, startLimit_ms));
+    EXPECT_EQ(type("plug serial1 5132").status, 0);
+    EXPECT_THAT(type("status").text, HasSubstr("serial1: 5132"));
+    EXPECT_THAT(type("--world " + secondWorld + " status").text, HasSubstr("serial1: no sensor"));
+    EXPECT_NE(WorldFolder_readFile(firstWorld + "/port"),
+              WorldFolder_readFile(secondWorld + "/port"));
+    kill(second, SIGTERM);
+    waitForEnd(second);
+    EXPECT_TRUE(fs::exists(secondWorld)) << "a world that was asked for is kept";
+}
