@@ -241,3 +241,48 @@ TEST_F(UsbSensor, InPulseModeThePulseReadingsAreFetched) {
         EXPECT_TRUE(waitForLog("usb1", 0, query)) << query;
     }
 }
+
+TEST_F(UsbSensor, ThePulseScreenShowsWhatTheSensorMeasures) {
+    startFast({}, "sensorPulseMode 1\n");
+    plug("usb1", "3164 fwd=25 rfl=0.5 period=1ms width=250us gate=100:120:80");
+    ASSERT_TRUE(chooseChannel(1));
+    const struct {
+        const char* name;
+        const char* text;
+    } values[] = {
+        {"pulse.valueFwd", "  25.00"},    {"pulse.valueRfl", "  500.0"},
+        {"pulse.valuePeriod", " 1000.0"}, {"pulse.unitsPeriod", "us"},
+        {"pulse.valueRepeat", " 1000.0"}, {"pulse.unitsRepeat", "Hz"},
+        {"pulse.valueWidth", "  250.0"},  {"pulse.unitsWidth", "us"},
+        {"pulse.valueDuty", "25.00"},     {"pulse.valueFreq", " 13.560"},
+        {"pulse.unitsFreq", "MHz"},       {"pulse.btnTitle.text", "3164: 316400125"},
+    };
+    for (const auto& value : values) {
+        EXPECT_TRUE(shows(value.name, value.text, readingLimit_ms));
+    }
+    ASSERT_TRUE(Bench_tap(bench, "pulse.tabGatedPower"));
+    EXPECT_TRUE(shows("pulse.valueGatedMean", " 100.00"));
+    EXPECT_TRUE(shows("pulse.valueGatedMax", " 120.00"));
+    EXPECT_TRUE(shows("pulse.valueGatedMin", "  80.00"));
+}
+
+TEST_F(UsbSensor, AQuestionablePulseBlanksThePulseReadings) {
+    startFast({}, "sensorPulseMode 1\n");
+    plug("usb1", "3164 fwd=25 period=1ms width=250us");
+    ASSERT_TRUE(chooseChannel(1));
+    ASSERT_TRUE(shows("pulse.valueWidth", "  250.0", readingLimit_ms));
+    ASSERT_TRUE(Bench_do(bench, "set usb1 questionable=512"));
+    EXPECT_TRUE(shows("pulse.valueWidth", " 0.0000"));
+    EXPECT_TRUE(shows("pulse.valueDuty", "0.00"));
+    EXPECT_TRUE(shows("pulse.valueFwd", "  25.00"));
+    ASSERT_TRUE(Bench_do(bench, "set usb1 questionable=0"));
+    EXPECT_TRUE(shows("pulse.valueWidth", "  250.0"));
+}
+
+TEST_F(UsbSensor, InPulseModeASerialSensorKeepsItsScreen) {
+    startFast({}, "sensorPulseMode 1\n");
+    plugFirst("serial1", "5132 fwd=25");
+    plug("usb1", "3164 fwd=4 period=1ms width=250us");
+    EXPECT_TRUE(shows("pulse.valueFwd", "  4.000", readingLimit_ms));
+    EXPECT_TRUE(shows("upper.fwd.value", "  25.00"));
+}
