@@ -120,7 +120,7 @@ GtkBuilder* loadInterface() {
 
 const char* titleOf(uint32_t port) {
     if (port >= sensorTitles.size()) {
-        DIAGNOSTIC("Invalid Sensor Index (%u).\n", port);
+        DIAGNOSTIC("Invalid Sensor Index (%d).\n", static_cast<int>(port));
         return "Unknown Sensor";
     }
     return sensorTitles[port];

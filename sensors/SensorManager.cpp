@@ -239,7 +239,7 @@ ActiveSensorCopies SensorManager_copyActiveSensors() {
 
 SensorInstance* SensorManager_GetSensorInstance(uint32_t port) {
     if (gSensors == nullptr || port >= sensorPortCount) {
-        DIAGNOSTIC("Invalid sensor index (%u).\n", port);
+        DIAGNOSTIC("Invalid sensor index (%d).\n", static_cast<int>(port));
         return nullptr;
     }
     return &gSensors->sensor[port];

@@ -130,18 +130,19 @@ bool pollI2CCurrentMonitor(uint32_t port) {
     if (port >= ina219CurrentMonitors.size()) {
         logManager_printToLog(
             SensorDetection,
-            "pollI2CCurrentMonitor: Invalid port index: %u. Index must be 0 or 1.\n", port);
+            "pollI2CCurrentMonitor: Invalid port index: %d. Index must be 0 or 1.\n",
+            static_cast<int>(port));
         return false;
     }
     const int current_mA = getDeviceCurrent(ina219CurrentMonitors[port].data());
     if (current_mA < 0) {
         logManager_printToLog(SensorDetection,
-                              "pollI2CCurrentMonitor: Error: current at port %u = %d\n", port,
-                              current_mA);
+                              "pollI2CCurrentMonitor: Error: current at port %d = %d\n",
+                              static_cast<int>(port), current_mA);
         return false;
     }
-    logManager_printToLog(SensorDetection, "pollI2CCurrentMonitor: current at port %u = %d\n", port,
-                          current_mA);
+    logManager_printToLog(SensorDetection, "pollI2CCurrentMonitor: current at port %d = %d\n",
+                          static_cast<int>(port), current_mA);
     return current_mA > detectionThreshold_mA;
 }
 

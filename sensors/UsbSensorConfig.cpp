@@ -50,6 +50,11 @@ constexpr std::array<SettingRow, 4> cwRows = {{
     {C_SENSE_SWE_TIME, "sweep time command", "Sweep Time is not valid"},
 }};
 
+/// The port number as messages show it.
+int channelOf(const USB_HANDLER_DATA_STRUCT* handler) {
+    return static_cast<int>(sensorUsbHandler_port(handler));
+}
+
 using Text = std::array<char, 48>;
 
 /// A row's text with the number of its state in it.
@@ -93,16 +98,16 @@ void sendRow(Sending* sending, const SettingRow& row, cmd_type value, uint32_t s
         return;
     }
     USB_PORT_DATA_STRUCT& port = sending->handler->usbPort;
-    const uint32_t channel = sensorUsbHandler_port(sending->handler);
+    const int channel = channelOf(sending->handler);
     const Text words = withState(row.words, state);
     const enUSBTMCErrors status =
         handleCmdWithStatus(port.fd, port.rxBuffer, sensor_cmd_ofState(row.command, state), &value);
     if (status == usbtmc_transportError) {
-        USER_ERROR("USB sensor %u %s failed with a transport error %d.\n", channel, words.data(),
+        USER_ERROR("USB sensor %d %s failed with a transport error %d.\n", channel, words.data(),
                    static_cast<int>(status));
         sending->isAlive = false;
     } else if (status != usbtmc_success) {
-        USER_WARNING("USB sensor %u %s failed with error %d.\n", channel, words.data(),
+        USER_WARNING("USB sensor %d %s failed with error %d.\n", channel, words.data(),
                      static_cast<int>(status));
         usbtmcAddError(sending->errors, withState(row.error, state).data());
     }
@@ -219,8 +224,7 @@ qry_type ask(Reading* reading, sensor_qry_e query, const char* words) {
     }
     USB_PORT_DATA_STRUCT& port = reading->handler->usbPort;
     if (handleQuery(port.fd, port.rxBuffer, query, &reply) == 1) {
-        USER_ERROR("USB sensor %u %s query failed\n", sensorUsbHandler_port(reading->handler),
-                   words);
+        USER_ERROR("USB sensor %d %s query failed\n", channelOf(reading->handler), words);
         reading->isAlive = false;
     }
     return reply;
@@ -231,7 +235,7 @@ float askPeriod(Reading* reading) {
     USB_PORT_DATA_STRUCT& port = reading->handler->usbPort;
     if (reading->isAlive && handleQueryWithStatus(port.fd, port.rxBuffer, Q_SENSE_PERIOD, &reply) ==
                                 usbtmc_transportError) {
-        USER_ERROR("USB sensor %u period query failed\n", sensorUsbHandler_port(reading->handler));
+        USER_ERROR("USB sensor %d period query failed\n", channelOf(reading->handler));
         reading->isAlive = false;
     }
     return reply.fval;
@@ -405,8 +409,8 @@ bool sensorPortHandler_readSensorConfig(USB_HANDLER_DATA_STRUCT* handler) {
 void usbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler) {
     const USBTMC_PARAM_ERRORS& errors = handler->usbtmc_Errors;
     for (int index = 0; index < errors.count; ++index) {
-        USER_ERROR("SCPIErrors: channel %u, error[%d] = %s.\n", sensorUsbHandler_port(handler),
-                   index, errors.errors[index]);
+        USER_ERROR("SCPIErrors: channel %d, error[%d] = %s.\n", channelOf(handler), index,
+                   errors.errors[index]);
     }
 }
 
