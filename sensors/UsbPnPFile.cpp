@@ -85,7 +85,7 @@ float numberBetween(std::string_view text, std::string_view opening, std::string
     const std::string_view rest = text.substr(begin + opening.size());
     const size_t size = rest.find(closing);
     std::array<char, 64> number{};
-    if (size == std::string_view::npos || size >= number.size()) {
+    if (size >= number.size()) { // without a closing tag the size is the largest there is
         return noLimit;
     }
     rest.copy(number.data(), size);

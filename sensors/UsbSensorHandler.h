@@ -58,6 +58,7 @@ struct USB_HANDLER_DATA_STRUCT {
     bool isInitialized;
     SENSOR_STATUS sensorStatus;
     bool newConfig; ///< a configuration waits to be sent
+    bool isServing; ///< a sensor is connected and served
     USB_PORT_DATA_STRUCT usbPort;
     double start_time_ms;
     double finish_time_ms;
@@ -74,7 +75,6 @@ struct USB_HANDLER_DATA_STRUCT {
     uint32_t sendingNumber;   ///< of the latest request that was taken for sending
     uint32_t completedNumber; ///< of the latest request whose sending was completed
     uint32_t endedWaits;      ///< grows when all waits end without a sending
-    bool isServing;           ///< a sensor is connected and served
 };
 
 extern USB_HANDLER_DATA_STRUCT sensorUsbHandlerData[usbSensorCount];
