@@ -21,6 +21,8 @@ Connection connections[sensorPortCount] = {{PTHREAD_COND_INITIALIZER, 0, 0, fals
                                            {PTHREAD_COND_INITIALIZER, 0, 0, false}};
 
 std::atomic<uint32_t> readingNumbers[sensorPortCount];
+std::atomic<uint32_t> begunReadings[sensorPortCount];
+std::atomic<uint32_t> deliveredReadings[sensorPortCount]; ///< the begun number of the last one
 std::atomic<void (*)()> readingListener;
 
 } // namespace
@@ -118,8 +120,15 @@ bool sensorPort_isServed(uint32_t port) {
     return sensorIsConnected[port] && connections[port].served == connections[port].number;
 }
 
+void sensorPort_beginReading(uint32_t port) {
+    if (port < sensorPortCount) {
+        ++begunReadings[port];
+    }
+}
+
 void sensorPort_countReading(uint32_t port, bool isNew) {
     if (port < sensorPortCount && isNew) {
+        deliveredReadings[port] = begunReadings[port].load();
         ++readingNumbers[port];
     }
 }
@@ -133,6 +142,16 @@ void sensorPort_tellOfReading() {
 
 uint32_t sensorPortHandler_getReadingNumber(uint32_t port) {
     return port < sensorPortCount ? readingNumbers[port].load() : 0;
+}
+
+uint32_t sensorPortHandler_getBegunReading(uint32_t port) {
+    return port < sensorPortCount ? begunReadings[port].load() : 0;
+}
+
+bool sensorPortHandler_hasReadingSince(uint32_t port, uint32_t begunReading) {
+    // Right across the numbers' wrap.
+    return port<sensorPortCount&& static_cast<int32_t>(deliveredReadings[port].load() -
+                                                       begunReading)> 0;
 }
 
 void sensorPortHandler_registerReadingListener(void (*listener)()) {

@@ -48,6 +48,9 @@ void sensorPort_setServedConnection(uint32_t port, uint32_t connection);
 /// True when the port is connected and its records belong to the sensor that is connected now.
 bool sensorPort_isServed(uint32_t port);
 
+/// Tells that a reading begins: nothing of it has been measured yet. Handler threads.
+void sensorPort_beginReading(uint32_t port);
+
 /// Counts a reading that is new. Handler threads, without any lock.
 void sensorPort_countReading(uint32_t port, bool isNew);
 
@@ -57,6 +60,13 @@ void sensorPort_tellOfReading();
 /// Number of readings that a port has delivered since the program's start (a forward and reflected
 /// pair counts once). Any thread, no lock.
 uint32_t sensorPortHandler_getReadingNumber(uint32_t port);
+
+/// Number of the reading that a port has begun last, delivered or not. Any thread, no lock.
+uint32_t sensorPortHandler_getBegunReading(uint32_t port);
+
+/// True once a port has delivered a reading that began after the one of this number: all of it was
+/// measured since then. Any thread, no lock.
+bool sensorPortHandler_hasReadingSince(uint32_t port, uint32_t begunReading);
 
 /// Registers who is told, on the handler's thread, that a port has a new reading.
 void sensorPortHandler_registerReadingListener(void (*listener)());

@@ -133,6 +133,7 @@ sensorSerCommState serialNumState(SERIAL_HANDLER_DATA_STRUCT* handler) {
 sensorSerCommState forwardState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     const uint32_t port = portOf(handler);
     newMeasurementIsAvailable[port] = false;
+    sensorPort_beginReading(port);
     handler->start_time_ms = getTime_ms();
     if (!measure(handler, "F", &SENSOR_MEASUREMENTS::fwdPwrVal, true)) {
         return stateSerFlush;

@@ -159,6 +159,7 @@ void finishCycle(Handler* handler) {
 sensorUsbCommState usbSensorMeasure_init(Handler* handler) {
     USB_PORT_DATA_STRUCT& port = handler->usbPort;
     newMeasurementIsAvailable[sensorUsbHandler_port(handler)] = false;
+    sensorPort_beginReading(sensorUsbHandler_port(handler));
     handler->start_time_ms = getTime_ms();
     const int result = handleInitCmd(port.fd, port.rxBuffer);
     if (result <= 0) {

@@ -23,6 +23,9 @@ TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
         EXPECT_EQ(sensorPortHandler_getSensorMaxPower(port), 0.0F);
         EXPECT_EQ(sensorPortHandler_getSensorMinPower(port), 0.0F);
         EXPECT_EQ(sensorPortHandler_getReadingNumber(port), 0U);
+        sensorPort_beginReading(port);
+        EXPECT_EQ(sensorPortHandler_getBegunReading(port), 0U);
+        EXPECT_FALSE(sensorPortHandler_hasReadingSince(port, 0));
         SENSOR_IDENTITY identity;
         identity.sensorModel[0] = 'x';
         std::array<char, 10> serialNumber = {"unchanged"};

@@ -205,6 +205,20 @@ TEST_F(SerialSensor, AReadingIsSignalledAfterEachPair) {
     EXPECT_EQ(sensorPortHandler_getReadingNumber(sensorPort_Serial2), before + 1);
 }
 
+TEST_F(SerialSensor, AReadingBeginsBeforeItsForwardPowerIsAskedFor) {
+    const uint32_t before = sensorPortHandler_getBegunReading(sensorPort_Serial2);
+    step(stateSerFwd);
+    const uint32_t between = sensorPortHandler_getBegunReading(sensorPort_Serial2);
+    step(stateSerRfl);
+    EXPECT_EQ(between, before + 1);
+    EXPECT_TRUE(sensorPortHandler_hasReadingSince(sensorPort_Serial2, before));
+    EXPECT_FALSE(sensorPortHandler_hasReadingSince(sensorPort_Serial2, between));
+    step(stateSerFwd);
+    EXPECT_FALSE(sensorPortHandler_hasReadingSince(sensorPort_Serial2, between));
+    step(stateSerRfl);
+    EXPECT_TRUE(sensorPortHandler_hasReadingSince(sensorPort_Serial2, between));
+}
+
 TEST_F(SerialSensor, AReadingIsSignalledEvenIfTheReflectedOneFails) {
     World_setSpeed(5);
     sensor.replace('R', "");

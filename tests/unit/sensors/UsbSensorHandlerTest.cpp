@@ -364,6 +364,17 @@ TEST_F(UsbSensor, CwReadingsAreStoredInTheirUnits) {
     EXPECT_EQ(handler.measCycle_time_ms, handler.finish_time_ms - handler.start_time_ms);
 }
 
+TEST_F(UsbSensor, AReadingBeginsWithTheMeasurement) {
+    const uint32_t before = sensorPortHandler_getBegunReading(sensorPort_USB2);
+    step(stateUsbInit);
+    EXPECT_EQ(sensorPortHandler_getBegunReading(sensorPort_USB2), before + 1);
+    EXPECT_FALSE(sensorPortHandler_hasReadingSince(sensorPort_USB2, before));
+    device.setReply("FETC:FORW:AVER?", "25.5");
+    step(stateUsbCwMeasure);
+    EXPECT_TRUE(sensorPortHandler_hasReadingSince(sensorPort_USB2, before));
+    EXPECT_FALSE(sensorPortHandler_hasReadingSince(sensorPort_USB2, before + 1));
+}
+
 TEST_F(UsbSensor, TheTemperatureAloneDecidesHowTheCwStepEnds) {
     readings().fwdPwrVal = 7.0F;
     newMeasurementIsAvailable[sensorPort_USB2] = false;
