@@ -24,6 +24,7 @@
 #include "SensorManager.h"
 #include "SensorPolling.h"
 #include "SensorPortHandler.h"
+#include "SerialCommand.h"
 #include "SerialConfig.h"
 #include "SerialPort.h"
 #include "ShutDownWarning.h"
@@ -108,6 +109,7 @@ int main(int argc, char* argv[]) {
     sensorPortHandler_setPulseConfigFile(pulseSensorFile);
     sensorPortHandler_createAll();
     StartThreads_startWorkers();
+    SerialCommand_Start();
     runMainLoop();
     disableBatteryMonitor();
     Shutdown_waitForCommand(shutdownLimit_ms);

@@ -1,0 +1,7 @@
+#include "SerialReset.h"
+
+#include "Configuration.h"
+
+void SerialReset_HandleCommand() {
+    resetConfigToDefaults();
+}

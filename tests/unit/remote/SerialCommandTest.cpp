@@ -1,0 +1,343 @@
+#include "SerialCommand.h"
+
+#include "Configuration.h"
+#include "SensorDisplays.h"
+#include "SensorPortSignals.h"
+#include "SerialCommandHandler.h"
+#include "SerialPort.h"
+#include "SerialSensors.h"
+#include "SerialStatus.h"
+#include "SerialTerminal.h"
+#include "World.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <random>
+#include <string>
+#include <thread>
+
+namespace {
+
+constexpr uint32_t quiet_ms = 60;
+constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
+
+/// The protocol with its two threads, which run for the rest of the process.
+class LegacyPort : public testing::Test {
+protected:
+    LegacyPort() {
+        restoreDefaultSettings();
+        configuration_setUseLegacy(true);
+        SerialSensors_reset();
+        static const bool isStarted = [] {
+            SerialCommand_Start();
+            return true;
+        }();
+        EXPECT_TRUE(isStarted);
+        serial_command_handler_reset();
+        SerialStatus_InitializeStatus();
+        // Their read of the port before this test's may still be failing.
+        terminal.send("U1U0");
+        EXPECT_EQ(terminal.readLine(), " 6610  VCM VCO FL \r\n");
+        EXPECT_EQ(terminal.readLine(), freshStatus);
+    }
+
+    std::string ask(std::string_view command) {
+        terminal.send(command);
+        return terminal.readLine();
+    }
+    /// Waits until the input thread has dealt with all that was sent.
+    void synchronise() {
+        EXPECT_EQ(ask("U2"), " 6610   0100 RS232\r\n");
+    }
+
+    SerialTerminal terminal;
+};
+
+TEST_F(LegacyPort, StatusRightAfterStartIsTheInitialOne) {
+    EXPECT_EQ(ask("U0"), freshStatus);
+    EXPECT_EQ(ask("u0"), freshStatus);
+}
+
+TEST_F(LegacyPort, EnterIsAnsweredByTheNextReadingOnly) {
+    SerialSensors_show(UpperDisplay, 0);
+    SerialSensors_measure(0, 1.0F, 0.0F);
+    terminal.send("ent");
+    synchronise();
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+    SerialSensors_measure(0, 1.5F, 0.0F);
+    EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
+    SerialSensors_measure(0, 1.6F, 0.0F);
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+}
+
+TEST_F(LegacyPort, AReadingThatHadBegunBeforeTheRequestIsNotAnAnswer) {
+    SerialSensors_show(UpperDisplay, 0);
+    sensorPort_beginReading(0);
+    SerialSensors_store(0, 1.0F, 0.0F);
+    terminal.send("ENT");
+    synchronise();
+    sensorPort_countReading(0, true);
+    sensorPort_tellOfReading();
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+    SerialSensors_measure(0, 1.5F, 0.0F);
+    EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
+}
+
+TEST_F(LegacyPort, ReadingsOfTheOtherSensorDoNotAnswer) {
+    SerialSensors_show(UpperDisplay, 0);
+    SerialSensors_show(LowerDisplay, 1);
+    terminal.send("ENT");
+    synchronise();
+    for (int reading = 0; reading < 5; ++reading) {
+        SerialSensors_measure(1, 7.0F, 0.0F);
+    }
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+    SerialSensors_measure(0, 1.5F, 0.0F);
+    EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
+}
+
+TEST_F(LegacyPort, AChosenSensorThatIsPulledLeavesTheAnswerToTheOther) {
+    SerialSensors_show(UpperDisplay, 0);
+    SerialSensors_show(LowerDisplay, 1);
+    terminal.send("ENT");
+    synchronise();
+    sensorPortHandler_setIsConnected(0, false);
+    SerialSensors_measure(1, 1.25F, 0.0F);
+    EXPECT_EQ(terminal.readLine(), "NFC  1.2500   W\r\n");
+}
+
+TEST_F(LegacyPort, WithoutASensorOnADisplayThereIsNoAnswer) {
+    terminal.send("ENT");
+    synchronise();
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+    SerialSensors_measure(0, 1.5F, 0.0F);
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+    SerialSensors_show(UpperDisplay, 0);
+    SerialSensors_measure(0, 1.5F, 0.0F);
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+    EXPECT_EQ(ask("U0"), freshStatus);
+}
+
+TEST_F(LegacyPort, TwoRequestsBeforeTheReadingGiveOneAnswer) {
+    SerialSensors_show(UpperDisplay, 0);
+    terminal.send("ENTENT");
+    synchronise();
+    SerialSensors_measure(0, 1.5F, 0.0F);
+    EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
+    SerialSensors_measure(0, 1.6F, 0.0F);
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+}
+
+TEST_F(LegacyPort, ARequestBehindTheDeliveredReadingIsRemembered) {
+    SerialSensors_show(UpperDisplay, 0);
+    terminal.send("ENT");
+    synchronise();
+    // Delivered, but its announcement has not reached the output thread yet.
+    sensorPort_beginReading(0);
+    SerialSensors_store(0, 1.5F, 0.0F);
+    sensorPort_countReading(0, true);
+    terminal.send("ENT");
+    synchronise();
+    sensorPort_tellOfReading();
+    EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
+    SerialSensors_measure(0, 1.6F, 0.0F);
+    EXPECT_EQ(terminal.readLine(), "NFC  1.6000   W\r\n");
+}
+
+TEST_F(LegacyPort, ModesDecideWhichCommandsAsk) {
+    const struct {
+        bool commandMode;
+        const char* sent;
+        const char* answer;
+    } cases[] = {
+        {false, "T1FC", ""},
+        {false, "T1RC", ""},
+        {false, "T1FCENT", "NFC  1.5000   W\r\n"},
+        {false, "T1RCENT", "NRC   .2500   W\r\n"},
+        {false, "T5FC", ""},
+        {false, "T5ENT", ""},
+        {false, "T5FCENT", "NFC  1.5000   W\r\n"},
+        {true, "T1FC", ""},
+        {true, "T1FCENT", "NFC  1.5000   W\r\n"},
+        {true, "T5FC", "NFC  1.5000   W\r\n"},
+        {true, "T5RC", "NRC   .2500   W\r\n"},
+        {true, "T5ENT", ""},
+    };
+    SerialSensors_show(UpperDisplay, 0);
+    for (const auto& row : cases) {
+        configuration_setCommandModeSW(row.commandMode);
+        terminal.send(row.sent);
+        synchronise();
+        SerialSensors_measure(0, 1.5F, 0.25F);
+        EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), row.answer) << row.sent;
+        SerialSensors_measure(0, 1.6F, 0.25F);
+        EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "") << row.sent;
+    }
+    configuration_setCommandModeSW(false);
+}
+
+TEST_F(LegacyPort, IgnoredAndInvalidSequencesGiveNoReply) {
+    const struct {
+        const char* sent;
+        const char* status;
+    } cases[] = {
+        {"YTPYXF", " 6610  VCM VCO FL \r\n"},    {"J0", " 6610  VCM VCO PS \r\n"},
+        {"R18", " 6610  VCM ICO FL \r\n"},       {"RXF", " 6610  ICM VCO FL \r\n"},
+        {"\r\n*IDN?", " 6610  ICM VCO FL \r\n"}, {"T3", " 6610  VCM ICO FL \r\n"},
+        {"QJ9", " 6610  ICM ICO FL \r\n"},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(ask(std::string(row.sent) + "U1"), row.status) << row.sent;
+    }
+    EXPECT_EQ(ask("U0"), freshStatus);
+}
+
+/// A sensor that measures for ever; its power tells which reading it is.
+class BusySensor {
+public:
+    static constexpr int count = 16000; ///< powers of 20.00 W to 179.99 W
+    BusySensor() : thread([this] { run(); }) {}
+    ~BusySensor() {
+        isStopping = true;
+        thread.join();
+    }
+    BusySensor(const BusySensor&) = delete;
+    BusySensor& operator=(const BusySensor&) = delete;
+    /// Number of the reading that began last.
+    int latest() const {
+        return reading;
+    }
+
+private:
+    void run() {
+        while (!isStopping) {
+            const int number = (reading + 1) % count;
+            reading = number;
+            sensorPort_beginReading(0);
+            SerialSensors_store(0, 20.0F + static_cast<float>(number) * 0.01F, 0.0F);
+            sensorPort_countReading(0, true);
+            sensorPort_tellOfReading();
+            const timespec pause = {0, 50000};
+            nanosleep(&pause, nullptr);
+        }
+    }
+    std::atomic<bool> isStopping{false};
+    std::atomic<int> reading{0};
+    std::thread thread;
+};
+
+TEST_F(LegacyPort, TenThousandRequestsBehindEachOtherAreAllAnsweredWithNewerReadings) {
+    SerialSensors_show(UpperDisplay, 0);
+    const BusySensor sensor;
+    terminal.send("R11");
+    for (int request = 0; request < 10000; ++request) {
+        const int before = sensor.latest();
+        terminal.send("ENT");
+        const std::string line = terminal.readLine();
+        ASSERT_EQ(line.size(), 17U) << request << " " << line;
+        const int number =
+            static_cast<int>(std::lround((strtod(line.c_str() + 3, nullptr) - 20.0) * 100.0));
+        const int newer = (number - before + BusySensor::count) % BusySensor::count;
+        ASSERT_TRUE(newer > 0 && newer < BusySensor::count / 2) << request << " " << line;
+    }
+    EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
+}
+
+TEST_F(LegacyPort, AMillionRandomBytesLeaveItAnswering) {
+    constexpr int blockCount = 1000;
+    constexpr int blockSize = 1000;
+    SerialSensors_show(UpperDisplay, 0);
+    const BusySensor sensor;
+    std::mt19937 random(6610);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::thread reader;
+    std::atomic<bool> isSent{false};
+    size_t unended = 0;
+    reader = std::thread([&] {
+        do {
+            const std::string text = terminal.readUntilQuiet(200);
+            unended += !text.empty() && text.back() != '\n' ? 1U : 0U;
+        } while (!isSent);
+    });
+    std::string block(blockSize, '\0');
+    for (int count = 0; count < blockCount; ++count) {
+        for (char& character : block) {
+            character = static_cast<char>(byte(random));
+        }
+        terminal.send(block);
+    }
+    isSent = true;
+    reader.join();
+    EXPECT_EQ(unended, 0U);
+    // Whatever was half received ends with the line feed.
+    terminal.send("\nRYYT1FC");
+    terminal.readUntilQuiet(300);
+    EXPECT_EQ(ask("U0"), freshStatus);
+}
+
+TEST_F(LegacyPort, RepliesOfBothThreadsNeverMixInsideALine) {
+    SerialSensors_show(UpperDisplay, 0);
+    const BusySensor sensor;
+    terminal.send("R11");
+    for (int round = 0; round < 500; ++round) {
+        terminal.send("ENTU2U2U2");
+        int readings = 0;
+        for (int line = 0; line < 4; ++line) {
+            const std::string text = terminal.readLine();
+            readings += text.starts_with("NFC ") && text.size() == 17 ? 1 : 0;
+            ASSERT_TRUE(text.size() == 17 || text == " 6610   0100 RS232\r\n") << text;
+        }
+        ASSERT_EQ(readings, 1);
+    }
+}
+
+double processorTime_s() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+TEST_F(LegacyPort, APortThatHasGoneCostsNoProcessorTime) {
+    World_unplugTerminal(serialCommandPortName);
+    const double before = processorTime_s();
+    const timespec pause = {1, 500000000};
+    nanosleep(&pause, nullptr);
+    EXPECT_LT(processorTime_s() - before, 0.05);
+}
+
+TEST(LegacyPortStart, DoesNothingUnlessTheSettingIsOn) {
+    restoreDefaultSettings();
+    configuration_setUseLegacy(false);
+    const SerialTerminal terminal;
+    const int32_t before = *SerialPort_getfd();
+    World_clearSyslog();
+    SerialCommand_Start();
+    EXPECT_EQ(*SerialPort_getfd(), before);
+    EXPECT_TRUE(World_syslog().empty());
+}
+
+TEST(LegacyPortStart, AMissingPortIsReported) {
+    World_unplugTerminal(serialCommandPortName);
+    World_clearSyslog();
+    SerialCommand_Initialize(serialCommandPortName);
+    EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
+    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
+    EXPECT_EQ(*SerialPort_getfd(), -1);
+}
+
+TEST(LegacyPortStart, TheUsersSerialSettingsSurviveTheReopening) {
+    const SerialTerminal terminal;
+    termios settings{};
+    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
+    cfsetispeed(&settings, B1200);
+    cfsetospeed(&settings, B1200);
+    settings.c_cflag = (settings.c_cflag & ~static_cast<tcflag_t>(CSIZE)) | CS7 | PARENB | CSTOPB;
+    ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
+    SerialCommand_Initialize(serialCommandPortName);
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 7 E 2");
+}
+
+} // namespace
