@@ -95,6 +95,13 @@ testing::AssertionResult MeterTest::becomesVisible(const std::string& name, bool
            << name << (isVisible ? " does not appear" : " does not go away");
 }
 
+testing::AssertionResult MeterTest::within(const Stopwatch& watch, double limit_ms) {
+    const double gone_ms = watch.elapsed_ms();
+    return gone_ms < limit_ms * QUORVEL_PATIENCE
+               ? testing::AssertionSuccess()
+               : testing::AssertionFailure() << gone_ms << " ms, not " << limit_ms;
+}
+
 testing::AssertionResult MeterTest::measures(const std::string& port, const std::string& display) {
     for (const char* power : {"36", "49"}) {
         if (!Bench_do(bench, "set " + port + " fwd=" + power)) {

@@ -8,6 +8,19 @@
 #include <chrono>
 #include <string>
 
+/// Real time since it was made.
+class Stopwatch {
+public:
+    double elapsed_ms() const {
+        const std::chrono::duration<double, std::milli> gone =
+            std::chrono::steady_clock::now() - start;
+        return gone.count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
 /// The whole meter on a bench of its own, as a user has it in hand.
 class MeterTest : public testing::Test {
 protected:
@@ -37,6 +50,10 @@ protected:
     testing::AssertionResult becomesVisible(const std::string& name, bool isVisible,
                                             uint32_t limit_ms = 3000);
 
+    /// What the stopwatch measures was over within the limit. A program with a sanitizer is given
+    /// several times as long.
+    static testing::AssertionResult within(const Stopwatch& watch, double limit_ms);
+
     /// The display follows the sensor's forward power.
     testing::AssertionResult measures(const std::string& port, const std::string& display);
 
@@ -48,19 +65,6 @@ protected:
     static constexpr uint32_t readingLimit_ms = 15000;
 
     Bench bench;
-};
-
-/// Real time since it was made.
-class Stopwatch {
-public:
-    double elapsed_ms() const {
-        const std::chrono::duration<double, std::milli> gone =
-            std::chrono::steady_clock::now() - start;
-        return gone.count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
 /// Names of the channel dialog's parts.
