@@ -1,5 +1,6 @@
 // The instrument's start, in its fixed order.
 
+#include "AppSettingsMenu.h"
 #include "ApplicationDirectory.h"
 #include "BatteryIndicator.h"
 #include "BatteryMonitor.h"
@@ -31,6 +32,7 @@
 #include "Shutdown.h"
 #include "StackLimit.h"
 #include "StartThreads.h"
+#include "TopLineButtons.h"
 #include "message.h"
 
 #include <gtk/gtk.h>
@@ -68,11 +70,14 @@ void buildScreens() {
     MainWindowCallbacks callbacks{};
     callbacks.deleteEvent = CloseWindow_onDelete;
     callbacks.destroy = CloseWindow_onDestroy;
+    callbacks.measurementSettings = AppSettingsMenu_onGearClicked;
     MainWindow_registerCallbacks(callbacks);
     createGTKDisplays();
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
     checkModelForBattery();
     ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
+    AppSettingsMenu_create(GTK_WINDOW(entireScreen.mainWindow));
+    configureButtons(GTK_FIXED(entireScreen.topFixedLine));
     graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_register(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);

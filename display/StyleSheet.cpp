@@ -71,6 +71,76 @@ window#graphSettingsDialog entry {
 window#graphSettingsDialog entry:disabled { color: #909090; background-color: #e8e8e0; }
 window#graphSettingsDialog entry.target { border: 3px solid #4f81bd; padding: 0 9px; }
 window#graphSettingsDialog entry selection { background-color: #4f81bd; color: white; }
+
+/* Every list of choices is touched with a finger. */
+menu menuitem { min-height: 56px; padding: 0 16px; font-size: 26px; }
+menu.instrument { background-color: #1d1f21; border: 2px solid #6a6e72; padding: 6px; }
+menu.instrument menuitem { min-height: 72px; min-width: 220px; color: white; }
+menu.instrument menuitem:hover { background-color: #5a5e62; }
+menu.instrument menuitem label { color: white; font-size: 28px; }
+
+/* The side window and all other dialogs: white on black, and what can be tapped looks like a key. */
+window#appSettings, .instrument.background { background-color: black; color: white; }
+window#appSettings { border-left: 3px solid #6a6e72; }
+.instrument.background { border: 3px solid #6a6e72; }
+window#appSettings label, .instrument.background label {
+    color: white; background-color: transparent; font-size: 24px;
+}
+window#appSettings label.heading, .instrument.background label.heading {
+    font-size: 32px; font-weight: bold;
+}
+window#appSettings label.section, .instrument.background label.section { color: #ffd766; }
+window#appSettings label.note, .instrument.background label.note {
+    color: #b8bcc0; font-size: 20px;
+}
+.instrument.background label.value { font-family: Monospace; font-size: 24px; }
+window#appSettings label:disabled { color: #6a6e72; }
+window#appSettings button, .instrument.background button {
+    background-color: #1d1f21; background-image: none; border: 1px solid #6a6e72;
+    border-bottom: 3px solid #6a6e72; border-radius: 8px; padding: 0 4px; box-shadow: none;
+    text-shadow: none; -gtk-icon-shadow: none; outline-style: none; transition: none;
+}
+window#appSettings button label, .instrument.background button label { font-size: 26px; }
+window#appSettings button:active, .instrument.background button:active {
+    background-color: #5a5e62; border-color: #ffd766;
+}
+window#appSettings button:disabled, .instrument.background button:disabled {
+    border-color: #333333;
+}
+window#appSettings button:disabled label, .instrument.background button:disabled label {
+    color: #6a6e72;
+}
+window#appSettings button:checked, .instrument.background button:checked {
+    background-color: #ffd766; border-color: #ffd766;
+}
+window#appSettings button:checked label, .instrument.background button:checked label {
+    color: black;
+}
+window#appSettings button:checked:disabled, .instrument.background button:checked:disabled {
+    background-color: #4a4432; border-color: #4a4432;
+}
+window#appSettings checkbutton {
+    background-color: #1d1f21; border: 1px solid #6a6e72; border-bottom: 3px solid #6a6e72;
+    border-radius: 8px; padding: 0 14px; outline-style: none; transition: none;
+}
+window#appSettings checkbutton:disabled { border-color: #333333; }
+window#appSettings checkbutton check {
+    min-width: 32px; min-height: 32px; margin-right: 14px; border: 2px solid #b8bcc0;
+    background-color: black; background-image: none; color: #ffd766; transition: none;
+}
+window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6a6e72; }
+.instrument.background entry {
+    background-color: #1d1f21; background-image: none; color: white; caret-color: white;
+    font-family: Monospace; font-size: 28px; border: 2px solid #6a6e72; border-radius: 6px;
+    box-shadow: none; padding: 0 10px;
+}
+.instrument.background entry:disabled { color: #6a6e72; background-color: black; }
+.instrument.background entry.target { border-color: #ffd766; }
+.instrument.background entry selection { background-color: #4f81bd; color: white; }
+.instrument.background textview, .instrument.background textview text {
+    background-color: #101112; color: white; font-size: 20px;
+}
+.instrument.background scrollbar slider { min-width: 40px; min-height: 80px; }
 )";
 
 // "pulseDisplayctive" never matches anything; it is deliberately kept so.

@@ -1,0 +1,67 @@
+#include "DialogHelpers.h"
+
+#include "MainWindow.h"
+#include "message.h"
+
+namespace {
+
+constexpr char dialogClass[] = "instrument";
+
+/// A file may name any object's style; here the widget names are the builder ids.
+void nameWidget(gpointer object, gpointer /*data*/) {
+    if (GTK_IS_WIDGET(object)) {
+        gtk_widget_set_name(GTK_WIDGET(object), gtk_buildable_get_name(GTK_BUILDABLE(object)));
+    }
+}
+
+} // namespace
+
+GtkBuilder* Dialog_load(const char* file, const DialogHandler* handlers, size_t handlerCount) {
+    GtkBuilder* builder = gtk_builder_new();
+    for (size_t i = 0; i < handlerCount; ++i) {
+        gtk_builder_add_callback_symbol(builder, handlers[i].name, handlers[i].function);
+    }
+    GError* error = nullptr;
+    if (gtk_builder_add_from_file(builder, file, &error) == 0) {
+        DIAGNOSTIC("Error loading file: %s\n", error->message);
+        g_error_free(error);
+        g_object_unref(builder);
+        return nullptr;
+    }
+    GSList* objects = gtk_builder_get_objects(builder);
+    g_slist_foreach(objects, nameWidget, nullptr);
+    g_slist_free(objects);
+    gtk_builder_connect_signals(builder, nullptr);
+    return builder;
+}
+
+GtkWidget* Dialog_widget(GtkBuilder* builder, const char* id) {
+    GObject* object = gtk_builder_get_object(builder, id);
+    if (!GTK_IS_WIDGET(object)) {
+        DIAGNOSTIC("The interface has no widget %s.\n", id);
+        return nullptr;
+    }
+    return GTK_WIDGET(object);
+}
+
+void Dialog_showAbove(GtkWidget* dialog) {
+    GtkWindow* window = GTK_WINDOW(dialog);
+    gtk_style_context_add_class(gtk_widget_get_style_context(dialog), dialogClass);
+    gtk_window_set_decorated(window, FALSE);
+    if (entireScreen.mainWindow != nullptr) {
+        gtk_window_set_transient_for(window, GTK_WINDOW(entireScreen.mainWindow));
+    }
+    gtk_window_set_position(window, GTK_WIN_POS_CENTER_ON_PARENT);
+    gtk_window_set_modal(window, TRUE);
+    gtk_window_set_keep_above(window, TRUE);
+    gtk_widget_show_all(dialog);
+    gtk_window_present(window);
+}
+
+void Dialog_close(GtkWidget** dialog) {
+    if (*dialog != nullptr) {
+        GtkWidget* closing = *dialog;
+        *dialog = nullptr;
+        gtk_widget_destroy(closing);
+    }
+}

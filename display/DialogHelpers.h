@@ -1,0 +1,28 @@
+#ifndef DISPLAY_DIALOG_HELPERS_H
+#define DISPLAY_DIALOG_HELPERS_H
+
+#include <gtk/gtk.h>
+
+/// What the dialogs above the measurement screens share. GDK lock held.
+
+/// A signal handler that an interface file names.
+struct DialogHandler {
+    const char* name;
+    GCallback function;
+};
+
+/// Loads an interface file, names each widget as its builder id and connects its handlers. Null,
+/// with a diagnostic, if the file cannot be loaded. The caller unreferences the builder.
+GtkBuilder* Dialog_load(const char* file, const DialogHandler* handlers, size_t handlerCount);
+
+/// A widget of a loaded interface; null, with a diagnostic, if the file has none of that id.
+GtkWidget* Dialog_widget(GtkBuilder* builder, const char* id);
+
+/// Shows a dialog above the main window and keeps touches from everything below. The measurements
+/// behind it go on: nothing waits for its answer.
+void Dialog_showAbove(GtkWidget* dialog);
+
+/// Takes a dialog away and forgets it; null is skipped.
+void Dialog_close(GtkWidget** dialog);
+
+#endif
