@@ -1,0 +1,114 @@
+// Measurement queries. Several patterns share a handler, which looks for keywords in the whole line
+// as it was received: the first keyword of its list that stands anywhere decides, also when it
+// belongs to another command on that line. Deliberate: clients know it so.
+#include "ScpiAnswers.h"
+#include "ScpiCallback.h"
+#include "ScpiConditions.h"
+#include "ScpiLink.h"
+#include "ScpiRecord.h"
+#include "ScpiTriggeredGate.h"
+
+namespace {
+
+constexpr float hertzPerMegahertz = 1e6F;
+constexpr float microsecondsPerSecond = 1e6F;
+
+constexpr PulseSensorConditions noConditions{};
+constexpr PulseSensorConditions pulseConditions{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = false,
+                                                .bPulseGate = true,
+                                                .bTriggeredGate = false};
+constexpr PulseSensorConditions stateConditions{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = false,
+                                                .bTriggeredGate = true};
+
+struct PulseReading {
+    const char* keyword;
+    float SENSOR_MEASUREMENTS::*value;
+    float factor;
+};
+constexpr PulseReading pulseReadings[] = {
+    {"DCYC", &SENSOR_MEASUREMENTS::dutyCycleVal, 1},
+    {"PER", &SENSOR_MEASUREMENTS::prdVal, microsecondsPerSecond},
+    {"PRF", &SENSOR_MEASUREMENTS::prfVal, 1},
+    {"WIDT", &SENSOR_MEASUREMENTS::widthVal, microsecondsPerSecond},
+};
+
+/// Reads the channel, checks the conditions and copies the channel's mirror.
+scpi_result_t readMeasurements(scpi_t* context, const PulseSensorConditions& conditions,
+                               SENSOR_MEASUREMENTS* measurements) {
+    size_t channel = 0;
+    if (SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    *measurements = scpi_measurements(channel);
+    return SCPI_RES_OK;
+}
+
+} // namespace
+
+scpi_result_t SCPI_MeasureTemperatureQ(scpi_t* context) {
+    SENSOR_MEASUREMENTS measured;
+    if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    return scpi_answerNumber(context, measured.temperatureVal);
+}
+
+scpi_result_t SCPI_MeasurePowerFreqQ(scpi_t* context) {
+    SENSOR_MEASUREMENTS measured;
+    if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    return scpi_answerNumber(context, measured.freqVal / hertzPerMegahertz);
+}
+
+scpi_result_t SCPI_MeasurePowerPulseQ(scpi_t* context) {
+    SENSOR_MEASUREMENTS measured;
+    if (readMeasurements(context, pulseConditions, &measured) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    for (const PulseReading& reading : pulseReadings) {
+        if (ScpiLink_lineContains(context, reading.keyword)) {
+            return scpi_answerNumber(context, measured.*reading.value * reading.factor);
+        }
+    }
+    return SCPI_RES_ERR;
+}
+
+scpi_result_t SCPI_MeasurePowerAverageQ(scpi_t* context) {
+    SENSOR_MEASUREMENTS measured;
+    if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    return scpi_answerNumber(context, ScpiLink_lineContains(context, "REFL") ? measured.rflPwrVal
+                                                                             : measured.fwdPwrVal);
+}
+
+scpi_result_t SCPI_MeasurePowerGateQ(scpi_t* context) {
+    SENSOR_MEASUREMENTS measured;
+    if (readMeasurements(context, pulseConditions, &measured) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    if (ScpiLink_lineContains(context, "MAX")) {
+        return scpi_answerNumber(context, measured.gateMax);
+    }
+    return scpi_answerNumber(context, ScpiLink_lineContains(context, "MIN") ? measured.gateMin
+                                                                            : measured.gateMean);
+}
+
+scpi_result_t SCPI_MeasurePowerStateQ(scpi_t* context) {
+    SENSOR_MEASUREMENTS measured;
+    if (readMeasurements(context, stateConditions, &measured) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    const PULSE_STATES& state = measured.pulseStates[getTiggeredGateIndex(context)];
+    if (ScpiLink_lineContains(context, "MAX")) {
+        return scpi_answerNumber(context, state.max);
+    }
+    return scpi_answerNumber(context,
+                             ScpiLink_lineContains(context, "MIN") ? state.min : state.mean);
+}

@@ -1,0 +1,312 @@
+// Commands on the remote working copy of a channel's pulse configuration. A setter reads its value,
+// then the channel, then checks its conditions; a query reads the channel and checks its own.
+#include "Configuration.h"
+#include "ScpiAnswers.h"
+#include "ScpiCallback.h"
+#include "ScpiConditions.h"
+#include "ScpiErrors.h"
+#include "ScpiLink.h"
+#include "ScpiReaders.h"
+#include "ScpiTriggeredGate.h"
+#include "ScpiWorkingCopy.h"
+#include "SensorPortHandler.h"
+#include "UsbSensorConfig.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <optional>
+
+namespace {
+
+constexpr float hertzPerMegahertz = 1e6F;
+
+constexpr PulseSensorConditions forPulseSensor{.bPulseMode = false,
+                                               .bPulseSensor = true,
+                                               .b3164 = false,
+                                               .bPulseGate = false,
+                                               .bTriggeredGate = false};
+constexpr PulseSensorConditions for3164{.bPulseMode = false,
+                                        .bPulseSensor = true,
+                                        .b3164 = true,
+                                        .bPulseGate = false,
+                                        .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseMode{.bPulseMode = true,
+                                            .bPulseSensor = true,
+                                            .b3164 = false,
+                                            .bPulseGate = false,
+                                            .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseMode3164{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = false,
+                                                .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseGate{.bPulseMode = true,
+                                            .bPulseSensor = true,
+                                            .b3164 = false,
+                                            .bPulseGate = true,
+                                            .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseGate3164{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = true,
+                                                .bTriggeredGate = false};
+constexpr PulseSensorConditions inTriggeredGate{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = false,
+                                                .bTriggeredGate = true};
+
+template <typename Value> auto field(Value SENSOR_CONFIGS::*member) {
+    return [member](auto& config) -> auto& {
+        return config.*member;
+    };
+}
+
+/// The begin or the end, whichever the received line asks for.
+auto stateDelay(const scpi_t* context) {
+    const size_t index = getTiggeredGateIndex(context);
+    const auto member =
+        ScpiLink_lineContains(context, "BEG") ? &PULSE_STATE_INTVL::begin : &PULSE_STATE_INTVL::end;
+    return [ index, member ](auto& config) -> auto& {
+        return config.pulseStates[index].*member;
+    };
+}
+
+auto stateEnable(const scpi_t* context) {
+    const size_t index = getTiggeredGateIndex(context);
+    return [index](auto& config) -> auto& {
+        return config.pulseStates[index].bEnabled;
+    };
+}
+
+auto gateDelay(const scpi_t* context) {
+    return field(ScpiLink_lineContains(context, "BEG") ? &SENSOR_CONFIGS::gateBegin
+                                                       : &SENSOR_CONFIGS::gateEnd);
+}
+
+/// Stores a value that was read, after the channel has been read and checked.
+template <typename Value, typename Place>
+scpi_result_t store(scpi_t* context, const PulseSensorConditions& conditions, Place place,
+                    const std::optional<Value>& value) {
+    size_t channel = 0;
+    if (!value || SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    ScpiWorkingCopy_set(channel, place, *value);
+    return SCPI_RES_OK;
+}
+
+/// The working copy of the channel that a query names.
+std::optional<SENSOR_CONFIGS> readCopy(scpi_t* context, const PulseSensorConditions& conditions) {
+    size_t channel = 0;
+    if (SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
+        return {};
+    }
+    return scpi_workingCopy(channel).config;
+}
+
+template <typename Place>
+scpi_result_t answerFlag(scpi_t* context, const PulseSensorConditions& conditions, Place place) {
+    const std::optional<SENSOR_CONFIGS> config = readCopy(context, conditions);
+    return config ? scpi_answerInteger(context, place(*config) ? 1 : 0) : SCPI_RES_ERR;
+}
+
+template <typename Place>
+scpi_result_t answerValue(scpi_t* context, const PulseSensorConditions& conditions, Place place) {
+    const std::optional<SENSOR_CONFIGS> config = readCopy(context, conditions);
+    return config ? scpi_answerNumber(context, place(*config)) : SCPI_RES_ERR;
+}
+
+/// A frequency in hertz; the number is taken in megahertz.
+std::optional<float> readMegahertz(scpi_t* context) {
+    const std::optional<float> megahertz = SCPI_ReadFrequencyParameter(context);
+    if (!megahertz) {
+        return {};
+    }
+    const float hertz = *megahertz * hertzPerMegahertz;
+    if (!std::isfinite(hertz)) {
+        SCPI_ErrorPush(context, SCPI_ERROR_PARAMETER_ERROR);
+        return {};
+    }
+    return hertz;
+}
+
+scpi_result_t reportSensorErrors(scpi_t* context, const USBTMC_PARAM_ERRORS& errors) {
+    if (errors.sensorHasGone) {
+        pushCustomScpiError(context, scpiErrorNoSensor);
+        return SCPI_RES_ERR;
+    }
+    const int count = std::clamp(errors.count, 0, static_cast<int>(std::size(errors.errors)));
+    for (int i = 0; i < count; ++i) {
+        pushCustomScpiErrorWithMsg(context, scpiErrorFromSensor, errors.errors[i]);
+    }
+    return count == 0 ? SCPI_RES_OK : SCPI_RES_ERR;
+}
+
+} // namespace
+
+scpi_result_t SCPI_CalculatePulseModel(scpi_t* context) {
+    return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::bModelIsTriggeredGates),
+                 SCPI_ReadGateModelParameter(context));
+}
+
+scpi_result_t SCPI_CalculatePulseModelQ(scpi_t* context) {
+    const std::optional<SENSOR_CONFIGS> config = readCopy(context, for3164);
+    return config ? scpi_answerText(context, config->bModelIsTriggeredGates ? "TRIG" : "PULS")
+                  : SCPI_RES_ERR;
+}
+
+scpi_result_t SCPI_CalculateStateEnable(scpi_t* context) {
+    return store(context, inTriggeredGate, stateEnable(context),
+                 SCPI_ReadBooleanParameter(context));
+}
+
+scpi_result_t SCPI_CalculateStateEnableQ(scpi_t* context) {
+    return answerFlag(context, for3164, stateEnable(context));
+}
+
+scpi_result_t SCPI_CalculateStateDelay(scpi_t* context) {
+    return store(context, inTriggeredGate, stateDelay(context), SCPI_ReadTimeParameter(context));
+}
+
+scpi_result_t SCPI_CalculateStateDelayQ(scpi_t* context) {
+    return answerValue(context, for3164, stateDelay(context));
+}
+
+scpi_result_t SCPI_CalculateGateDelay(scpi_t* context) {
+    return store(context, inPulseGate, gateDelay(context), SCPI_ReadTimeParameter(context));
+}
+
+scpi_result_t SCPI_CalculateGateDelayQ(scpi_t* context) {
+    return answerValue(context, forPulseSensor, gateDelay(context));
+}
+
+scpi_result_t SCPI_SenseFrequencyAuto(scpi_t* context) {
+    return store(context, forPulseSensor, field(&SENSOR_CONFIGS::bAutoFrequency),
+                 SCPI_ReadBooleanParameter(context));
+}
+
+scpi_result_t SCPI_SenseFrequencyAutoQ(scpi_t* context) {
+    return answerFlag(context, forPulseSensor, field(&SENSOR_CONFIGS::bAutoFrequency));
+}
+
+scpi_result_t SCPI_SenseFrequency(scpi_t* context) {
+    return store(context, forPulseSensor, field(&SENSOR_CONFIGS::freqVal), readMegahertz(context));
+}
+
+scpi_result_t SCPI_SenseFrequencyQ(scpi_t* context) {
+    const std::optional<SENSOR_CONFIGS> config = readCopy(context, forPulseSensor);
+    if (!config) {
+        return SCPI_RES_ERR;
+    }
+    SCPI_ResultDouble(context,
+                      static_cast<double>(scpi_rounded(config->freqVal) / hertzPerMegahertz));
+    return SCPI_RES_OK;
+}
+
+scpi_result_t SCPI_SensePeriodAuto(scpi_t* context) {
+    return store(context, inPulseGate3164, field(&SENSOR_CONFIGS::bAutoPeriod),
+                 SCPI_ReadBooleanParameter(context));
+}
+
+scpi_result_t SCPI_SensePeriodAutoQ(scpi_t* context) {
+    return answerFlag(context, for3164, field(&SENSOR_CONFIGS::bAutoPeriod));
+}
+
+scpi_result_t SCPI_SensePeriod(scpi_t* context) {
+    return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::prdVal),
+                 SCPI_ReadTimeParameter(context));
+}
+
+scpi_result_t SCPI_SensePeriodQ(scpi_t* context) {
+    return answerValue(context, for3164, field(&SENSOR_CONFIGS::prdVal));
+}
+
+scpi_result_t SCPI_TriggerLevelAuto(scpi_t* context) {
+    return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::bAutoTriggerLevel),
+                 SCPI_ReadBooleanParameter(context));
+}
+
+scpi_result_t SCPI_TriggerLevelAutoQ(scpi_t* context) {
+    return answerFlag(context, for3164, field(&SENSOR_CONFIGS::bAutoTriggerLevel));
+}
+
+scpi_result_t SCPI_TriggerLevel(scpi_t* context) {
+    return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::trigLevelVal),
+                 SCPI_ReadLevelParameter(context));
+}
+
+scpi_result_t SCPI_TriggerLevelQ(scpi_t* context) {
+    return answerValue(context, for3164, field(&SENSOR_CONFIGS::trigLevelVal));
+}
+
+scpi_result_t SCPI_TriggerDelay(scpi_t* context) {
+    return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::trigDelayVal),
+                 SCPI_ReadTimeParameter(context));
+}
+
+scpi_result_t SCPI_TriggerDelayQ(scpi_t* context) {
+    return answerValue(context, for3164, field(&SENSOR_CONFIGS::trigDelayVal));
+}
+
+scpi_result_t SCPI_TriggerSlope(scpi_t* context) {
+    return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::trigSlope),
+                 SCPI_ReadSlopeParameter(context));
+}
+
+scpi_result_t SCPI_TriggerSlopeQ(scpi_t* context) {
+    const std::optional<SENSOR_CONFIGS> config = readCopy(context, for3164);
+    if (!config) {
+        return SCPI_RES_ERR;
+    }
+    if (config->trigSlope == 1) {
+        return scpi_answerText(context, "POS");
+    }
+    // Four letters for whatever else a sensor may hold: deliberate.
+    return scpi_answerText(context, config->trigSlope == 0 ? "NEG" : "EITH");
+}
+
+scpi_result_t SCPI_SystemPulseEnable(scpi_t* context) {
+    const std::optional<bool> isOn = SCPI_ReadBooleanParameter(context);
+    if (!isOn) {
+        return SCPI_RES_ERR;
+    }
+    configuration_setPulseMode(*isOn);
+    return SCPI_RES_OK;
+}
+
+scpi_result_t SCPI_SystemPulseEnableQ(scpi_t* context) {
+    return scpi_answerInteger(context, configuration_getPulseMode() ? 1 : 0);
+}
+
+scpi_result_t SCPI_SystemPulseConfigSync(scpi_t* context) {
+    size_t channel = 0;
+    if (SCPI_ReadCheckedChannel(context, forPulseSensor, &channel) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    const uint32_t port = scpi_sensorPort(channel);
+    SENSOR_CONFIGS config{};
+    sensorPortHandler_getSensorConfigs(&config, port);
+    scpi_synchronizeCopy(channel, port, config);
+    return SCPI_RES_OK;
+}
+
+scpi_result_t SCPI_SystemPulseConfigCommit(scpi_t* context) {
+    size_t channel = 0;
+    SENSOR_CONFIGS config{};
+    if (SCPI_ReadCheckedChannel(context, inPulseMode, &channel) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    const uint32_t port = scpi_sensorPort(channel);
+    if (!ScpiWorkingCopy_takeForCommit(channel, &config)) {
+        return SCPI_RES_OK;
+    }
+    // The wait for the sensor holds no lock: the other link goes on.
+    const USBTMC_PARAM_ERRORS errors = sensorPortHandler_setSensorConfigs(config, port);
+    if (reportSensorErrors(context, errors) != SCPI_RES_OK) {
+        return SCPI_RES_ERR;
+    }
+    ScpiWorkingCopy_committed(channel, port, config);
+    return SCPI_RES_OK;
+}

@@ -1,0 +1,216 @@
+#include "ScpiReaders.h"
+
+#include "Numbers.h"
+#include "ScpiErrors.h"
+#include "ScpiRecord.h"
+#include "SensorPortHandler.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+scpi_result_t refuse(scpi_t* context, int16_t error) {
+    SCPI_ErrorPush(context, error);
+    return SCPI_RES_ERR;
+}
+
+scpi_result_t refuseChannel(scpi_t* context, scpiCustomError error) {
+    pushCustomScpiError(context, error);
+    return SCPI_RES_ERR;
+}
+
+/// A text that names a value in a short and a long form.
+struct NamedValue {
+    const char* shortForm;
+    const char* longForm;
+    uint8_t value;
+};
+constexpr NamedValue gateModels[] = {{"PULS", "PULSE", 0}, {"TRIG", "TRIGGERED", 1}};
+constexpr NamedValue slopes[] = {{"POS", "POSITIVE", 1}, {"NEG", "NEGATIVE", 0}};
+
+template <size_t Count>
+std::optional<uint8_t> readNamed(scpi_t* context, const NamedValue (&names)[Count]) {
+    ScpiString text;
+    if (SCPI_ReadStringParameter(context, &text) != SCPI_RES_OK) {
+        return {};
+    }
+    for (const NamedValue& name : names) {
+        if (strcmp(text.data(), name.shortForm) == 0 || strcmp(text.data(), name.longForm) == 0) {
+            return name.value;
+        }
+    }
+    SCPI_ErrorPush(context, SCPI_ERROR_PARAMETER_ERROR);
+    return {};
+}
+
+/// A unit: the text that shows it is there, where the text is then cut, and its factor.
+struct UnitRule {
+    const char* contained;
+    const char* cutAt; ///< at the first of these letters
+    double factor;
+};
+
+// The first rule that fits wins. Every text with an S fits the first, so that 10MS becomes 10M and
+// is refused: deliberate, and the same for W and KW.
+constexpr UnitRule timeRules[] = {{"S", "S", 1}, {"MS", "MS", 1e-3}, {"US", "US", 1e-6}};
+constexpr UnitRule levelRules[] = {{"MW", "MW", 1e-3}, {"W", "W", 1}, {"KW", "KW", 1e3}};
+
+template <size_t Count> double cutUnit(char* text, const UnitRule (&rules)[Count]) {
+    for (const UnitRule& rule : rules) {
+        if (strstr(text, rule.contained) != nullptr) {
+            text[strcspn(text, rule.cutAt)] = '\0';
+            return rule.factor;
+        }
+    }
+    return 1;
+}
+
+/// Any text but a bare unit is cut at its first H or Z and has the factor 1: deliberate, so that
+/// 10KHZ becomes 10K and is refused.
+double cutFrequencyUnit(char* text) {
+    constexpr UnitRule units[] = {{"HZ", "HZ", 1}, {"KHZ", "KHZ", 1e3}, {"MHZ", "MHZ", 1e6}};
+    for (const UnitRule& unit : units) {
+        if (strcmp(text, unit.contained) != 0) {
+            text[strcspn(text, unit.cutAt)] = '\0';
+            return unit.factor;
+        }
+    }
+    return 1;
+}
+
+/// The number in the text, times the factor, if a float can hold it.
+std::optional<float> scaledNumber(scpi_t* context, const char* text, double factor) {
+    double number = 0;
+    if (!stringIsFloat(text, &number) || std::fabs(number * factor) > FLT_MAX) {
+        SCPI_ErrorPush(context, SCPI_ERROR_PARAMETER_ERROR);
+        return {};
+    }
+    return static_cast<float>(number * factor);
+}
+
+std::optional<float> readScaled(scpi_t* context, double (*cut)(char* text)) {
+    ScpiString text;
+    if (SCPI_ReadStringParameter(context, &text) != SCPI_RES_OK) {
+        return {};
+    }
+    const double factor = cut(text.data());
+    return scaledNumber(context, text.data(), factor);
+}
+
+} // namespace
+
+bool SCPI_IsChannelValid(size_t channel) {
+    scpiGetSensor();
+    const uint32_t port = scpi_sensorPort(channel);
+    if (port == sensorPort_None) {
+        scpi_forgetCopy(channel);
+        return false;
+    }
+    if (scpi_workingCopy(channel).state == NotInitialized) {
+        SENSOR_CONFIGS config{};
+        sensorPortHandler_getSensorConfigs(&config, port);
+        scpi_synchronizeCopy(channel, port, config);
+    }
+    return true;
+}
+
+scpi_result_t SCPI_ReadChannelParameter(scpi_t* context, size_t* channel) {
+    scpi_parameter_t parameter{};
+    double number = 1;
+    if (SCPI_Parameter(context, &parameter, FALSE)) {
+        if (!SCPI_ParamIsNumber(&parameter, FALSE) ||
+            !SCPI_ParamToDouble(context, &parameter, &number) || !std::isfinite(number)) {
+            return refuse(context, SCPI_ERROR_PARAMETER_ERROR);
+        }
+    } else if (SCPI_ParamErrorOccurred(context)) {
+        return SCPI_RES_ERR;
+    }
+    const double rounded = std::round(number);
+    if (rounded != 1 && rounded != 2) {
+        return refuseChannel(context, scpiErrorChannel);
+    }
+    *channel = rounded == 1 ? 0 : 1;
+    return SCPI_IsChannelValid(*channel) ? SCPI_RES_OK : refuseChannel(context, scpiErrorNoSensor);
+}
+
+void convertScpiStringToUpperCase(char* text) {
+    for (; *text != '\0'; ++text) {
+        *text = static_cast<char>(toupper(static_cast<unsigned char>(*text)));
+    }
+}
+
+scpi_result_t SCPI_ReadStringParameter(scpi_t* context, ScpiString* text) {
+    const char* from = nullptr;
+    size_t length = 0;
+    if (!SCPI_ParamCharacters(context, &from, &length, TRUE)) {
+        return SCPI_RES_ERR;
+    }
+    length = std::min(length, text->size() - 1);
+    memcpy(text->data(), from, length);
+    (*text)[length] = '\0';
+    (*text)[strcspn(text->data(), ", \r\n")] = '\0';
+    convertScpiStringToUpperCase(text->data());
+    return SCPI_RES_OK;
+}
+
+bool stringIsFloat(const char* text, double* value) {
+    // What strtod knows beyond decimal numbers is none here: NAN, INF, 0X10.
+    if (text[strspn(text, "+-.0123456789")] != '\0' &&
+        strchr("eE \t\v\f", text[strspn(text, "+-.0123456789")]) == nullptr) {
+        return false;
+    }
+    char* end = nullptr;
+    *value = Numbers_toDouble(text, &end);
+    if (end == text || !std::isfinite(*value)) {
+        return false;
+    }
+    return end[strspn(end, " \t\r\n\v\f")] == '\0';
+}
+
+std::optional<bool> SCPI_ReadBooleanParameter(scpi_t* context) {
+    ScpiString text;
+    double number = 0;
+    if (SCPI_ReadStringParameter(context, &text) != SCPI_RES_OK) {
+        return {};
+    }
+    if (strcmp(text.data(), "ON") == 0) {
+        return true;
+    }
+    if (strcmp(text.data(), "OFF") == 0) {
+        return false;
+    }
+    if (!stringIsFloat(text.data(), &number)) {
+        SCPI_ErrorPush(context, SCPI_ERROR_PARAMETER_ERROR);
+        return {};
+    }
+    if (number < 0) {
+        pushCustomScpiError(context, scpiErrorState);
+        return {};
+    }
+    return std::round(number) != 0;
+}
+
+std::optional<bool> SCPI_ReadGateModelParameter(scpi_t* context) {
+    const std::optional<uint8_t> model = readNamed(context, gateModels);
+    return model ? std::optional<bool>(*model != 0) : std::nullopt;
+}
+
+std::optional<uint8_t> SCPI_ReadSlopeParameter(scpi_t* context) {
+    return readNamed(context, slopes);
+}
+
+std::optional<float> SCPI_ReadTimeParameter(scpi_t* context) {
+    return readScaled(context, [](char* text) { return cutUnit(text, timeRules); });
+}
+
+std::optional<float> SCPI_ReadLevelParameter(scpi_t* context) {
+    return readScaled(context, [](char* text) { return cutUnit(text, levelRules); });
+}
+
+std::optional<float> SCPI_ReadFrequencyParameter(scpi_t* context) {
+    return readScaled(context, cutFrequencyUnit);
+}

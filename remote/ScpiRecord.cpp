@@ -1,0 +1,176 @@
+#include "ScpiRecord.h"
+
+#include "EthernetUtilities.h"
+#include "FirmwareVersion.h"
+#include "InstrumentIdentity.h"
+#include "Process.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+
+std::atomic<SCPI_S*> scpi{nullptr};
+
+namespace {
+
+/// What tells a channel's sensor from the one that takes its place.
+struct ChannelOwner {
+    uint32_t port;
+    uint32_t admission;
+
+    bool operator==(const ChannelOwner&) const = default;
+};
+constexpr ChannelOwner noOwner{sensorPort_None, 0};
+
+/// Guarded by the record's lock.
+ChannelOwner owners[scpiChannelCount] = {noOwner, noOwner};
+
+/// Channels as the sensor manager has given them now.
+struct ChannelOwners {
+    bool anySensor;
+    ChannelOwner channel[scpiChannelCount];
+};
+
+ChannelOwners currentOwners() {
+    ChannelOwners current{false, {noOwner, noOwner}};
+    for (const std::optional<SensorInstance>& sensor : SensorManager_copyActiveSensors()) {
+        if (!sensor) {
+            continue;
+        }
+        current.anySensor = true;
+        if (sensor->logicalChannel < scpiChannelCount && sensor->index < sensorPortCount) {
+            current.channel[sensor->logicalChannel] = {
+                sensor->index, SensorManager_getAdmissionNumber(sensor->index)};
+        }
+    }
+    return current;
+}
+
+/// The lock is held.
+void takeOver(SCPI_S* record, size_t channel, const ChannelOwner& owner, SensorInstance* instance) {
+    record->chanValid[channel] = owner.port != sensorPort_None;
+    record->sensor[channel] = instance;
+    if (!(owners[channel] == owner)) {
+        owners[channel] = owner;
+        record->configs[channel].state = NotInitialized;
+        record->measurements[channel] = sensorMeasurements_none();
+    }
+}
+
+} // namespace
+
+void initScpiParser() {
+    auto* record = static_cast<SCPI_S*>(calloc(1, sizeof(SCPI_S)));
+    if (record == nullptr) {
+        DIAGNOSTIC("scpi malloc failed");
+        Process_leave(processStatusFatal);
+    }
+    if (pthread_mutex_init(&record->lock, nullptr) != 0) {
+        DIAGNOSTIC("scpi mutex init failed");
+        Process_leave(processStatusFatal);
+    }
+    const InstrumentIdentity& identity = InstrumentIdentity_get();
+    snprintf(record->modelNum, sizeof record->modelNum, "%s", identity.modelNumber);
+    snprintf(record->serialNum, sizeof record->serialNum, "%s", identity.serialNumber);
+    snprintf(record->fwVersion, sizeof record->fwVersion, "%s", getFwVersion());
+    record->checkIp = validate_ip;
+    record->checkNetmask = validate_netmask;
+    record->newLan.method = 0;
+    for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
+        owners[channel] = noOwner;
+        record->measurements[channel] = sensorMeasurements_none();
+    }
+    scpi = record;
+}
+
+void destroyScpiParser() {
+    SCPI_S* record = scpi.exchange(nullptr);
+    if (record != nullptr) {
+        pthread_mutex_destroy(&record->lock);
+        free(record);
+    }
+}
+
+bool scpiGetSensor() {
+    SCPI_S* record = scpi;
+    if (record == nullptr) {
+        return false;
+    }
+    // Worked out first and published at once: the other threads never see a channel without its
+    // sensor in between.
+    const ChannelOwners current = currentOwners();
+    SensorInstance* instances[scpiChannelCount] = {};
+    for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
+        if (current.channel[channel].port != sensorPort_None) {
+            instances[channel] = SensorManager_GetSensorInstance(current.channel[channel].port);
+        }
+    }
+    const ScopedLock lock(record->lock);
+    for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
+        takeOver(record, channel, current.channel[channel], instances[channel]);
+    }
+    return current.anySensor;
+}
+
+void scpiUpdateMeasurement(uint32_t index, SENSOR_MEASUREMENTS measurement) {
+    SCPI_S* record = scpi;
+    if (record == nullptr) {
+        return;
+    }
+    scpiGetSensor();
+    const ScopedLock lock(record->lock);
+    for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
+        if (record->chanValid[channel] && owners[channel].port == index) {
+            record->measurements[channel] = measurement;
+        }
+    }
+}
+
+uint32_t scpi_sensorPort(size_t channel) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return sensorPort_None;
+    }
+    const ScopedLock lock(record->lock);
+    return owners[channel].port;
+}
+
+SENSOR_MEASUREMENTS scpi_measurements(size_t channel) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return sensorMeasurements_none();
+    }
+    const ScopedLock lock(record->lock);
+    return record->measurements[channel];
+}
+
+scpi_sensor_config scpi_workingCopy(size_t channel) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return {};
+    }
+    const ScopedLock lock(record->lock);
+    return record->configs[channel];
+}
+
+void scpi_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return;
+    }
+    const ScopedLock lock(record->lock);
+    if (owners[channel].port == port) {
+        record->configs[channel] = {Syncronized, config};
+    }
+}
+
+void scpi_forgetCopy(size_t channel) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return;
+    }
+    const ScopedLock lock(record->lock);
+    record->configs[channel].state = NotInitialized;
+}

@@ -1,0 +1,106 @@
+#include "ScpiSerialServer.h"
+
+#include "Configuration.h"
+#include "Numbers.h"
+#include "Process.h"
+#include "RetryInterrupted.h"
+#include "ScpiLink.h"
+#include "SerialPort.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <poll.h>
+#include <termios.h>
+
+namespace {
+
+constexpr size_t receiveSize = 256;
+constexpr cc_t endOfFile = 0x04;
+constexpr cc_t endOfLine = 0x10; ///< beside the line feed, which always ends a line
+constexpr uint32_t emptyReadPause_ms = 100;
+
+ScpiLink link_;
+
+void setLineMode(termios* settings) {
+    settings->c_cflag |= CREAD | CLOCAL;
+    settings->c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
+    settings->c_lflag |= ICANON | ISIG;
+    settings->c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHONL | IEXTEN);
+    settings->c_iflag &=
+        ~static_cast<tcflag_t>(IGNCR | INPCK | INLCR | ICRNL | IMAXBEL | IXON | IXANY | IXOFF);
+    settings->c_oflag &= ~static_cast<tcflag_t>(OPOST);
+    settings->c_cc[VEOF] = endOfFile;
+    settings->c_cc[VEOL] = endOfLine;
+    settings->c_cc[VEOL2] = 0;
+}
+
+void waitForInput() {
+    pollfd waited{*SerialPort_getfd(), POLLIN, 0};
+    retryInterrupted([&] { return poll(&waited, 1, -1); });
+}
+
+/// Discards what has come in behind a line, but nothing of a reply that is being sent.
+void discardInput() {
+    tcflush(*SerialPort_getfd(), TCIFLUSH);
+}
+
+/// One line. False when reading has failed.
+bool serveLine() {
+    char buffer[receiveSize] = {};
+    waitForInput();
+    const int32_t count = SerialPort_gets(buffer, sizeof buffer);
+    if (count < 0) {
+        return false;
+    }
+    discardInput();
+    if (count == 0) {
+        ScpiLink_runPending(&link_);
+        // An end that has hung up reads as empty for ever.
+        Thread_sleep_ms(emptyReadPause_ms);
+        return true;
+    }
+    ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
+    // The rest of a line that was too long has been discarded with its end.
+    link_.skipsLine = false;
+    link_.peerIsStuck = false;
+    return true;
+}
+
+} // namespace
+
+int createSerialServer(const char* path) {
+    termios settings{};
+
+    if (*SerialPort_getfd() != -1) {
+        SerialPort_Close();
+    }
+    if (SerialPort_Open(path) == -1) {
+        DIAGNOSTIC("Could not open %s\n\n", path);
+        USER_WARNING("Serial command interface is not enabled.");
+        return -1;
+    }
+    if (SerialPort_GetConfig(&settings) == 0) {
+        setLineMode(&settings);
+        SerialPort_SetConfig(&settings);
+    }
+    writeConfigFile();
+    return 0;
+}
+
+void scpiSerialServerThread() {
+    const ScopedNumberLocale numbers;
+    SCPI_S* record = scpi;
+
+    DIAGNOSTIC("Starting...");
+    ScpiLink_initialize(&link_, &record->serContext, record->serInputBuffer,
+                        record->serErrorQueueData);
+    if (createSerialServer(serialCommandPortName) < 0) {
+        DIAGNOSTIC("createSerialServer() failed");
+        Process_leave(processStatusFatal);
+    }
+    link_.descriptor = SerialPort_getfd();
+    while (serveLine()) {
+    }
+    DIAGNOSTIC("serial_gets() failed");
+    SerialPort_Close();
+}

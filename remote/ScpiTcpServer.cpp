@@ -1,0 +1,147 @@
+#include "ScpiTcpServer.h"
+
+#include "Files.h"
+#include "Numbers.h"
+#include "Process.h"
+#include "RetryInterrupted.h"
+#include "ScpiLink.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace {
+
+constexpr int backlog = 1;
+constexpr int clientTimeout_ms = 5000;
+constexpr size_t receiveSize = 256;
+constexpr uint32_t acceptPause_ms = 100; ///< after a failure that lasts, such as too many files
+
+ScpiLink link_;
+std::atomic<int32_t> clientFd{-1};
+
+[[noreturn]] void failToServe(const char* words) {
+    DIAGNOSTIC("%s", words);
+    Process_leave(processStatusFatal);
+}
+
+int bindTo(int server, uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    address.sin_port = htons(port);
+    return bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+/// Waits without cost for the next client.
+int acceptClient(int server) {
+    for (;;) {
+        pollfd waited{server, POLLIN, 0};
+        retryInterrupted([&] { return poll(&waited, 1, -1); });
+        const int client =
+            retryInterrupted([&] { return accept4(server, nullptr, nullptr, SOCK_CLOEXEC); });
+        if (client >= 0) {
+            return client;
+        }
+        if (errno != EAGAIN && errno != EWOULDBLOCK && errno != ECONNABORTED) {
+            Thread_sleep_ms(acceptPause_ms);
+        }
+    }
+}
+
+/// Takes what has arrived. False when the client has gone or does not take its replies.
+bool receiveFrom(int client) {
+    char buffer[receiveSize] = {};
+    const ssize_t count = retryInterrupted([&] { return recv(client, buffer, sizeof buffer, 0); });
+    if (count > 0) {
+        return ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
+    }
+    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        return true;
+    }
+    if (count < 0) {
+        DIAGNOSTIC("recv() failed");
+    }
+    return false;
+}
+
+/// Waits for the client and serves it once. False when it is to be dropped.
+bool serveOnce(int client) {
+    pollfd waited{client, POLLIN, 0};
+    const int ready = retryInterrupted([&] { return poll(&waited, 1, clientTimeout_ms); });
+    if (ready < 0) {
+        DIAGNOSTIC("recv() failed");
+        return false;
+    }
+    return ready == 0 ? ScpiLink_runPending(&link_) : receiveFrom(client);
+}
+
+void serveClient(int client) {
+    const ScopedFd owner(client);
+    const int on = 1;
+    // A reply leaves at once instead of waiting for the client's acknowledgement of the last one.
+    setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    clientFd = client;
+    link_.descriptor = &clientFd;
+    while (serveOnce(client)) {
+    }
+    // What the client left behind must not meet the next one.
+    clientFd = -1;
+    ScpiLink_discard(&link_);
+}
+
+void forgetWorkingCopies(SCPI_S* record) {
+    const ScopedLock lock(record->lock);
+    for (scpi_sensor_config& copy : record->configs) {
+        copy.state = NotInitialized;
+    }
+}
+
+} // namespace
+
+int createTcpServer(uint16_t port) {
+    ScopedFd server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!server.isOpen()) {
+        failToServe("socket() failed");
+    }
+    const int on = 1;
+    if (setsockopt(server.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) < 0) {
+        failToServe("setsockopt() failed");
+    }
+    const int flags = fcntl(server.get(), F_GETFL);
+    if (fcntl(server.get(), F_SETFL, flags | O_NONBLOCK) < 0) {
+        failToServe("fcntl() failed");
+    }
+    const int bound = bindTo(server.get(), port);
+    if (bound < 0) {
+        failToServe("bind() failed");
+    }
+    listen(server.get(), backlog);
+    // The result of bind is looked at once more, not that of listen: deliberate.
+    if (bound < 0) {
+        failToServe("listen() failed");
+    }
+    return server.release();
+}
+
+void scpiTcpServerThread() {
+    const ScopedNumberLocale numbers;
+    SCPI_S* record = scpi;
+
+    DIAGNOSTIC("Starting...");
+    forgetWorkingCopies(record);
+    ScpiLink_initialize(&link_, &record->tcpContext, record->tcpInputBuffer,
+                        record->tcpErrorQueueData);
+    const int server = createTcpServer(scpiTcpPort);
+    if (server < 0) {
+        failToServe("createTcpServer() failed");
+    }
+    for (;;) {
+        serveClient(acceptClient(server));
+    }
+}
