@@ -1,0 +1,223 @@
+#include "ScpiCommands.h"
+
+#include "RemoteInstrument.h"
+#include "ScpiCallback.h"
+#include "ScpiErrors.h"
+#include "World.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char* patterns[] = {
+#include "CommandPatterns.inc"
+};
+
+/// The pattern with its optional nodes or without, in long or in short form.
+std::string spelled(const std::string& pattern, bool withOptional, bool longForm) {
+    std::string text =
+        std::regex_replace(pattern, std::regex(R"(\[(:[^\]]*)\])"), withOptional ? "$1" : "");
+    std::string result;
+    bool cut = false;
+    for (const char c : text) {
+        if (c == ':' || c == '?') {
+            cut = false;
+        }
+        cut = cut || (!longForm && std::islower(static_cast<unsigned char>(c)) != 0);
+        if (!cut) {
+            result += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        }
+    }
+    return result;
+}
+
+std::string inLowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+/// First row whose pattern matches; the count of rows if none does.
+size_t firstRow(const std::string& header) {
+    size_t row = 0;
+    while (row < scpiCommandCount &&
+           !SCPI_Match(scpi_commands[row].pattern, header.c_str(), header.size())) {
+        ++row;
+    }
+    return row;
+}
+
+/// The row that a link ran for this header; the count of rows if it was undefined.
+size_t rowRun(RemoteInstrument& instrument, const std::string& header) {
+    instrument.context.param_list.cmd = nullptr;
+    instrument.send(header);
+    SCPI_ErrorClear(&instrument.context);
+    const scpi_command_t* row = instrument.context.param_list.cmd;
+    return row == nullptr ? scpiCommandCount : static_cast<size_t>(row - scpi_commands);
+}
+
+TEST(ScpiCommands, HoldEveryPatternInItsOrder) {
+    ASSERT_EQ(std::size(patterns), scpiCommandCount);
+    for (size_t row = 0; row < scpiCommandCount; ++row) {
+        EXPECT_STREQ(scpi_commands[row].pattern, patterns[row]);
+        EXPECT_NE(scpi_commands[row].callback, nullptr);
+        EXPECT_EQ(scpi_commands[row].tag, 0);
+    }
+    EXPECT_EQ(scpi_commands[scpiCommandCount].pattern, nullptr);
+}
+
+TEST(ScpiCommands, AreFoundInEveryFormOverALink) {
+    RemoteInstrument instrument;
+    for (size_t row = 0; row < scpiCommandCount; ++row) {
+        for (const bool withOptional : {false, true}) {
+            for (const bool longForm : {false, true}) {
+                const std::string header = spelled(patterns[row], withOptional, longForm);
+                SCOPED_TRACE(header);
+                const size_t expected = firstRow(header);
+                ASSERT_LE(expected, row);
+                EXPECT_EQ(scpi_commands[expected].callback, scpi_commands[row].callback);
+                EXPECT_EQ(rowRun(instrument, header), expected);
+                EXPECT_EQ(rowRun(instrument, inLowerCase(header)), expected);
+            }
+        }
+    }
+}
+
+TEST(ScpiCommands, AreNotFoundByTheirNearMisses) {
+    RemoteInstrument instrument;
+    for (const char* pattern : patterns) {
+        const std::string header = spelled(pattern, true, true);
+        const bool isQuery = header.back() == '?';
+        const std::string stem = isQuery ? header.substr(0, header.size() - 1) : header;
+        for (const std::string& miss :
+             {stem + "X" + (isQuery ? "?" : ""), "X" + header, stem + ":X" + (isQuery ? "?" : ""),
+              stem.substr(0, stem.size() - 1) + (isQuery ? "?" : "")}) {
+            if (firstRow(miss) == scpiCommandCount) {
+                EXPECT_EQ(rowRun(instrument, miss), scpiCommandCount) << miss;
+            } else {
+                EXPECT_EQ(rowRun(instrument, miss), firstRow(miss)) << miss;
+            }
+        }
+    }
+}
+
+TEST(ScpiCommands, KeepTheirOddSpellings) {
+    // D is the short form of the states' Delay, DEL that of the gates'.
+    EXPECT_EQ(firstRow("CALC:STAT2:BEG:DEL"), scpiCommandCount);
+    EXPECT_LT(firstRow("CALC:STAT2:BEG:D"), scpiCommandCount);
+    EXPECT_LT(firstRow("CALC:STAT2:BEG:DELAY"), scpiCommandCount);
+    EXPECT_LT(firstRow("CALC:GATE:BEG:DEL"), scpiCommandCount);
+    EXPECT_EQ(firstRow("CALC:GATE:BEG:D"), scpiCommandCount);
+    // The short form of STATe1 is STAT.
+    EXPECT_EQ(firstRow("MEAS:STAT?"), firstRow("MEAS:STATE1?"));
+    EXPECT_LT(firstRow("SYST:PULS:CONF:SYNC"), scpiCommandCount);
+    EXPECT_LT(firstRow("SYST:PULS:CONF:SYNCRONIZE"), scpiCommandCount);
+    EXPECT_EQ(firstRow("SYST:PULS:CONF:SYNCHRONIZE"), scpiCommandCount);
+}
+
+TEST(ScpiCommands, AnswerTheInstrumentsIdentity) {
+    RemoteInstrument instrument;
+    const SCPI_S* record = scpi;
+    const std::string model = record->modelNum;
+    const std::string serial = record->serialNum;
+    const std::string version = record->fwVersion;
+    EXPECT_EQ(instrument.send("*IDN?"),
+              "QUORVEL-TECHNOLOGIES," + model + "," + serial + "," + version + "\r\n");
+    for (const char* header : {"SYST:IDEN?", "SYST:IDEN:8830K?", "SYST:IDEN:8830K:MOD?"}) {
+        EXPECT_EQ(instrument.send(header), model + "\r\n") << header;
+    }
+    for (const char* header : {"SYST:IDEN:SN?", "SYST:IDEN:8830K:SN?", "syst:iden:8830k:sn?"}) {
+        EXPECT_EQ(instrument.send(header), serial + "\r\n") << header;
+    }
+    EXPECT_EQ(instrument.send("SYST:IDEN:FWR?"), version + "\r\n");
+    EXPECT_EQ(instrument.errors(), "");
+}
+
+struct Exchange {
+    const char* sent;
+    const char* answered;
+    const char* errors;
+};
+
+TEST(ScpiCommands, AnswerTheCommonQueries) {
+    const Exchange exchanges[] = {
+        {"*TST?", "0\r\n", ""},
+        {"*RST", "", ""},
+        {"*WAI", "", ""},
+        {"*OPC;*ESR?", "1\r\n", ""},
+        {"*ESE 32;*ESE?;*SRE 4;*SRE?", "32;4\r\n", ""},
+        {"SYST:VERS?", "1999.0\r\n", ""},
+        {"SYST:ERR:COUN?", "0\r\n", ""},
+        {"STAT:QUES:ENAB 3;ENAB?", "3\r\n", ""},
+        {"*TST? 1", "0\r\n", "-108,\"Parameter not allowed\""},
+        {"BOGUS?", "", "-113,\"Undefined header;BOGUS?\""},
+    };
+    for (const Exchange& exchange : exchanges) {
+        RemoteInstrument instrument;
+        EXPECT_EQ(instrument.send(exchange.sent), exchange.answered) << exchange.sent;
+        EXPECT_EQ(instrument.errors(), exchange.errors) << exchange.sent;
+    }
+}
+
+TEST(ScpiCommands, ClearTheStatusAndPresetOnlyTheQuestionablePart) {
+    RemoteInstrument instrument;
+    SCPI_RegSet(&instrument.context, SCPI_REG_OPER, 1);
+    SCPI_RegSet(&instrument.context, SCPI_REG_QUES, 2);
+    instrument.send("FOO;STAT:PRES");
+    EXPECT_EQ(SCPI_RegGet(&instrument.context, SCPI_REG_OPER), 1);
+    EXPECT_EQ(SCPI_RegGet(&instrument.context, SCPI_REG_QUES), 0);
+    SCPI_RegSet(&instrument.context, SCPI_REG_QUES, 2);
+    EXPECT_EQ(instrument.send("*CLS;*ESR?;:STAT:QUES?;:SYST:ERR:COUN?"), "0;0;0\r\n");
+    EXPECT_EQ(SCPI_RegGet(&instrument.context, SCPI_REG_OPER), 0);
+}
+
+TEST(ScpiCommands, FailToResetWithoutACallback) {
+    scpi_t context{};
+    EXPECT_EQ(SCPI_ResetCmd(nullptr), SCPI_RES_ERR);
+    EXPECT_EQ(SCPI_ResetCmd(&context), SCPI_RES_ERR);
+}
+
+TEST(ScpiErrors, AreReportedAsStandardErrorsWithTheirTexts) {
+    const struct {
+        int16_t code;
+        const char* answer;
+    } rows[] = {
+        {101, "-220,\"Parameter error;The channel number is not valid\""},
+        {102, "-220,\"Parameter error;No sensor connected on the channel\""},
+        {103, "-220,\"Parameter error;The state is not valid\""},
+        {104, "-100,\"Command error;The command is not valid in CW mode.\""},
+        {105, "-100,\"Command error;The command is not supported in 3163 family sensors.\""},
+        {106, "-220,\"Parameter error\""},
+        {107, "-220,\"Parameter error;The pulse model is not valid\""},
+        {108, "-100,\"Command error;The command is not supported when using the Pulse Gate "
+              "model.\""},
+        {109, "-100,\"Command error;The command is not supported when using the Triggered Gate "
+              "model.\""},
+        {110, "-100,\"Command error;The command is not supported for 513x CW sensors.\""},
+        {111, "111,\"Unknown error\""},
+        {-222, "-222,\"Data out of range\""},
+    };
+    for (const auto& row : rows) {
+        RemoteInstrument instrument;
+        pushCustomScpiError(&instrument.context, row.code);
+        EXPECT_EQ(instrument.errors(), row.answer);
+    }
+}
+
+TEST(ScpiErrors, CarryTheCallersText) {
+    RemoteInstrument instrument;
+    pushCustomScpiErrorWithMsg(&instrument.context, 106, "Freq is not valid");
+    pushCustomScpiErrorWithMsg(&instrument.context, -222, "too high");
+    EXPECT_EQ(instrument.errors(), "-220,\"Parameter error;Freq is not valid\"\n"
+                                   "-222,\"Data out of range;too high\"");
+}
+
+} // namespace

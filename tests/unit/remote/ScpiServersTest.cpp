@@ -1,0 +1,292 @@
+// The servers' threads, as clients see them.
+#include "Configuration.h"
+#include "Files.h"
+#include "LogManager.h"
+#include "RemoteInstrument.h"
+#include "ScpiParser.h"
+#include "ScpiSerialServer.h"
+#include "ScpiTcpServer.h"
+#include "SerialConfig.h"
+#include "SerialPort.h"
+#include "World.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int limit_ms = 10000;
+
+/// Client of the command port.
+class Client {
+public:
+    Client() : fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(World_commandPort());
+        isConnected =
+            connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+    void send(std::string_view bytes) const {
+        ::send(fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    }
+    /// Reads until this many lines have come, or the time is up.
+    std::string readLines(long count) const {
+        return readFrom(fd.get(), count);
+    }
+    std::string ask(std::string_view line) const {
+        send(std::string(line) + "\n");
+        return readLines(1);
+    }
+    /// Hangs up at once, so that the other side meets an error.
+    void reset() {
+        const linger none{1, 0};
+        setsockopt(fd.get(), SOL_SOCKET, SO_LINGER, &none, sizeof none);
+        fd.close();
+    }
+    bool isClosedByServer() const {
+        char byte;
+        pollfd waited{fd.get(), POLLIN, 0};
+        return poll(&waited, 1, limit_ms) > 0 && recv(fd.get(), &byte, 1, 0) <= 0;
+    }
+    static std::string readFrom(int from, long count) {
+        std::string text;
+        while (std::count(text.begin(), text.end(), '\n') < count) {
+            pollfd waited{from, POLLIN, 0};
+            char buffer[4096];
+            if (poll(&waited, 1, limit_ms) <= 0) {
+                return text + "(time is up)";
+            }
+            const ssize_t got = read(from, buffer, sizeof buffer);
+            if (got <= 0) {
+                return text + "(closed)";
+            }
+            text.append(buffer, static_cast<size_t>(got));
+        }
+        return text;
+    }
+
+    ScopedFd fd;
+    bool isConnected;
+};
+
+/// Starts both servers once for this test program: their threads never end.
+class ScpiServers : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        if (terminal >= 0) {
+            return;
+        }
+        World_resetSerialSettings();
+        terminal = World_plugTerminal(serialCommandPortName);
+        SerialConfig_registerWithSettings();
+        setConfigurationFile(nullptr);
+        readConfigFile();
+        SensorManager_Create();
+        startScpiParser();
+        ASSERT_TRUE(World_waitUntil([] { return World_commandPort() != 0; }, limit_ms));
+        ASSERT_TRUE(World_waitUntil([] { return *SerialPort_getfd() >= 0; }, limit_ms));
+    }
+    static std::string askTerminal(const std::string& line) {
+        const std::string sent = line + "\n";
+        EXPECT_EQ(write(terminal, sent.data(), sent.size()), static_cast<ssize_t>(sent.size()));
+        return Client::readFrom(terminal, 1);
+    }
+    static int terminal;
+};
+
+int ScpiServers::terminal = -1;
+
+TEST_F(ScpiServers, AnswerOnBothLinks) {
+    const Client client;
+    ASSERT_TRUE(client.isConnected);
+    const std::string identity = client.ask("*IDN?");
+    EXPECT_EQ(identity.substr(0, 21), "QUORVEL-TECHNOLOGIES,");
+    ASSERT_TRUE(World_waitUntil([&] { return askTerminal("*IDN?") == identity; }, limit_ms));
+}
+
+TEST_F(ScpiServers, KeepTheirErrorQueuesApart) {
+    const Client client;
+    client.send("*CLS;FOO\n");
+    EXPECT_EQ(client.ask("SYST:ERR:COUN?"), "1\r\n");
+    EXPECT_EQ(askTerminal("*CLS;:SYST:ERR:COUN?"), "0\r\n");
+    EXPECT_EQ(client.ask("SYST:ERR?"), "-113,\"Undefined header;FOO\"\r\n");
+}
+
+TEST_F(ScpiServers, ServeOneClientAfterTheOther) {
+    auto first = std::make_unique<Client>();
+    EXPECT_EQ(first->ask("*OPC?"), "1\r\n");
+    const Client second;
+    second.send("*TST?\n");
+    EXPECT_EQ(first->ask("*OPC?"), "1\r\n");
+    pollfd waited{second.fd.get(), POLLIN, 0};
+    EXPECT_EQ(poll(&waited, 1, 0), 0) << "not served while the first stays";
+    first.reset();
+    EXPECT_EQ(second.readLines(1), "0\r\n");
+}
+
+TEST_F(ScpiServers, DiscardWhatAClientLeftBehind) {
+    {
+        Client rude;
+        rude.send("*TST?\n*OPC");
+        EXPECT_EQ(rude.readLines(1), "0\r\n");
+    }
+    {
+        const Client next;
+        EXPECT_EQ(next.ask("*TST?"), "0\r\n");
+        next.send(std::string(1000, 'A'));
+    }
+    const Client last;
+    EXPECT_EQ(last.ask("*OPC?"), "1\r\n");
+}
+
+TEST_F(ScpiServers, LoseNothingOfABurst) {
+    const Client client;
+    std::string burst;
+    for (int i = 0; i < 1000; ++i) {
+        burst += "SYST:VERS?\n";
+    }
+    client.send(burst);
+    std::string expected;
+    for (int i = 0; i < 1000; ++i) {
+        expected += "1999.0\r\n";
+    }
+    EXPECT_EQ(client.readLines(1000), expected);
+}
+
+TEST_F(ScpiServers, CompleteACommandWithoutAnEndWhenTheClientFallsSilent) {
+    const Client client;
+    EXPECT_EQ(client.ask("*TST?"), "0\r\n");
+    client.send("*OPC?");
+    World_setSpeed(50);
+    EXPECT_EQ(client.readLines(1), "1\r\n");
+    World_setSpeed(1);
+}
+
+TEST_F(ScpiServers, SurviveAHundredClientsThatHangUpWithoutReading) {
+    for (int i = 0; i < 100; ++i) {
+        Client rude;
+        for (int query = 0; query < 200; ++query) {
+            rude.send("*IDN?\n");
+        }
+        if (i % 2 == 0) {
+            rude.reset();
+        }
+    }
+    const Client client;
+    EXPECT_EQ(client.ask("*OPC?"), "1\r\n");
+}
+
+TEST_F(ScpiServers, DropAClientThatTakesNoReplies) {
+    const Client client;
+    EXPECT_EQ(client.ask("*OPC?"), "1\r\n");
+    const int small = 4096;
+    setsockopt(client.fd.get(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+    World_setSpeed(50);
+    std::string burst = "*IDN?";
+    while (burst.size() < 240) {
+        burst += ";*IDN?";
+    }
+    burst += "\n";
+    const bool dropped = World_waitUntil(
+        [&] {
+            while (::send(client.fd.get(), burst.data(), burst.size(),
+                          MSG_NOSIGNAL | MSG_DONTWAIT) > 0) {
+            }
+            return errno != EAGAIN;
+        },
+        limit_ms);
+    World_setSpeed(1);
+    EXPECT_TRUE(dropped);
+    const Client next;
+    EXPECT_EQ(next.ask("*OPC?"), "1\r\n");
+}
+
+long processorTime_ms() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000 +
+           (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1000;
+}
+
+TEST_F(ScpiServers, CostNothingWhileTheyWait) {
+    const Client client;
+    EXPECT_EQ(client.ask("*OPC?"), "1\r\n");
+    const long before = processorTime_ms();
+    pollfd silence{client.fd.get(), POLLIN, 0};
+    EXPECT_EQ(poll(&silence, 1, 500), 0);
+    EXPECT_LT(processorTime_ms() - before, 50);
+}
+
+TEST_F(ScpiServers, AnswerTheTerminalLineByLine) {
+    EXPECT_EQ(askTerminal("*TST?;*OPC?"), "0;1\r\n");
+    EXPECT_EQ(askTerminal("*TST?\r"), "0\r\n");
+    const std::string longLine(400, 'A');
+    askTerminal("*CLS;*OPC?");
+    World_clearSyslog();
+    const std::string sent = longLine + "\n";
+    EXPECT_EQ(write(terminal, sent.data(), sent.size()), static_cast<ssize_t>(sent.size()));
+    // Only then: what comes in behind a line while it is read is discarded with its rest.
+    ASSERT_TRUE(World_waitUntil([] { return World_syslogContains("**ERROR: -363"); }, limit_ms));
+    EXPECT_EQ(askTerminal("SYST:ERR:COUN?"), "1\r\n");
+    EXPECT_EQ(askTerminal("SYST:ERR?"), "-363,\"Input buffer overrun\"\r\n");
+}
+
+TEST_F(ScpiServers, ListenAtFullReuseOnTheCommandPort) {
+    EXPECT_TRUE(World_syslogContains("scpiTcpServerThread(): Starting..."));
+    EXPECT_TRUE(World_syslogContains("scpiSerialServerThread(): Starting..."));
+}
+
+/// Exit status of a process that runs this part of the program, or -1.
+int exitStatusOf(void (*part)()) {
+    const pid_t child = fork();
+    if (child == 0) {
+        LogManager_create();
+        SensorManager_Create();
+        initScpiParser();
+        part();
+        _exit(0);
+    }
+    int status = -1;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(ScpiServersStart, EndsTheProgramWithoutTheSerialPort) {
+    World_unplugTerminal(serialCommandPortName);
+    World_clearSyslog();
+    EXPECT_EQ(exitStatusOf(scpiSerialServerThread), 255);
+    EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
+    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
+    EXPECT_TRUE(World_syslogContains("createSerialServer() failed"));
+}
+
+TEST(ScpiServersStart, EndsTheProgramWhenThePortIsTaken) {
+    const ScopedFd taken(createTcpServer(scpiTcpPort));
+    World_clearSyslog();
+    EXPECT_EQ(exitStatusOf(scpiTcpServerThread), 255);
+    EXPECT_TRUE(World_syslogContains("bind() failed"));
+}
+
+TEST(ScpiServersStart, LeavesTheSerialPortToTheLegacyProtocol) {
+    World_unplugTerminal(serialCommandPortName);
+    EXPECT_EQ(exitStatusOf([] {
+                  setConfigurationFile(nullptr);
+                  configuration_setUseLegacy(true);
+                  startScpiParser();
+                  const bool serves =
+                      World_waitUntil([] { return World_commandPort() != 0; }, 5000);
+                  _exit(serves && *SerialPort_getfd() == -1 ? 7 : 1);
+              }),
+              7);
+}
+
+} // namespace
