@@ -1,0 +1,19 @@
+// The stored pulse configuration: any bytes are refused or give a record whose text is read back
+// the same.
+#include "PulseConfigText.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const auto configs = pulseConfigText_parse({reinterpret_cast<const char*>(data), size});
+    if (!configs.has_value()) {
+        return 0;
+    }
+    const std::string text = pulseConfigText_compose(*configs);
+    const auto again = pulseConfigText_parse(text);
+    if (configs->numStates > 4 || !again.has_value() || pulseConfigText_compose(*again) != text) {
+        abort();
+    }
+    return 0;
+}
