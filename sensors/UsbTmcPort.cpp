@@ -4,6 +4,7 @@
 #include "RetryInterrupted.h"
 #include "Threads.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -20,6 +21,8 @@ constexpr uint32_t afterTrigger_ms = 10;
 constexpr int triggerTries = 1200;
 constexpr int statusTries = 100;
 constexpr int dataOutOfRange = -222;
+/// No sensor keeps more errors than this, whatever count it claims.
+constexpr int mostErrors = 256;
 
 /// Longest command: its text, a blank, the digits of the largest float with six decimals.
 constexpr size_t commandSize = 128;
@@ -209,12 +212,13 @@ int clearSysErrCount(int32_t fd, char* buffer) {
         return -1;
     }
     int result = reply.ival;
-    const int count = reply.ival;
-    for (int index = 0; index < count && !isUnplugged; ++index) {
+    const int count = std::min(reply.ival, mostErrors);
+    for (int index = 0; index < count; ++index) {
         const ssize_t received = handleQuery(fd, buffer, Q_SYSTEM_ERROR, &reply);
         if (received <= 0) {
-            result = static_cast<int>(received);
-        } else if (reply.ival < 0) {
+            return static_cast<int>(received);
+        }
+        if (reply.ival < 0) {
             result = reply.ival;
         }
     }

@@ -65,8 +65,9 @@ ssize_t handleCmd(int32_t fd, char* buffer, sensor_cmd_e command, cmd_type* valu
 enUSBTMCErrors handleQueryWithStatus(int32_t fd, char* buffer, sensor_qry_e query, qry_type* reply);
 enUSBTMCErrors handleCmdWithStatus(int32_t fd, char* buffer, sensor_cmd_e command, cmd_type* value);
 
-/// Drains the sensor's error queue. Returns the last negative error code, the number of errors if
-/// none was negative, 0 for an empty queue, or -1.
+/// Drains the sensor's error queue, as far as it answers and 256 errors at most. Returns the last
+/// negative error code, the number of errors if none was negative, 0 for an empty queue, or the
+/// failing query's result (-1 for the count's).
 int clearSysErrCount(int32_t fd, char* buffer);
 
 /// Asks at most `tries` times, 50 ms apart, whether the measurement is complete. 1 when it is, 0

@@ -96,6 +96,16 @@ void UsbDevice::queueError(int error) {
     errors.push_back(error);
 }
 
+void UsbDevice::setErrorCount(const std::string& count) {
+    const std::lock_guard lock(mutex);
+    claimedErrors = count + "\n";
+}
+
+void UsbDevice::setErrorSilence() {
+    const std::lock_guard lock(mutex);
+    keepsErrors = true;
+}
+
 void UsbDevice::setListener(std::function<void(const std::string&)> listenerToUse) {
     const std::lock_guard lock(mutex);
     onMessage = std::move(listenerToUse);
@@ -197,9 +207,15 @@ void UsbDevice::answer(int connection, const std::string& message) {
 
 std::string UsbDevice::replyTo(const std::string& message) {
     if (message == "SYST:ERR:COUN?") {
+        if (!claimedErrors.empty()) {
+            return claimedErrors;
+        }
         return replies[message].empty() ? "" : std::to_string(errors.size()) + "\n";
     }
     if (message == "SYST:ERR?") {
+        if (keepsErrors) {
+            return {};
+        }
         if (errors.empty()) {
             return "0,\"No error\"\n";
         }

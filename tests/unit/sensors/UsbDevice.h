@@ -35,6 +35,10 @@ public:
     void refuse(const std::string& command, int error);
     void accept(const std::string& command);
     void queueError(int error);
+    /// Claims this many errors, whatever the queue holds.
+    void setErrorCount(const std::string& count);
+    /// Leaves the question for an error unanswered.
+    void setErrorSilence();
     /// Called on the device's thread before a message is answered.
     void setListener(std::function<void(const std::string&)> listener);
     /// Error number of the clearing requests, 0 for success.
@@ -69,6 +73,8 @@ private:
     std::map<std::string, std::string> replies;
     std::map<std::string, int> refused;
     std::vector<int> errors;
+    std::string claimedErrors;
+    bool keepsErrors = false;
     std::vector<std::string> received;
     std::function<void(const std::string&)> onMessage;
     int requestError = 0;

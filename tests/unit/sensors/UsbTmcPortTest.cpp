@@ -245,6 +245,21 @@ TEST_F(UsbTmc, DrainingWithoutAnAnswerFails) {
     EXPECT_EQ(handleQueryWithStatus(fd, buffer.data(), Q_COMMON_STB, &reply), usbtmc_sensorError);
 }
 
+TEST_F(UsbTmc, DrainingEndsWhateverCountTheSensorClaims) {
+    device.setErrorCount("2147483647");
+    EXPECT_EQ(clearSysErrCount(fd, buffer.data()), 2147483647);
+    EXPECT_EQ(device.messages().size(), 257U);
+    World_setSpeed(50);
+    device.clearMessages();
+    device.setListener([this](const std::string& message) {
+        if (message == "SYST:ERR?") {
+            device.setErrorSilence();
+        }
+    });
+    EXPECT_EQ(clearSysErrCount(fd, buffer.data()), -1);
+    EXPECT_EQ(device.messages(), (Messages{"SYST:ERR:COUN?", "SYST:ERR?", "<C>"}));
+}
+
 TEST_F(UsbTmc, AMeasurementIsCompleteOnceTheAnswerIsOne) {
     std::atomic<int> asked{0};
     device.setReply("*OPC?", "0");
