@@ -17,12 +17,13 @@
 namespace {
 
 constexpr size_t maxGraphs = 8;
-constexpr uint32_t maxColumns = 1024;
+constexpr size_t maxColumns = 1024;
 
 /// Up to so many new points, or two for each pixel column if that is more, each is drawn as a line
 /// of its own. Beyond that the lines would be drawn over each other in fewer columns.
 constexpr uint32_t minExactPoints = 1000;
-constexpr uint32_t maxExactPoints = 2 * maxColumns;
+constexpr uint32_t maxExactPoints = 2048;
+static_assert(maxExactPoints == 2 * maxColumns);
 
 /// Every graph that exists, to reach all that show one display.
 std::array<CGTKTimePowerGraph*, maxGraphs> graphs;
@@ -87,9 +88,9 @@ void drawLines(CGTKTimePowerGraph* graph, const GraphPlotArea& area, uint32_t fi
 void drawColumns(CGTKTimePowerGraph* graph, const GraphPlotArea& area, uint32_t end) {
     static std::array<GraphColumn, graphColumnParts * maxColumns> parts; // under the GDK lock
     static std::array<GraphSpan, maxColumns + 2> spans;
-    const auto count = std::min(static_cast<uint32_t>(area.width), maxColumns);
+    const size_t count = std::min(static_cast<size_t>(area.width), maxColumns);
     const std::span<GraphColumn> usedParts = std::span(parts).first(graphColumnParts * count);
-    const std::span<GraphSpan> usedSpans = std::span(spans).first(size_t{count} + 2);
+    const std::span<GraphSpan> usedSpans = std::span(spans).first(count + 2);
     CGraphData_getColumns(graph->pData, modeOf(graph), end, area.maxSeconds, usedParts);
     GraphPlot_columns(area, usedParts, graph->isdBm, usedSpans);
     CGTKGraphComponent_plotSpans(&graph->graph, usedSpans);

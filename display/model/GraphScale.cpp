@@ -65,6 +65,10 @@ std::optional<GraphLimits> GraphScale_fit(double min, double max, bool isdBm) {
     const GraphLimits padded = {min - margin, max + margin};
     GraphLimits limits = {std::floor(padded.min / step) * step,
                           std::ceil(padded.max / step) * step};
+    if (limits.max == limits.min) {
+        // Unchanging data on a step: without a step of height it would lie outside the axis.
+        limits.max += step;
+    }
     limits = centre(limits, padded, step);
     if (limits.max < limits.min) {
         std::swap(limits.min, limits.max);

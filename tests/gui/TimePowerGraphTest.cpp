@@ -397,7 +397,7 @@ TEST_F(TimePowerGraph, LimitLinesCrossThePlotAndStayInsideTheAxis) {
     const int h = static_cast<int>(pixels.size()) / width - 4;
     ASSERT_EQ(rows.size(), 4U) << "two lines of two pixels";
     EXPECT_NEAR(rows[0], 1, 1);
-    EXPECT_NEAR(rows[2], 2 + h * 3 / 4, 2);
+    EXPECT_NEAR(rows[2], 2.0 + h * 0.75, 2.0);
 }
 
 TEST_F(TimePowerGraph, APassWithoutNewPointsChangesNoPixel) {

@@ -59,10 +59,12 @@ TEST(GraphScale, LimitsFitTheDataInStepsOfFiveWattsOrOneDecibel) {
         {100.0, 200.0, false, 95.0, 205.0}, // 97.5 to 202.5
         {14.8, 14.9, false, 12.5, 17.5},    // 15 lies close above: raised
         {10.1, 10.2, false, 7.5, 12.5},     // 10 lies close below: lowered
-        {0.0, 0.0, false, 0.0, 5.0},        // below the floor: one step above it
-        {-20.5, 12.3, true, -22.0, 14.0},   // -21.32 to 13.12
-        {3.02, 3.05, true, 2.5, 3.5},       // 3 lies close below: lowered
-        {-60.0, -60.0, true, -60.0, -59.0}, // at the floor
+        {0.0, 0.0, false, 0.0, 2.5},
+        {-20.5, 12.3, true, -22.0, 14.0}, // -21.32 to 13.12
+        {3.02, 3.05, true, 2.5, 3.5},     // 3 lies close below: lowered
+        {-60.0, -60.0, true, -60.0, -59.5},
+        {25.0, 25.0, false, 22.5, 27.5}, // unchanging data stays in the middle
+        {25.1, 25.1, false, 22.5, 27.5},
     };
     for (const auto& test : cases) {
         const std::optional<GraphLimits> limits = GraphScale_fit(test.min, test.max, test.isdBm);
