@@ -22,6 +22,7 @@
 #include "PulseConfig.h"
 #include "SensorChannelDialog.h"
 #include "SensorHandOff.h"
+#include "SensorInformationDialog.h"
 #include "SensorManager.h"
 #include "SensorPolling.h"
 #include "SensorPortHandler.h"
@@ -71,6 +72,7 @@ void buildScreens() {
     callbacks.deleteEvent = CloseWindow_onDelete;
     callbacks.destroy = CloseWindow_onDestroy;
     callbacks.measurementSettings = AppSettingsMenu_onGearClicked;
+    callbacks.sensorInformation = SensorInformationDialog_onSensorClicked;
     MainWindow_registerCallbacks(callbacks);
     createGTKDisplays();
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));

@@ -47,6 +47,7 @@ void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* iden
     *identity = {};
     serialNumber[0] = '\0';
     if (port < sensorPortCount) {
+        *identity = sensorFakes[port].identity;
         snprintf(identity->sensorModel, sizeof identity->sensorModel, "%s",
                  sensorFakes[port].model);
         snprintf(serialNumber, serialSize, "%s", sensorFakes[port].serialNumber);

@@ -14,6 +14,7 @@ struct SensorFake {
     char model[21];
     char serialNumber[10];
     SENSOR_CONFIGS configs;
+    SENSOR_IDENTITY identity; ///< all but the model
 };
 
 extern SensorFake sensorFakes[sensorPortCount];

@@ -1,0 +1,115 @@
+#include "SensorInformationDialog.h"
+
+#include "DialogFixture.h"
+
+#include <limits>
+
+namespace {
+
+constexpr char dialogName[] = "sensorInfoDialog";
+
+/// The dialog of a sensor on USB1 that has told everything.
+class SensorInformation : public Screens {
+protected:
+    void SetUp() override {
+        Screens::SetUp();
+        SensorFake& fake = sensorFakes[sensorPort_USB1];
+        snprintf(fake.model, sizeof fake.model, "3164");
+        snprintf(fake.serialNumber, sizeof fake.serialNumber, "201100123");
+        snprintf(fake.identity.sensorFirmwareRevision, sizeof fake.identity.sensorFirmwareRevision,
+                 "2.05");
+        fake.identity.sensorPower = {0.1F, 1000.0F};
+        fake.identity.sensorFrequency = {25e6F, 1.5e9F};
+        Gui_showScreen(gtkSensorSingleChannel1);
+        World_clearSyslog();
+    }
+    void TearDown() override {
+        gtk_init_done = true;
+        if (Dialog_shown(dialogName) != nullptr) {
+            Gui_tap("sensorInfoDialog_ok");
+        }
+        EXPECT_EQ(Dialog_shown(dialogName), nullptr);
+    }
+};
+
+} // namespace
+
+TEST_F(SensorInformation, ShowsWhatTheSensorHasTold) {
+    SensorInformationDialog_show(sensorPort_USB1);
+    Gui_settle();
+    struct Case {
+        const char* name;
+        const char* text;
+    };
+    for (const Case& row : {Case{"sensorInfoModel", "3164"}, Case{"sensorInfoSerial", "201100123"},
+                            Case{"sensorInfoFw", "2.05"}, Case{"sensorInfoPort", "USB1"},
+                            Case{"sensorInfoPower", "100 mW to 1 kW"},
+                            Case{"sensorInfoFrequency", "25 MHz to 1.5 GHz"}}) {
+        EXPECT_EQ(Gui_text(row.name), row.text) << row.name;
+    }
+    Dialog_expectTouchable(dialogName, {"sensorInfoDialog_ok"});
+    Dialog_keepPicture("sensor-information");
+}
+
+TEST_F(SensorInformation, LeavesOpenWhatTheSensorHasNotTold) {
+    SensorFake& fake = sensorFakes[sensorPort_Serial2];
+    fake.identity.sensorPower = {0.0F, 199990.0F};
+    SensorInformationDialog_show(sensorPort_Serial2);
+    for (const char* name : {"sensorInfoModel", "sensorInfoSerial", "sensorInfoFw",
+                             "sensorInfoPower", "sensorInfoFrequency"}) {
+        EXPECT_EQ(Gui_text(name), "-") << name;
+    }
+    EXPECT_EQ(Gui_text("sensorInfoPort"), "Serial2");
+}
+
+TEST_F(SensorInformation, PrintsRangesInTheirUnits) {
+    struct Case {
+        PULSE_RANGES power;
+        const char* text;
+    };
+    constexpr float none = std::numeric_limits<float>::quiet_NaN();
+    for (const Case& row :
+         {Case{{0.0F, 500.0F}, "up to 500 W"}, Case{{0.5F, 0.75F}, "500 mW to 750 mW"},
+          Case{{1.0F, 1500.0F}, "1 W to 1.5 kW"}, Case{{none, 100.0F}, "-"},
+          Case{{1.0F, none}, "-"}, Case{{1.0F, -3.0F}, "-"}}) {
+        sensorFakes[sensorPort_USB1].identity.sensorPower = row.power;
+        SensorInformationDialog_show(sensorPort_USB1);
+        EXPECT_EQ(Gui_text("sensorInfoPower"), row.text);
+    }
+}
+
+TEST_F(SensorInformation, OpensForTheDisplaysPortAndOkClosesIt) {
+    CGTKPowerDisplay* display = gtkSensor_powerDisplay(gtkSensorSingleChannel1);
+    SensorInformationDialog_onSensorClicked(nullptr, display);
+    Gui_settle();
+    EXPECT_EQ(Gui_text("sensorInfoModel"), "5132");
+    EXPECT_EQ(Gui_text("sensorInfoPort"), "Serial1");
+    Gui_tap("sensorInfoDialog_ok");
+    EXPECT_EQ(Dialog_shown(dialogName), nullptr);
+}
+
+TEST_F(SensorInformation, OpensOnlyOnceAndClosesWithItsWindow) {
+    SensorInformationDialog_show(sensorPort_USB1);
+    SensorInformationDialog_show(sensorPort_Serial1);
+    Gui_settle();
+    EXPECT_EQ(Gui_text("sensorInfoPort"), "Serial1");
+    gtk_window_close(GTK_WINDOW(Dialog_shown(dialogName)));
+    Gui_settle();
+    EXPECT_EQ(Dialog_shown(dialogName), nullptr);
+}
+
+TEST_F(SensorInformation, OpensNothingWithoutSensorOrBeforeStartUpHasFinished) {
+    SensorInformationDialog_show(sensorPort_None);
+    gtk_init_done = false;
+    SensorInformationDialog_onSensorClicked(nullptr,
+                                            gtkSensor_powerDisplay(gtkSensorSingleChannel1));
+    Gui_settle();
+    EXPECT_EQ(Dialog_shown(dialogName), nullptr);
+}
+
+TEST_F(SensorInformation, TellsWhenItsInterfaceFileIsMissing) {
+    const WithoutResources elsewhere;
+    SensorInformationDialog_show(sensorPort_USB1);
+    EXPECT_TRUE(World_syslogContains("Error loading file: "));
+    EXPECT_EQ(Dialog_shown(dialogName), nullptr);
+}
