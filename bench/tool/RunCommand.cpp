@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <poll.h>
+#include <sstream>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -23,6 +24,9 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+constexpr const char* legacyKey = "useLegacyRS232Commands";
 
 struct Run {
     const RunOptions& options;
@@ -119,6 +123,26 @@ bool startDaemon(Run& run, std::string& error) {
         }
     }
     return true;
+}
+
+// The setting decides at the program's start; all others in the file stay.
+bool chooseProtocol(const Run& run, std::string& error) {
+    if (!run.options.isLegacy) {
+        return true;
+    }
+    std::istringstream lines(WorldFolder_read(run.world, settingsFile));
+    std::string content;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with(legacyKey)) {
+            content += line + '\n';
+        }
+    }
+    content += std::string(legacyKey) + " 1\n";
+    if (WorldFolder_write(run.world, settingsFile, content)) {
+        return true;
+    }
+    error = std::string(settingsFile) + ": " + strerror(errno);
+    return false;
 }
 
 void choosePort(const Run& run) {
@@ -287,7 +311,8 @@ int RunCommand_run(const RunOptions& options) {
     }
     choosePort(run);
     int result = 1;
-    if (startDaemon(run, error) && startScreen(run, error) && startProgram(run, error)) {
+    if (chooseProtocol(run, error) && startDaemon(run, error) && startScreen(run, error) &&
+        startProgram(run, error)) {
         if (run.isWorldOurs) {
             becomeCurrent(run);
         }

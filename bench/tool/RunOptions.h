@@ -17,6 +17,7 @@ struct RunOptions {
     std::string program;    ///< empty: the application beside the bench
     std::vector<std::string> programArguments;
     std::vector<std::string> commands; ///< carried out before the program starts
+    bool isLegacy = false;             ///< the older meter's protocol owns the command port
     bool isQuiet = false;
 };
 

@@ -7,6 +7,7 @@
 #include "BenchText.h"
 #include "RunCommand.h"
 #include "Signal.h"
+#include "TerminalCommand.h"
 #include "WorldFolder.h"
 
 #include <algorithm>
@@ -145,16 +146,25 @@ int log(const std::string& world, const Words& words) {
     return follows ? followLog(world, words[1]) : forward(world, words);
 }
 
+int terminal(const std::string& world, const Words& words) {
+    std::string error;
+    if (words.size() != 1) {
+        return usage("terminal");
+    }
+    return TerminalCommand_run(world, error) ? 0 : fail(error);
+}
+
 struct LocalCommand {
     std::string_view name;
     int (*run)(const std::string& world, const Words& words);
     const char* usage;
     const char* help;
 };
-constexpr std::array<LocalCommand, 4> localCommands{{
+constexpr std::array<LocalCommand, 5> localCommands{{
     {"screen", showScreen, "screen [--all]", "windows and widgets, those hidden too with --all"},
     {"tap", tap, "tap NAME", "touch a widget, by its name or text"},
     {"screenshot", screenshot, "screenshot FILE", "save the screen as PNG"},
+    {"terminal", terminal, "terminal", "type to the command port, see its replies; Ctrl-C ends"},
     {"log", log, "log PORT --follow", "the same, going on"},
 }};
 

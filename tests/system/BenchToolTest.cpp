@@ -50,10 +50,17 @@ protected:
         WorldFolder_remove(folder);
     }
 
+    static std::string toolPath() {
+        return fs::read_symlink("/proc/self/exe").parent_path() / "quorvel-bench";
+    }
+
     pid_t startTool(std::vector<std::string> words, const std::string& display = "") {
+        words.insert(words.begin(), toolPath());
+        return startProgram(words, display);
+    }
+
+    pid_t startProgram(const std::vector<std::string>& words, const std::string& display = "") {
         WorldFolder_remove(errorFile());
-        words.insert(words.begin(),
-                     fs::read_symlink("/proc/self/exe").parent_path() / "quorvel-bench");
         return ChildProcess_start(
             words,
             {{"LD_PRELOAD", ""},
@@ -76,7 +83,17 @@ protected:
         for (const std::string_view word : BenchText_words(line)) {
             words.emplace_back(word);
         }
-        const int status = waitForEnd(startTool(words));
+        return answerOf(startTool(words));
+    }
+
+    /// A text piped into the command port's terminal.
+    Answer pipe(const std::string& text) {
+        return answerOf(
+            startProgram({"/bin/sh", "-c", R"(printf %s "$0" | "$1" terminal)", text, toolPath()}));
+    }
+
+    Answer answerOf(pid_t child) {
+        const int status = waitForEnd(child);
         std::string text;
         std::array<char, 4096> buffer{};
         for (ssize_t count = 0; (count = read(output[0], buffer.data(), buffer.size())) > 0;) {
@@ -240,4 +257,26 @@ TEST_F(BenchTool, BenchesRunSideBySide) {
     kill(second, SIGTERM);
     waitForEnd(second);
     EXPECT_TRUE(fs::exists(secondWorld)) << "a world that was asked for is kept";
+}
+
+TEST_F(BenchTool, TheOlderMetersProtocolAnswersOnItsTerminal) {
+    EXPECT_THAT(type("terminal").errors, HasSubstr("no bench is running"));
+    run({"--headless", "--legacy"});
+    const auto answers = [this] { return pipe("U0").text == " 6610  FCRYYPYYTT1XF\r\n"; };
+    EXPECT_TRUE(Bench_waitUntil(answers, startLimit_ms));
+    EXPECT_EQ(pipe("U2U1").text, " 6610   0100 RS232\r\n 6610  VCM VCO FL \r\n");
+    EXPECT_EQ(pipe("").text, "");
+    EXPECT_THAT(type("terminal now").errors, HasSubstr("usage: quorvel-bench terminal"));
+}
+
+TEST_F(BenchTool, TheOlderMetersProtocolLeavesTheOtherSettingsOfAKeptWorld) {
+    constexpr const char* settingsFile =
+        "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+    const std::string kept = folder + "/kept";
+    ASSERT_TRUE(WorldFolder_create(kept));
+    ASSERT_TRUE(WorldFolder_write(kept, settingsFile,
+                                  "displayGraph 1\nuseLegacyRS232Commands 0\nserialSpeed 4800\n"));
+    EXPECT_EQ(type("run --headless --legacy --world " + kept + " --program /bin/true").status, 0);
+    EXPECT_EQ(WorldFolder_read(kept, settingsFile),
+              "displayGraph 1\nserialSpeed 4800\nuseLegacyRS232Commands 1\n");
 }

@@ -12,11 +12,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <random>
 #include <string>
 #include <thread>
@@ -278,6 +280,24 @@ TEST_F(LegacyPort, AMillionRandomBytesLeaveItAnswering) {
     terminal.send("\nRYYT1FC");
     terminal.readUntilQuiet(300);
     EXPECT_EQ(ask("U0"), freshStatus);
+}
+
+TEST_F(LegacyPort, RepliesLeaveSoonAfterTheirReading) {
+    constexpr int count = 101;
+    std::array<double, count> delays_ms{};
+    SerialSensors_show(UpperDisplay, 0);
+    for (double& delay_ms : delays_ms) {
+        terminal.send("ENT");
+        synchronise();
+        const auto measured = std::chrono::steady_clock::now();
+        SerialSensors_measure(0, 1.5F, 0.0F);
+        ASSERT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
+        delay_ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - measured)
+                .count();
+    }
+    std::ranges::sort(delays_ms);
+    EXPECT_LT(delays_ms[count / 2], 50.0);
 }
 
 TEST_F(LegacyPort, RepliesOfBothThreadsNeverMixInsideALine) {

@@ -1,0 +1,241 @@
+// The older meter's protocol on the command port, as a host at the other end of the cable sees it.
+
+#include "MeterTest.h"
+#include "WorldFolder.h"
+
+#include <array>
+#include <fcntl.h>
+#include <poll.h>
+#include <random>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+constexpr const char* legacySettings = "useLegacyRS232Commands 1\n";
+constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
+constexpr const char* quickSensor = " boot=0s baud=unlimited";
+constexpr int replyLimit_ms = 5000;
+constexpr int quiet_ms = 400;
+
+/// The host's end of the cable.
+class Host {
+public:
+    ~Host() {
+        close(port);
+    }
+    bool connect(const Bench& bench) {
+        port = open((bench.world + "/command-port").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        return port >= 0;
+    }
+    bool send(std::string_view bytes) const {
+        return write(port, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    }
+    /// What arrives up to a line feed, or until it has been quiet for so long.
+    std::string readLine(int limit_ms = replyLimit_ms) {
+        while (received.find('\n') == std::string::npos && receive(limit_ms)) {
+        }
+        const size_t end = received.find('\n');
+        const std::string line = received.substr(0, end == std::string::npos ? end : end + 1);
+        received.erase(0, line.size());
+        return line;
+    }
+    std::string ask(std::string_view command) {
+        send(command);
+        return readLine();
+    }
+    void discard() {
+        while (receive(quiet_ms)) {
+        }
+        received.clear();
+    }
+
+private:
+    bool receive(int limit_ms) {
+        pollfd input{port, POLLIN, 0};
+        std::array<char, 1024> piece;
+        if (poll(&input, 1, limit_ms) <= 0) {
+            return false;
+        }
+        const ssize_t count = read(port, piece.data(), piece.size());
+        received.append(piece.data(), count > 0 ? static_cast<size_t>(count) : 0);
+        return count > 0;
+    }
+    int port = -1;
+    std::string received;
+};
+
+class LegacyPort : public MeterTest {
+protected:
+    void startLegacy(const std::string& furtherSettings = "") {
+        const std::string lines = legacySettings + furtherSettings;
+        start({.prepare = [lines](const std::string& world) {
+            WorldFolder_write(world, settingsFile, lines);
+        }});
+        ASSERT_TRUE(host.connect(bench));
+        ASSERT_EQ(host.ask("U0"), freshStatus);
+    }
+    void startWithSensor(const std::string& sensor, const std::string& furtherSettings = "") {
+        startLegacy(furtherSettings);
+        plugFirst("serial1", sensor + quickSensor);
+    }
+
+    Host host;
+};
+
+std::string watts(double power_W, const char* label = "FC") {
+    char text[32];
+    snprintf(text, sizeof text, "N%s % 7.2f   W\r\n", label, power_W);
+    return text;
+}
+
+} // namespace
+
+TEST_F(LegacyPort, EveryCommandHasItsReply) {
+    startWithSensor("5132 fwd=25 rfl=0.5");
+    const struct {
+        const char* sent;
+        const char* reply;
+    } cases[] = {
+        {"ENT", "NFC   25.00   W\r\n"},
+        {"RCENT", "NRC   .5000   W\r\n"},
+        {"FCENT", "NFC   25.00   W\r\n"},
+        {"ent", "NFC   25.00   W\r\n"},
+        {"R10ENT", "OFC  199.99   W\r\n"},
+        {"R12ENT", "NFC   .0250  KW\r\n"},
+        {"U0", " 6610  FCR12PYYTT1XF\r\n"},
+        {"RYYRNNU0", " 6610  FCR12PYYTT1XF\r\n"},
+        {"RYYENT", "NFC   25.00   W\r\n"},
+        {"U0", freshStatus},
+        {"u1", " 6610  VCM VCO FL \r\n"},
+        {"J0U1", " 6610  VCM VCO PS \r\n"},
+        {"YTPYXFU1", " 6610  VCM VCO FL \r\n"},
+        {"RXQU1", " 6610  ICM ICO FL \r\n"}, // Q is not the F that X waits for
+        {"U1", " 6610  VCM VCO FL \r\n"},
+        {"R18U1", " 6610  VCM ICO FL \r\n"},
+        {"?U1", " 6610  ICM VCO FL \r\n"},
+        {"U2", " 6610   0100 RS232\r\n"},
+        {"T5U0", " 6610  FCRYYPYYTT5XF\r\n"},
+        {"RCENT", "NRC   .5000   W\r\n"},
+        {"INTU0", " 6610  RCRYYPYYTT1XF\r\n"},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(host.ask(row.sent), row.reply) << row.sent;
+    }
+    for (int range = 0; range <= 17; ++range) {
+        char command[16];
+        char reply[32];
+        snprintf(command, sizeof command, "FCR%02dU0", range);
+        snprintf(reply, sizeof reply, " 6610  FCR%02dPYYTT1XF\r\n", range);
+        EXPECT_EQ(host.ask(command), reply);
+    }
+}
+
+TEST_F(LegacyPort, AddressesAndBuildAreThoseOfTheInstrument) {
+    startLegacy();
+    ASSERT_TRUE(Bench_writeFile(bench, "/usr/local/etc/defconfig/buildInstalled",
+                                "BUILD_HOSTNAME=builder\nBUILD_DATE=2024-10-10T18:59:38\n"
+                                "BUILD_UUID=1234\n"));
+    EXPECT_THAT(host.ask("UA"), testing::MatchesRegex(
+                                    "UA [0-9a-f:]*;[0-9.]*;builder 2024-10-10T18:59:38 1234\r\n"));
+}
+
+TEST_F(LegacyPort, TheFirstDisplaysSensorAnswersAndTheOtherWhenItIsPulled) {
+    startLegacy();
+    ASSERT_TRUE(host.send("ENT"));
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+    plugFirst("serial1", std::string("5132 fwd=25") + quickSensor, 2);
+    host.discard(); // what was asked without a sensor is answered by the first reading
+    EXPECT_EQ(host.ask("ENT"), watts(25));
+    plug("serial2", std::string("5132 fwd=40") + quickSensor);
+    ASSERT_TRUE(shows("upper.fwd.value", "  40.00", readingLimit_ms));
+    EXPECT_EQ(host.ask("ENT"), watts(40));
+    ASSERT_TRUE(Bench_do(bench, "unplug serial2"));
+    ASSERT_TRUE(shows("single.fwd.value", "  25.00", readingLimit_ms));
+    EXPECT_EQ(host.ask("ENT"), watts(25));
+    ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
+    ASSERT_TRUE(shows("noConnection.title", "No Sensor Detected", readingLimit_ms));
+    ASSERT_TRUE(host.send("ENT"));
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+    EXPECT_EQ(host.ask("U0"), freshStatus);
+}
+
+TEST_F(LegacyPort, InCommandModeASelectionIsAnsweredOnce) {
+    startWithSensor("5132 fwd=25 rfl=20", "legacyCommandModeSW 1\n");
+    ASSERT_TRUE(host.send("T5"));
+    EXPECT_EQ(host.ask("FC"), watts(25));
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+    EXPECT_EQ(host.ask("RC"), watts(20, "RC"));
+    ASSERT_TRUE(host.send("ENT"));
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+}
+
+TEST_F(LegacyPort, MoreThanTheSensorStandsIsOverflow) {
+    startWithSensor("5132 fwd=100 max=80");
+    EXPECT_EQ(host.ask("ENT"), "OFC  199.99   W\r\n");
+    ASSERT_TRUE(Bench_do(bench, "set serial1 fwd=90"));
+    EXPECT_EQ(host.ask("ENT"), watts(90));
+}
+
+TEST_F(LegacyPort, EveryReadingWasMeasuredAfterItsRequest) {
+    startWithSensor("5132 fwd=20");
+    plug("serial2", std::string("5132 fwd=sine:1:9:1s") + quickSensor);
+    ASSERT_TRUE(becomesVisible("lower.fwd.value", true, readingLimit_ms));
+    for (int request = 0; request < 200; ++request) {
+        const int power_W = 20 + request % 100;
+        ASSERT_TRUE(Bench_do(bench, "set serial1 fwd=" + std::to_string(power_W)));
+        ASSERT_EQ(host.ask("ENT"), watts(power_W)) << request;
+    }
+}
+
+TEST_F(LegacyPort, TenThousandRequestsBehindTheRepliesAreAllAnswered) {
+    startWithSensor("5132 fwd=25");
+    for (int request = 0; request < 10000; ++request) {
+        ASSERT_EQ(host.ask("ENT"), watts(25)) << request;
+    }
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+}
+
+TEST_F(LegacyPort, AMillionRandomBytesLeaveItAnswering) {
+    startWithSensor("5132 fwd=25");
+    std::mt19937 random(8830);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::string block(1000, '\0');
+    for (int sent = 0; sent < 1000; ++sent) {
+        for (char& character : block) {
+            character = static_cast<char>(byte(random));
+        }
+        ASSERT_TRUE(host.send(block));
+        while (!host.readLine(0).empty()) {
+        }
+    }
+    host.discard();
+    ASSERT_TRUE(host.send("\nT1FCRYY"));
+    host.discard();
+    EXPECT_EQ(host.ask("U0"), freshStatus);
+    EXPECT_EQ(host.ask("ENT"), watts(25));
+    EXPECT_NE(Bench_programId(bench), 0);
+}
+
+TEST_F(LegacyPort, AMissingPortLeavesTheMeterAtWork) {
+    start({.commands = {"remove /dev/ttyS4"}, .prepare = [](const std::string& world) {
+               WorldFolder_write(world, settingsFile, legacySettings);
+           }});
+    EXPECT_GE(Bench_countInSyslog(bench, "Could not open /dev/ttyS4"), 1U);
+    EXPECT_GE(Bench_countInSyslog(bench, "Serial command interface is not enabled."), 1U);
+    plugFirst("serial1", "5132 fwd=25");
+    EXPECT_TRUE(shows("single.fwd.value", "  25.00"));
+}
+
+TEST_F(LegacyPort, TheUsersSerialSettingsSurviveTheStart) {
+    startLegacy("serialSpeed 1200\nserialDataBits 7\nserialStopBits 2\nserialParity EVEN\n");
+    const std::string text = WorldFolder_readFile(bench.world + "/tty/ttyS4");
+    EXPECT_EQ(text.substr(0, text.find('\n')), "1200 7 E 2");
+}
+
+TEST_F(LegacyPort, WithoutTheSettingThePortIsNotTheOlderMeters) {
+    start();
+    ASSERT_TRUE(host.connect(bench));
+    ASSERT_TRUE(host.send("U0"));
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+}
