@@ -4,6 +4,7 @@
 #include "ApplicationDirectory.h"
 #include "BatteryIndicator.h"
 #include "BatteryMonitor.h"
+#include "CSensorDisplayFSM.h"
 #include "CloseWindow.h"
 #include "CommandLine.h"
 #include "Configuration.h"
@@ -20,6 +21,8 @@
 #include "PowerControl.h"
 #include "Process.h"
 #include "PulseConfig.h"
+#include "ScpiParser.h"
+#include "ScpiRecord.h"
 #include "SensorChannelDialog.h"
 #include "SensorHandOff.h"
 #include "SensorInformationDialog.h"
@@ -85,6 +88,11 @@ void buildScreens() {
     SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);
 }
 
+/// Remote control answers what the screens show.
+void mirrorReadings(uint32_t port, const SENSOR_MEASUREMENTS& measurements) {
+    scpiUpdateMeasurement(port, measurements);
+}
+
 void runMainLoop() {
     GdkLock_enter();
     gtk_main();
@@ -111,11 +119,13 @@ int main(int argc, char* argv[]) {
     logIdentity();
     buildScreens();
     SensorHandOff_create();
+    CSensorDisplayFSM_registerMeasurementListener(mirrorReadings);
     StartThreads_startGui();
     StartThreads_createDisplaySlots();
     sensorPortHandler_setPulseConfigFile(pulseSensorFile);
     sensorPortHandler_createAll();
     StartThreads_startWorkers();
+    startScpiParser();
     SerialCommand_Start();
     runMainLoop();
     disableBatteryMonitor();

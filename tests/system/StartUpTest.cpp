@@ -44,13 +44,26 @@ TEST_F(StartUp, NothingIsWarnedAbout) {
 
 TEST_F(StartUp, MissingDevicesDoNotKeepTheMeterFromStarting) {
     for (const char* path :
-         {"/dev/ttyS1", "/dev/ttyS2", "/dev/ttyS4", "/dev/input/event0", "/sys/class/hwmon",
+         {"/dev/ttyS1", "/dev/ttyS2", "/dev/input/event0", "/sys/class/hwmon",
           "/sys/devices/virtual/battery_charger", "/sys/class/power_supply", "/sys/class/leds"}) {
         // The daemon makes the terminals anew, so they are taken away once it runs.
         start({.commands = {"remove " + std::string(path)}});
         EXPECT_TRUE(shows("noConnection.title", "No Sensor Detected")) << path;
         Bench_stop(bench);
     }
+}
+
+TEST_F(StartUp, AMissingCommandPortSilencesTheOlderMetersProtocolOnly) {
+    start({.commands = {"remove /dev/ttyS4"}, .prepare = [](const std::string& world) {
+               WorldFolder_write(world, settingsFile, "useLegacyRS232Commands 1\n");
+           }});
+    EXPECT_TRUE(shows("noConnection.title", "No Sensor Detected"));
+}
+
+TEST_F(StartUp, AMissingCommandPortEndsAMeterThatServesScpiOnIt) {
+    EXPECT_FALSE(Bench_start(bench, {.commands = {"remove /dev/ttyS4"}}));
+    EXPECT_GT(Bench_countInSyslog(bench, "Could not open /dev/ttyS4"), 0U);
+    EXPECT_GT(Bench_countInSyslog(bench, "createSerialServer() failed"), 0U);
 }
 
 TEST_F(StartUp, WithoutCurrentMonitorsNoSerialSensorIsFound) {
