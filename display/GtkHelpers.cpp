@@ -3,6 +3,7 @@
 #include "GdkLock.h"
 #include "message.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -260,4 +261,21 @@ GtkWidget* newTouchButton(const char* name) {
     gtk_widget_set_can_focus(button, FALSE);
     gtk_style_context_add_class(gtk_widget_get_style_context(button), "touch");
     return button;
+}
+
+void placeOverWindow(GtkWindow* dialog, GtkWindow* window) {
+    GtkRequisition size{};
+    gtk_widget_get_preferred_size(GTK_WIDGET(dialog), nullptr, &size);
+    int defaultWidth = 0;
+    int defaultHeight = 0;
+    gtk_window_get_default_size(dialog, &defaultWidth, &defaultHeight);
+    int x = 0;
+    int y = 0;
+    gtk_window_get_position(window, &x, &y);
+    int width = 0;
+    int height = 0;
+    gtk_window_get_size(window, &width, &height);
+    gtk_window_set_position(dialog, GTK_WIN_POS_NONE);
+    gtk_window_move(dialog, x + (width - std::max(size.width, defaultWidth)) / 2,
+                    y + (height - std::max(size.height, defaultHeight)) / 2);
 }

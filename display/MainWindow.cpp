@@ -212,6 +212,8 @@ void createGTKDisplays() {
     gtk_widget_show(entireScreen.topFixedLine);
     gtk_widget_show(entireScreen.entireScreenContainer);
     gtk_widget_show(entireScreen.mainWindow);
+    // A web browser's screen knows no full screen and puts windows somewhere.
+    gdk_window_move(gtk_widget_get_window(entireScreen.mainWindow), 0, 0);
     screenInitComplete = true;
 }
 

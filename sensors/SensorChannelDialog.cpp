@@ -2,6 +2,7 @@
 
 #include "AppFlags.h"
 #include "GdkLock.h"
+#include "GtkHelpers.h"
 #include "Process.h"
 #include "Threads.h"
 #include "message.h"
@@ -137,7 +138,11 @@ void showAbove(GtkWidget* dialog) {
     gtk_window_set_transient_for(window, parentWindow);
     gtk_window_set_modal(window, TRUE);
     gtk_window_set_keep_above(window, TRUE);
-    gtk_widget_show_all(dialog);
+    gtk_widget_show_all(gtk_bin_get_child(GTK_BIN(dialog)));
+    if (parentWindow != nullptr) {
+        placeOverWindow(window, parentWindow);
+    }
+    gtk_widget_show(dialog);
 }
 
 /// Takes the dialog away and forgets it, which ends the channel thread's wait.

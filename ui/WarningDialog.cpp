@@ -1,6 +1,7 @@
 #include "WarningDialog.h"
 
 #include "AppFlags.h"
+#include "GtkHelpers.h"
 
 #include <cstdio>
 
@@ -53,7 +54,7 @@ void putUp(WarningDialog* warning) {
         contentMargin);
     gtk_window_set_decorated(GTK_WINDOW(dialog), FALSE);
     gtk_window_set_keep_above(GTK_WINDOW(dialog), TRUE);
-    gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ALWAYS);
+    placeOverWindow(GTK_WINDOW(dialog), warning->parent);
     g_signal_connect(dialog, "response", G_CALLBACK(onResponse), warning);
     warning->dialog = dialog;
     gtk_widget_show(dialog);
