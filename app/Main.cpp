@@ -21,6 +21,7 @@
 #include "PowerControl.h"
 #include "Process.h"
 #include "PulseConfig.h"
+#include "PulseConfigDialog.h"
 #include "ScpiParser.h"
 #include "ScpiRecord.h"
 #include "SensorChannelDialog.h"
@@ -84,6 +85,8 @@ void buildScreens() {
     AppSettingsMenu_create(GTK_WINDOW(entireScreen.mainWindow));
     configureButtons(GTK_FIXED(entireScreen.topFixedLine));
     graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
+    pulseConfigDialog_Create(gPulseConfigDlg3163, pulseConfigForm3163);
+    pulseConfigDialog_Create(gPulseConfigDlg3164, pulseConfigForm3164);
     SensorChannelDialog_register(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);
 }

@@ -3,6 +3,7 @@
 #include "AppFlags.h"
 #include "Configuration.h"
 #include "GuiHarness.h"
+#include "PulseConfigDialog.h"
 #include "PulseMeasurements.h"
 #include "SensorFakes.h"
 
@@ -134,6 +135,59 @@ void drawHalves(const char* prefix, const SENSOR_MEASUREMENTS& measurements) {
     save((std::string(prefix) + "-both-values").c_str());
 }
 
+void giveLimits(SENSOR_IDENTITY& limits) {
+    limits.sensorFrequency = {360000.0F, 105000000.0F};
+    limits.sensorPulsePeriod = {6e-6F, 1.0F};
+    limits.sensorPower = {0.0F, 25000.0F};
+    limits.sensorTriggerDelay = {-1.0F, 1.0F};
+}
+
+void drawDialogs() {
+    pulseConfigDialog_Create(gPulseConfigDlg3163, pulseConfigForm3163);
+    pulseConfigDialog_Create(gPulseConfigDlg3164, pulseConfigForm3164);
+    SensorFake& sensor = sensorFakes[sensorPort_USB1];
+    giveLimits(sensor.identity);
+    sensor.configs = {};
+    sensor.configs.freqVal = 13560000.0F;
+    sensor.configs.gateBegin = 0.0001F;
+    pulseConfigDialog_Show(sensorPort_USB1);
+    save("pulse-dialog-3163");
+    callbackPulseConfigBtnClicked(gPulseConfigDlg3163.cancel, &gPulseConfigDlg3163);
+    sensor.configs.bSupportsTriggeredGates = true;
+    sensor.configs.prdVal = 0.00125F;
+    sensor.configs.trigLevelVal = 123.456F;
+    sensor.configs.trigDelayVal = -0.000012345F;
+    sensor.configs.trigSlope = 1;
+    pulseConfigDialog_Show(sensorPort_USB1);
+    PulseConfigForm_setTarget(&gPulseConfigDlg3164, gPulseConfigDlg3164.entries[2].entry);
+    save("pulse-dialog-3164");
+    sensor.configs.bModelIsTriggeredGates = true;
+    sensor.configs.bAutoFrequency = true;
+    sensor.configs.numStates = 4;
+    for (int i = 0; i < 4; ++i) {
+        sensor.configs.pulseStates[i] = {true, static_cast<float>(i) * 0.0002F,
+                                         static_cast<float>(i) * 0.0002F + 0.000123456F};
+    }
+    sensor.configs.pulseStates[3].end = 0.0001F;
+    pulseConfigDialog_Show(sensorPort_USB1);
+    save("pulse-dialog-states");
+    callbackPulseConfigBtnClicked(gPulseConfigDlg3164.apply, &gPulseConfigDlg3164);
+    save("pulse-dialog-error");
+    gtk_button_clicked(GTK_BUTTON(gPulseConfigDlg3164.errorOk));
+    gtk_entry_set_text(GTK_ENTRY(gPulseConfigDlg3164.entries[13].entry), "1200");
+    callbackPulseConfigBtnClicked(gPulseConfigDlg3164.apply, &gPulseConfigDlg3164);
+    save("pulse-dialog-sending");
+    USBTMC_PARAM_ERRORS errors = {};
+    errors.count = 5;
+    for (auto& error : errors.errors) {
+        snprintf(error, sizeof error, "Trigger Level Auto is not valid");
+    }
+    Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, 5000);
+    SensorFakes_answer(errors);
+    Gui_waitUntil([] { return gtk_widget_get_mapped(gPulseConfigDlg3164.errorWindow) != 0; }, 5000);
+    save("pulse-dialog-refused");
+}
+
 void drawAll() {
     drawFull("pulse-single", false, readings());
     drawFull("pulse-single-triggered", true, readings());
@@ -178,5 +232,6 @@ int main(int count, char** arguments) {
     plug(sensorPort_USB1, "3164", "201100123");
     plug(sensorPort_USB2, "Tessel 3164 wide lab", "987654321");
     drawAll();
+    drawDialogs();
     return 0;
 }

@@ -1,16 +1,32 @@
 #include "SensorFakes.h"
 
 #include "SensorManager.h"
+#include "UsbSensorConfig.h"
 
+#include <condition_variable>
 #include <cstdio>
 #include <limits>
+#include <mutex>
 
 SensorFake sensorFakes[sensorPortCount];
 uint32_t sensorFakesActiveCount = 1;
 
+namespace {
+
+std::mutex requestMutex;
+std::condition_variable requestAnswered;
+SensorFakeRequest request;
+USBTMC_PARAM_ERRORS answer;
+
+} // namespace
+
 void SensorFakes_reset() {
     constexpr float none = std::numeric_limits<float>::quiet_NaN();
     sensorFakesActiveCount = 1;
+    {
+        const std::scoped_lock lock(requestMutex);
+        request = {};
+    }
     for (SensorFake& fake : sensorFakes) {
         fake = {};
         fake.logicalChannel = sensorLogicalNoChannel;
@@ -60,4 +76,37 @@ void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t port) 
 
 uint32_t SensorInstance_GetActiveCount() {
     return sensorFakesActiveCount;
+}
+
+SensorFakeRequest SensorFakes_request() {
+    const std::scoped_lock lock(requestMutex);
+    return request;
+}
+
+void SensorFakes_answer(const USBTMC_PARAM_ERRORS& errors) {
+    const std::scoped_lock lock(requestMutex);
+    answer = errors;
+    request.isWaiting = false;
+    requestAnswered.notify_all();
+}
+
+USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
+                                                       uint32_t channel) {
+    std::unique_lock lock(requestMutex);
+    ++request.count;
+    request.config = config;
+    request.port = channel;
+    request.isWaiting = true;
+    requestAnswered.wait(lock, [] { return !request.isWaiting; });
+    return answer;
+}
+
+void sensorPortHandler_abandonSensorConfigs(uint32_t /*channel*/) {
+    USBTMC_PARAM_ERRORS gone = {};
+    gone.sensorHasGone = true;
+    {
+        const std::scoped_lock lock(requestMutex);
+        ++request.abandonedCount;
+    }
+    SensorFakes_answer(gone);
 }

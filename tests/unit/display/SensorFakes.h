@@ -2,6 +2,7 @@
 #define TESTS_UNIT_DISPLAY_SENSOR_FAKES_H
 
 #include "SensorPortHandler.h"
+#include "UsbSensorHandler.h"
 
 /// Stand-ins for the sensor side, in place of its library: what the port handlers and the sensor
 /// manager answer is set here.
@@ -24,5 +25,16 @@ extern uint32_t sensorFakesActiveCount;
 
 /// No channels, nothing ready, no readings, 1000 W and 1 W.
 void SensorFakes_reset();
+
+/// A configuration that is handed to a port waits until a test answers it.
+struct SensorFakeRequest {
+    int count; ///< configurations handed over since the reset
+    SENSOR_CONFIGS config;
+    uint32_t port;
+    bool isWaiting;
+    int abandonedCount;
+};
+SensorFakeRequest SensorFakes_request();
+void SensorFakes_answer(const USBTMC_PARAM_ERRORS& errors);
 
 #endif

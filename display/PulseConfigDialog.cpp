@@ -1,0 +1,313 @@
+#include "PulseConfigDialog.h"
+
+#include "AppFlags.h"
+#include "CSensorDisplayFSM.h"
+#include "Configuration.h"
+#include "GtkHelpers.h"
+#include "MainWindow.h"
+#include "PulseConfig.h"
+#include "PulseConfigSending.h"
+#include "PulseDisplay.h"
+#include "SensorPortHandler.h"
+#include "message.h"
+
+#include <cstdio>
+#include <span>
+
+PULSE_CONFIG_DIALOG gPulseConfigDlg3163;
+PULSE_CONFIG_DIALOG gPulseConfigDlg3164;
+
+namespace {
+
+constexpr char interfaceFile[] = "./resources/pulseConfigDialog.ui";
+
+constexpr char styleText[] = R"(
+#pulseConfigDialog, #pulseConfigError { background-color: black; border: none; }
+#pulseConfigError { border: 3px solid #fe4a49; }
+#pulseConfigDialog label, #pulseConfigError label {
+    color: white; background-color: transparent; font-size: 24px;
+}
+#pulseConfigDialog label.heading { font-size: 32px; font-weight: bold; }
+#pulseConfigDialog #pulseConfigStatus { color: #ffd766; font-weight: bold; }
+#pulseConfigDialog button, #pulseConfigError button {
+    background-color: #1d1f21; background-image: none; border: 1px solid #6a6e72;
+    border-bottom: 3px solid #6a6e72; border-radius: 8px; box-shadow: none; text-shadow: none;
+    outline-style: none; transition: none; padding: 0; min-width: 0; min-height: 0;
+}
+#pulseConfigDialog button label, #pulseConfigError button label { color: #ffd766; }
+#pulseConfigDialog button:active, #pulseConfigError button:active { background-color: #5a5e62; }
+#pulseConfigDialog button:disabled { border-color: #333333; }
+#pulseConfigDialog button:disabled label, #pulseConfigDialog label:disabled { color: #6a6e72; }
+#pulseConfigDialog button.key label { font-size: 38px; font-weight: bold; }
+#pulseConfigDialog entry {
+    background-color: #101112; background-image: none; color: white; border: 2px solid #6a6e72;
+    border-radius: 6px; box-shadow: none; font: bold 28px Monospace; padding: 0 8px; min-height: 0;
+    transition: none;
+}
+#pulseConfigDialog entry:disabled { color: #6a6e72; border-color: #333333; }
+#pulseConfigDialog entry.target { border-color: #ffd766; }
+#pulseConfigDialog entry.selected { background-color: #ffd766; color: black; }
+#pulseConfigDialog checkbutton, #pulseConfigDialog radiobutton { outline-style: none; }
+#pulseConfigDialog check, #pulseConfigDialog radio {
+    min-width: 32px; min-height: 32px; background-color: #1d1f21; background-image: none;
+    border: 2px solid #6a6e72; color: black; -gtk-icon-shadow: none; box-shadow: none;
+    transition: none;
+}
+#pulseConfigDialog checkbutton label, #pulseConfigDialog radiobutton label { padding-left: 8px; }
+#pulseConfigDialog check:checked, #pulseConfigDialog radio:checked {
+    background-color: #ffd766; border-color: #ffd766;
+}
+)";
+
+void installStyle() {
+    static bool isInstalled = false;
+    if (isInstalled) {
+        return;
+    }
+    isInstalled = true;
+    GtkCssProvider* provider = gtk_css_provider_new();
+    gtk_css_provider_load_from_data(provider, styleText, -1, nullptr);
+    gtk_style_context_add_provider_for_screen(gdk_screen_get_default(),
+                                              GTK_STYLE_PROVIDER(provider),
+                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    g_object_unref(provider);
+}
+
+struct WidgetRow {
+    const char* id;
+    GtkWidget* PULSE_CONFIG_DIALOG::*field;
+};
+
+constexpr WidgetRow widgetRows[] = {
+    {"pulseConfigDialog", &PULSE_CONFIG_DIALOG::window},
+    {"pulseConfigTitle", &PULSE_CONFIG_DIALOG::title},
+    {"pulseConfigRestore", &PULSE_CONFIG_DIALOG::restore},
+    {"pulseConfigApply", &PULSE_CONFIG_DIALOG::apply},
+    {"pulseConfigStore", &PULSE_CONFIG_DIALOG::applyAndStore},
+    {"pulseConfigCancel", &PULSE_CONFIG_DIALOG::cancel},
+    {"pulseConfigStatus", &PULSE_CONFIG_DIALOG::status},
+    {"pulseConfigError", &PULSE_CONFIG_DIALOG::errorWindow},
+    {"pulseConfigErrorText", &PULSE_CONFIG_DIALOG::errorText},
+    {"pulseConfigErrorOk", &PULSE_CONFIG_DIALOG::errorOk},
+};
+
+GtkBuilder* loadInterface() {
+    GtkBuilder* builder = gtk_builder_new();
+    GError* error = nullptr;
+    if (gtk_builder_add_from_file(builder, interfaceFile, &error) == 0) {
+        DIAGNOSTIC("Error loading file: %s\n", error->message);
+        g_error_free(error);
+        g_object_unref(builder);
+        return nullptr;
+    }
+    return builder;
+}
+
+bool takeWidgets(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
+    bool isComplete = true;
+    for (const WidgetRow& row : widgetRows) {
+        dialog->*row.field = PulseConfigForm_takeWidget(builder, row.id);
+        isComplete = isComplete && dialog->*row.field != nullptr;
+    }
+    return PulseConfigForm_create(dialog, builder) && isComplete;
+}
+
+/// While a configuration is on its way only Cancel answers, and the user sees why.
+void setSending(PULSE_CONFIG_DIALOG* dialog, bool isSending) {
+    for (GtkWidget* widget :
+         {dialog->form, dialog->keypad, dialog->restore, dialog->apply, dialog->applyAndStore}) {
+        gtk_widget_set_sensitive(widget, !isSending);
+    }
+    setLabelText(dialog->status, isSending ? "Sending to the sensor..." : "");
+}
+
+void closeDialog(PULSE_CONFIG_DIALOG* dialog) {
+    PulseConfigForm_setTarget(dialog, nullptr);
+    setWidgetVisible(dialog->errorWindow, false);
+    setWidgetVisible(dialog->window, false);
+    setSending(dialog, false);
+}
+
+void confirmError(GtkWidget* /*button*/, gpointer data) {
+    setWidgetVisible(static_cast<PULSE_CONFIG_DIALOG*>(data)->errorWindow, false);
+}
+
+/// Closing by other means than a button of the dialog is Cancel.
+gboolean refuseToClose(GtkWidget* /*window*/, GdkEvent* /*event*/, gpointer data) {
+    auto* dialog = static_cast<PULSE_CONFIG_DIALOG*>(data);
+    callbackPulseConfigBtnClicked(dialog->cancel, dialog);
+    return TRUE;
+}
+
+gboolean hideError(GtkWidget* window, GdkEvent* /*event*/, gpointer /*data*/) {
+    setWidgetVisible(window, false);
+    return TRUE;
+}
+
+void connectDialog(PULSE_CONFIG_DIALOG* dialog) {
+    for (GtkWidget* button :
+         {dialog->restore, dialog->apply, dialog->applyAndStore, dialog->cancel}) {
+        g_signal_connect(button, "clicked", G_CALLBACK(callbackPulseConfigBtnClicked), dialog);
+    }
+    g_signal_connect(dialog->errorOk, "clicked", G_CALLBACK(confirmError), dialog);
+    g_signal_connect(dialog->window, "delete-event", G_CALLBACK(refuseToClose), dialog);
+    g_signal_connect(dialog->errorWindow, "delete-event", G_CALLBACK(hideError), nullptr);
+}
+
+/// Builds one form; a dialog that lacks a widget stays unusable.
+void createDisplay(PULSE_CONFIG_DIALOG* dialog, bool supportsTriggeredGates) {
+    *dialog = {};
+    GtkBuilder* builder = loadInterface();
+    if (builder == nullptr) {
+        return;
+    }
+    if (!takeWidgets(dialog, builder)) {
+        dialog->window = nullptr;
+        g_object_unref(builder);
+        return;
+    }
+    installStyle();
+    connectDialog(dialog);
+    gtk_window_set_transient_for(GTK_WINDOW(dialog->window), GTK_WINDOW(entireScreen.mainWindow));
+    gtk_window_set_keep_above(GTK_WINDOW(dialog->window), TRUE);
+    dialog->pulseConfig.bSupportsTriggeredGates = supportsTriggeredGates;
+    PulseConfigForm_fill(dialog);
+    g_object_unref(builder);
+}
+
+void setTitle(PULSE_CONFIG_DIALOG* dialog, uint32_t port) {
+    std::snprintf(dialog->dialogTitle, sizeof dialog->dialogTitle, "Pulse configuration %s",
+                  CSensorDisplayFSM_getSensorPortName(port));
+    setLabelText(dialog->title, dialog->dialogTitle);
+}
+
+SENSOR_IDENTITY limitsOf(const PULSE_CONFIG_DIALOG* dialog) {
+    SENSOR_IDENTITY identity = {};
+    char serialNumber[sensorSerialNumberSize] = "";
+    sensorPortHandler_getSensorInformation(static_cast<uint32_t>(dialog->channel), &identity,
+                                           serialNumber, sizeof serialNumber);
+    return identity;
+}
+
+bool tellFailure(PULSE_CONFIG_DIALOG* dialog, const PulseConfigFailure& failure) {
+    showErrorDialog(dialog, failure.message);
+    PulseConfigForm_setTarget(dialog, PulseConfigForm_entryOf(dialog, failure));
+    return false;
+}
+
+/// The sensor's answer. Only without errors the dialog has done its work.
+void finishSending(const USBTMC_PARAM_ERRORS& errors, void* context) {
+    auto* dialog = static_cast<PULSE_CONFIG_DIALOG*>(context);
+    setSending(dialog, false);
+    if (errors.sensorHasGone) {
+        showErrorDialog(dialog, "The sensor has gone.\nNothing has been stored.");
+        return;
+    }
+    if (errors.count > 0) {
+        char text[parameterErrorsTextSize];
+        PulseConfigValidation_parameterErrors(
+            std::span<const char[32]>(errors.errors).first(static_cast<size_t>(errors.count)),
+            text);
+        showErrorDialog(dialog, text);
+        return;
+    }
+    closeDialog(dialog);
+}
+
+void applyConfiguration(PULSE_CONFIG_DIALOG* dialog, bool isStored) {
+    updatePulseSensorConfiguration(dialog);
+    const bool isValid = dialog->pulseConfig.bSupportsTriggeredGates
+                             ? validatePulseConfiguration3164(dialog)
+                             : validatePulseConfiguration3163(dialog);
+    if (!isValid) {
+        return;
+    }
+    setSending(dialog, true);
+    if (!PulseConfigSending_start(dialog->pulseConfig, static_cast<uint32_t>(dialog->channel),
+                                  isStored, finishSending, dialog)) {
+        setSending(dialog, false);
+        showErrorDialog(dialog, "The configuration could not be sent.");
+    }
+}
+
+/// The stored configuration comes into the entries; nothing is sent.
+void restoreConfiguration(PULSE_CONFIG_DIALOG* dialog) {
+    sensorPortHandler_loadSensorConfig(&dialog->pulseConfig);
+    PulseConfigForm_fill(dialog);
+    PulseConfigForm_setTarget(dialog, nullptr);
+}
+
+} // namespace
+
+void pulseConfigDialog_Create(PULSE_CONFIG_DIALOG& dialog, int form) {
+    if (form == pulseConfigForm3163) {
+        createPulseConfigDisplay3163(&dialog);
+    } else {
+        createPulseConfigDisplay3164(&dialog);
+    }
+    PulseDisplay_registerConfigDialog(pulseConfigDialog_Show);
+}
+
+void createPulseConfigDisplay3163(PULSE_CONFIG_DIALOG* dialog) {
+    createDisplay(dialog, false);
+}
+
+void createPulseConfigDisplay3164(PULSE_CONFIG_DIALOG* dialog) {
+    createDisplay(dialog, true);
+}
+
+void pulseConfigDialog_Show(uint32_t port) {
+    SENSOR_CONFIGS config = {};
+    sensorPortHandler_getSensorConfigs(&config, port);
+    PULSE_CONFIG_DIALOG* dialog =
+        config.bSupportsTriggeredGates ? &gPulseConfigDlg3164 : &gPulseConfigDlg3163;
+    if (dialog->window == nullptr || PulseConfigSending_isActive()) {
+        return;
+    }
+    dialog->channel = static_cast<int>(port);
+    dialog->pulseConfig = config;
+    dialog->powerUnitIsdBm = configuration_getPowerUnitsIsdBm();
+    setTitle(dialog, port);
+    PulseConfigForm_fill(dialog);
+    setSending(dialog, false);
+    setWidgetVisible(dialog->window, true);
+    gtk_window_present(GTK_WINDOW(dialog->window));
+    PulseConfigForm_setTarget(dialog, nullptr);
+}
+
+bool validatePulseConfiguration3163(PULSE_CONFIG_DIALOG* dialog) {
+    PulseConfigFailure failure = {};
+    return PulseConfigValidation_check3163(dialog->pulseConfig, limitsOf(dialog), &failure) ||
+           tellFailure(dialog, failure);
+}
+
+bool validatePulseConfiguration3164(PULSE_CONFIG_DIALOG* dialog) {
+    PulseConfigFailure failure = {};
+    return PulseConfigValidation_check3164(&dialog->pulseConfig, limitsOf(dialog),
+                                           PulseConfigForm_typedPeriod_s(dialog), &failure) ||
+           tellFailure(dialog, failure);
+}
+
+void showErrorDialog(PULSE_CONFIG_DIALOG* dialog, const char* text) {
+    setLabelText(dialog->errorText, text);
+    gtk_window_set_keep_above(GTK_WINDOW(dialog->errorWindow), TRUE);
+    setWidgetVisible(dialog->errorWindow, true);
+    gtk_window_present(GTK_WINDOW(dialog->errorWindow));
+}
+
+void callbackPulseConfigBtnClicked(GtkWidget* button, gpointer data) {
+    auto* dialog = static_cast<PULSE_CONFIG_DIALOG*>(data);
+    if (!gtk_init_done) {
+        return;
+    }
+    if (button == dialog->restore) {
+        restoreConfiguration(dialog);
+    } else if (button == dialog->apply) {
+        applyConfiguration(dialog, false);
+    } else if (button == dialog->applyAndStore) {
+        applyConfiguration(dialog, true);
+    } else {
+        PulseConfigSending_cancel();
+        closeDialog(dialog);
+    }
+}
