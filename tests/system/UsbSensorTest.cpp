@@ -1,4 +1,5 @@
 #include "MeterTest.h"
+#include "ScpiClient.h"
 #include "WorldFolder.h"
 
 using testing::HasSubstr;
@@ -24,14 +25,32 @@ protected:
         start(options);
     }
 
-    /// The messages to a sensor so far, one a line.
-    std::vector<std::string> messagesTo(const std::string& port) {
+    static std::vector<std::string> messagesOf(const std::string& log) {
         std::vector<std::string> messages;
-        const std::string log = logOf(port, 0);
         for (size_t at = log.find("-> "); at != std::string::npos; at = log.find("-> ", at + 1)) {
             messages.push_back(log.substr(at + 3, log.find("\\n", at) - at - 3));
         }
         return messages;
+    }
+
+    /// The messages to a sensor so far.
+    std::vector<std::string> messagesTo(const std::string& port) {
+        return messagesOf(logOf(port, 0));
+    }
+
+    /// Settings that were really sent to a sensor after an entry of its log: no queries, none of
+    /// the messages that every cycle or start has.
+    std::vector<std::string> settingsSent(const std::string& port, uint64_t after) {
+        std::vector<std::string> settings;
+        for (const std::string& message : messagesOf(logOf(port, after))) {
+            const bool isSetting = message.find('?') == std::string::npos &&
+                                   message.find(' ') != std::string::npos &&
+                                   !message.starts_with("PNP:");
+            if (isSetting) {
+                settings.push_back(message);
+            }
+        }
+        return settings;
     }
 };
 
@@ -285,4 +304,54 @@ TEST_F(UsbSensor, InPulseModeASerialSensorKeepsItsScreen) {
     plug("usb1", "3164 fwd=4 period=1ms width=250us");
     EXPECT_TRUE(shows("pulse.valueFwd", "  4.000", readingLimit_ms));
     EXPECT_TRUE(shows("upper.fwd.value", "  25.00"));
+}
+
+TEST_F(UsbSensor, SwitchingTheModeSendsWhatDiffersInItsOrder) {
+    const struct {
+        const char* model;
+        std::vector<std::string> connected; ///< sent at the start, in CW mode
+        std::vector<std::string> pulse;     ///< sent after switching to pulse mode
+        std::vector<std::string> wave;      ///< and back
+    } cases[] = {
+        {"3164",
+         {"SENS:PER:AUTO 0", "SENS:SWE:TIME:AUTO 0", "SENS:PER 0.010000", "SENS:SWE:TIME 0.010000"},
+         {"SENS:REFL:ENAB 1", "SENS:PER:AUTO 1", "SENS:SWE:TIME:AUTO 1", "TRIG:SOUR INT",
+          "TRIG:SLOP NEG"},
+         {"SENS:PER:AUTO 0", "SENS:SWE:TIME:AUTO 0"}},
+        {"3163", {}, {"SENS:REFL:ENAB 1"}, {}},
+    };
+    for (const auto& c : cases) {
+        startFast();
+        plugFirst("usb1", std::string(c.model) + " fwd=25 period=1ms width=250us");
+        EXPECT_EQ(settingsSent("usb1", 0), c.connected) << c.model;
+
+        ScpiClient client(bench);
+        ASSERT_TRUE(client.isConnected());
+        uint64_t before = lastEntry("usb1");
+        ASSERT_TRUE(client.send("SYST:PULS 1"));
+        EXPECT_EQ(client.ask("SYST:PULS?"), "1");
+        EXPECT_TRUE(shows("pulse.valueWidth", "  250.0", readingLimit_ms)) << c.model;
+        EXPECT_TRUE(Bench_waitUntil(
+            [&] { return settingsSent("usb1", before).size() >= c.pulse.size(); }, 10000));
+        EXPECT_EQ(settingsSent("usb1", before), c.pulse) << c.model;
+
+        before = lastEntry("usb1");
+        ASSERT_TRUE(client.send("SYST:PULS 0"));
+        EXPECT_TRUE(shows("single.fwd.value", "  25.00", readingLimit_ms)) << c.model;
+        EXPECT_TRUE(Bench_waitUntil(
+            [&] { return settingsSent("usb1", before).size() >= c.wave.size(); }, 10000));
+        EXPECT_EQ(settingsSent("usb1", before), c.wave) << c.model;
+        Bench_stop(bench);
+    }
+}
+
+TEST_F(UsbSensor, ARemoteClientReadsWhatTheScreenShows) {
+    startFast();
+    plugFirst("usb1", "3164 fwd=25 rfl=0.5");
+    ScpiClient client(bench);
+    ASSERT_TRUE(client.isConnected());
+    const auto readsForward = [&] {
+        return std::abs(strtod(client.ask("MEAS:FORW:AVER?").c_str(), nullptr) - 25) < 0.001;
+    };
+    EXPECT_TRUE(Bench_waitUntil(readsForward, 5000));
 }
