@@ -1,3 +1,4 @@
+#include "World.h"
 #include "auto_range.h"
 
 #include <gtest/gtest.h>
@@ -192,4 +193,26 @@ TEST(AutoRange, ValuesThatAreNoNumbersStayInsideTheTables) {
 TEST(AutoRange, TheTimeToleranceLetsAWidthOf1600NanosecondsIntoRowOne) {
     EXPECT_EQ(findTimeRange(0.0000016F, 0), 1U);
     EXPECT_EQ(findTimeRange(0.0000014F, 0), 0U);
+}
+
+TEST(AutoRange, EverySearchLogsItsStepsUnderItsOwnName) {
+    struct {
+        Search search;
+        const char* name;
+        const char* quantity;
+    } const cases[] = {{findNewRange, "findNewRange", "power"},
+                       {findTimeRange, "findTimeRange", "time"},
+                       {findFreqRange, "findFreqRange", "frequency"}};
+    for (const auto& test : cases) {
+        World_clearSyslog();
+        test.search(30.0F, 0);
+        test.search(0.0F, 1);
+        const std::string name = test.name;
+        const std::string start = name + "(): ";
+        const std::string call = start + name + "(" + test.quantity;
+        EXPECT_TRUE(World_syslogContains(call + " = 30.000000, currentRange = 0)"));
+        EXPECT_TRUE(World_syslogContains(start + "   increasing... range = 1, upThreshold = "));
+        EXPECT_TRUE(World_syslogContains(call + " = 0.000000, currentRange = 1) -> 0"));
+        EXPECT_TRUE(World_syslogContains(start + "   decreasing... range = 0, downThreshold = "));
+    }
 }
