@@ -1,5 +1,6 @@
 // The instrument's start, in its fixed order.
 
+#include "About.h"
 #include "AppSettingsMenu.h"
 #include "ApplicationDirectory.h"
 #include "BatteryIndicator.h"
@@ -82,6 +83,7 @@ void buildScreens() {
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
     checkModelForBattery();
     ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
+    initAbout();
     AppSettingsMenu_create(GTK_WINDOW(entireScreen.mainWindow));
     configureButtons(GTK_FIXED(entireScreen.topFixedLine));
     graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));

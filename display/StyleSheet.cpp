@@ -138,8 +138,12 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 .instrument.background entry.target { border-color: #ffd766; }
 .instrument.background entry selection { background-color: #4f81bd; color: white; }
 .instrument.background textview, .instrument.background textview text {
-    background-color: #101112; color: white; font-size: 20px;
+    background-color: #101112; color: white; font-family: Monospace; font-size: 17px;
 }
+.instrument.background combobox cellview, .instrument.background combobox arrow {
+    color: white; font-size: 26px;
+}
+.instrument.background scrollbar { background-color: #1d1f21; border: none; }
 .instrument.background scrollbar slider { min-width: 40px; min-height: 80px; }
 )";
 

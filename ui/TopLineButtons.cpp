@@ -1,8 +1,10 @@
 #include "TopLineButtons.h"
 
+#include "About.h"
 #include "AppFlags.h"
 #include "AppSettingsMenu.h"
 #include "GtkHelpers.h"
+#include "SerialConfigHandler.h"
 
 namespace {
 
@@ -38,4 +40,6 @@ void configureButtons(GtkFixed* topLine) {
     GtkWidget* settings = newImageButton("settingsButton", "./resources/gear.png", "Settings");
     g_signal_connect(settings, "clicked", G_CALLBACK(onSettingsClicked), nullptr);
     place(topLine, settings, 0);
+    place(topLine, SerialConfig_Dialog_ButtonCreate(), 1);
+    place(topLine, about_Dialog_ButtonCreate(), 2);
 }

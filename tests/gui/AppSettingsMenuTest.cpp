@@ -1,8 +1,8 @@
 #include "AppSettingsMenu.h"
 
 #include "DisplaySettings.h"
+#include "MenuFixture.h"
 #include "ScreenFixture.h"
-#include "TopLineButtons.h"
 #include "XServer.h"
 #include "gtkTimePowerGraph.h"
 
@@ -17,8 +17,7 @@ constexpr char settingsFile[] = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSet
 class SettingsMenu : public Screens {
 protected:
     static void SetUpTestSuite() {
-        AppSettingsMenu_create(GTK_WINDOW(entireScreen.mainWindow));
-        configureButtons(GTK_FIXED(entireScreen.topFixedLine));
+        Menus_build();
     }
     void SetUp() override {
         Screens::SetUp();
