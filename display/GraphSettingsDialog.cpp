@@ -225,6 +225,10 @@ void graphSettingsDialog_Show(CGTKTimePowerGraph* graph) {
     closeDialog();
     GraphSettingsDialog_setParameters(graph);
     CGTKGraphComponent_setButtonsSensitive(&graph->graph, false);
+    GtkWindow* parent = gtk_window_get_transient_for(GTK_WINDOW(widgets.window));
+    if (parent != nullptr) {
+        placeOverWindow(GTK_WINDOW(widgets.window), parent);
+    }
     gtk_widget_show(widgets.window);
     gtk_window_present(GTK_WINDOW(widgets.window));
     GraphSettingsHandler_setTarget(GTK_WIDGET(powerEntries[0].entry));

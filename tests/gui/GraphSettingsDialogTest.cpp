@@ -158,6 +158,8 @@ TEST_F(GraphSettings, OpensOnTheScreenWithTargetsForAFinger) {
     EXPECT_GE(dialog.y, 0);
     EXPECT_LE(dialog.x + dialog.width, 1024);
     EXPECT_LE(dialog.y + dialog.height, 768);
+    EXPECT_NEAR(dialog.x + dialog.width / 2.0, 512.0, 2.0);
+    EXPECT_NEAR(dialog.y + dialog.height / 2.0, 384.0, 2.0);
     for (const char* entry : powerEntryNames) {
         EXPECT_GE(Gui_place(Gui_widget(entry)).height, 48);
         for (const char* key : {"graphNumKeypadButton7", "graphNumKeypadButtonNext"}) {
