@@ -9,15 +9,18 @@
 #include "SerialStatus.h"
 #include "SerialTerminal.h"
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <random>
 #include <string>
@@ -27,6 +30,56 @@ namespace {
 
 constexpr uint32_t quiet_ms = 60;
 constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
+
+// Before the threads are started, which then read the port for the rest of the process.
+
+TEST(LegacyPortStart, DoesNothingUnlessTheSettingIsOn) {
+    restoreDefaultSettings();
+    configuration_setUseLegacy(false);
+    const SerialTerminal terminal;
+    const int32_t before = *SerialPort_getfd();
+    World_clearSyslog();
+    SerialCommand_Start();
+    EXPECT_EQ(*SerialPort_getfd(), before);
+    EXPECT_TRUE(World_syslog().empty());
+}
+
+TEST(LegacyPortStart, AMissingPortIsReported) {
+    World_unplugTerminal(serialCommandPortName);
+    World_clearSyslog();
+    SerialCommand_Initialize(serialCommandPortName);
+    EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
+    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
+    EXPECT_EQ(*SerialPort_getfd(), -1);
+}
+
+TEST(LegacyPortStart, AThreadThatCannotBeStartedIsReported) {
+    restoreDefaultSettings();
+    configuration_setUseLegacy(true);
+    const SerialTerminal terminal;
+    World_clearSyslog();
+    WrappedCalls_fail(Call::threadCreate, EAGAIN, 2);
+    SerialCommand_Start();
+    WrappedCalls_reset();
+    for (const char* name : {"SerialCommand_InputThread", "SerialCommand_OutputThread"}) {
+        EXPECT_TRUE(World_syslogContains(std::string("pthread_create for ") + name +
+                                         " failed with error " + strerror(EAGAIN)))
+            << name;
+    }
+    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
+}
+
+TEST(LegacyPortStart, TheUsersSerialSettingsSurviveTheReopening) {
+    const SerialTerminal terminal;
+    termios settings{};
+    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
+    cfsetispeed(&settings, B1200);
+    cfsetospeed(&settings, B1200);
+    settings.c_cflag = (settings.c_cflag & ~static_cast<tcflag_t>(CSIZE)) | CS7 | PARENB | CSTOPB;
+    ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
+    SerialCommand_Initialize(serialCommandPortName);
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 7 E 2");
+}
 
 /// The protocol with its two threads, which run for the rest of the process.
 class LegacyPort : public testing::Test {
@@ -42,7 +95,6 @@ protected:
         EXPECT_TRUE(isStarted);
         serial_command_handler_reset();
         SerialStatus_InitializeStatus();
-        // Their read of the port before this test's may still be failing.
         terminal.send("U1U0");
         EXPECT_EQ(terminal.readLine(), " 6610  VCM VCO FL \r\n");
         EXPECT_EQ(terminal.readLine(), freshStatus);
@@ -57,7 +109,13 @@ protected:
         EXPECT_EQ(ask("U2"), " 6610   0100 RS232\r\n");
     }
 
-    SerialTerminal terminal;
+    /// Never closed, since a thread reads it.
+    static SerialTerminal& port() {
+        static SerialTerminal* const shared = new SerialTerminal;
+        return *shared;
+    }
+
+    SerialTerminal& terminal = port();
 };
 
 TEST_F(LegacyPort, StatusRightAfterStartIsTheInitialOne) {
@@ -326,38 +384,6 @@ TEST_F(LegacyPort, APortThatHasGoneCostsNoProcessorTime) {
     const timespec pause = {1, 500000000};
     nanosleep(&pause, nullptr);
     EXPECT_LT(processorTime_s() - before, 0.05);
-}
-
-TEST(LegacyPortStart, DoesNothingUnlessTheSettingIsOn) {
-    restoreDefaultSettings();
-    configuration_setUseLegacy(false);
-    const SerialTerminal terminal;
-    const int32_t before = *SerialPort_getfd();
-    World_clearSyslog();
-    SerialCommand_Start();
-    EXPECT_EQ(*SerialPort_getfd(), before);
-    EXPECT_TRUE(World_syslog().empty());
-}
-
-TEST(LegacyPortStart, AMissingPortIsReported) {
-    World_unplugTerminal(serialCommandPortName);
-    World_clearSyslog();
-    SerialCommand_Initialize(serialCommandPortName);
-    EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
-    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
-    EXPECT_EQ(*SerialPort_getfd(), -1);
-}
-
-TEST(LegacyPortStart, TheUsersSerialSettingsSurviveTheReopening) {
-    const SerialTerminal terminal;
-    termios settings{};
-    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
-    cfsetispeed(&settings, B1200);
-    cfsetospeed(&settings, B1200);
-    settings.c_cflag = (settings.c_cflag & ~static_cast<tcflag_t>(CSIZE)) | CS7 | PARENB | CSTOPB;
-    ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
-    SerialCommand_Initialize(serialCommandPortName);
-    EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 7 E 2");
 }
 
 } // namespace
