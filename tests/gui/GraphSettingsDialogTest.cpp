@@ -5,6 +5,7 @@
 #include "GtkHelpers.h"
 
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -149,6 +150,17 @@ TEST_F(GraphSettings, EveryObjectOfTheDialogExists) {
         EXPECT_NE(Gui_widget(name), nullptr) << name;
         EXPECT_TRUE(Gui_isShown(name)) << name;
     }
+}
+
+TEST_F(GraphSettings, AMissingInterfaceFileIsLoggedAndTheDialogStaysAsItWas) {
+    char folder[4096];
+    ASSERT_NE(getcwd(folder, sizeof folder), nullptr);
+    ASSERT_EQ(chdir("/"), 0);
+    World_clearSyslog();
+    graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
+    ASSERT_EQ(chdir(folder), 0);
+    EXPECT_TRUE(World_syslogContains("Error loading file: "));
+    open();
 }
 
 TEST_F(GraphSettings, OpensOnTheScreenWithTargetsForAFinger) {
