@@ -41,7 +41,7 @@ gboolean finish(gpointer data) {
     return G_SOURCE_REMOVE;
 }
 
-void* send(void* data) {
+void* sendAndStore(void* data) {
     pthread_detach(pthread_self());
     auto* sending = static_cast<Sending*>(data);
     sending->errors = sensorPortHandler_setSensorConfigs(sending->config, sending->port);
@@ -64,7 +64,7 @@ bool PulseConfigSending_start(const SENSOR_CONFIGS& config, uint32_t port, bool 
     usedPort = port;
     awaited = latest;
     pthread_t thread{};
-    if (Thread_startJoinable(&thread, "pulseConfig", send, sending) != 0) {
+    if (Thread_startJoinable(&thread, "pulseConfig", sendAndStore, sending) != 0) {
         DIAGNOSTIC("Failed to spawn the pulse configuration thread.\n");
         awaited = 0;
         g_free(sending);

@@ -178,7 +178,7 @@ bool PulseConfigValidation_canBeNegative(PulseConfigField field, bool levelIsdBm
 
 void PulseConfigValidation_parameterErrors(std::span<const char[32]> errors,
                                            char (&text)[parameterErrorsTextSize]) {
-    // The texts are the sensor manual's readers' old acquaintances, spelling included.
+    // The spelling is deliberately kept.
     std::snprintf(text, sizeof text,
                   "Parameter Errors occured in the sensor.\n\r"
                   "See the manual for valid parmaeter ranges:\n\r");

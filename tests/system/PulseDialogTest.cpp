@@ -1,0 +1,107 @@
+// The pulse configuration dialog, from the finger to the sensor's wire and the file.
+
+#include "MeterTest.h"
+#include "WorldFolder.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+constexpr const char* pulseFile = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
+constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+
+class PulseDialog : public MeterTest {
+protected:
+    /// The meter in pulse mode with one measuring sensor, whose dialog is open.
+    void openFor(const char* sensor) {
+        BenchOptions options;
+        options.commands = {"clock speed 4"};
+        options.prepare = [](const std::string& world) {
+            WorldFolder_write(world, settingsFile, "sensorPulseMode 1\n");
+        };
+        start(options);
+        plug("usb1", sensor);
+        ASSERT_TRUE(chooseChannel(1));
+        ASSERT_TRUE(waitForReading("pulse.valueFwd"));
+        ASSERT_TRUE(Bench_tap(bench, "pulse.btnConfig"));
+        ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
+    }
+
+    void type(const std::string& entry, const std::string& digits) {
+        ASSERT_TRUE(Bench_tap(bench, entry));
+        for (const char digit : digits) {
+            ASSERT_TRUE(Bench_tap(bench, std::string("pulseConfigKey") + digit));
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(PulseDialog, WhatIsTypedReachesTheSensorAndTheFile) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    const uint64_t before = lastEntry("usb1");
+    Bench_tap(bench, "pulseConfigPeriodAuto");
+    type("pulseConfigPeriod", "25");
+    type("pulseConfigGateBegin", "150");
+    Bench_tap(bench, "pulseConfigStore");
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false, readingLimit_ms));
+    const std::string log = logOf("usb1", before);
+    size_t at = 0;
+    for (const char* command : {"-> SENS:PER:AUTO 0", "-> SENS:PER ", "-> CALC:GATE:BEG:DEL "}) {
+        const size_t found = log.find(command, at);
+        EXPECT_NE(found, std::string::npos) << command;
+        at = found == std::string::npos ? at : found;
+    }
+    const std::string stored = Bench_readFile(bench, pulseFile);
+    EXPECT_THAT(stored, HasSubstr("\"autoPeriod\": 0"));
+    EXPECT_THAT(stored, HasSubstr("\"periodValue\": 0.0250000"));
+    EXPECT_THAT(stored, HasSubstr("\"gateBegin\": 0.0001"));
+}
+
+TEST_F(PulseDialog, ASensorWithoutStatesIsNeverSentPeriodTriggerOrStates) {
+    openFor("3163 fwd=25 period=1ms width=250us");
+    EXPECT_TRUE(becomesVisible("pulseConfigPeriod", false));
+    const uint64_t before = lastEntry("usb1");
+    type("pulseConfigGateBegin", "150");
+    Bench_tap(bench, "pulseConfigApply");
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false, readingLimit_ms));
+    const std::string log = logOf("usb1", before);
+    EXPECT_THAT(log, HasSubstr("-> CALC:GATE:BEG:DEL "));
+    for (const char* foreign : {"SENS:PER", "TRIG:", "CALC:STAT"}) {
+        EXPECT_THAT(log, Not(HasSubstr(foreign)));
+    }
+}
+
+TEST_F(PulseDialog, WhatTheSensorRefusesIsToldAndNotStored) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    const std::string stored = Bench_readFile(bench, pulseFile);
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 error:-222:CALC:GATE:BEG:DEL"));
+    type("pulseConfigGateBegin", "150");
+    Bench_tap(bench, "pulseConfigStore");
+    ASSERT_TRUE(becomesVisible("pulseConfigError", true, readingLimit_ms));
+    EXPECT_TRUE(shows("pulseConfigErrorText", "Parameter Errors occured in the sensor.\n\r"
+                                              "See the manual for valid parmaeter ranges:\n\r"
+                                              "  Gate Begin is not valid\n\r"));
+    Bench_tap(bench, "pulseConfigErrorOk");
+    EXPECT_TRUE(becomesVisible("pulseConfigError", false));
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", true));
+    EXPECT_EQ(Bench_readFile(bench, pulseFile), stored);
+}
+
+TEST_F(PulseDialog, ASensorThatIsPulledWhileItIsSentEndsTheWait) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    const std::string stored = Bench_readFile(bench, pulseFile);
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
+    type("pulseConfigGateBegin", "150");
+    Bench_tap(bench, "pulseConfigStore");
+    EXPECT_TRUE(shows("pulseConfigStatus", "Sending to the sensor..."));
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    ASSERT_TRUE(becomesVisible("pulseConfigError", true, readingLimit_ms));
+    EXPECT_TRUE(shows("pulseConfigErrorText", "The sensor has gone.\nNothing has been stored."));
+    Bench_tap(bench, "pulseConfigErrorOk");
+    Bench_tap(bench, "pulseConfigCancel");
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
+    EXPECT_TRUE(shows("noConnection.title", "No Sensor Detected"));
+    EXPECT_EQ(Bench_readFile(bench, pulseFile), stored);
+}
