@@ -142,7 +142,8 @@ TEST(ScpiMeasure, TakesTheFirstKeywordOfTheWholeLine) {
 
 TEST(ScpiMeasure, ForgetsKeywordsOfTheLineBefore) {
     PulseMeter instrument(false);
-    EXPECT_EQ(instrument.sendBytes("MEAS:DCYC?\nMEAS:WIDT?\nMEAS:PER?\n"), "25\r\n250.000030517578\r\n1000.00012207031\r\n");
+    EXPECT_EQ(instrument.sendBytes("MEAS:DCYC?\nMEAS:WIDT?\nMEAS:PER?\n"),
+              "25\r\n250.000030517578\r\n1000.00012207031\r\n");
 }
 
 TEST(ScpiMeasure, AnswersTheTriggeredStates) {
