@@ -15,16 +15,21 @@ constexpr double microsecondsPerSecond = 1000000.0;
 constexpr uint32_t mostStates = 4;
 constexpr float unusedStateEnd_s = 0.001F;
 
+[[gnu::format(printf, 2, 0)]] void writeMessage(PulseConfigFailure* failure, const char* format,
+                                                va_list arguments) {
+    const ScopedNumberLocale locale;
+    vsnprintf(failure->message, sizeof failure->message, format, arguments);
+}
+
 /// Notes the failure; always false, so that a rule can end with it.
 [[gnu::format(printf, 4, 5)]] bool fail(PulseConfigFailure* failure, PulseConfigField field,
                                         uint32_t state, const char* format, ...) {
-    const ScopedNumberLocale locale;
-    failure->field = field;
-    failure->state = state;
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(failure->message, sizeof failure->message, format, arguments);
+    writeMessage(failure, format, arguments);
     va_end(arguments);
+    failure->field = field;
+    failure->state = state;
     return false;
 }
 
