@@ -19,6 +19,7 @@ struct Sending {
     void* context;
     uint32_t number;
     USBTMC_PARAM_ERRORS errors;
+    std::atomic<bool> isFinished; ///< set last by the thread, which then gives the record away
 };
 
 /// Number of the sending that somebody waits for; 0 when nobody does.
@@ -33,22 +34,25 @@ bool isAwaited(const Sending* sending) {
 /// Main thread, GDK lock held.
 gboolean finish(gpointer data) {
     auto* sending = static_cast<Sending*>(data);
-    if (isAwaited(sending)) {
+    if (sending->isFinished && isAwaited(sending)) {
         awaited = 0;
         sending->done(sending->errors, sending->context);
     }
-    g_free(sending);
+    delete sending;
     return G_SOURCE_REMOVE;
 }
 
 void* sendAndStore(void* data) {
     pthread_detach(pthread_self());
     auto* sending = static_cast<Sending*>(data);
-    sending->errors = sensorPortHandler_setSensorConfigs(sending->config, sending->port);
+    if (isAwaited(sending)) {
+        sending->errors = sensorPortHandler_setSensorConfigs(sending->config, sending->port);
+    }
     const bool isAccepted = sending->errors.count == 0 && !sending->errors.sensorHasGone;
     if (isAccepted && sending->isStored && isAwaited(sending)) {
         sensorPortHandler_saveSensorConfig(&sending->config);
     }
+    sending->isFinished = true;
     gdk_threads_add_idle(finish, sending);
     return nullptr;
 }
@@ -57,17 +61,23 @@ void* sendAndStore(void* data) {
 
 bool PulseConfigSending_start(const SENSOR_CONFIGS& config, uint32_t port, bool isStored,
                               PulseConfigSent done, void* context) {
-    auto* sending = g_new0(Sending, 1);
     // 0 stands for nobody.
     latest = latest == UINT32_MAX ? 1 : latest + 1;
-    *sending = {config, port, isStored, done, context, latest, {}};
+    auto* sending = new Sending{.config = config,
+                                .port = port,
+                                .isStored = isStored,
+                                .done = done,
+                                .context = context,
+                                .number = latest,
+                                .errors = {},
+                                .isFinished = false};
     usedPort = port;
     awaited = latest;
     pthread_t thread{};
     if (Thread_startJoinable(&thread, "pulseConfig", sendAndStore, sending) != 0) {
         DIAGNOSTIC("Failed to spawn the pulse configuration thread.\n");
         awaited = 0;
-        g_free(sending);
+        delete sending;
         return false;
     }
     return true;
