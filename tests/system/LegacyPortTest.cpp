@@ -1,6 +1,7 @@
 // The older meter's protocol on the command port, as a host at the other end of the cable sees it.
 
 #include "MeterTest.h"
+#include "ScpiClient.h"
 #include "WorldFolder.h"
 
 #include <array>
@@ -233,9 +234,20 @@ TEST_F(LegacyPort, TheUsersSerialSettingsSurviveTheStart) {
     EXPECT_EQ(text.substr(0, text.find('\n')), "1200 7 E 2");
 }
 
+TEST_F(LegacyPort, RemoteControlOverTcpStaysAvailable) {
+    startWithSensor("5132 fwd=25");
+    ScpiClient client(bench);
+    ASSERT_TRUE(client.isConnected());
+    EXPECT_THAT(client.ask("*IDN?"), testing::HasSubstr("8830K"));
+    EXPECT_EQ(host.ask("ENT"), watts(25));
+    ASSERT_TRUE(host.send("*IDN?\n")); // means nothing to the older meter but its letters
+    EXPECT_EQ(host.readLine(quiet_ms), "");
+}
+
 TEST_F(LegacyPort, WithoutTheSettingThePortIsNotTheOlderMeters) {
     start();
     ASSERT_TRUE(host.connect(bench));
-    ASSERT_TRUE(host.send("U0"));
+    ASSERT_TRUE(host.send("U0\n"));
     EXPECT_EQ(host.readLine(quiet_ms), "");
+    EXPECT_THAT(host.ask("*IDN?\n"), testing::HasSubstr("8830K"));
 }
