@@ -129,6 +129,9 @@ window#appSettings checkbutton check {
     background-color: black; background-image: none; color: #ffd766; transition: none;
 }
 window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6a6e72; }
+.instrument.background #numKeypadTable button { background-color: #f4f4ee; }
+.instrument.background #numKeypadTable button:active { background-color: #ffd766; }
+.instrument.background #numKeypadTable button label { color: black; font-size: 30px; }
 .instrument.background entry {
     background-color: #1d1f21; background-image: none; color: white; caret-color: white;
     font-family: Monospace; font-size: 28px; border: 2px solid #6a6e72; border-radius: 6px;

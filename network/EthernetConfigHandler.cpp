@@ -1,0 +1,352 @@
+#include "EthernetConfigHandler.h"
+
+#include "AppFlags.h"
+#include "DialogHelpers.h"
+#include "EthernetConfig.h"
+#include "EthernetKeypadHandler.h"
+#include "GdkLock.h"
+#include "GtkHelpers.h"
+#include "Threads.h"
+#include "message.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <iterator>
+#include <vector>
+
+EthernetDialogs ethDialogs;
+
+namespace {
+
+constexpr char infoFile[] = "./resources/ethInfoDialog.ui";
+constexpr char settingsFile[] = "./resources/ethSettingsDialog.ui";
+constexpr const char* aliasName = "eth0:0";
+constexpr uint32_t addressWait_ms = 3000;
+constexpr int progressMargin = 40;
+
+struct Part {
+    const char* id;
+    GtkWidget* EthernetDialogs::*widget;
+};
+
+constexpr Part infoParts[] = {
+    {"ethInfoDialog", &EthernetDialogs::ethInfoDialog},
+    {"ethInfoTable", &EthernetDialogs::ethInfoTable},
+    {"ethInfoLabelIP1", &EthernetDialogs::ethInfoLabelIP1},
+    {"ethInfoLabelIP2", &EthernetDialogs::ethInfoLabelIP2},
+    {"ethInfoLabelStaticIP1", &EthernetDialogs::ethInfoLabelStaticIP1},
+    {"ethInfoLabelStaticIP2", &EthernetDialogs::ethInfoLabelStaticIP2},
+    {"ethInfoDialog_ok", &EthernetDialogs::ethInfoDialog_ok},
+    {"ethInfoDialog_configure", &EthernetDialogs::ethInfoDialog_configure},
+};
+
+constexpr Part settingsParts[] = {
+    {"ethSettingsDialog", &EthernetDialogs::ethSettingsDialog},
+    {"ethSettingsHbox", &EthernetDialogs::ethSettingsHbox},
+    {"ethSettingsTable", &EthernetDialogs::ethSettingsTable},
+    {"ethSettingsLabelMethod", &EthernetDialogs::ethSettingsLabelMethod},
+    {"ethSettingsRadioButton1", &EthernetDialogs::ethSettingsRadioButton1},
+    {"ethSettingsRadioButton2", &EthernetDialogs::ethSettingsRadioButton2},
+    {"ethSettingsLabelAddress", &EthernetDialogs::ethSettingsLabelAddress},
+    {"ethSettingsEntryAddress", &EthernetDialogs::ethSettingsEntryAddress},
+    {"ethSettingsLabelNetmask", &EthernetDialogs::ethSettingsLabelNetmask},
+    {"ethSettingsEntryNetmask", &EthernetDialogs::ethSettingsEntryNetmask},
+    {"ethSettingsLabelGateway", &EthernetDialogs::ethSettingsLabelGateway},
+    {"ethSettingsEntryGateway", &EthernetDialogs::ethSettingsEntryGateway},
+    {"ethSettingsDialog_apply", &EthernetDialogs::ethSettingsDialog_apply},
+    {"ethSettingsDialog_cancel", &EthernetDialogs::ethSettingsDialog_cancel},
+};
+
+/// An entry and the edited value behind it, in the order of the keypad's Next.
+struct Field {
+    GtkWidget* EthernetDialogs::*entry;
+    char (ethConfigIp::*current)[ethernetTextSize];
+    char (ethConfigNewIp::*edited)[ethernetTextSize];
+    bool isNetmask;
+};
+
+constexpr std::array<Field, ethernetEntryCount> fields = {{
+    {&EthernetDialogs::ethSettingsEntryAddress, &ethConfigIp::address, &ethConfigNewIp::address,
+     false},
+    {&EthernetDialogs::ethSettingsEntryNetmask, &ethConfigIp::netmask, &ethConfigNewIp::netmask,
+     true},
+    {&EthernetDialogs::ethSettingsEntryGateway, &ethConfigIp::gateway, &ethConfigNewIp::gateway,
+     false},
+}};
+
+/// Networking is being restarted by a thread, which frees the record at its end.
+std::atomic<bool> isRestarting{false};
+std::atomic<bool> restartsStatic{false};
+
+void closeParts(std::span<const Part> parts) {
+    Dialog_close(&(ethDialogs.*parts[0].widget));
+    for (const Part& part : parts) {
+        ethDialogs.*part.widget = nullptr;
+    }
+}
+
+void closeSettings() {
+    EthernetKeypad_end();
+    closeParts(settingsParts);
+}
+
+/// Takes the widgets of a loaded interface; false if one is missing.
+bool findParts(GtkBuilder* builder, std::span<const Part> parts) {
+    bool isComplete = true;
+    for (const Part& part : parts) {
+        ethDialogs.*part.widget = Dialog_widget(builder, part.id);
+        isComplete = isComplete && ethDialogs.*part.widget != nullptr;
+    }
+    return isComplete;
+}
+
+bool staticIsChosen() {
+    return gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(ethDialogs.ethSettingsRadioButton2)) !=
+           FALSE;
+}
+
+/// The values can be edited only where they mean something.
+void followMethod() {
+    for (const Field& field : fields) {
+        gtk_widget_set_sensitive(ethDialogs.*field.entry, staticIsChosen());
+    }
+    if (!staticIsChosen()) {
+        EthernetKeypad_setTarget(nullptr);
+    }
+}
+
+void loadControls() {
+    ethernetGetConfig(ethConfig);
+    const bool isStatic = ethConfig->method == ethernetMethodStatic;
+    const ETHCONFIG_IP_S& ip = isStatic ? ethConfig->ipStatic : ethConfig->ipDhcp;
+    for (const Field& field : fields) {
+        gtk_entry_set_text(GTK_ENTRY(ethDialogs.*field.entry), ip.*field.current);
+    }
+    GtkWidget* radio =
+        isStatic ? ethDialogs.ethSettingsRadioButton2 : ethDialogs.ethSettingsRadioButton1;
+    gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(radio), TRUE);
+    followMethod();
+}
+
+void takeEditedValues() {
+    ethConfig->newIp.method = staticIsChosen() ? ethernetMethodStatic : ethernetMethodDhcp;
+    for (const Field& field : fields) {
+        snprintf(ethConfig->newIp.*field.edited, ethernetTextSize, "%s",
+                 gtk_entry_get_text(GTK_ENTRY(ethDialogs.*field.entry)));
+    }
+}
+
+bool isValid(const Field& field) {
+    const char* text = ethConfig->newIp.*field.edited;
+    return *text == '\0' ||
+           (ethConfig->checkIp(text) && (!field.isNetmask || ethConfig->checkNetmask(text)));
+}
+
+/// The first entry that cannot be taken, or null.
+GtkWidget* firstInvalidEntry() {
+    for (const Field& field : fields) {
+        if (!isValid(field)) {
+            return ethDialogs.*field.entry;
+        }
+    }
+    return nullptr;
+}
+
+void showProgress() {
+    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_widget_set_name(window, "ethProgress");
+    gtk_container_set_border_width(GTK_CONTAINER(window), progressMargin);
+    gtk_container_add(GTK_CONTAINER(window), gtk_label_new("Applying the LAN settings..."));
+    ethDialogs.ethProgress = window;
+    Dialog_showAbove(window);
+    gtk_window_set_modal(GTK_WINDOW(window), FALSE); // everything else goes on
+}
+
+void endRestart() {
+    Dialog_close(&ethDialogs.ethProgress);
+    destroyEthConfig();
+    isRestarting = false;
+}
+
+/// Thread: takes as long as networking takes, and touches the screen at its end only.
+void restartNetworking() {
+    network_restart();
+    if (restartsStatic) {
+        Thread_sleep_ms(addressWait_ms);
+        if (*get_ip_address(ethernetInterfaceName) == '\0') {
+            network_restart();
+        }
+    }
+    const ScopedGdkLock lock;
+    endRestart();
+    gdk_display_flush(gdk_display_get_default());
+    g_main_context_wakeup(nullptr);
+}
+
+void startRestart() {
+    isRestarting = true;
+    restartsStatic = ethConfig->method == ethernetMethodStatic;
+    showProgress();
+    pthread_t thread{};
+    if (Thread_start(&thread, "lanRestart", restartNetworking) != 0) {
+        DIAGNOSTIC("Failed to start the thread that restarts networking.\n");
+        endRestart();
+    }
+}
+
+void on_ethInfoDialog_show(GtkWidget* /*dialog*/, gpointer /*data*/) {
+    setLabelText(ethDialogs.ethInfoLabelStaticIP1, get_ip_address(ethernetInterfaceName));
+    setLabelText(ethDialogs.ethInfoLabelStaticIP2, get_ip_address(aliasName));
+}
+
+void closeInfo() {
+    closeParts(infoParts);
+    destroyEthConfig();
+}
+
+void on_ethInfoDialog_ok_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (gtk_init_done) {
+        closeInfo();
+    }
+}
+
+gboolean on_ethInfoDialog_delete_event(GtkWidget* /*window*/, GdkEvent* /*event*/,
+                                       gpointer /*data*/) {
+    closeInfo();
+    return TRUE;
+}
+
+void on_ethInfoDialog_configure_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (gtk_init_done) {
+        EthernetSettingsDialog_Create();
+    }
+}
+
+void on_ethSettingsMethod_toggled(GtkToggleButton* button, gpointer /*data*/) {
+    const bool isChosen = gtk_toggle_button_get_active(button) != FALSE;
+    if (gtk_init_done && isChosen && ethDialogs.ethSettingsDialog != nullptr) {
+        followMethod();
+    }
+}
+
+void on_ethSettingsDialog_apply_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (!gtk_init_done || ethConfig == nullptr) {
+        return;
+    }
+    takeEditedValues();
+    const bool isStatic = ethConfig->newIp.method == ethernetMethodStatic;
+    GtkWidget* invalid = isStatic ? firstInvalidEntry() : nullptr;
+    if (invalid == nullptr && !ethernetSetConfig(ethConfig)) {
+        invalid = ethDialogs.ethSettingsEntryAddress; // a static address is missing
+    }
+    if (invalid != nullptr) {
+        EthernetKeypad_setTarget(invalid);
+        return;
+    }
+    closeSettings();
+    startRestart();
+}
+
+void cancelSettings() {
+    closeSettings();
+    destroyEthConfig();
+}
+
+void on_ethSettingsDialog_cancel_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (gtk_init_done) {
+        cancelSettings();
+    }
+}
+
+gboolean on_ethSettingsDialog_delete_event(GtkWidget* /*window*/, GdkEvent* /*event*/,
+                                           gpointer /*data*/) {
+    cancelSettings();
+    return TRUE;
+}
+
+void on_ethernetButton_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (gtk_init_done) {
+        EthernetInfoDialog_Create();
+    }
+}
+
+const DialogHandler infoHandlers[] = {
+    {"on_ethInfoDialog_show", G_CALLBACK(on_ethInfoDialog_show)},
+    {"on_ethInfoDialog_ok_clicked", G_CALLBACK(on_ethInfoDialog_ok_clicked)},
+    {"on_ethInfoDialog_delete_event", G_CALLBACK(on_ethInfoDialog_delete_event)},
+    {"on_ethInfoDialog_configure_clicked", G_CALLBACK(on_ethInfoDialog_configure_clicked)},
+};
+
+const DialogHandler settingsHandlers[] = {
+    {"on_ethSettingsMethod_toggled", G_CALLBACK(on_ethSettingsMethod_toggled)},
+    {"on_ethSettingsDialog_apply_clicked", G_CALLBACK(on_ethSettingsDialog_apply_clicked)},
+    {"on_ethSettingsDialog_cancel_clicked", G_CALLBACK(on_ethSettingsDialog_cancel_clicked)},
+    {"on_ethSettingsDialog_delete_event", G_CALLBACK(on_ethSettingsDialog_delete_event)},
+};
+
+/// Builds the settings dialog, its controls empty; false if its file does not serve.
+bool buildSettings() {
+    std::vector<DialogHandler> all(std::begin(settingsHandlers), std::end(settingsHandlers));
+    std::ranges::copy(EthernetKeypad_handlers(), std::back_inserter(all));
+    GtkBuilder* builder = Dialog_load(settingsFile, all.data(), all.size());
+    if (builder == nullptr) {
+        return false;
+    }
+    const bool isComplete =
+        findParts(builder, settingsParts) && Dialog_widget(builder, "numKeypadTable") != nullptr;
+    if (isComplete) {
+        EthernetKeypad_begin(builder, {ethDialogs.ethSettingsEntryAddress,
+                                       ethDialogs.ethSettingsEntryNetmask,
+                                       ethDialogs.ethSettingsEntryGateway});
+    }
+    g_object_unref(builder);
+    return isComplete;
+}
+
+} // namespace
+
+GtkWidget* EthernetConfig_Dialog_ButtonCreate() {
+    GtkWidget* button = newTouchButton("ethernetButton");
+    gtk_button_set_image(GTK_BUTTON(button), newImageFromFile("./resources/Ethernet.png"));
+    gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
+    atk_object_set_name(gtk_widget_get_accessible(button), "Ethernet button");
+    g_signal_connect(button, "clicked", G_CALLBACK(on_ethernetButton_clicked), nullptr);
+    return button;
+}
+
+void EthernetInfoDialog_Create() {
+    if (isRestarting || ethDialogs.ethInfoDialog != nullptr ||
+        ethDialogs.ethSettingsDialog != nullptr) {
+        return;
+    }
+    initEthConfig();
+    GtkBuilder* builder = Dialog_load(infoFile, infoHandlers, std::size(infoHandlers));
+    const bool isComplete = builder != nullptr && findParts(builder, infoParts);
+    if (builder != nullptr) {
+        g_object_unref(builder);
+    }
+    if (!isComplete) {
+        closeInfo();
+        return;
+    }
+    Dialog_showAbove(ethDialogs.ethInfoDialog);
+}
+
+void EthernetSettingsDialog_Create() {
+    closeParts(infoParts);
+    if (ethConfig == nullptr) {
+        return; // there was no memory for it, which has been told
+    }
+    if (!buildSettings()) {
+        cancelSettings();
+        return;
+    }
+    loadControls();
+    Dialog_showAbove(ethDialogs.ethSettingsDialog);
+    gtk_window_set_focus(GTK_WINDOW(ethDialogs.ethSettingsDialog), nullptr);
+    for (const Field& field : fields) {
+        gtk_editable_select_region(GTK_EDITABLE(ethDialogs.*field.entry), 0, 0);
+    }
+}

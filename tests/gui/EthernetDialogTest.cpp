@@ -1,0 +1,299 @@
+#include "DialogFixture.h"
+#include "EthernetConfig.h"
+#include "EthernetConfigHandler.h"
+#include "EthernetKeypadHandler.h"
+#include "MenuFixture.h"
+#include "SerialConfigHandler.h"
+#include "WorldTree.h"
+
+#include <algorithm>
+#include <fstream>
+
+namespace {
+
+constexpr char interfacesFile[] = "/etc/network/interfaces";
+constexpr char routeFile[] = "/proc/net/route";
+constexpr char dhcpFile[] = "auto eth0\niface eth0 inet dhcp\n\nauto eth0:0\n";
+constexpr char staticFile[] = "auto eth0\niface eth0 inet static\n    address 192.168.1.40\n"
+                              "    netmask 255.255.255.0\n\nauto eth0:0\n";
+constexpr char restartCommand[] = "/etc/init.d/network restart";
+
+/// The LAN dialogs of an instrument that runs with 192.168.1.40.
+class EthernetDialog : public Screens {
+protected:
+    static void SetUpTestSuite() {
+        Menus_build();
+    }
+    void SetUp() override {
+        Screens::SetUp();
+        setAddresses("eth0 192.168.1.40 255.255.255.0\neth0:0 10.1.2.3 255.0.0.0\n");
+        World_writeFile(routeFile, "eth0\t00000000\t0101A8C0\n");
+        World_writeFile(interfacesFile, dhcpFile);
+        World_clearCommands();
+        World_clearSyslog();
+        Gui_showScreen(gtkSensorSingleChannel1);
+    }
+    void TearDown() override {
+        gtk_init_done = true;
+        EXPECT_TRUE(Gui_waitUntil([] { return ethDialogs.ethProgress == nullptr; }, 10000));
+        if (ethDialogs.ethSettingsDialog != nullptr) {
+            Gui_tap("ethSettingsDialog_cancel");
+        }
+        if (ethDialogs.ethInfoDialog != nullptr) {
+            Gui_tap("ethInfoDialog_ok");
+        }
+        EXPECT_EQ(ethConfig, nullptr);
+        World_removeFile(interfacesFile);
+        World_removeFile(routeFile);
+    }
+    static void setAddresses(const char* lines) {
+        std::ofstream(World_folder() + "/" + WorldFile::addresses, std::ios::trunc) << lines;
+    }
+    static void openSettings() {
+        Gui_tap("ethernetButton");
+        ASSERT_NE(Dialog_shown("ethInfoDialog"), nullptr);
+        Gui_tap("ethInfoDialog_configure");
+        ASSERT_NE(Dialog_shown("ethSettingsDialog"), nullptr);
+        EXPECT_EQ(Dialog_shown("ethInfoDialog"), nullptr);
+    }
+    /// Taps the keypad's keys.
+    static void type(const std::string& text) {
+        for (const char key : text) {
+            Gui_tap(key == '.' ? "numKeypadButtonPeriod" : std::string("numKeypadButton") + key);
+        }
+    }
+    static void enter(const char* entry, const std::string& text) {
+        Gui_tap(entry);
+        Gui_tap("numKeypadButtonClear");
+        type(text);
+        EXPECT_EQ(Gui_text(entry), text);
+    }
+    static bool isSensitive(const char* name) {
+        return gtk_widget_get_sensitive(Gui_widget(name)) != FALSE;
+    }
+    static size_t restarts() {
+        return static_cast<size_t>(std::ranges::count(World_commands(), restartCommand));
+    }
+    static bool isFinished() {
+        return Gui_waitUntil([] { return ethConfig == nullptr; }, 10000);
+    }
+};
+
+} // namespace
+
+TEST_F(EthernetDialog, InformationShowsBothRunningAddresses) {
+    Gui_tap("ethernetButton");
+    ASSERT_NE(Dialog_shown("ethInfoDialog"), nullptr);
+    EXPECT_EQ(Gui_text("ethInfoLabelIP1"), "IP Addr");
+    EXPECT_EQ(Gui_text("ethInfoLabelIP2"), "IP Addr\n(Fixed)");
+    EXPECT_EQ(Gui_text("ethInfoLabelStaticIP1"), "192.168.1.40");
+    EXPECT_EQ(Gui_text("ethInfoLabelStaticIP2"), "10.1.2.3");
+    EXPECT_STREQ(atk_object_get_name(gtk_widget_get_accessible(Gui_widget("ethernetButton"))),
+                 "Ethernet button");
+    Dialog_expectTouchable("ethInfoDialog",
+                           {"ethInfoDialog_ok", "ethInfoDialog_configure", "ethernetButton"});
+    Dialog_keepPicture("lan-information");
+    Gui_tap("ethInfoDialog_ok");
+    EXPECT_EQ(Dialog_shown("ethInfoDialog"), nullptr);
+    EXPECT_EQ(ethConfig, nullptr);
+}
+
+TEST_F(EthernetDialog, MenuItemsOpenTheSameDialogs) {
+    Gui_tap("menuButton");
+    ASSERT_TRUE(Gui_isShown("menuLan"));
+    EXPECT_GE(Gui_place(Gui_widget("menuLan")).height, 48);
+    EXPECT_GE(Gui_place(Gui_widget("menuSerial")).height, 48);
+    Dialog_keepPicture("menu");
+    Gui_tap("menuLan");
+    EXPECT_NE(Dialog_shown("ethInfoDialog"), nullptr);
+    Gui_tap("ethInfoDialog_ok");
+    Gui_tap("menuButton");
+    Gui_tap("menuSerial");
+    EXPECT_NE(serConfig, nullptr);
+    Gui_tap("serSettingsDialog_cancel");
+    gtk_init_done = false;
+    Gui_tap("menuButton");
+    EXPECT_FALSE(Gui_isShown("menuLan"));
+}
+
+TEST_F(EthernetDialog, SettingsShowTheRunningValuesAndLetOnlyStaticOnesBeEdited) {
+    openSettings();
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "192.168.1.40");
+    EXPECT_EQ(Gui_text("ethSettingsEntryNetmask"), "255.255.255.0");
+    EXPECT_EQ(Gui_text("ethSettingsEntryGateway"), "192.168.1.1");
+    EXPECT_FALSE(isSensitive("ethSettingsEntryAddress"));
+    EXPECT_FALSE(ethernetKeypad.isNumpadDisplayed);
+    Gui_tap("ethSettingsEntryAddress");
+    EXPECT_FALSE(ethernetKeypad.isNumpadDisplayed);
+    Gui_tap("ethSettingsRadioButton2");
+    EXPECT_TRUE(isSensitive("ethSettingsEntryAddress"));
+    Gui_tap("ethSettingsEntryNetmask");
+    EXPECT_TRUE(ethernetKeypad.isNumpadDisplayed);
+    EXPECT_EQ(ethernetKeypad.entryIndex, 1);
+    Dialog_expectTouchable("ethSettingsDialog",
+                           {"ethSettingsRadioButton1", "ethSettingsRadioButton2",
+                            "ethSettingsEntryAddress", "ethSettingsEntryNetmask",
+                            "ethSettingsEntryGateway", "ethSettingsDialog_apply",
+                            "ethSettingsDialog_cancel", "numKeypadButton0", "numKeypadButton9",
+                            "numKeypadButtonPeriod", "numKeypadButtonClear",
+                            "numKeypadButtonBackspace", "numKeypadButtonNext"});
+    Dialog_keepPicture("lan-settings");
+    Gui_tap("ethSettingsRadioButton1");
+    EXPECT_FALSE(isSensitive("ethSettingsEntryAddress"));
+    EXPECT_FALSE(ethernetKeypad.isNumpadDisplayed);
+}
+
+TEST_F(EthernetDialog, SettingsShowAStaticConfiguration) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    EXPECT_TRUE(
+        gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(Gui_widget("ethSettingsRadioButton2"))));
+    EXPECT_TRUE(isSensitive("ethSettingsEntryGateway"));
+}
+
+TEST_F(EthernetDialog, KeypadEditsAtTheCursorAndReplacesASelection) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    Gui_tap("ethSettingsEntryAddress");
+    EXPECT_TRUE(ethernetKeypad.textIsSelected);
+    type("7");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "7") << "the selection is replaced";
+    EXPECT_FALSE(ethernetKeypad.textIsSelected);
+    type(".89");
+    EXPECT_EQ(ethernetKeypad.position, 4);
+    EXPECT_EQ(ethernetKeypad.len, 4);
+    gtk_editable_set_position(GTK_EDITABLE(Gui_widget("ethSettingsEntryAddress")), 1);
+    type("65");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "765.89");
+    Gui_tap("numKeypadButtonBackspace");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "76.89");
+    Gui_tap("numKeypadButtonClear");
+    Gui_tap("numKeypadButtonBackspace");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "");
+    type("1234567890123456");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "123456789012345") << "15 characters fit";
+}
+
+TEST_F(EthernetDialog, NextGoesRoundTheThreeEntries) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    Gui_tap("ethSettingsEntryAddress");
+    for (const int index : {1, 2, 0, 1}) {
+        Gui_tap("numKeypadButtonNext");
+        EXPECT_EQ(ethernetKeypad.entryIndex, index);
+        EXPECT_EQ(ethernetKeypad.currentNumPadTarget,
+                  ethernetKeypad.entryList[static_cast<size_t>(index)]);
+        EXPECT_TRUE(ethernetKeypad.textIsSelected);
+    }
+}
+
+TEST_F(EthernetDialog, InvalidEntryGetsTheKeypadAndNothingIsApplied) {
+    struct Case {
+        const char* entry;
+        const char* text;
+        int index;
+    };
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    for (const Case& row :
+         {Case{"ethSettingsEntryAddress", "192.168.1.256", 0},
+          Case{"ethSettingsEntryAddress", "192.168.1", 0}, Case{"ethSettingsEntryAddress", "", 0},
+          Case{"ethSettingsEntryNetmask", "255.255.0.255", 1},
+          Case{"ethSettingsEntryNetmask", "0.0.0.0", 1},
+          Case{"ethSettingsEntryGateway", "1.2.3.4.5", 2}}) {
+        enter("ethSettingsEntryAddress", "10.0.0.7");
+        enter("ethSettingsEntryNetmask", "255.0.0.0");
+        enter("ethSettingsEntryGateway", "");
+        enter(row.entry, row.text);
+        EthernetKeypad_setTarget(nullptr);
+        Gui_tap("ethSettingsDialog_apply");
+        ASSERT_NE(Dialog_shown("ethSettingsDialog"), nullptr) << row.text;
+        EXPECT_TRUE(ethernetKeypad.isNumpadDisplayed);
+        EXPECT_EQ(ethernetKeypad.entryIndex, row.index) << row.text;
+        EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(Dialog_shown("ethSettingsDialog"))),
+                  Gui_widget(row.entry));
+        EXPECT_EQ(World_readFile(interfacesFile), staticFile) << row.text;
+        EXPECT_EQ(restarts(), 0U);
+    }
+}
+
+TEST_F(EthernetDialog, ApplyWritesTheStaticStanzaAndRestartsNetworkingOnce) {
+    openSettings();
+    Gui_tap("ethSettingsRadioButton2");
+    enter("ethSettingsEntryAddress", "10.0.0.7");
+    enter("ethSettingsEntryNetmask", "");
+    enter("ethSettingsEntryGateway", "10.0.0.1");
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_EQ(Dialog_shown("ethSettingsDialog"), nullptr);
+    EXPECT_NE(Dialog_shown("ethProgress"), nullptr) << "something is going on";
+    Dialog_keepPicture("lan-applying");
+    Gui_tap("ethernetButton");
+    EXPECT_EQ(Dialog_shown("ethInfoDialog"), nullptr);
+    EXPECT_TRUE(isFinished());
+    EXPECT_EQ(Dialog_shown("ethProgress"), nullptr);
+    EXPECT_EQ(World_readFile(interfacesFile),
+              "auto eth0\niface eth0 inet static\n    address 10.0.0.7\n"
+              "    netmask 255.255.255.0\n    gateway 10.0.0.1\n\nauto eth0:0\n");
+    EXPECT_EQ(restarts(), 1U);
+}
+
+TEST_F(EthernetDialog, StaticWithoutAnAddressAfterwardsRestartsNetworkingOnceMore) {
+    openSettings();
+    Gui_tap("ethSettingsRadioButton2");
+    setAddresses("");
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_TRUE(isFinished());
+    EXPECT_EQ(restarts(), 2U);
+}
+
+TEST_F(EthernetDialog, ApplyWritesTheDhcpStanza) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    Gui_tap("ethSettingsRadioButton1");
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_TRUE(isFinished());
+    EXPECT_EQ(World_readFile(interfacesFile), dhcpFile);
+    EXPECT_EQ(restarts(), 1U);
+}
+
+TEST_F(EthernetDialog, CancelChangesNothing) {
+    openSettings();
+    Gui_tap("ethSettingsRadioButton2");
+    enter("ethSettingsEntryAddress", "10.0.0.7");
+    Gui_tap("ethSettingsDialog_cancel");
+    EXPECT_EQ(Dialog_shown("ethSettingsDialog"), nullptr);
+    EXPECT_EQ(ethConfig, nullptr);
+    EXPECT_EQ(World_readFile(interfacesFile), dhcpFile);
+    EXPECT_EQ(restarts(), 0U);
+}
+
+TEST_F(EthernetDialog, DoesNothingBeforeStartUpHasFinished) {
+    gtk_init_done = false;
+    Gui_tap("ethernetButton");
+    EXPECT_EQ(Dialog_shown("ethInfoDialog"), nullptr);
+    gtk_init_done = true;
+    openSettings();
+    gtk_init_done = false;
+    Gui_tap("ethSettingsRadioButton2");
+    EXPECT_FALSE(isSensitive("ethSettingsEntryAddress"));
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_EQ(World_readFile(interfacesFile), dhcpFile);
+    EXPECT_EQ(restarts(), 0U);
+}
+
+TEST_F(EthernetDialog, TellsWhenAnInterfaceFileIsMissing) {
+    {
+        const WithoutResources elsewhere;
+        EthernetInfoDialog_Create();
+        EXPECT_TRUE(World_syslogContains("Error loading file: "));
+        EXPECT_EQ(ethConfig, nullptr);
+    }
+    EthernetInfoDialog_Create();
+    Gui_settle();
+    World_clearSyslog();
+    const WithoutResources elsewhere;
+    EthernetSettingsDialog_Create();
+    EXPECT_TRUE(World_syslogContains("Error loading file: "));
+    EXPECT_EQ(ethDialogs.ethSettingsDialog, nullptr);
+    EXPECT_EQ(ethConfig, nullptr);
+}
