@@ -79,6 +79,52 @@ public:
     bool isConnected;
 };
 
+// Before the servers of this program run.
+
+/// Exit status of a process that runs this part of the program, or -1.
+int exitStatusOf(void (*part)()) {
+    const pid_t child = fork();
+    if (child == 0) {
+        LogManager_create();
+        SensorManager_Create();
+        initScpiParser();
+        part();
+        _exit(0);
+    }
+    int status = -1;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(ScpiServersStart, EndsTheProgramWithoutTheSerialPort) {
+    World_unplugTerminal(serialCommandPortName);
+    World_clearSyslog();
+    EXPECT_EQ(exitStatusOf(scpiSerialServerThread), 255);
+    EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
+    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
+    EXPECT_TRUE(World_syslogContains("createSerialServer() failed"));
+}
+
+TEST(ScpiServersStart, EndsTheProgramWhenThePortIsTaken) {
+    const ScopedFd taken(createTcpServer(scpiTcpPort));
+    World_clearSyslog();
+    EXPECT_EQ(exitStatusOf(scpiTcpServerThread), 255);
+    EXPECT_TRUE(World_syslogContains("bind() failed"));
+}
+
+TEST(ScpiServersStart, LeavesTheSerialPortToTheLegacyProtocol) {
+    World_unplugTerminal(serialCommandPortName);
+    EXPECT_EQ(exitStatusOf([] {
+                  setConfigurationFile(nullptr);
+                  configuration_setUseLegacy(true);
+                  startScpiParser();
+                  const bool serves =
+                      World_waitUntil([] { return World_commandPort() != 0; }, 5000);
+                  _exit(serves && *SerialPort_getfd() == -1 ? 7 : 1);
+              }),
+              7);
+    World_removeFile("/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf");
+}
+
 /// Starts both servers once for this test program: their threads never end.
 class ScpiServers : public testing::Test {
 protected:
@@ -95,6 +141,8 @@ protected:
         startScpiParser();
         ASSERT_TRUE(World_waitUntil([] { return World_commandPort() != 0; }, limit_ms));
         ASSERT_TRUE(World_waitUntil([] { return *SerialPort_getfd() >= 0; }, limit_ms));
+        EXPECT_TRUE(World_syslogContains("scpiTcpServerThread(): Starting..."));
+        EXPECT_TRUE(World_syslogContains("scpiSerialServerThread(): Starting..."));
     }
     static std::string askTerminal(const std::string& line) {
         const std::string sent = line + "\n";
@@ -239,54 +287,6 @@ TEST_F(ScpiServers, AnswerTheTerminalLineByLine) {
     ASSERT_TRUE(World_waitUntil([] { return World_syslogContains("**ERROR: -363"); }, limit_ms));
     EXPECT_EQ(askTerminal("SYST:ERR:COUN?"), "1\r\n");
     EXPECT_EQ(askTerminal("SYST:ERR?"), "-363,\"Input buffer overrun\"\r\n");
-}
-
-TEST_F(ScpiServers, ListenAtFullReuseOnTheCommandPort) {
-    EXPECT_TRUE(World_syslogContains("scpiTcpServerThread(): Starting..."));
-    EXPECT_TRUE(World_syslogContains("scpiSerialServerThread(): Starting..."));
-}
-
-/// Exit status of a process that runs this part of the program, or -1.
-int exitStatusOf(void (*part)()) {
-    const pid_t child = fork();
-    if (child == 0) {
-        LogManager_create();
-        SensorManager_Create();
-        initScpiParser();
-        part();
-        _exit(0);
-    }
-    int status = -1;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-TEST(ScpiServersStart, EndsTheProgramWithoutTheSerialPort) {
-    World_unplugTerminal(serialCommandPortName);
-    World_clearSyslog();
-    EXPECT_EQ(exitStatusOf(scpiSerialServerThread), 255);
-    EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
-    EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
-    EXPECT_TRUE(World_syslogContains("createSerialServer() failed"));
-}
-
-TEST(ScpiServersStart, EndsTheProgramWhenThePortIsTaken) {
-    const ScopedFd taken(createTcpServer(scpiTcpPort));
-    World_clearSyslog();
-    EXPECT_EQ(exitStatusOf(scpiTcpServerThread), 255);
-    EXPECT_TRUE(World_syslogContains("bind() failed"));
-}
-
-TEST(ScpiServersStart, LeavesTheSerialPortToTheLegacyProtocol) {
-    World_unplugTerminal(serialCommandPortName);
-    EXPECT_EQ(exitStatusOf([] {
-                  setConfigurationFile(nullptr);
-                  configuration_setUseLegacy(true);
-                  startScpiParser();
-                  const bool serves =
-                      World_waitUntil([] { return World_commandPort() != 0; }, 5000);
-                  _exit(serves && *SerialPort_getfd() == -1 ? 7 : 1);
-              }),
-              7);
 }
 
 } // namespace

@@ -1,0 +1,140 @@
+#include "MeterTest.h"
+#include "WorldFolder.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstdlib>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+constexpr int answerLimit_ms = 8000;
+constexpr uint32_t mirrorLimit_ms = 8000;
+
+/// One end of a link to the meter.
+class Link {
+public:
+    explicit Link(int linkEnd) : end(linkEnd) {}
+    ~Link() {
+        close(end);
+    }
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+
+    /// Sends a line and gives the answer without its end, or what has come until the time was up.
+    std::string ask(const std::string& line) const {
+        tell(line);
+        std::string answer;
+        pollfd waited{end, POLLIN, 0};
+        while (!answer.ends_with("\n") && poll(&waited, 1, answerLimit_ms) > 0) {
+            char buffer[1024];
+            const ssize_t count = read(end, buffer, sizeof buffer);
+            if (count <= 0) {
+                break;
+            }
+            answer.append(buffer, static_cast<size_t>(count));
+        }
+        return answer.substr(0, answer.find("\r\n"));
+    }
+    void tell(const std::string& line) const {
+        const std::string bytes = line + "\n";
+        EXPECT_EQ(write(end, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+
+private:
+    int end;
+};
+
+class RemoteControl : public MeterTest {
+protected:
+    /// A client of the TCP server.
+    [[nodiscard]] int connectTcp() const {
+        std::string port;
+        Bench_waitUntil(
+            [&] {
+                port = WorldFolder_readFile(bench.world + "/port.bound");
+                return !port.empty();
+            },
+            answerLimit_ms);
+        const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<uint16_t>(strtoul(port.c_str(), nullptr, 10)));
+        EXPECT_EQ(connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        return client;
+    }
+    /// A terminal on the serial command port.
+    [[nodiscard]] int openTerminal() const {
+        return open((bench.world + "/command-port").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    }
+    static testing::AssertionResult answers(const Link& link, const std::string& query,
+                                            const std::string& expected) {
+        std::string answer;
+        const bool isAnswered = Bench_waitUntil(
+            [&] { return (answer = link.ask(query + ";:SYST:VERS?")) == expected + ";1999.0"; },
+            mirrorLimit_ms);
+        return isAnswered ? testing::AssertionSuccess()
+                          : testing::AssertionFailure() << query << " answered " << answer;
+    }
+};
+
+} // namespace
+
+TEST_F(RemoteControl, BothLinksTellWhatTheScreensShow) {
+    start();
+    const Link tcp(connectTcp());
+    const Link terminal(openTerminal());
+    EXPECT_THAT(tcp.ask("*IDN?"), StartsWith("QUORVEL-TECHNOLOGIES,8830K,"));
+    EXPECT_EQ(terminal.ask("*IDN?"), tcp.ask("*IDN?"));
+    plugFirst("serial1", "5132 fwd=25 rfl=2");
+    plug("serial2", "5134 fwd=4");
+    for (const Link* link : {&tcp, &terminal}) {
+        EXPECT_TRUE(answers(*link, "MEAS:AVER?", "25"));
+        EXPECT_NEAR(strtod(link->ask("MEAS:REFL:AVER?").c_str(), nullptr), 2, 1e-5);
+        EXPECT_TRUE(answers(*link, "MEAS:AVER? 2", "4"));
+        EXPECT_EQ(link->ask("SYST:IDEN:SENS? 2"), "5134");
+    }
+    ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
+    const auto isGone = [&] {
+        tcp.tell("MEAS:AVER?");
+        return tcp.ask("SYST:ERR?") ==
+               "-220,\"Parameter error;No sensor connected on the channel\"";
+    };
+    EXPECT_TRUE(Bench_waitUntil(isGone, mirrorLimit_ms));
+    EXPECT_TRUE(answers(terminal, "MEAS:AVER? 2", "4"));
+}
+
+TEST_F(RemoteControl, ACommitReachesTheSensor) {
+    start();
+    plugFirst("usb1", "3164 fwd=10");
+    const Link tcp(connectTcp());
+    EXPECT_EQ(tcp.ask("SYST:PULS ON;PULS?"), "1");
+    EXPECT_EQ(tcp.ask("SENS:FREQ:AUTO OFF;:SENS:FREQ 15;FREQ?"), "15");
+    tcp.tell("SYST:PULS:CONF:COMM");
+    EXPECT_EQ(tcp.ask("SYST:ERR?"), "0,\"No error\"");
+    std::string log;
+    ASSERT_TRUE(Bench_do(bench, "log usb1", &log));
+    EXPECT_THAT(log, HasSubstr("15"));
+    tcp.tell("SYST:PULS:CONF");
+    EXPECT_EQ(tcp.ask("SENS:FREQ?"), "15");
+}
+
+TEST_F(RemoteControl, TheCommandPortIsReadAtTheUsersSpeed) {
+    start();
+    const Link terminal(openTerminal());
+    const Link tcp(connectTcp());
+    tcp.tell("SYST:COMM:RS232:BAUD 1200;LENGTH 7;PAR E;REST");
+    EXPECT_EQ(tcp.ask("SYST:COMM:RS232:BAUD?;LENGTH?;PAR?"), "1200;7;e");
+    EXPECT_EQ(terminal.ask("*OPC?"), "1");
+    EXPECT_THAT(Bench_readFile(bench, "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf"),
+                HasSubstr("serialSpeed 1200"));
+}
