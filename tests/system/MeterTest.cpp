@@ -97,7 +97,7 @@ testing::AssertionResult MeterTest::becomesVisible(const std::string& name, bool
 
 testing::AssertionResult MeterTest::within(const Stopwatch& watch, double limit_ms) {
     const double gone_ms = watch.elapsed_ms();
-    return gone_ms < limit_ms * QUORVEL_PATIENCE
+    return gone_ms < limit_ms * patience
                ? testing::AssertionSuccess()
                : testing::AssertionFailure() << gone_ms << " ms, not " << limit_ms;
 }

@@ -64,6 +64,9 @@ protected:
 
     static constexpr uint32_t readingLimit_ms = 15000;
 
+    /// Factor for limits of what takes a program with a sanitizer longer.
+    static constexpr uint32_t patience = QUORVEL_PATIENCE;
+
     Bench bench;
 };
 

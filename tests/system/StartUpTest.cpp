@@ -61,7 +61,8 @@ TEST_F(StartUp, AMissingCommandPortSilencesTheOlderMetersProtocolOnly) {
 }
 
 TEST_F(StartUp, AMissingCommandPortEndsAMeterThatServesScpiOnIt) {
-    EXPECT_FALSE(Bench_start(bench, {.commands = {"remove /dev/ttyS4"}}));
+    start({.commands = {"remove /dev/ttyS4"}, .waitsForScreen = false});
+    EXPECT_EQ(Bench_waitForEnd(bench, 10000 * patience), 255);
     EXPECT_GT(Bench_countInSyslog(bench, "Could not open /dev/ttyS4"), 0U);
     EXPECT_GT(Bench_countInSyslog(bench, "createSerialServer() failed"), 0U);
 }
