@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <fstream>
 #include <iterator>
 #include <regex>
 #include <set>
@@ -121,6 +122,35 @@ TEST(ScpiCommands, KeepTheirOddSpellings) {
     EXPECT_LT(firstRow("SYST:PULS:CONF:SYNC"), scpiCommandCount);
     EXPECT_LT(firstRow("SYST:PULS:CONF:SYNCRONIZE"), scpiCommandCount);
     EXPECT_EQ(firstRow("SYST:PULS:CONF:SYNCHRONIZE"), scpiCommandCount);
+}
+
+/// Patterns of the manual's tables: what stands in backquotes in their first columns, a row with
+/// <n> once for each state.
+std::multiset<std::string> documentedPatterns() {
+    std::ifstream manual(QUORVEL_REMOTE_CONTROL_MANUAL);
+    const std::regex quoted("`([^`]*)`");
+    std::multiset<std::string> found;
+    for (std::string line; std::getline(manual, line);) {
+        const std::string column = line.substr(0, line.find(" | "));
+        if (!line.starts_with("| `") || column.find_first_of("*:") == std::string::npos) {
+            continue;
+        }
+        for (std::sregex_iterator at(column.begin(), column.end(), quoted), end; at != end; ++at) {
+            const std::string pattern = (*at)[1];
+            const size_t number = pattern.find("<n>");
+            for (int state = 1; state <= (number == std::string::npos ? 1 : 4); ++state) {
+                found.insert(number == std::string::npos
+                                 ? pattern
+                                 : std::string(pattern).replace(number, 3, std::to_string(state)));
+            }
+        }
+    }
+    return found;
+}
+
+TEST(ScpiCommands, AreAllInTheManualAndNoOther) {
+    const std::multiset<std::string> expected(std::begin(patterns), std::end(patterns));
+    EXPECT_EQ(documentedPatterns(), expected);
 }
 
 TEST(ScpiCommands, AnswerTheInstrumentsIdentity) {
