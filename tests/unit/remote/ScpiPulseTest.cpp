@@ -243,13 +243,15 @@ TEST(ScpiPulse, ChecksTheConditionsOfEveryCommand) {
             instrument.send(row.command);
             EXPECT_EQ(instrument.errors(), row.needsPulseMode ? cwMode : "");
         }
-        SENSOR_CONFIGS config = sensorConfig();
-        config.bSupportsTriggeredGates = false;
-        PulseMeter plain(config);
-        plain.send(row.command);
-        EXPECT_EQ(plain.errors(), row.needs3164 ? not3163 : "");
-        if (row.query != nullptr) {
-            expectExchange(plain, {row.query, "", not3163});
+        {
+            SENSOR_CONFIGS config = sensorConfig();
+            config.bSupportsTriggeredGates = false;
+            PulseMeter plain(config);
+            plain.send(row.command);
+            EXPECT_EQ(plain.errors(), row.needs3164 ? not3163 : "");
+            if (row.query != nullptr) {
+                expectExchange(plain, {row.query, "", not3163});
+            }
         }
         RemoteInstrument serial;
         RemoteInstrument::plug(sensorPort_Serial1, 0);

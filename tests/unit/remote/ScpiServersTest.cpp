@@ -114,6 +114,7 @@ TEST(ScpiServersStart, EndsTheProgramWhenThePortIsTaken) {
 TEST(ScpiServersStart, LeavesTheSerialPortToTheLegacyProtocol) {
     World_unplugTerminal(serialCommandPortName);
     EXPECT_EQ(exitStatusOf([] {
+                  SerialPort_Close();
                   setConfigurationFile(nullptr);
                   configuration_setUseLegacy(true);
                   startScpiParser();
@@ -140,9 +141,18 @@ protected:
         SensorManager_Create();
         startScpiParser();
         ASSERT_TRUE(World_waitUntil([] { return World_commandPort() != 0; }, limit_ms));
-        ASSERT_TRUE(World_waitUntil([] { return *SerialPort_getfd() >= 0; }, limit_ms));
-        EXPECT_TRUE(World_syslogContains("scpiTcpServerThread(): Starting..."));
-        EXPECT_TRUE(World_syslogContains("scpiSerialServerThread(): Starting..."));
+        ASSERT_TRUE(World_waitUntil(isServedOnThePort, limit_ms));
+        for (const char* thread : {"scpiTcpServerThread", "scpiSerialServerThread"}) {
+            ASSERT_TRUE(World_waitUntil(
+                [&] { return World_syslogContains(std::string(thread) + "(): Starting..."); },
+                limit_ms));
+        }
+    }
+    /// The port has line mode once the server has set it up.
+    static bool isServedOnThePort() {
+        termios settings{};
+        return *SerialPort_getfd() >= 0 && SerialPort_GetConfig(&settings) == 0 &&
+               (settings.c_lflag & ICANON) != 0;
     }
     static std::string askTerminal(const std::string& line) {
         const std::string sent = line + "\n";

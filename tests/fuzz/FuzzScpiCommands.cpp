@@ -1,0 +1,76 @@
+// Whole command lines against the instrument's own command table, in any pieces: with a pulse
+// sensor on channel 1 and a CW sensor on channel 2. The first byte is the size of the pieces and
+// whether pulse mode is on.
+#include "Configuration.h"
+#include "LogManager.h"
+#include "ScpiLink.h"
+#include "ScpiRecord.h"
+#include "SensorManager.h"
+#include "SensorPortSignals.h"
+#include "Threads.h"
+#include "UsbSensorHandler.h"
+#include "World.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string_view>
+
+namespace {
+
+std::atomic<int32_t> nowhere{-1};
+
+void plug(uint32_t port, uint32_t channel, CONNECTED_SENSORS* detected) {
+    detected->detectedSensors |= sensorPort_bit(port);
+    detected->detectedSensorsChanged = sensorPort_bit(port);
+    SensorManager_UpdatePhysicalSensors(detected);
+    SensorInstance_SetLogicalChannel(port, channel);
+}
+
+/// Everything but the link, once. Files and commands go into the world that the process runs in.
+bool prepare() {
+    if (World_folder().empty()) {
+        abort();
+    }
+    nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    LogManager_create();
+    World_writeFile("/etc/network/interfaces", "iface eth0 inet dhcp\n\nauto eth0:0\n");
+    SensorManager_Create();
+    CONNECTED_SENSORS detected{};
+    plug(sensorPort_USB1, 0, &detected);
+    plug(sensorPort_Serial1, 1, &detected);
+    sensorUsbHandlerData[0].sensorConfigs.bSupportsTriggeredGates = true;
+    return true;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const bool isPrepared = prepare();
+    if (!isPrepared || size < 2) {
+        return 0;
+    }
+    static scpi_t context;
+    static ScpiLink link;
+    static char input[scpiInputBufferSize];
+    static scpi_error_t queue[scpiErrorQueueSize];
+    const bool pulseMode = (data[0] & 1U) != 0;
+    if (configuration_getPulseMode() != pulseMode) {
+        configuration_setPulseMode(pulseMode);
+    }
+    initScpiParser();
+    ScpiLink_initialize(&link, &context, input, queue);
+    link.descriptor = &nowhere;
+    std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+    while (!bytes.empty()) {
+        const std::string_view piece = bytes.substr(0, 1U + data[0]);
+        ScpiLink_receive(&link, piece);
+        bytes.remove_prefix(piece.size());
+    }
+    ScpiLink_runPending(&link);
+    SCPI_ErrorClear(&context);
+    destroyScpiParser();
+    return 0;
+}
