@@ -225,9 +225,7 @@ TEST_F(ScpiServers, CompleteACommandWithoutAnEndWhenTheClientFallsSilent) {
     const Client client;
     EXPECT_EQ(client.ask("*TST?"), "0\r\n");
     client.send("*OPC?");
-    World_setSpeed(50);
     EXPECT_EQ(client.readLines(1), "1\r\n");
-    World_setSpeed(1);
 }
 
 TEST_F(ScpiServers, SurviveAHundredClientsThatHangUpWithoutReading) {
