@@ -145,12 +145,16 @@ bool chooseProtocol(const Run& run, std::string& error) {
     return false;
 }
 
+// The instrument's own port where it is free, so that benches run side by side.
 void choosePort(const Run& run) {
+    constexpr int instrumentPort = 5025;
     const std::string& wanted = run.options.port;
-    if (!wanted.empty()) {
-        const std::string port =
-            wanted == "auto" ? std::to_string(ScreenServer_freePort(0)) : wanted;
-        WorldFolder_writeFile(run.world + "/port", port + "\n");
+    const int port = wanted.empty()     ? ScreenServer_freePort(instrumentPort)
+                     : wanted == "auto" ? ScreenServer_freePort(0)
+                                        : 0;
+    WorldFolder_writeFile(run.world + "/port", (port > 0 ? std::to_string(port) : wanted) + "\n");
+    if (port > 0 && port != instrumentPort) {
+        say(run, "Remote control is on port " + std::to_string(port) + ".");
     }
 }
 

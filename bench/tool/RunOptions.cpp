@@ -25,7 +25,7 @@ constexpr std::array<Option, 12> optionTable{{
      [](RunOptions& o, const std::string& v) { o.screenshot = v; }},
     {"--world", "DIR", "use and keep this world instead of a new one",
      [](RunOptions& o, const std::string& v) { o.world = v; }},
-    {"--port", "N", "remote control on this TCP port instead of 5025; auto takes a free one",
+    {"--port", "N", "remote control on this TCP port; without it on the first free one from 5025",
      [](RunOptions& o, const std::string& v) { o.port = v; }},
     {"--speed", "N", "let the program's time run faster",
      [](RunOptions& o, const std::string& v) { o.commands.push_back("clock speed " + v); }},

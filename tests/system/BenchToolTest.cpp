@@ -5,6 +5,7 @@
 #include "MeterTest.h"
 #include "WorldFolder.h"
 
+#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -12,6 +13,8 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -104,7 +107,7 @@ protected:
 
     /// Starts a bench and waits until it answers.
     void run(std::vector<std::string> words) {
-        words.insert(words.begin(), "run");
+        words.insert(words.begin(), {"run", "--port", "auto"});
         running = startTool(words);
         ASSERT_GT(running, 0);
         ASSERT_TRUE(Bench_waitUntil([this] { return fs::exists(currentLink()); }, startLimit_ms))
@@ -210,7 +213,7 @@ TEST_F(BenchTool, ABenchThatIsKilledTakesItsProgramAlong) {
 
 TEST_F(BenchTool, AnEarlyPictureIsSavedAndEndsTheBench) {
     const std::string picture = folder + "/start.png";
-    const Answer answer = type("run --screenshot " + picture);
+    const Answer answer = type("run --port auto --screenshot " + picture);
     EXPECT_EQ(answer.status, 0) << answer.errors;
     EXPECT_THAT(WorldFolder_readFile(picture), StartsWith("\x89PNG"));
 }
@@ -243,8 +246,25 @@ TEST_F(BenchTool, WithoutADisplayABrowserOfThisMachineShowsTheMeter) {
     EXPECT_THAT(type("screenshot " + folder + "/x.png").errors, HasSubstr("browser"));
 }
 
+TEST_F(BenchTool, APortThatIsTakenIsNotTakenAgain) {
+    const int taken = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(5025);
+    // Where somebody else has the port already, that is as good.
+    if (bind(taken, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+        ASSERT_EQ(listen(taken, 1), 0);
+    }
+    running = startTool({"run", "--headless", "--world", folder + "/world"});
+    const auto port = [this] { return WorldFolder_readFile(folder + "/world/port"); };
+    ASSERT_TRUE(Bench_waitUntil([&] { return !port().empty(); }, startLimit_ms));
+    EXPECT_NE(port(), "5025\n");
+    close(taken);
+}
+
 TEST_F(BenchTool, BenchesRunSideBySide) {
-    run({"--headless", "--port", "auto"});
+    run({"--headless"});
     const std::string firstWorld = world;
     const std::string secondWorld = folder + "/second";
     const pid_t second = startTool({"run", "--headless", "--port", "auto", "--world", secondWorld});

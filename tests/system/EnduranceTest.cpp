@@ -63,17 +63,23 @@ TEST_F(Endurance, FiftySensorsOnSerial2LeaveNothingBehind) {
     expectNoLeakAfterCycles("serial1", "serial2");
 }
 
-TEST_F(Endurance, TenChannelDialogsLeaveNothingBehind) {
+TEST_F(Endurance, TwentyChannelDialogsLeaveNothingBehind) {
+    // GTK keeps what it has made for the last sixteen windows or so.
+    constexpr int warmUp = 20;
+    constexpr int dialogs = 20;
     start({.commands = {"clock speed 4"}});
     ProgramUse before{};
-    for (int number = 0; number < 12 && !HasFatalFailure(); ++number) {
-        plugFirst("serial1", "5132 fwd=9");
+    for (int number = 0; number < warmUp + dialogs && !HasFatalFailure(); ++number) {
+        if (number == warmUp) {
+            before = useAtRest();
+        }
+        plug("serial1", "5132 fwd=9");
+        ASSERT_TRUE(chooseChannel(1));
         ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
         ASSERT_TRUE(shows("noConnection.title", "No Sensor Detected"));
-        before = number == 1 ? useAtRest() : before;
     }
     const ProgramUse after = useAtRest();
     EXPECT_LE(after.threads, before.threads);
-    EXPECT_EQ(after.descriptors, before.descriptors);
+    EXPECT_LE(after.descriptors, before.descriptors);
     EXPECT_LT(after.resident_kB - before.resident_kB, 1500);
 }
