@@ -16,8 +16,6 @@ bool usbSlotSupportsTriggeredGates(size_t slot) {
 
 /// The error of the first condition that does not hold, 0 when all do.
 int16_t firstFailure(const PulseSensorConditions& conditions, size_t channel) {
-    const bool modelIsTriggered = scpi_workingCopy(channel).config.bModelIsTriggeredGates;
-
     // The first serial port only, by its number and not by the sensor's kind: deliberate.
     if (conditions.bPulseSensor && scpi_sensorPort(channel) == sensorPort_Serial1) {
         return scpiErrorNotPulseSensor;
@@ -29,6 +27,9 @@ int16_t firstFailure(const PulseSensorConditions& conditions, size_t channel) {
     if (conditions.b3164 && !usbSlotSupportsTriggeredGates(channel)) {
         return scpiErrorNot3163;
     }
+    const bool modelMatters = conditions.bTriggeredGate || conditions.bPulseGate;
+    const bool modelIsTriggered =
+        modelMatters && scpi_workingCopy(channel).config.bModelIsTriggeredGates;
     if (conditions.bTriggeredGate && !modelIsTriggered) {
         return scpiErrorPulseGateModel;
     }

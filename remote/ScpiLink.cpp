@@ -75,7 +75,8 @@ size_t SCPI_Write(scpi_t* context, const char* data, size_t length) {
     return length;
 }
 
-/// Replies leave when their line has been run, whether or not the library flushes.
+/// Replies leave when the lines that came in with them have been run, whether or not the library
+/// flushes.
 scpi_result_t SCPI_Flush(scpi_t*) {
     return SCPI_RES_OK;
 }
@@ -156,9 +157,13 @@ void refuseLine(ScpiLink* link) {
 /// One line, or a part of one that has no end yet.
 void takeLine(ScpiLink* link, std::string_view bytes) {
     if (!link->skipsLine && fits(link, bytes.size())) {
+        // Replies that came in one go may leave in one go, but none waits for a command that is no
+        // query: those may take their time.
+        if (bytes.find('?') == std::string_view::npos) {
+            sendReply(link);
+        }
         rememberLine(link, bytes);
         SCPI_Input(link->context, bytes.data(), static_cast<int>(bytes.size()));
-        sendReply(link);
         return;
     }
     if (!link->skipsLine) {
@@ -191,6 +196,7 @@ bool ScpiLink_receive(ScpiLink* link, std::string_view bytes) {
         takeLine(link, bytes.substr(0, length));
         bytes.remove_prefix(length);
     }
+    sendReply(link);
     return !link->peerIsStuck;
 }
 

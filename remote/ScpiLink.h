@@ -34,9 +34,9 @@ extern scpi_interface_t scpi_interface;
 void ScpiLink_initialize(ScpiLink* link, scpi_t* context, char (&inputBuffer)[scpiInputBufferSize],
                          scpi_error_t (&errorQueue)[scpiErrorQueueSize]);
 
-/// Runs the lines that become complete with these bytes; the reply to each leaves in one piece. A
-/// line that does not fit the parser's buffer gives one -363 and is dropped up to its end. False
-/// when the peer does not take its reply.
+/// Runs the lines that become complete with these bytes. The reply to each leaves in one piece,
+/// together with those to the queries around it. A line that does not fit the parser's buffer gives
+/// one -363 and is dropped up to its end. False when the peer does not take its reply.
 bool ScpiLink_receive(ScpiLink* link, std::string_view bytes);
 
 /// Runs what is pending, though its end has not come. False as above.

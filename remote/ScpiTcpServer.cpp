@@ -54,12 +54,18 @@ int acceptClient(int server) {
     }
 }
 
-/// Takes what has arrived. False when the client has gone or does not take its replies.
+/// Takes what has arrived, all of it. False when the client has gone or does not take its replies.
 bool receiveFrom(int client) {
-    char buffer[receiveSize] = {};
-    const ssize_t count = retryInterrupted([&] { return recv(client, buffer, sizeof buffer, 0); });
+    char buffer[receiveSize];
+    ssize_t count = 0;
+    do {
+        count = retryInterrupted([&] { return recv(client, buffer, sizeof buffer, MSG_DONTWAIT); });
+        if (count > 0 && !ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)})) {
+            return false;
+        }
+    } while (count == static_cast<ssize_t>(sizeof buffer));
     if (count > 0) {
-        return ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
+        return true;
     }
     if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
         return true;

@@ -88,11 +88,13 @@ TEST(ScpiLink, SendsEachReplyInOnePiece) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends), 0);
     const int32_t old = instrument.linkEnd.exchange(ends[0]);
-    ScpiLink_receive(&instrument.link, "*IDN?;*OPC?;:SYST:VERS?;*TST?\n*OPC?\n");
+    ScpiLink_receive(&instrument.link, "*IDN?;*OPC?;:SYST:VERS?;*TST?\n");
     char packet[512];
     const ssize_t first = recv(ends[1], packet, sizeof packet, 0);
     EXPECT_EQ(std::string(packet, static_cast<size_t>(std::max<ssize_t>(first, 0))),
               idn.substr(0, idn.size() - 2) + ";1;1999.0;0\r\n");
+    ScpiLink_receive(&instrument.link, "*OPC?\n*TST?\n*WAI\n*OPC?\n");
+    EXPECT_EQ(recv(ends[1], packet, sizeof packet, 0), 6) << "no reply waits for a command";
     EXPECT_EQ(recv(ends[1], packet, sizeof packet, 0), 3);
     close(ends[0]);
     close(ends[1]);
