@@ -21,6 +21,21 @@ private:
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
+/// A sanitizer keeps freed memory on purpose, to find those who still use it: there is nothing to
+/// measure in such a build.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool memoryCanBeMeasured = false;
+#else
+constexpr bool memoryCanBeMeasured = true;
+#endif
+
+/// Fails the test if the program has grown by more than what its libraries take now and then.
+inline void expectSameMemory(const ProgramUse& before, const ProgramUse& after) {
+    if (memoryCanBeMeasured) {
+        EXPECT_LT(after.resident_kB - before.resident_kB, 1500);
+    }
+}
+
 /// The whole meter on a bench of its own, as a user has it in hand.
 class MeterTest : public testing::Test {
 protected:
