@@ -134,6 +134,7 @@ int main(int argc, char* argv[]) {
     SerialCommand_Start();
     runMainLoop();
     disableBatteryMonitor();
+    // The remote-control record is not given back: its servers still answer until the process ends.
     Shutdown_waitForCommand(shutdownLimit_ms);
     Process_leave(0);
 }
