@@ -74,9 +74,10 @@ TEST_F(Endurance, TwentyChannelDialogsLeaveNothingBehind) {
             before = useAtRest();
         }
         plug("serial1", "5132 fwd=9");
-        ASSERT_TRUE(chooseChannel(1));
+        ASSERT_TRUE(chooseChannel(1)) << number;
+        ASSERT_TRUE(shows("noConnection.title", "Connecting...")) << number;
         ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
-        ASSERT_TRUE(shows("noConnection.title", "No Sensor Detected"));
+        ASSERT_TRUE(shows("noConnection.title", "No Sensor Detected")) << number;
     }
     const ProgramUse after = useAtRest();
     EXPECT_LE(after.threads, before.threads);
