@@ -64,8 +64,8 @@ public:
     explicit BareServer(std::string text) : answer(std::move(text)) {
         sockaddr_in address = loopback(0);
         socklen_t size = sizeof address;
-        bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), size);
-        listen(listener.get(), 1);
+        EXPECT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+        EXPECT_EQ(listen(listener.get(), 1), 0);
         getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size);
         port = ntohs(address.sin_port);
         thread = std::thread([this] { serve(); });
@@ -234,7 +234,7 @@ double lookupTime_ns(const std::string& line, bool isLast) {
         row.callback = doNothing;
     }
     if (!isLast) {
-        std::ranges::rotate(table, table.end() - 1);
+        std::rotate(table.begin(), table.end() - 1, table.end());
     }
     table.push_back(SCPI_CMD_LIST_END);
     static scpi_t context;
