@@ -15,13 +15,13 @@ target_compile_options(
 # preload library.
 if(QUORVEL_SANITIZE STREQUAL "address")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                        -fno-omit-frame-pointer -g)
+                        -fno-omit-frame-pointer -g1)
     add_link_options(-fsanitize=address,undefined)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         add_link_options(-static-libasan -static-libubsan)
     endif()
 elseif(QUORVEL_SANITIZE STREQUAL "thread")
-    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -g)
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -g1)
     add_link_options(-fsanitize=thread)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         add_link_options(-static-libtsan)
@@ -34,7 +34,10 @@ function(quorvel_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;USES;PRIVATE_USES" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>)
+    # Without exceptions some processors get no unwind tables, which a crash trace needs.
+    target_compile_options(
+        ${name} PRIVATE -funwind-tables $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
+    )
     target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE quorvel_options ${ARG_PRIVATE_USES})
 endfunction()
 

@@ -13,10 +13,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-UsbDevice::UsbDevice(int numberToUse)
-    : number(numberToUse),
-      socketPath(World_folder() + "/usbtmc" + std::to_string(numberToUse) + ".sock"),
-      nodePath("/dev/usbtmc" + std::to_string(numberToUse)) {
+UsbDevice::UsbDevice(int number)
+    : socketPath(World_folder() + "/usbtmc" + std::to_string(number) + ".sock"),
+      nodePath("/dev/usbtmc" + std::to_string(number)) {
     for (const sensor_qry_param_t& row : sensor_qry_param) {
         replies[row.text] = row.reply == reply_float ? "0.000000\n" : "0\n";
     }

@@ -60,7 +60,6 @@ private:
     std::string replyTo(const std::string& message);
     void take(const std::string& setting);
 
-    int number;
     std::string socketPath;
     std::string nodePath;
     int listener = -1;
