@@ -36,7 +36,9 @@ void noteState() {
 void insertCharacter(char character) {
     gtk_editable_delete_selection(editable());
     int position = gtk_editable_get_position(editable());
-    gtk_editable_insert_text(editable(), &character, 1, &position);
+    // Terminated whatever the length says: the toolkit copies it as a text.
+    const char text[] = {character, '\0'};
+    gtk_editable_insert_text(editable(), text, 1, &position);
     gtk_editable_set_position(editable(), position);
 }
 
