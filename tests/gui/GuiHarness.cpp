@@ -213,6 +213,7 @@ void Gui_press(const std::string& name) {
     GtkWidget* widget = Gui_widget(name);
     ASSERT_NE(widget, nullptr);
     ASSERT_TRUE(gtk_widget_get_mapped(widget)) << name << " is not on the screen";
+    Gui_settle(); // a widget that was built a moment ago has its place only now
     const GdkRectangle place = Gui_place(widget);
     XServer_movePointer(place.x + place.width / 2, place.y + place.height / 2);
     XServer_button(true);

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr char dialogName[] = "serSettingsDlg";
+constexpr uint32_t dialogLimit_ms = 2000;
 constexpr char settingsFile[] = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
 
 /// The dialog on a command port of 9600 8N1.
@@ -43,7 +44,8 @@ protected:
     }
     static void open() {
         Gui_tap("serialButton");
-        ASSERT_NE(Dialog_shown(dialogName), nullptr);
+        ASSERT_TRUE(
+            Gui_waitUntil([] { return Dialog_shown(dialogName) != nullptr; }, dialogLimit_ms));
     }
     /// Taps a list and then its line with this label.
     static void choose(const char* comboName, const char* label) {
