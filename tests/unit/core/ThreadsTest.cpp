@@ -133,6 +133,12 @@ void* sleepThroughSignals(void* context) {
     return nullptr;
 }
 
+#ifdef __SANITIZE_THREAD__
+constexpr int leastSignals = 1; // the checker gathers a sleeper's signals until its call returns
+#else
+constexpr int leastSignals = 2;
+#endif
+
 TEST(Threads, SleepLastsItsWholeTimeWhateverSignalsArrive) {
     struct sigaction action {};
     action.sa_handler = countSignal; // and no SA_RESTART: every call is interrupted
@@ -150,7 +156,7 @@ TEST(Threads, SleepLastsItsWholeTimeWhateverSignalsArrive) {
         limit_ms));
     pthread_join(thread, nullptr);
     signal(SIGUSR1, SIG_DFL);
-    EXPECT_GT(signalCount, 1);
+    EXPECT_GE(signalCount, leastSignals);
     EXPECT_GE(slept_ms, 60);
 }
 
