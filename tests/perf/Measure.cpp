@@ -7,7 +7,6 @@
 #include <X11/Xutil.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <thread>
 
@@ -60,13 +59,6 @@ bool isPainted(Display* display) {
 }
 
 } // namespace
-
-void Measure_report(const std::string& what, double measured, double reference,
-                    const std::string& unit, double goal) {
-    printf("perf: %-52s %10.4g %s / %10.4g %s = %7.4f (goal %g)\n", what.c_str(), measured,
-           unit.c_str(), reference, unit.c_str(), measured / reference, goal);
-    fflush(stdout);
-}
 
 bool Measure_plugAndMeasure(Bench& bench, const std::string& line, const std::string& label) {
     if (!Bench_do(bench, "plug " + line)) {

@@ -7,10 +7,6 @@
 
 /// Measurements of the running meter, from outside.
 
-/// Prints one line: what was measured, against which reference, the ratio, and the goal.
-void Measure_report(const std::string& what, double measured, double reference,
-                    const std::string& unit, double goal);
-
 /// Plugs a sensor in, answers the channel dialog if one comes, and waits for readings.
 bool Measure_plugAndMeasure(Bench& bench, const std::string& line, const std::string& label);
 
