@@ -21,6 +21,8 @@ void GtkStart_initialize(int* argc, char*** argv) {
     // The instrument has no keyboard: the input method that needs no server is always right.
     constexpr int overwrite = 1;
     setenv("GTK_IM_MODULE", "gtk-im-context-simple", overwrite);
+    // Nothing here is drawn by OpenGL, but a mere look for it loads its driver: 55 MB.
+    setenv("GDK_GL", "disable", overwrite);
     gtk_init(argc, argv);
     g_object_set(gtk_settings_get_default(), "gtk-dnd-drag-threshold", dragThreshold_px, nullptr);
 }

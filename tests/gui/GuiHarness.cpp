@@ -92,6 +92,7 @@ void Gui_start() {
     setenv("DISPLAY", display.c_str(), 1);
     setenv("GDK_BACKEND", "x11", 1);
     setenv("NO_AT_BRIDGE", "1", 1);
+    setenv("GDK_GL", "disable", 1);
     unsetenv("GTK_THEME");
     g_log_set_writer_func(collectWarning, nullptr, nullptr);
     goToResources();

@@ -1,8 +1,11 @@
-// The reference: a GTK program with one full-screen label, and nothing else.
+// The reference: a GTK program with one full-screen label, and nothing else; no OpenGL either.
 
 #include <gtk/gtk.h>
 
+#include <cstdlib>
+
 int main(int argc, char** argv) {
+    setenv("GDK_GL", "disable", 1);
     gtk_init(&argc, &argv);
     GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_decorated(GTK_WINDOW(window), FALSE);

@@ -83,6 +83,15 @@ TEST_F(StartUp, ADecimalCommaOfTheDesktopChangesNoNumber) {
     EXPECT_THAT(Bench_readFile(bench, settingsFile), Not(HasSubstr(",")));
 }
 
+TEST_F(StartUp, NoGraphicsDriverIsLoadedIntoItsMemory) {
+    start();
+    const std::string maps =
+        WorldFolder_readFile("/proc/" + std::to_string(Bench_programId(bench)) + "/maps");
+    EXPECT_THAT(maps, HasSubstr("libgtk-3"));
+    EXPECT_THAT(maps, Not(HasSubstr("libLLVM")));
+    EXPECT_THAT(maps, Not(HasSubstr("libGLX")));
+}
+
 TEST_F(StartUp, OnlyTheStandardDescriptorsAreLeftToChildren) {
     start();
     const std::string folder = "/proc/" + std::to_string(Bench_programId(bench));
