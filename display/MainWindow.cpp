@@ -113,6 +113,20 @@ const ScreenRow noConnectionScreenRows[] = {
      "lower.noConnection", &entireScreen.dualNoConnectionScreens[1], layoutDualChannel},
 };
 
+/// GTK drops the request to close a window below a modal dialog. Whoever closes the main window
+/// ends the program, whatever lies above it.
+void deliverEvent(GdkEvent* event, gpointer /*data*/) {
+    gpointer widget = nullptr;
+    if (event->type == GDK_DELETE && event->any.window != nullptr) {
+        gdk_window_get_user_data(event->any.window, &widget);
+    }
+    if (widget != nullptr && widget == entireScreen.mainWindow) {
+        gtk_widget_event(entireScreen.mainWindow, event);
+    } else {
+        gtk_main_do_event(event);
+    }
+}
+
 void createWindow() {
     GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     entireScreen.mainWindow = window;
@@ -208,6 +222,7 @@ void createGTKDisplays() {
     createContainers();
     createHalvesLine();
     createScreens();
+    gdk_event_handler_set(deliverEvent, nullptr, nullptr);
     CSensorDisplayFSM_registerView(screenView);
     gtk_widget_show(entireScreen.topFixedLine);
     gtk_widget_show(entireScreen.entireScreenContainer);

@@ -1,4 +1,5 @@
 #include "CSensorDisplayFSM.h"
+#include "DialogHelpers.h"
 #include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "ScreenFixture.h"
@@ -109,6 +110,41 @@ TEST_F(MainWindow, AnswersNullForAScreenOfTheOtherKind) {
     EXPECT_EQ(gtkSensor_powerDisplay(gtkSensorInstanceCount), nullptr);
     EXPECT_EQ(gtkSensor_noConnectionDisplay(gtkSensorSingleChannel1), nullptr);
     EXPECT_EQ(gtkSensor_noConnectionDisplay(gtkSensorInstanceCount), nullptr);
+}
+
+gboolean countRequest(GtkWidget* /*window*/, GdkEvent* /*event*/, gpointer count) {
+    ++*static_cast<int*>(count);
+    return TRUE;
+}
+
+/// What a window manager's message becomes.
+void requestToClose(GtkWidget* window) {
+    GdkEvent* event = gdk_event_new(GDK_DELETE);
+    event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
+    gdk_event_put(event);
+    gdk_event_free(event);
+    Gui_settle();
+}
+
+TEST_F(MainWindow, ARequestToCloseItIsHeardBelowAModalDialog) {
+    int mainRequests = 0;
+    int dialogRequests = 0;
+    const gulong handler = g_signal_connect(entireScreen.mainWindow, "delete-event",
+                                            G_CALLBACK(countRequest), &mainRequests);
+    requestToClose(entireScreen.mainWindow);
+    EXPECT_EQ(mainRequests, 1);
+    GtkWidget* dialog = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    g_signal_connect(dialog, "delete-event", G_CALLBACK(countRequest), &dialogRequests);
+    Dialog_showAbove(dialog);
+    Gui_settle();
+    requestToClose(entireScreen.mainWindow);
+    EXPECT_EQ(mainRequests, 2);
+    EXPECT_EQ(dialogRequests, 0);
+    requestToClose(dialog);
+    EXPECT_EQ(mainRequests, 2);
+    EXPECT_EQ(dialogRequests, 1);
+    gtk_widget_destroy(dialog);
+    g_signal_handler_disconnect(entireScreen.mainWindow, handler);
 }
 
 TEST_F(MainWindow, NoWidgetHasTheFocus) {
