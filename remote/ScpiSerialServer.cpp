@@ -18,6 +18,7 @@ constexpr size_t receiveSize = 256;
 constexpr cc_t endOfFile = 0x04;
 constexpr cc_t endOfLine = 0x10; ///< beside the line feed, which always ends a line
 constexpr uint32_t emptyReadPause_ms = 100;
+constexpr uint32_t gonePortPause_ms = 1000;
 
 ScpiLink link_;
 
@@ -34,9 +35,28 @@ void setLineMode(termios* settings) {
     settings->c_cc[VEOL2] = 0;
 }
 
-void waitForInput() {
+void enterLineMode() {
+    termios settings{};
+    if (SerialPort_GetConfig(&settings) == 0) {
+        setLineMode(&settings);
+        SerialPort_SetConfig(&settings);
+    }
+}
+
+/// True when the device has gone: every read is empty from then on.
+bool waitForInput() {
     pollfd waited{*SerialPort_getfd(), POLLIN, 0};
     retryInterrupted([&] { return poll(&waited, 1, -1); });
+    return (waited.revents & POLLHUP) != 0;
+}
+
+/// A port that has gone is looked for at leisure, and opened again when it is back.
+void recoverPort() {
+    Thread_sleep_ms(gonePortPause_ms);
+    if (SerialPort_Reopen(serialCommandPortName)) {
+        DIAGNOSTIC("%s is open again\n", serialCommandPortName);
+        enterLineMode();
+    }
 }
 
 /// Discards what has come in behind a line, but nothing of a reply that is being sent.
@@ -47,7 +67,7 @@ void discardInput() {
 /// One line. False when reading has failed.
 bool serveLine() {
     char buffer[receiveSize] = {};
-    waitForInput();
+    const bool isGone = waitForInput();
     const int32_t count = SerialPort_gets(buffer, sizeof buffer);
     if (count < 0) {
         return false;
@@ -55,8 +75,11 @@ bool serveLine() {
     discardInput();
     if (count == 0) {
         ScpiLink_runPending(&link_);
-        // An end that has hung up reads as empty for ever.
-        Thread_sleep_ms(emptyReadPause_ms);
+        if (isGone) {
+            recoverPort();
+        } else {
+            Thread_sleep_ms(emptyReadPause_ms); // an end-of-file character
+        }
         return true;
     }
     ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
@@ -69,8 +92,6 @@ bool serveLine() {
 } // namespace
 
 int createSerialServer(const char* path) {
-    termios settings{};
-
     if (*SerialPort_getfd() != -1) {
         SerialPort_Close();
     }
@@ -79,10 +100,7 @@ int createSerialServer(const char* path) {
         USER_WARNING("Serial command interface is not enabled.");
         return -1;
     }
-    if (SerialPort_GetConfig(&settings) == 0) {
-        setLineMode(&settings);
-        SerialPort_SetConfig(&settings);
-    }
+    enterLineMode();
     writeConfigFile();
     return 0;
 }

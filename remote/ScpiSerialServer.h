@@ -7,8 +7,8 @@
 /// the settings file. Returns 0, or -1 with a warning for the user.
 int createSerialServer(const char* path);
 
-/// Thread: serves the port until reading fails, then closes it. Exits the process if the port
-/// cannot be opened.
+/// Thread: serves the port until reading fails, then closes it. A port whose device goes is opened
+/// again when it is back. Exits the process if the port cannot be opened at the start.
 void scpiSerialServerThread();
 
 #endif

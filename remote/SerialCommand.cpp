@@ -18,6 +18,9 @@ namespace {
 constexpr size_t readingReplySize = 64;
 constexpr uint32_t deadPortPause_ms = 1000;
 
+/// Where the input thread opens the port again.
+const char* portName = serialCommandPortName;
+
 /// A request for a reading, and where the readings stood when it was made.
 struct Request {
     bool isWaiting;
@@ -134,6 +137,15 @@ bool readCharacter(char* character) {
     return *SerialPort_getfd() != -1 && SerialPort_gets(character, 1) == 1;
 }
 
+/// A port that is gone is looked for at leisure, and opened again when it is back.
+void recoverPort() {
+    Thread_sleep_ms(deadPortPause_ms);
+    if (SerialPort_Reopen(portName)) {
+        DIAGNOSTIC("%s is open again\n", portName);
+        serial_command_interpreter_reset(); // the rest of a command is lost with the old connection
+    }
+}
+
 void startThread(const char* name, const char* shortName, void (*entry)()) {
     pthread_t thread{};
     const int error = Thread_start(&thread, shortName, entry);
@@ -156,6 +168,7 @@ void SerialCommand_Start() {
 }
 
 void SerialCommand_Initialize(const char* port) {
+    portName = port;
     if (*SerialPort_getfd() != -1) {
         SerialPort_Close();
     }
@@ -188,7 +201,7 @@ void SerialCommand_InputThread() {
         if (readCharacter(&character)) {
             takeCharacter(character);
         } else {
-            Thread_sleep_ms(deadPortPause_ms);
+            recoverPort();
         }
     }
 }

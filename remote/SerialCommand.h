@@ -9,13 +9,13 @@ void SerialCommand_Start();
 
 /// Closes and reopens the command port, with the user's serial settings, and brings interpreter,
 /// handler and status to their initial state. A port that cannot be opened is reported, and leaves
-/// the protocol silent.
+/// the protocol silent until the input thread finds it. Before that thread is started.
 void SerialCommand_Initialize(const char* port);
 
 /// Tells the output thread that a sensor has delivered a reading. Any thread, without sensor locks.
 void SerialCommand_SignalReadingAvailable();
 
-/// Thread: takes commands, for ever.
+/// Thread: takes commands, for ever. A port that goes is opened again when it is back.
 void SerialCommand_InputThread();
 
 /// Thread: answers each request for a reading with one that was measured after it, for ever.

@@ -22,6 +22,8 @@ struct LineSettings {
     termios settings;
 };
 LineSettings lineSettings{};
+/// Also held while settings are applied, so that what is remembered is what the port has.
+/// Innermost.
 pthread_mutex_t lineSettingsMutex = PTHREAD_MUTEX_INITIALIZER;
 
 // The descriptor level's settings: a record that could not be read is used as it is, as the
@@ -41,21 +43,31 @@ void applyAttributes(int32_t fd, const termios& settings) {
     }
 }
 
-/// Gives a port that has just been opened the user's line settings again.
+/// Gives a port that has just been opened the user's line settings again. lineSettingsMutex held.
 void applyLineSettings(int32_t fd) {
-    LineSettings known;
-    {
-        const ScopedLock lock(lineSettingsMutex);
-        known = lineSettings;
-    }
-    if (!known.areKnown) {
+    if (!lineSettings.areKnown) {
         return;
     }
+    const termios& known = lineSettings.settings;
     termios settings = readAttributes(fd);
-    settings.c_cflag = (settings.c_cflag & ~lineFlags) | (known.settings.c_cflag & lineFlags);
-    cfsetispeed(&settings, cfgetispeed(&known.settings));
-    cfsetospeed(&settings, cfgetospeed(&known.settings));
+    settings.c_cflag = (settings.c_cflag & ~lineFlags) | (known.c_cflag & lineFlags);
+    cfsetispeed(&settings, cfgetispeed(&known));
+    cfsetospeed(&settings, cfgetospeed(&known));
     applyAttributes(fd, settings);
+}
+
+/// Makes a descriptor that is set up the port's. One that is open already gets the new device under
+/// its old number.
+void publish(int32_t fd) {
+    const int32_t old = fd_;
+    if (old == -1) {
+        fd_ = fd;
+        return;
+    }
+    if (retryInterrupted([&] { return dup3(fd, old, O_CLOEXEC); }) == -1) {
+        DIAGNOSTIC("dup3 errno = %d\n", errno);
+    }
+    serial_close(fd);
 }
 
 } // namespace
@@ -138,10 +150,27 @@ int32_t SerialPort_Open(const char* path) {
     const int32_t fd = serial_open(path);
     tty_set_raw(fd);
     if (fd != -1) {
+        const ScopedLock lock(lineSettingsMutex);
         applyLineSettings(fd);
     }
     fd_ = fd;
     return fd;
+}
+
+bool SerialPort_Reopen(const char* path) {
+    if (access(path, R_OK | W_OK) != 0) {
+        return false;
+    }
+    const int32_t fd = serial_open(path);
+    if (fd == -1) {
+        return false;
+    }
+    tty_set_raw(fd);
+    // Settings that are made meanwhile wait, and then meet the new device.
+    const ScopedLock lock(lineSettingsMutex);
+    applyLineSettings(fd);
+    publish(fd);
+    return true;
 }
 
 uint8_t SerialPort_getc() {
@@ -173,10 +202,8 @@ int32_t SerialPort_GetConfig(termios* settings) {
 }
 
 int32_t SerialPort_SetConfig(const termios* settings) {
-    {
-        const ScopedLock lock(lineSettingsMutex);
-        lineSettings = {true, *settings};
-    }
+    const ScopedLock lock(lineSettingsMutex);
+    lineSettings = {true, *settings};
     const int result = retryInterrupted([&] { return tcsetattr(fd_, TCSAFLUSH, settings); });
     if (result != 0) {
         DIAGNOSTIC("tcsetattr errno = %d\n", errno);

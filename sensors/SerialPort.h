@@ -51,6 +51,11 @@ void tty_set_attributes(int32_t fd);
 /// overwritten, so callers close first. Returns the descriptor or -1.
 int32_t SerialPort_Open(const char* path);
 
+/// Opens a port anew whose device has gone, with the same settings as SerialPort_Open. An open
+/// descriptor keeps its number, so that a reply that is just being written never meets another
+/// device. False while the device is missing, which is not logged, or cannot be opened.
+bool SerialPort_Reopen(const char* path);
+
 uint8_t SerialPort_getc();
 int32_t SerialPort_gets(char* buffer, size_t length);
 int32_t SerialPort_puts(const char* text);

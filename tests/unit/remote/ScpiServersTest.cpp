@@ -297,4 +297,18 @@ TEST_F(ScpiServers, AnswerTheTerminalLineByLine) {
     EXPECT_EQ(askTerminal("SYST:ERR?"), "-363,\"Input buffer overrun\"\r\n");
 }
 
+TEST_F(ScpiServers, ServeAPortAgainThatWasGone) {
+    World_unplugTerminal(serialCommandPortName);
+    World_clearSyslog();
+    const long before = processorTime_ms();
+    const timespec pause = {1, 200000000};
+    nanosleep(&pause, nullptr);
+    EXPECT_LT(processorTime_ms() - before, 50);
+    terminal = World_plugTerminal(serialCommandPortName);
+    ASSERT_TRUE(
+        World_waitUntil([] { return World_syslogContains("/dev/ttyS4 is open again"); }, limit_ms));
+    ASSERT_TRUE(World_waitUntil(isServedOnThePort, limit_ms));
+    EXPECT_EQ(askTerminal("*OPC?"), "1\r\n");
+}
+
 } // namespace

@@ -29,6 +29,7 @@
 namespace {
 
 constexpr uint32_t quiet_ms = 60;
+constexpr uint32_t recoveryLimit_ms = 10000;
 constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
 
 // Before the threads are started, which then read the port for the rest of the process.
@@ -378,12 +379,30 @@ double processorTime_s() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
-TEST_F(LegacyPort, APortThatHasGoneCostsNoProcessorTime) {
-    World_unplugTerminal(serialCommandPortName);
+TEST_F(LegacyPort, APortThatHasGoneCostsNoProcessorTimeAndIsServedAgainOnceItIsBack) {
+    termios settings{};
+    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
+    cfsetspeed(&settings, B1200);
+    settings.c_cflag = (settings.c_cflag & ~static_cast<tcflag_t>(CSIZE)) | CS7 | PARENB | CSTOPB;
+    ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
+    terminal.send("R"); // half a command is lost with its connection
+    terminal.unplug();
     const double before = processorTime_s();
     const timespec pause = {1, 500000000};
     nanosleep(&pause, nullptr);
     EXPECT_LT(processorTime_s() - before, 0.05);
+    World_clearSyslog();
+    terminal.plugAgain();
+    ASSERT_TRUE(World_waitUntil([] { return World_syslogContains("/dev/ttyS4 is open again"); },
+                                recoveryLimit_ms));
+    EXPECT_EQ(ask("U0"), freshStatus);
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 7 E 2");
+    SerialSensors_show(UpperDisplay, 0);
+    const BusySensor sensor;
+    EXPECT_TRUE(ask("ENT").starts_with("NFC "));
+    cfsetspeed(&settings, B9600);
+    settings.c_cflag = (settings.c_cflag & ~static_cast<tcflag_t>(CSIZE | PARENB | CSTOPB)) | CS8;
+    EXPECT_EQ(SerialPort_SetConfig(&settings), 0);
 }
 
 } // namespace

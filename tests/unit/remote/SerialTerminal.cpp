@@ -17,6 +17,16 @@ SerialTerminal::~SerialTerminal() {
     World_unplugTerminal(serialCommandPortName);
 }
 
+void SerialTerminal::unplug() {
+    World_unplugTerminal(serialCommandPortName);
+    received.clear();
+}
+
+void SerialTerminal::plugAgain() {
+    World_resetSerialSettings();
+    host = World_plugTerminal(serialCommandPortName);
+}
+
 void SerialTerminal::send(std::string_view bytes) const {
     while (!bytes.empty()) {
         const ssize_t count = write(host, bytes.data(), bytes.size());

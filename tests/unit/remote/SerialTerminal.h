@@ -13,6 +13,11 @@ public:
     SerialTerminal(const SerialTerminal&) = delete;
     SerialTerminal& operator=(const SerialTerminal&) = delete;
 
+    /// The device goes, and comes back as a new one that has forgotten its settings; the program's
+    /// descriptor is left alone.
+    void unplug();
+    void plugAgain();
+
     void send(std::string_view bytes) const;
     /// What arrives up to a line feed, or until the limit has gone by.
     std::string readLine(uint32_t limit_ms = 5000);

@@ -325,6 +325,43 @@ TEST_F(CommandPort, TakesSettingsThatWereMadeWhileItWasMissing) {
     expectLine(sevenEvenTwo, B600);
 }
 
+TEST_F(CommandPort, ADeviceThatComesBackIsOpenedUnderItsOldNumberWithTheUsersSettings) {
+    const int fd = SerialPort_Open(serialCommandPortName);
+    ASSERT_GE(fd, 0);
+    setLine(sevenEvenTwo, B1200);
+    World_unplugTerminal(serialCommandPortName);
+    EXPECT_FALSE(SerialPort_Reopen(serialCommandPortName));
+    EXPECT_TRUE(World_syslog().empty()) << "it is asked for again and again";
+    World_resetSerialSettings();
+    farSide = World_plugTerminal(serialCommandPortName);
+    ASSERT_TRUE(SerialPort_Reopen(serialCommandPortName));
+    EXPECT_EQ(*SerialPort_getfd(), fd);
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(settingsOf(fd).c_lflag & (ICANON | ECHO), 0U);
+    expectLine(sevenEvenTwo, B1200);
+    ASSERT_EQ(write(farSide, "Z", 1), 1);
+    EXPECT_EQ(SerialPort_getc(), 'Z');
+    EXPECT_TRUE(World_syslog().empty());
+}
+
+TEST_F(CommandPort, AMissingDeviceIsOpenedOnceItIsThere) {
+    World_unplugTerminal(serialCommandPortName);
+    EXPECT_EQ(SerialPort_Open(serialCommandPortName), -1);
+    farSide = World_plugTerminal(serialCommandPortName);
+    EXPECT_TRUE(SerialPort_Reopen(serialCommandPortName));
+    EXPECT_EQ(SerialPort_puts("OK"), 2);
+}
+
+TEST_F(CommandPort, AReopeningThatFailsLeavesTheDescriptor) {
+    const int fd = SerialPort_Open(serialCommandPortName);
+    ASSERT_TRUE(World_fail(WorldFault::open, serialCommandPortName, EBUSY));
+    EXPECT_FALSE(SerialPort_Reopen(serialCommandPortName));
+    World_clearFaults();
+    EXPECT_TRUE(World_syslogContains("open errno=" + std::to_string(EBUSY)));
+    EXPECT_EQ(*SerialPort_getfd(), fd);
+    EXPECT_EQ(SerialPort_puts("OK"), 2);
+}
+
 TEST_F(CommandPort, FailuresOfTheSettingsAreLoggedWithBlanksAroundTheEqualsSign) {
     EXPECT_EQ(SerialPort_Open(missingDevice), -1);
     World_clearSyslog();
