@@ -1,5 +1,6 @@
 #include "DialogHelpers.h"
 
+#include "GtkHelpers.h"
 #include "MainWindow.h"
 #include "message.h"
 
@@ -42,6 +43,15 @@ GtkWidget* Dialog_widget(GtkBuilder* builder, const char* id) {
         return nullptr;
     }
     return GTK_WIDGET(object);
+}
+
+void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file) {
+    GtkWidget* image = Dialog_widget(builder, id);
+    GdkPixbuf* picture = image != nullptr ? readPicture(file) : nullptr;
+    if (picture != nullptr) {
+        gtk_image_set_from_pixbuf(GTK_IMAGE(image), picture);
+        g_object_unref(picture);
+    }
 }
 
 void Dialog_showAbove(GtkWidget* dialog) {

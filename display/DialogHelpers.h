@@ -18,6 +18,10 @@ GtkBuilder* Dialog_load(const char* file, const DialogHandler* handlers, size_t 
 /// A widget of a loaded interface; null, with a diagnostic, if the file has none of that id.
 GtkWidget* Dialog_widget(GtkBuilder* builder, const char* id);
 
+/// Shows a picture in an image widget of a loaded interface; with a diagnostic, and empty, if there
+/// is no such widget or its file cannot be read.
+void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file);
+
 /// Shows a dialog above the main window and keeps touches from everything below. The measurements
 /// behind it go on: nothing waits for its answer.
 void Dialog_showAbove(GtkWidget* dialog);

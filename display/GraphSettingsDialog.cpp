@@ -12,8 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <span>
 
 namespace {
 
@@ -85,52 +85,27 @@ uint32_t workingDigits() {
     return working.isdBm ? dBmDigits : workingRange().precisionForGraph;
 }
 
-/// A file may name any object's style; here the widget names are the builder ids.
-void nameWidget(gpointer object, gpointer /*data*/) {
-    if (GTK_IS_WIDGET(object)) {
-        gtk_widget_set_name(GTK_WIDGET(object), gtk_buildable_get_name(GTK_BUILDABLE(object)));
+/// Takes the dialog's widgets; false, and nothing taken, if one is missing.
+bool findWidgets(GtkBuilder* builder) {
+    GtkWidget* window = Dialog_widget(builder, "graphSettingsDialog");
+    GtkWidget* reflected = Dialog_widget(builder, "graphSettingsCheckButtonRfl");
+    GtkWidget* average = Dialog_widget(builder, "graphSettingsCheckButtonAverage");
+    GtkWidget* count = Dialog_widget(builder, "graphSettingsAverageCount");
+    bool isComplete =
+        window != nullptr && reflected != nullptr && average != nullptr && count != nullptr;
+    std::array<PowerEntry, powerEntries.size()> found = powerEntries;
+    for (PowerEntry& power : found) {
+        GtkWidget* entry = Dialog_widget(builder, power.id);
+        power.units = Dialog_widget(builder, power.unitsId);
+        isComplete = isComplete && entry != nullptr && power.units != nullptr;
+        power.entry = entry != nullptr ? GTK_ENTRY(entry) : nullptr;
     }
-}
-
-GtkBuilder* loadInterface() {
-    GtkBuilder* builder = gtk_builder_new();
-    GraphSettingsHandler_addCallbacks(builder);
-    GError* error = nullptr;
-    if (gtk_builder_add_from_file(builder, interfaceFile, &error) == 0) {
-        diagnostic_message(LOG_DEBUG, "Error loading file: %s\n", error->message);
-        g_error_free(error);
-        g_object_unref(builder);
-        return nullptr;
+    if (isComplete) {
+        powerEntries = found;
+        widgets = {window, GTK_TOGGLE_BUTTON(reflected), GTK_TOGGLE_BUTTON(average),
+                   GTK_ENTRY(count)};
     }
-    GSList* objects = gtk_builder_get_objects(builder);
-    g_slist_foreach(objects, nameWidget, nullptr);
-    g_slist_free(objects);
-    gtk_builder_connect_signals(builder, nullptr);
-    return builder;
-}
-
-void loadKeyImages(GtkBuilder* builder) {
-    for (const KeyImage& image : keyImages) {
-        GObject* widget = gtk_builder_get_object(builder, image.id);
-        GdkPixbuf* picture = gdk_pixbuf_new_from_file(image.file, nullptr);
-        if (widget != nullptr && picture != nullptr) {
-            gtk_image_set_from_pixbuf(GTK_IMAGE(widget), picture);
-        }
-        g_clear_object(&picture);
-    }
-}
-
-void findWidgets(GtkBuilder* builder) {
-    widgets.window = GTK_WIDGET(gtk_builder_get_object(builder, "graphSettingsDialog"));
-    widgets.reflectedBox =
-        GTK_TOGGLE_BUTTON(gtk_builder_get_object(builder, "graphSettingsCheckButtonRfl"));
-    widgets.averageBox =
-        GTK_TOGGLE_BUTTON(gtk_builder_get_object(builder, "graphSettingsCheckButtonAverage"));
-    widgets.countEntry = GTK_ENTRY(gtk_builder_get_object(builder, "graphSettingsAverageCount"));
-    for (PowerEntry& power : powerEntries) {
-        power.entry = GTK_ENTRY(gtk_builder_get_object(builder, power.id));
-        power.units = GTK_WIDGET(gtk_builder_get_object(builder, power.unitsId));
-    }
+    return isComplete;
 }
 
 void setUnits(const char* units) {
@@ -204,17 +179,23 @@ void storeSettings() {
 } // namespace
 
 void graphSettingsDialog_Create(GtkWindow* parent) {
-    GtkBuilder* builder = loadInterface();
+    const std::span<const DialogHandler> handlers = GraphSettingsHandler_handlers();
+    GtkBuilder* builder = Dialog_load(interfaceFile, handlers.data(), handlers.size());
     if (builder == nullptr) {
         return;
     }
-    findWidgets(builder);
-    initializeEntryOrder(builder);
-    loadKeyImages(builder);
-    gtk_window_set_transient_for(GTK_WINDOW(widgets.window), parent);
-    gtk_window_set_keep_above(GTK_WINDOW(widgets.window), TRUE);
+    if (findWidgets(builder)) {
+        initializeEntryOrder(builder);
+        for (const KeyImage& image : keyImages) {
+            Dialog_setPicture(builder, image.id, image.file);
+        }
+        gtk_window_set_transient_for(GTK_WINDOW(widgets.window), parent);
+        gtk_window_set_keep_above(GTK_WINDOW(widgets.window), TRUE);
+        CGTKTimePowerGraph_registerSettingsDialog(graphSettingsDialog_Show);
+    } else if (GtkWidget* window = Dialog_widget(builder, "graphSettingsDialog")) {
+        gtk_widget_destroy(window);
+    }
     g_object_unref(builder);
-    CGTKTimePowerGraph_registerSettingsDialog(graphSettingsDialog_Show);
 }
 
 void graphSettingsDialog_Show(CGTKTimePowerGraph* graph) {

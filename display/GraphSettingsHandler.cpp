@@ -20,29 +20,8 @@ CKeypadManager_Instance keypad;
 /// Style class of the entry that the keypad edits.
 constexpr char targetClass[] = "target";
 
-/// Digits are evAddChar with their character; "Next" is no event of the keypad.
-struct Key {
-    const char* id;
-    CKeypadManager_Event event;
-};
-
-constexpr Key keys[] = {
-    {"graphNumKeypadButton0", {evAddChar, '0'}},
-    {"graphNumKeypadButton1", {evAddChar, '1'}},
-    {"graphNumKeypadButton2", {evAddChar, '2'}},
-    {"graphNumKeypadButton3", {evAddChar, '3'}},
-    {"graphNumKeypadButton4", {evAddChar, '4'}},
-    {"graphNumKeypadButton5", {evAddChar, '5'}},
-    {"graphNumKeypadButton6", {evAddChar, '6'}},
-    {"graphNumKeypadButton7", {evAddChar, '7'}},
-    {"graphNumKeypadButton8", {evAddChar, '8'}},
-    {"graphNumKeypadButton9", {evAddChar, '9'}},
-    {"graphNumKeypadButtonPeriod", {evDecimal, '.'}},
-    {"graphNumKeypadButtonClear", {evClear, '\0'}},
-    {"graphNumKeypadButtonBackspace", {evBackSp, '\0'}},
-    {"graphNumKeypadButtonPlusMinus", {evSign, '\0'}},
-};
-constexpr char nextKey[] = "graphNumKeypadButtonNext";
+constexpr char keyPrefix[] = "graphNumKeypadButton";
+constexpr char nextKey[] = "Next"; ///< no event of the keypad
 
 /// Writes the keypad's text into the entry that it edits.
 void updateTarget(const char* text, bool isSelected) {
@@ -105,17 +84,15 @@ void on_keypadButton_clicked(GtkWidget* button, gpointer /*data*/) {
     if (!gtk_init_done || target == nullptr) {
         return;
     }
-    const char* id = gtk_buildable_get_name(GTK_BUILDABLE(button));
-    if (strcmp(id, nextKey) == 0) {
+    const char* key = gtk_buildable_get_name(GTK_BUILDABLE(button)) + strlen(keyPrefix);
+    if (strcmp(key, nextKey) == 0) {
         setNextEntryWidget();
         return;
     }
-    for (const Key& key : keys) {
-        if (strcmp(id, key.id) == 0) {
-            takeTypedText();
-            CKeypadManager_HandleEvent(&keypad, key.event);
-            return;
-        }
+    const auto event = CKeypadManager_keyEvent(key);
+    if (event) {
+        takeTypedText();
+        CKeypadManager_HandleEvent(&keypad, *event);
     }
 }
 
@@ -168,31 +145,33 @@ void markTarget(bool isTarget) {
     }
 }
 
+const DialogHandler handlers[] = {
+    {"on_graphSettingsDialog_apply_clicked", G_CALLBACK(on_graphSettingsDialog_apply_clicked)},
+    {"on_graphSettingsDialog_cancel_clicked", G_CALLBACK(on_graphSettingsDialog_cancel_clicked)},
+    {"on_graphSettingsDialog_default_clicked", G_CALLBACK(on_graphSettingsDialog_default_clicked)},
+    {"on_graphSettingsDialog_delete_event", G_CALLBACK(on_graphSettingsDialog_delete_event)},
+    {"on_graphAverageCheckbox_toggled", G_CALLBACK(on_graphAverageCheckbox_toggled)},
+    {"on_graphRflCheckbox_toggled", G_CALLBACK(on_graphRflCheckbox_toggled)},
+    {"on_keypadButton_clicked", G_CALLBACK(on_keypadButton_clicked)},
+    {"on_graphSettingsEntry_show", G_CALLBACK(on_graphSettingsEntry_show)},
+    {"on_graphSettingsEntry_focus_in_event", G_CALLBACK(on_graphSettingsEntry_focus_in_event)},
+    {"on_graphSettingsEntry_button_press_event",
+     G_CALLBACK(on_graphSettingsEntry_button_press_event)},
+    {"on_graphSettingsEntry_button_release_event",
+     G_CALLBACK(on_graphSettingsEntry_button_release_event)},
+};
+
 } // namespace
 
-void GraphSettingsHandler_addCallbacks(GtkBuilder* builder) {
-    gtk_builder_add_callback_symbols(
-        builder, "on_graphSettingsDialog_apply_clicked",
-        G_CALLBACK(on_graphSettingsDialog_apply_clicked), "on_graphSettingsDialog_cancel_clicked",
-        G_CALLBACK(on_graphSettingsDialog_cancel_clicked), "on_graphSettingsDialog_default_clicked",
-        G_CALLBACK(on_graphSettingsDialog_default_clicked), "on_graphSettingsDialog_delete_event",
-        G_CALLBACK(on_graphSettingsDialog_delete_event), "on_graphAverageCheckbox_toggled",
-        G_CALLBACK(on_graphAverageCheckbox_toggled), "on_graphRflCheckbox_toggled",
-        G_CALLBACK(on_graphRflCheckbox_toggled), "on_keypadButton_clicked",
-        G_CALLBACK(on_keypadButton_clicked), "on_graphSettingsEntry_show",
-        G_CALLBACK(on_graphSettingsEntry_show), "on_graphSettingsEntry_focus_in_event",
-        G_CALLBACK(on_graphSettingsEntry_focus_in_event),
-        "on_graphSettingsEntry_button_press_event",
-        G_CALLBACK(on_graphSettingsEntry_button_press_event),
-        "on_graphSettingsEntry_button_release_event",
-        G_CALLBACK(on_graphSettingsEntry_button_release_event), nullptr);
+std::span<const DialogHandler> GraphSettingsHandler_handlers() {
+    return handlers;
 }
 
 void initializeEntryOrder(GtkBuilder* builder) {
     for (size_t i = 0; i < entries.size(); ++i) {
         entries[i] = GTK_WIDGET(gtk_builder_get_object(builder, entryOrder[i]));
     }
-    CKeypadManager_Create(&keypad, updateTarget);
+    CKeypadManager_Create(&keypad, updateTarget, keypadNumber);
 }
 
 void GraphSettingsHandler_setTarget(GtkWidget* entry) {

@@ -1,13 +1,15 @@
 #ifndef DISPLAY_GRAPH_SETTINGS_HANDLER_H
 #define DISPLAY_GRAPH_SETTINGS_HANDLER_H
 
-#include <gtk/gtk.h>
+#include "DialogHelpers.h"
+
+#include <span>
 
 /// What the widgets of the graph settings dialog call: the handlers that its interface file names,
 /// the keypad, and the order of the entries. GDK lock held.
 
-/// Makes the handlers known to a builder, before the interface file is read.
-void GraphSettingsHandler_addCallbacks(GtkBuilder* builder);
+/// The handlers that the interface file names.
+std::span<const DialogHandler> GraphSettingsHandler_handlers();
 
 /// The entries in the order of the "Next" key: range, limits (each minimum first), count.
 void initializeEntryOrder(GtkBuilder* builder);

@@ -241,12 +241,19 @@ int fittingFontSize_px(GtkWidget* widget, int characters, int width_px, int size
     return probeWidth_px > 0 ? MIN(size_px, glyph_px * probe_px / probeWidth_px) : size_px;
 }
 
-GtkWidget* newImageFromFile(const char* file) {
+GdkPixbuf* readPicture(const char* file) {
     GError* error = nullptr;
     GdkPixbuf* picture = gdk_pixbuf_new_from_file(file, &error);
     if (picture == nullptr) {
         DIAGNOSTIC("Cannot read %s: %s\n", file, error->message);
         g_error_free(error);
+    }
+    return picture;
+}
+
+GtkWidget* newImageFromFile(const char* file) {
+    GdkPixbuf* picture = readPicture(file);
+    if (picture == nullptr) {
         return gtk_image_new();
     }
     GtkWidget* image = gtk_image_new_from_pixbuf(picture);

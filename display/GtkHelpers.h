@@ -65,6 +65,9 @@ void setLabelFont_px(GtkWidget* label, int size_px, int lineHeight_px, bool isBo
 /// family fit into a width, whichever font stands behind the family.
 int fittingFontSize_px(GtkWidget* widget, int characters, int width_px, int size_px);
 
+/// A picture from a file; null (and logged) if it cannot be read. The caller unreferences it.
+GdkPixbuf* readPicture(const char* file);
+
 /// An image from a file such as "./resources/gear.png", empty (and logged) if it cannot be read.
 GtkWidget* newImageFromFile(const char* file);
 

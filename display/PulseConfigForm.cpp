@@ -356,7 +356,7 @@ bool PulseConfigForm_create(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     }
     connectForm(dialog);
     connectKeys(dialog, builder);
-    CKeypadManager_Create(&dialog->keypadManager, updateTarget);
+    CKeypadManager_Create(&dialog->keypadManager, updateTarget, keypadNumber);
     return true;
 }
 

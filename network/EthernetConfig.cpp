@@ -3,8 +3,8 @@
 #include "message.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <new>
 
 ETHCONFIG_S* ethConfig = nullptr;
 
@@ -52,7 +52,7 @@ bool takeStaticValues(ETHCONFIG_S& config) {
 
 void initEthConfig() {
     destroyEthConfig();
-    ethConfig = new (std::nothrow) ETHCONFIG_S{};
+    ethConfig = static_cast<ETHCONFIG_S*>(calloc(1, sizeof *ethConfig));
     if (ethConfig == nullptr) {
         DIAGNOSTIC("%s: ethConfig malloc failed\n", __func__);
         return;
@@ -62,7 +62,7 @@ void initEthConfig() {
 }
 
 void destroyEthConfig() {
-    delete ethConfig;
+    free(ethConfig);
     ethConfig = nullptr;
 }
 

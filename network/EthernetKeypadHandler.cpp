@@ -10,7 +10,8 @@ struct numKeypad ethernetKeypad;
 namespace {
 
 constexpr char targetClass[] = "target";
-constexpr char keyName[] = "numKeypadButton";
+constexpr char keyPrefix[] = "numKeypadButton";
+constexpr char nextKey[] = "Next"; ///< no event of the keypad
 
 struct KeyImage {
     const char* id;
@@ -27,29 +28,44 @@ GtkEditable* editable() {
     return GTK_EDITABLE(ethernetKeypad.currentNumPadTarget);
 }
 
+const char* targetText() {
+    return gtk_entry_get_text(GTK_ENTRY(ethernetKeypad.currentNumPadTarget));
+}
+
+bool hasSelection() {
+    return gtk_editable_get_selection_bounds(editable(), nullptr, nullptr) != FALSE;
+}
+
 void noteState() {
-    ethernetKeypad.textIsSelected = gtk_editable_get_selection_bounds(editable(), nullptr, nullptr);
+    ethernetKeypad.textIsSelected = hasSelection();
     ethernetKeypad.position = gtk_editable_get_position(editable());
     ethernetKeypad.len = gtk_entry_get_text_length(GTK_ENTRY(ethernetKeypad.currentNumPadTarget));
 }
 
-void insertCharacter(char character) {
-    gtk_editable_delete_selection(editable());
-    int position = gtk_editable_get_position(editable());
-    // Terminated whatever the length says: the toolkit copies it as a text.
-    const char text[] = {character, '\0'};
-    gtk_editable_insert_text(editable(), text, 1, &position);
-    gtk_editable_set_position(editable(), position);
+/// Writes the keypad's text into the entry that it edits.
+void updateTarget(const char* text, bool isSelected) {
+    gtk_entry_set_text(GTK_ENTRY(ethernetKeypad.currentNumPadTarget), text);
+    if (isSelected) {
+        gtk_editable_select_region(editable(), 0, -1);
+    } else {
+        gtk_editable_set_position(editable(), static_cast<int>(ethernetKeypad.manager.position));
+    }
+    noteState();
 }
 
-void deleteBackwards() {
-    if (gtk_editable_get_selection_bounds(editable(), nullptr, nullptr)) {
-        gtk_editable_delete_selection(editable());
-        return;
+/// A touch or a keyboard may have moved the cursor or changed the entry since the last key.
+void followEntry() {
+    CKeypadManager_Instance* manager = &ethernetKeypad.manager;
+    if (strcmp(targetText(), manager->targetText) != 0) {
+        CKeypadManager_HandleEditedText(manager, targetText());
     }
-    const int position = gtk_editable_get_position(editable());
-    if (position > 0) {
-        gtk_editable_delete_text(editable(), position - 1, position);
+    if (!hasSelection()) {
+        const int position = gtk_editable_get_position(editable());
+        CKeypadManager_HandleCursor(manager, static_cast<size_t>(position));
+    } else if (manager->state != keyPadSelected) {
+        // A finger that was drawn over a part selects all of it.
+        CKeypadManager_HandleNextField(manager, targetText());
+        gtk_editable_select_region(editable(), 0, -1);
     }
 }
 
@@ -58,25 +74,19 @@ void goToNextEntry() {
     EthernetKeypad_setTarget(ethernetKeypad.entryList[next]);
 }
 
-/// Does what a key says: a digit, or its name.
-void applyKey(const char* key) {
-    if (strcmp(key, "Clear") == 0) {
-        gtk_editable_delete_text(editable(), 0, -1);
-    } else if (strcmp(key, "Backspace") == 0) {
-        deleteBackwards();
-    } else if (strcmp(key, "Next") == 0) {
-        goToNextEntry();
-    } else if (strcmp(key, "Period") == 0) {
-        insertCharacter('.');
-    } else {
-        insertCharacter(*key);
-    }
-}
-
 void on_numKeypadButton_clicked(GtkWidget* button, gpointer /*data*/) {
-    if (gtk_init_done && ethernetKeypad.currentNumPadTarget != nullptr) {
-        applyKey(gtk_widget_get_name(button) + strlen(keyName));
-        noteState();
+    if (!gtk_init_done || ethernetKeypad.currentNumPadTarget == nullptr) {
+        return;
+    }
+    const char* key = gtk_widget_get_name(button) + strlen(keyPrefix);
+    if (strcmp(key, nextKey) == 0) {
+        goToNextEntry();
+        return;
+    }
+    const auto event = CKeypadManager_keyEvent(key);
+    if (event) {
+        followEntry();
+        CKeypadManager_HandleEvent(&ethernetKeypad.manager, *event);
     }
 }
 
@@ -87,6 +97,7 @@ gboolean on_ethSettingsEntry_button_release_event(GtkWidget* entry, GdkEvent* /*
         if (entry != ethernetKeypad.currentNumPadTarget) {
             EthernetKeypad_setTarget(entry);
         } else {
+            followEntry();
             noteState();
         }
     }
@@ -129,13 +140,9 @@ void EthernetKeypad_begin(GtkBuilder* builder,
     ethernetKeypad = {};
     ethernetKeypad.entryList = entries;
     ethernetKeypad.numKeypadTable = Dialog_widget(builder, "numKeypadTable");
+    CKeypadManager_Create(&ethernetKeypad.manager, updateTarget, keypadAddress);
     for (const KeyImage& image : keyImages) {
-        GtkWidget* widget = Dialog_widget(builder, image.id);
-        GdkPixbuf* picture = gdk_pixbuf_new_from_file(image.file, nullptr);
-        if (widget != nullptr && picture != nullptr) {
-            gtk_image_set_from_pixbuf(GTK_IMAGE(widget), picture);
-        }
-        g_clear_object(&picture);
+        Dialog_setPicture(builder, image.id, image.file);
     }
     display(false);
 }
@@ -154,6 +161,7 @@ void EthernetKeypad_setTarget(GtkWidget* entry) {
     const auto place = std::ranges::find(ethernetKeypad.entryList, entry);
     ethernetKeypad.entryIndex = static_cast<int>(place - ethernetKeypad.entryList.begin());
     mark(entry, true);
+    CKeypadManager_HandleNextField(&ethernetKeypad.manager, targetText());
     gtk_widget_grab_focus(entry);
     gtk_editable_select_region(editable(), 0, -1);
     noteState();

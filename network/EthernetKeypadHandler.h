@@ -1,6 +1,7 @@
 #ifndef NETWORK_ETHERNET_KEYPAD_HANDLER_H
 #define NETWORK_ETHERNET_KEYPAD_HANDLER_H
 
+#include "CKeypadManager.h"
 #include "DialogHelpers.h"
 
 #include <array>
@@ -20,6 +21,7 @@ struct numKeypad {
     std::array<GtkWidget*, ethernetEntryCount> entryList; ///< address, netmask, gateway
     GtkWidget* currentNumPadTarget;                       ///< null while nothing is edited
     GtkWidget* numKeypadTable;
+    CKeypadManager_Instance manager; ///< what the keys do
 };
 extern struct numKeypad ethernetKeypad;
 

@@ -121,9 +121,12 @@ void SensorInformationDialog_show(uint32_t port) {
     }
     dialog = Dialog_widget(builder, "sensorInfoDialog");
     fill(builder, port);
+    const bool canBeLeft = Dialog_widget(builder, "sensorInfoDialog_ok") != nullptr;
     g_object_unref(builder);
-    if (dialog != nullptr) {
+    if (dialog != nullptr && canBeLeft) {
         Dialog_showAbove(dialog);
+    } else {
+        Dialog_close(&dialog);
     }
 }
 

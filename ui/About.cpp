@@ -97,15 +97,23 @@ void closeParts(std::span<const Part> parts) {
     }
 }
 
-/// Loads a dialog into the record; null, with a diagnostic, if it cannot be loaded.
+/// Loads a dialog into the record; null, with a diagnostic, if it cannot be loaded or lacks a part:
+/// without its OK button it could not be left.
 GtkBuilder* loadParts(const char* file, std::span<const Part> parts) {
     const std::span<const DialogHandler> handlers = AboutHandler_handlers();
     GtkBuilder* builder = Dialog_load(file, handlers.data(), handlers.size());
     if (builder == nullptr) {
         return nullptr;
     }
+    bool isComplete = true;
     for (const Part& part : parts) {
         about->*part.widget = Dialog_widget(builder, part.id);
+        isComplete = isComplete && about->*part.widget != nullptr;
+    }
+    if (!isComplete) {
+        closeParts(parts);
+        g_object_unref(builder);
+        return nullptr;
     }
     return builder;
 }
@@ -141,16 +149,8 @@ void openViewer(const Viewer& viewer, std::span<const Part> parts) {
     if (buffer != nullptr) {
         showText(buffer, viewer.textFile);
     }
-    if (about->*parts[0].widget != nullptr) {
-        Dialog_showAbove(about->*parts[0].widget);
-    }
+    Dialog_showAbove(about->*parts[0].widget);
     g_object_unref(builder);
-}
-
-void setText(GtkWidget* label, const char* text) {
-    if (label != nullptr) {
-        gtk_label_set_text(GTK_LABEL(label), text);
-    }
 }
 
 } // namespace
@@ -204,12 +204,10 @@ void aboutDialog_Create() {
     if (builder == nullptr) {
         return;
     }
-    setText(about->aboutDialogLabelModelStr, about->modelNum);
-    setText(about->aboutDialogLabelSerialStr, about->serialNum);
-    setText(about->aboutDialogLabelFwRevStr, about->fwVersion);
-    if (about->aboutDialog != nullptr) {
-        Dialog_showAbove(about->aboutDialog);
-    }
+    gtk_label_set_text(GTK_LABEL(about->aboutDialogLabelModelStr), about->modelNum);
+    gtk_label_set_text(GTK_LABEL(about->aboutDialogLabelSerialStr), about->serialNum);
+    gtk_label_set_text(GTK_LABEL(about->aboutDialogLabelFwRevStr), about->fwVersion);
+    Dialog_showAbove(about->aboutDialog);
     g_object_unref(builder);
 }
 

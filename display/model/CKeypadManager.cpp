@@ -1,14 +1,36 @@
 #include "CKeypadManager.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-constexpr size_t maxLength = keypadTextSize - 1;
+struct NamedKey {
+    std::string_view name;
+    CKeypadManager_Event event;
+};
+
+constexpr NamedKey namedKeys[] = {
+    {"Period", {evDecimal, '.'}},
+    {"Clear", {evClear, '\0'}},
+    {"Backspace", {evBackSp, '\0'}},
+    {"PlusMinus", {evSign, '\0'}},
+};
+
+bool isDigit(char character) {
+    return character >= '0' && character <= '9';
+}
 
 bool isAccepted(char character) {
-    return (character >= '0' && character <= '9') || character == '.';
+    return isDigit(character) || character == '.';
+}
+
+/// Integer as long as another point may come.
+enKeypadState stateOf(const CKeypadManager_Instance& instance) {
+    const std::string_view text = instance.targetText;
+    const auto points = static_cast<size_t>(std::ranges::count(text, '.'));
+    return points < instance.rules.maxPoints ? keyPadInteger : keyPadFloat;
 }
 
 /// The first key after a selection: it replaces the text, unless it only changes the sign.
@@ -26,7 +48,7 @@ void handleSelected(CKeypadManager_Instance* instance, const CKeypadManager_Even
     case evDecimal:
         CKeypadManager_HandleClear(instance);
         CKeypadManager_AddNumber(instance, '.');
-        instance->state = keyPadFloat;
+        instance->state = stateOf(*instance);
         break;
     default:
         CKeypadManager_HandleClear(instance);
@@ -44,7 +66,7 @@ void handleInteger(CKeypadManager_Instance* instance, const CKeypadManager_Event
         break;
     case evDecimal:
         if (CKeypadManager_AddNumber(instance, '.')) {
-            instance->state = keyPadFloat;
+            instance->state = stateOf(*instance);
         }
         break;
     default:
@@ -62,7 +84,7 @@ void handleFloat(CKeypadManager_Instance* instance, const CKeypadManager_Event& 
         CKeypadManager_AddNumber(instance, event.data);
         break;
     case evDecimal:
-        break; // one point only
+        break; // no point more
     default:
         if (CKeypadManager_Backspace(instance) == '.') {
             instance->state = keyPadInteger;
@@ -73,13 +95,23 @@ void handleFloat(CKeypadManager_Instance* instance, const CKeypadManager_Event& 
 
 void setText(CKeypadManager_Instance* instance, const char* text) {
     std::snprintf(instance->targetText, sizeof instance->targetText, "%s", text);
+    instance->position = std::strlen(instance->targetText);
 }
 
 } // namespace
 
 void CKeypadManager_Create(CKeypadManager_Instance* instance,
-                           void (*updateTarget)(const char* text, bool isSelected)) {
-    *instance = {keyPadSelected, "", updateTarget};
+                           void (*updateTarget)(const char* text, bool isSelected),
+                           const KeypadRules& rules) {
+    *instance = {keyPadSelected, "", updateTarget, rules, 0};
+}
+
+std::optional<CKeypadManager_Event> CKeypadManager_keyEvent(std::string_view key) {
+    if (key.size() == 1 && isDigit(key[0])) {
+        return CKeypadManager_Event{evAddChar, key[0]};
+    }
+    const auto* named = std::ranges::find(namedKeys, key, &NamedKey::name);
+    return named != std::end(namedKeys) ? std::optional(named->event) : std::nullopt;
 }
 
 void CKeypadManager_HandleEvent(CKeypadManager_Instance* instance,
@@ -105,12 +137,16 @@ void CKeypadManager_HandleNextField(CKeypadManager_Instance* instance, const cha
 
 void CKeypadManager_HandleEditedText(CKeypadManager_Instance* instance, const char* text) {
     setText(instance, text);
-    instance->state =
-        std::strchr(instance->targetText, '.') != nullptr ? keyPadFloat : keyPadInteger;
+    instance->state = stateOf(*instance);
+}
+
+void CKeypadManager_HandleCursor(CKeypadManager_Instance* instance, size_t position) {
+    instance->position = std::min(position, std::strlen(instance->targetText));
+    instance->state = stateOf(*instance);
 }
 
 void CKeypadManager_HandleClear(CKeypadManager_Instance* instance) {
-    instance->targetText[0] = '\0';
+    setText(instance, "");
     instance->state = keyPadInteger;
 }
 
@@ -119,28 +155,33 @@ void CKeypadManager_HandleSign(CKeypadManager_Instance* instance) {
     const size_t length = std::strlen(text);
     if (text[0] == '-') {
         std::memmove(text, text + 1, length);
-    } else if (length < maxLength) {
+        instance->position -= instance->position > 0 ? 1 : 0;
+    } else if (length < instance->rules.maxLength) {
         std::memmove(text + 1, text, length + 1);
         text[0] = '-';
+        ++instance->position;
     }
 }
 
 bool CKeypadManager_AddNumber(CKeypadManager_Instance* instance, char character) {
     const size_t length = std::strlen(instance->targetText);
-    if (!isAccepted(character) || length >= maxLength) {
+    if (!isAccepted(character) || length >= instance->rules.maxLength) {
         return false;
     }
-    instance->targetText[length] = character;
-    instance->targetText[length + 1] = '\0';
+    char* const place = instance->targetText + instance->position;
+    std::memmove(place + 1, place, length - instance->position + 1);
+    *place = character;
+    ++instance->position;
     return true;
 }
 
 char CKeypadManager_Backspace(CKeypadManager_Instance* instance) {
-    const size_t length = std::strlen(instance->targetText);
-    if (length == 0) {
+    if (instance->position == 0) {
         return '\0';
     }
-    const char removed = instance->targetText[length - 1];
-    instance->targetText[length - 1] = '\0';
+    char* const place = instance->targetText + instance->position;
+    const char removed = place[-1];
+    std::memmove(place - 1, place, std::strlen(place) + 1);
+    --instance->position;
     return removed;
 }

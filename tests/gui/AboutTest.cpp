@@ -3,8 +3,12 @@
 #include "DialogFixture.h"
 #include "InstrumentIdentity.h"
 #include "MenuFixture.h"
+#include "WrappedCalls.h"
 
 #include <gmock/gmock.h>
+
+#include <cerrno>
+#include <cstring>
 
 namespace {
 
@@ -171,4 +175,41 @@ TEST_F(About, OpensNothingBeforeStartUpHasFinished) {
     gtk_init_done = false;
     Gui_tap("aboutDialog_ok");
     EXPECT_NE(Dialog_shown("aboutDialog"), nullptr);
+}
+
+TEST_F(About, BrokenInterfaceFilesOpenNothing) {
+    struct Case {
+        const char* file;
+        void (*open)();
+        GtkWidget* ABOUTDIALOG_S::*dialog;
+    };
+    for (const auto& [file, open, dialog] :
+         {Case{"aboutDialog.ui", aboutDialog_Create, &ABOUTDIALOG_S::aboutDialog},
+          Case{"aboutDialogRegulatory.ui", aboutDialogRegulatory_Create,
+               &ABOUTDIALOG_S::aboutDialogRegulatory},
+          Case{"aboutDialogLicense.ui", aboutDialogLicense_Create,
+               &ABOUTDIALOG_S::aboutDialogLicense}}) {
+        // A dialog without its OK button could not be left.
+        const std::string bare = std::string("<interface><object class=\"GtkWindow\" id=\"") +
+                                 std::string(file, strcspn(file, ".")) + "\"/></interface>";
+        for (const char* content :
+             {brokenInterfaces[0], brokenInterfaces[1], brokenInterfaces[2], bare.c_str()}) {
+            const WithResource broken(file, content);
+            World_clearSyslog();
+            open();
+            EXPECT_TRUE(isBrokenInterfaceTold()) << file << " " << content;
+            EXPECT_EQ(about->*dialog, nullptr) << file << " " << content;
+        }
+    }
+}
+
+TEST_F(About, WithoutMemoryTheProgramEndsWithADiagnostic) {
+    EXPECT_EXIT(
+        {
+            about = nullptr;
+            WrappedCalls_fail(Call::allocateMemory, ENOMEM);
+            initAbout();
+        },
+        testing::ExitedWithCode(255), "");
+    EXPECT_TRUE(World_syslogContains("initAbout: about malloc failed"));
 }

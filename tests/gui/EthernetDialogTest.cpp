@@ -5,8 +5,10 @@
 #include "MenuFixture.h"
 #include "SerialConfigHandler.h"
 #include "WorldTree.h"
+#include "WrappedCalls.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 
 namespace {
@@ -172,6 +174,26 @@ TEST_F(EthernetDialog, KeypadEditsAtTheCursorAndReplacesASelection) {
     EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "");
     type("1234567890123456");
     EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "123456789012345") << "15 characters fit";
+    Gui_tap("numKeypadButtonClear");
+    type("1.2.3.4.5");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "1.2.3.45") << "an address has three points";
+}
+
+TEST_F(EthernetDialog, KeypadFollowsWhatTouchAndKeyboardDoToTheEntry) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    Gui_tap("ethSettingsEntryAddress");
+    GtkEditable* entry = GTK_EDITABLE(Gui_widget("ethSettingsEntryAddress"));
+    gtk_editable_select_region(entry, 12, 12); // the second touch puts a cursor
+    type("1");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "192.168.1.401");
+    gtk_entry_set_text(GTK_ENTRY(entry), "10.0.0.9");
+    gtk_editable_set_position(entry, -1);
+    type("8");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "10.0.0.98");
+    gtk_editable_select_region(entry, 2, 5); // drawn over by a finger
+    type("3");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "3") << "a selection is the whole text";
 }
 
 TEST_F(EthernetDialog, NextGoesRoundTheThreeEntries) {
@@ -200,7 +222,7 @@ TEST_F(EthernetDialog, InvalidEntryGetsTheKeypadAndNothingIsApplied) {
           Case{"ethSettingsEntryAddress", "192.168.1", 0}, Case{"ethSettingsEntryAddress", "", 0},
           Case{"ethSettingsEntryNetmask", "255.255.0.255", 1},
           Case{"ethSettingsEntryNetmask", "0.0.0.0", 1},
-          Case{"ethSettingsEntryGateway", "1.2.3.4.5", 2}}) {
+          Case{"ethSettingsEntryGateway", "1.2.3", 2}}) {
         enter("ethSettingsEntryAddress", "10.0.0.7");
         enter("ethSettingsEntryNetmask", "255.0.0.0");
         enter("ethSettingsEntryGateway", "");
@@ -242,7 +264,9 @@ TEST_F(EthernetDialog, StaticWithoutAnAddressAfterwardsRestartsNetworkingOnceMor
     Gui_tap("ethSettingsRadioButton2");
     setAddresses("");
     Gui_tap("ethSettingsDialog_apply");
+    World_setSpeed(20);
     EXPECT_TRUE(isFinished());
+    World_setSpeed(1);
     EXPECT_EQ(restarts(), 2U);
 }
 
@@ -296,4 +320,59 @@ TEST_F(EthernetDialog, TellsWhenAnInterfaceFileIsMissing) {
     EXPECT_TRUE(World_syslogContains("Error loading file: "));
     EXPECT_EQ(ethDialogs.ethSettingsDialog, nullptr);
     EXPECT_EQ(ethConfig, nullptr);
+}
+
+TEST_F(EthernetDialog, BrokenInterfaceFilesOpenNothing) {
+    for (const char* content : brokenInterfaces) {
+        {
+            const WithResource broken("ethInfoDialog.ui", content);
+            World_clearSyslog();
+            EthernetInfoDialog_Create();
+            EXPECT_TRUE(isBrokenInterfaceTold()) << content;
+            EXPECT_EQ(ethDialogs.ethInfoDialog, nullptr);
+        }
+        EthernetInfoDialog_Create();
+        ASSERT_NE(ethDialogs.ethInfoDialog, nullptr);
+        const WithResource broken("ethSettingsDialog.ui", content);
+        World_clearSyslog();
+        EthernetSettingsDialog_Create();
+        EXPECT_TRUE(isBrokenInterfaceTold()) << content;
+        EXPECT_EQ(ethDialogs.ethSettingsDialog, nullptr);
+        EXPECT_EQ(ethConfig, nullptr);
+    }
+}
+
+TEST_F(EthernetDialog, GoesOnWithoutThePicturesOfItsKeys) {
+    const WithResource broken("graphKeypadNext.png", "no picture");
+    World_writeFile(interfacesFile, staticFile);
+    EthernetInfoDialog_Create();
+    EthernetSettingsDialog_Create();
+    EXPECT_TRUE(World_syslogContains("Cannot read ./resources/graphKeypadNext.png: "));
+    Gui_settle();
+    Gui_tap("ethSettingsEntryAddress");
+    Gui_tap("numKeypadButtonNext");
+    EXPECT_EQ(ethernetKeypad.entryIndex, 1);
+}
+
+TEST_F(EthernetDialog, ARestartThatCannotBeStartedIsToldAndForgotten) {
+    openSettings();
+    WrappedCalls_fail(Call::threadCreate, EAGAIN);
+    Gui_tap("ethSettingsDialog_apply");
+    WrappedCalls_reset();
+    EXPECT_TRUE(World_syslogContains("Failed to start the thread that restarts networking."));
+    EXPECT_EQ(ethDialogs.ethProgress, nullptr);
+    EXPECT_EQ(ethConfig, nullptr);
+    EXPECT_EQ(restarts(), 0U);
+    openSettings();
+}
+
+TEST_F(EthernetDialog, WithoutMemoryTheAddressesAreShownButNotEdited) {
+    WrappedCalls_fail(Call::allocateMemory, ENOMEM);
+    Gui_tap("ethernetButton");
+    WrappedCalls_reset();
+    EXPECT_TRUE(World_syslogContains("initEthConfig: ethConfig malloc failed"));
+    EXPECT_EQ(Gui_text("ethInfoLabelStaticIP1"), "192.168.1.40");
+    Gui_tap("ethInfoDialog_configure");
+    EXPECT_EQ(ethDialogs.ethSettingsDialog, nullptr);
+    EXPECT_EQ(ethDialogs.ethInfoDialog, nullptr);
 }

@@ -1,5 +1,6 @@
 #include "GraphSettingsDialog.h"
 
+#include "DialogFixture.h"
 #include "GraphFixture.h"
 #include "GraphSettingsUtilities.h"
 #include "GtkHelpers.h"
@@ -152,14 +153,21 @@ TEST_F(GraphSettings, EveryObjectOfTheDialogExists) {
     }
 }
 
-TEST_F(GraphSettings, AMissingInterfaceFileIsLoggedAndTheDialogStaysAsItWas) {
-    char folder[4096];
-    ASSERT_NE(getcwd(folder, sizeof folder), nullptr);
-    ASSERT_EQ(chdir("/"), 0);
-    World_clearSyslog();
-    graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
-    ASSERT_EQ(chdir(folder), 0);
-    EXPECT_TRUE(World_syslogContains("Error loading file: "));
+TEST_F(GraphSettings, AnInterfaceFileThatCannotServeIsLoggedAndTheDialogStaysAsItWas) {
+    {
+        const WithoutResources elsewhere;
+        World_clearSyslog();
+        graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
+        EXPECT_TRUE(World_syslogContains("Error loading file: "));
+    }
+    for (const char* content :
+         {brokenInterfaces[0], brokenInterfaces[1], brokenInterfaces[2],
+          R"(<interface><object class="GtkWindow" id="graphSettingsDialog"/></interface>)"}) {
+        const WithResource broken("graphSettingsDialog.ui", content);
+        World_clearSyslog();
+        graphSettingsDialog_Create(GTK_WINDOW(entireScreen.mainWindow));
+        EXPECT_TRUE(isBrokenInterfaceTold()) << content;
+    }
     open();
 }
 

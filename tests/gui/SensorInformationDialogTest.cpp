@@ -113,3 +113,15 @@ TEST_F(SensorInformation, TellsWhenItsInterfaceFileIsMissing) {
     EXPECT_TRUE(World_syslogContains("Error loading file: "));
     EXPECT_EQ(Dialog_shown(dialogName), nullptr);
 }
+
+TEST_F(SensorInformation, BrokenInterfaceFilesOpenNothing) {
+    for (const char* content :
+         {brokenInterfaces[0], brokenInterfaces[1], brokenInterfaces[2],
+          R"(<interface><object class="GtkWindow" id="sensorInfoDialog"/></interface>)"}) {
+        const WithResource broken("sensorInfoDialog.ui", content);
+        World_clearSyslog();
+        SensorInformationDialog_show(sensorPort_USB1);
+        EXPECT_TRUE(isBrokenInterfaceTold()) << content;
+        EXPECT_EQ(Dialog_shown(dialogName), nullptr) << content;
+    }
+}

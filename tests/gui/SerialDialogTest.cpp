@@ -3,8 +3,11 @@
 #include "SerialConfig.h"
 #include "SerialConfigHandler.h"
 #include "SerialPort.h"
+#include "WrappedCalls.h"
 
 #include <gmock/gmock.h>
+
+#include <cerrno>
 
 namespace {
 
@@ -217,4 +220,24 @@ TEST_F(SerialDialog, TellsWhenItsInterfaceFileIsMissing) {
     SerialSettingsDialog_Create();
     EXPECT_TRUE(World_syslogContains("Error loading file: "));
     EXPECT_EQ(serConfig, nullptr);
+}
+
+TEST_F(SerialDialog, BrokenInterfaceFilesOpenNothing) {
+    for (const char* content : brokenInterfaces) {
+        const WithResource broken("serSettingsDialog.ui", content);
+        World_clearSyslog();
+        SerialSettingsDialog_Create();
+        EXPECT_TRUE(isBrokenInterfaceTold()) << content;
+        EXPECT_EQ(serConfig, nullptr);
+    }
+}
+
+TEST_F(SerialDialog, WithoutMemoryTheProgramEndsWithADiagnostic) {
+    EXPECT_EXIT(
+        {
+            WrappedCalls_fail(Call::allocateMemory, ENOMEM);
+            SerialSettingsDialog_Create();
+        },
+        testing::ExitedWithCode(255), "");
+    EXPECT_TRUE(World_syslogContains("initSerConfig: serConfig malloc failed"));
 }

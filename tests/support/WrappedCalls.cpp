@@ -106,6 +106,12 @@ int __real_vasprintf(char**, const char*, va_list);
 int __real_getifaddrs(ifaddrs**);
 int __real_getnameinfo(const sockaddr*, socklen_t, char*, socklen_t, char*, socklen_t, int);
 
+void* __real_calloc(size_t, size_t);
+
+void* __wrap_calloc(size_t count, size_t size) {
+    return failsWithErrno(Call::allocateMemory) ? nullptr : __real_calloc(count, size);
+}
+
 int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
     const int error = takeFailure(Call::mutexInit);
     return error != 0 ? error : __real_pthread_mutex_init(mutex, attributes);

@@ -21,6 +21,7 @@ enum class Call {
     composeText,
     listInterfaces,
     nameAddress,
+    allocateMemory, ///< calloc
     count
 };
 

@@ -23,7 +23,7 @@ protected:
     CKeypadManager_Instance keypad;
 
     void SetUp() override {
-        CKeypadManager_Create(&keypad, tell);
+        CKeypadManager_Create(&keypad, tell, keypadNumber);
         toldCount = 0;
     }
     void start(enKeypadState state, const char* text) {
@@ -140,7 +140,71 @@ TEST_F(Keypad, ATextEditedByOtherMeansIsContinued) {
 }
 
 TEST_F(Keypad, WorksWithoutAListener) {
-    CKeypadManager_Create(&keypad, nullptr);
+    CKeypadManager_Create(&keypad, nullptr, keypadNumber);
     press("12");
     EXPECT_STREQ(keypad.targetText, "12");
+}
+
+TEST_F(Keypad, AnAddressHasThreePointsAndFifteenCharacters) {
+    CKeypadManager_Create(&keypad, tell, keypadAddress);
+    press("1.2.3.4.5");
+    EXPECT_EQ(toldText, "1.2.3.45");
+    EXPECT_EQ(keypad.state, keyPadFloat);
+    press("<<<.");
+    EXPECT_EQ(toldText, "1.2.3.");
+    press("<.<<7");
+    EXPECT_EQ(toldText, "1.2.7");
+    EXPECT_EQ(keypad.state, keyPadInteger);
+    press("1234567890123");
+    EXPECT_EQ(toldText, "1.2.71234567890");
+    CKeypadManager_HandleNextField(&keypad, "192.168.1.40");
+    press(".");
+    EXPECT_EQ(toldText, ".");
+    EXPECT_EQ(keypad.state, keyPadInteger);
+}
+
+TEST_F(Keypad, KeysWorkAtTheCursor) {
+    CKeypadManager_Create(&keypad, tell, keypadAddress);
+    CKeypadManager_HandleNextField(&keypad, "7.89");
+    CKeypadManager_HandleCursor(&keypad, 1);
+    press("65");
+    EXPECT_EQ(toldText, "765.89");
+    EXPECT_EQ(keypad.position, 3U);
+    press("<");
+    EXPECT_EQ(toldText, "76.89");
+    CKeypadManager_HandleCursor(&keypad, 0);
+    press("<");
+    EXPECT_EQ(toldText, "76.89") << "there is nothing before the cursor";
+    CKeypadManager_HandleSign(&keypad);
+    EXPECT_EQ(keypad.position, 1U);
+    CKeypadManager_HandleSign(&keypad);
+    EXPECT_EQ(keypad.position, 0U);
+    CKeypadManager_HandleSign(&keypad);
+    CKeypadManager_HandleCursor(&keypad, 0);
+    CKeypadManager_HandleSign(&keypad);
+    EXPECT_EQ(keypad.position, 0U);
+    CKeypadManager_HandleCursor(&keypad, 100);
+    press("<");
+    EXPECT_EQ(toldText, "76.8");
+    press("C1");
+    EXPECT_EQ(toldText, "1");
+}
+
+TEST_F(Keypad, KeysAreKnownByTheirNames) {
+    struct {
+        const char* name;
+        enKeypadEvent event;
+        char data;
+    } const cases[] = {{"0", evAddChar, '0'},      {"9", evAddChar, '9'},
+                       {"Period", evDecimal, '.'}, {"Clear", evClear, 0},
+                       {"Backspace", evBackSp, 0}, {"PlusMinus", evSign, 0}};
+    for (const auto& row : cases) {
+        const auto event = CKeypadManager_keyEvent(row.name);
+        ASSERT_TRUE(event) << row.name;
+        EXPECT_EQ(event->eventID, row.event);
+        EXPECT_EQ(event->data, row.data);
+    }
+    for (const char* name : {"", "Next", "x", "10"}) {
+        EXPECT_FALSE(CKeypadManager_keyEvent(name)) << name;
+    }
 }
