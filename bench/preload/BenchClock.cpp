@@ -4,10 +4,12 @@
 
 #include "WorldTree.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -68,6 +70,7 @@ template <typename Change> bool changeClock(const char* folder, Change change) {
         clock->version.fetch_add(1);
         change(*clock);
         clock->version.fetch_add(1);
+        syscall(SYS_futex, &clock->version, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
         munmap(clock, sizeof(BenchClock));
     }
     close(fd);
@@ -94,10 +97,22 @@ BenchClockReading BenchClock_read(const BenchClock& clock) {
         reading.ahead_ns = reading.speed == 1.0 ? clock.aheadAtChange_ns.load()
                                                 : aheadAt(clock, reading.speed, realTime_ns());
         reading.wallOffset_ns = clock.wallOffset_ns.load();
+        reading.version = before;
         if (before % 2 == 0 && before == clock.version.load()) {
             return reading;
         }
     }
+}
+
+int BenchClock_sleep(const BenchClock& clock, const BenchClockReading& reading, int64_t real_ns) {
+    const timespec wait = {static_cast<time_t>(real_ns / nanosecondsPerSecond),
+                           static_cast<long>(real_ns % nanosecondsPerSecond)};
+    const int keptErrno = errno;
+    const long result =
+        syscall(SYS_futex, &clock.version, FUTEX_WAIT, reading.version, &wait, nullptr, 0);
+    const bool isInterrupted = result == -1 && errno == EINTR;
+    errno = keptErrno;
+    return isInterrupted ? EINTR : 0;
 }
 
 bool BenchClock_setSpeed(const char* folder, double speed) {

@@ -11,7 +11,7 @@
 /// that goes by on CLOCK_MONOTONIC_RAW. That clock itself is never altered: it tells real time to
 /// those who need it.
 struct BenchClock {
-    std::atomic<uint32_t> version; ///< odd while a change is being written
+    std::atomic<uint32_t> version; ///< odd while a change is being written; sleepers wait on it
     std::atomic<double> speed;     ///< 0 stands for 1
     std::atomic<int64_t> changed_ns;
     std::atomic<int64_t> aheadAtChange_ns;
@@ -24,6 +24,7 @@ struct BenchClockReading {
     double speed;
     int64_t ahead_ns;
     int64_t wallOffset_ns;
+    uint32_t version;
 
     bool isRealTime() const {
         return speed == 1.0 && ahead_ns == 0 && wallOffset_ns == 0;
@@ -34,6 +35,10 @@ struct BenchClockReading {
 BenchClock* BenchClock_map(const char* folder);
 
 BenchClockReading BenchClock_read(const BenchClock& clock);
+
+/// Sleeps for so long in real time, or until the clock has been changed since the reading. 0, or
+/// EINTR when a signal has been handled.
+int BenchClock_sleep(const BenchClock& clock, const BenchClockReading& reading, int64_t real_ns);
 
 /// Lets the clocks and waits of the world run `speed` times as fast as real time from now on; they
 /// do not jump. Speeds outside 0.01 to 1000 are refused. One writer at a time across processes.

@@ -75,7 +75,26 @@ int setWallClock(int64_t wanted_ns) {
 
 BenchClockReading WorldClock_read() {
     const BenchClock* const clock = worldClock();
-    return clock == nullptr ? BenchClockReading{1.0, 0, 0} : BenchClock_read(*clock);
+    return clock == nullptr ? BenchClockReading{1.0, 0, 0, 0} : BenchClock_read(*clock);
+}
+
+int WorldClock_sleepUntil(clockid_t kind, int64_t moment_ns) {
+    const BenchClock* const clock = worldClock();
+    if (clock == nullptr) {
+        return ENOSYS;
+    }
+    for (;;) {
+        const BenchClockReading reading = BenchClock_read(*clock);
+        timespec now{};
+        readClock(kind, &now);
+        const int64_t left_ns = moment_ns - WorldClock_ns(now);
+        if (left_ns <= 0) {
+            return 0;
+        }
+        if (BenchClock_sleep(*clock, reading, WorldClock_realWait_ns(reading, left_ns)) == EINTR) {
+            return EINTR;
+        }
+    }
 }
 
 int64_t WorldClock_realWait_ns(const BenchClockReading& clock, int64_t wait_ns) {

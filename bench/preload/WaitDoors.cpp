@@ -27,13 +27,23 @@ timespec benchTime(const BenchClockReading& clock, const timespec& real) {
         static_cast<int64_t>(static_cast<double>(WorldClock_ns(real)) * clock.speed));
 }
 
+constexpr bool isTime(const timespec& time) {
+    return time.tv_sec >= 0 && time.tv_nsec >= 0 && time.tv_nsec < 1'000'000'000;
+}
+
+/// A sleep, with what is left of it when it is interrupted. 0 or an error number; ENOSYS where
+/// there is no world, or nothing that it could sleep.
 int sleepInWorld(const timespec* wait, timespec* rest) {
-    const BenchClockReading clock = WorldClock_read();
-    timespec real{};
-    timespec realRest{};
-    const int result = nextNanosleep(WorldClock_realWait(clock, wait, real), &realRest);
-    if (result != 0 && errno == EINTR && rest != nullptr) {
-        *rest = benchTime(clock, realRest);
+    if (wait == nullptr || !isTime(*wait)) {
+        return ENOSYS;
+    }
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const int64_t end_ns = WorldClock_ns(now) + WorldClock_ns(*wait);
+    const int result = WorldClock_sleepUntil(CLOCK_MONOTONIC, end_ns);
+    if (result == EINTR && rest != nullptr) {
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        *rest = WorldClock_timespec(std::max<int64_t>(end_ns - WorldClock_ns(now), 0));
     }
     return result;
 }
@@ -48,7 +58,8 @@ timespec realMoment(clockid_t kind, const timespec& moment, const BenchClockRead
     return WorldClock_timespec(WorldClock_ns(realNow) + WorldClock_realWait_ns(clock, wait_ns));
 }
 
-/// Calls `wait` with the machine's form of a moment on the bench's clock.
+/// Calls `wait` with the machine's form of a moment on the bench's clock. Unlike a sleep, it keeps
+/// the speed with which it began.
 template <typename Wait> int waitUntil(clockid_t kind, const timespec* moment, Wait wait) {
     const BenchClockReading clock = WorldClock_read();
     if (clock.isRealTime() || moment == nullptr || moment->tv_nsec < 0 ||
@@ -97,34 +108,33 @@ timeval realTimeval(const BenchClockReading& clock, const timeval& time) {
 extern "C" {
 
 int nanosleep(const timespec* wait, timespec* rest) {
-    return sleepInWorld(wait, rest);
+    const int error = sleepInWorld(wait, rest);
+    if (error == ENOSYS) {
+        return nextNanosleep(wait, rest);
+    }
+    errno = error != 0 ? error : errno;
+    return error != 0 ? -1 : 0;
 }
 
 int clock_nanosleep(clockid_t kind, int flags, const timespec* wait, timespec* rest) {
     static NextFunction<int(clockid_t, int, const timespec*, timespec*)> next("clock_nanosleep");
-    if ((flags & TIMER_ABSTIME) != 0) {
-        return waitUntil(
-            kind, wait, [&](const timespec* moment) { return next(kind, flags, moment, nullptr); });
+    int error = ENOSYS;
+    if ((kind == CLOCK_MONOTONIC || kind == CLOCK_REALTIME) && wait != nullptr && isTime(*wait)) {
+        error = (flags & TIMER_ABSTIME) != 0 ? WorldClock_sleepUntil(kind, WorldClock_ns(*wait))
+                                             : sleepInWorld(wait, rest);
     }
-    const BenchClockReading clock = WorldClock_read();
-    timespec real{};
-    timespec realRest{};
-    const int result = next(kind, flags, WorldClock_realWait(clock, wait, real), &realRest);
-    if (result == EINTR && rest != nullptr) {
-        *rest = benchTime(clock, realRest);
-    }
-    return result;
+    return error == ENOSYS ? next(kind, flags, wait, rest) : error;
 }
 
 int usleep(useconds_t wait_us) {
     const timespec wait = WorldClock_timespec(wait_us * int64_t{1000});
-    return sleepInWorld(&wait, nullptr);
+    return nanosleep(&wait, nullptr);
 }
 
 unsigned sleep(unsigned wait_s) {
     const timespec wait{static_cast<time_t>(wait_s), 0};
     timespec rest{};
-    if (sleepInWorld(&wait, &rest) == 0) {
+    if (nanosleep(&wait, &rest) == 0) {
         return 0;
     }
     return static_cast<unsigned>(rest.tv_sec + (rest.tv_nsec >= 500'000'000 ? 1 : 0));

@@ -9,6 +9,10 @@
 /// The clock of this process's world; real time where there is none.
 BenchClockReading WorldClock_read();
 
+/// Sleeps until a moment on the clock of this kind (wall or monotonic), however its speed changes
+/// meanwhile. 0, EINTR when a signal has been handled, or ENOSYS where there is no world.
+int WorldClock_sleepUntil(clockid_t kind, int64_t moment_ns);
+
 /// How long to wait in real time for a wait of the bench's time, rounded up so that a wait never
 /// ends early. Negative times become 0.
 int64_t WorldClock_realWait_ns(const BenchClockReading& clock, int64_t wait_ns);

@@ -52,7 +52,8 @@ uint16_t World_commandPort();
 void World_stepWallClock_ms(int64_t step_ms);
 
 /// Lets all clocks and waits of this process run faster by this factor (1 is real time). The clocks
-/// do not jump. CLOCK_MONOTONIC_RAW stays real, for tests that measure.
+/// do not jump. A sleep follows a change at once; a wait for a condition, a file or a lock keeps
+/// the speed with which it began. CLOCK_MONOTONIC_RAW stays real, for tests that measure.
 void World_setSpeed(double factor);
 
 /// What can fail in a world, on an instrument path and below or beside it.

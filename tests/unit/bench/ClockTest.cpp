@@ -5,13 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <ctime>
+#include <fstream>
 #include <mutex>
 #include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
+#include <string>
 #include <sys/epoll.h>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -34,6 +37,15 @@ int64_t now_ns(clockid_t kind) {
 timespec inWait(clockid_t kind) {
     const int64_t moment = now_ns(kind) + wait_ms * 1'000'000;
     return {static_cast<time_t>(moment / 1'000'000'000), static_cast<long>(moment % 1'000'000'000)};
+}
+
+/// The thread waits in the kernel.
+bool isAsleep(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(status, text);
+    const size_t name = text.rfind(") ");
+    return name != std::string::npos && text[name + 2] == 'S';
 }
 
 void waitOnCondition(clockid_t kind) {
@@ -162,6 +174,25 @@ TEST_F(Clock, AChangeOfSpeedDoesNotLetTheClocksJump) {
         EXPECT_LT(now_ns(CLOCK_MONOTONIC) - bench, 500'000'000);
         EXPECT_LT(now_ns(CLOCK_REALTIME) - wall, 500'000'000);
     }
+}
+
+TEST_F(Clock, ASleepFollowsAChangeOfSpeed) {
+    constexpr uint32_t sleep_s = 60;
+    const int64_t start_ns = now_ns(CLOCK_MONOTONIC);
+    const int64_t realStart_ns = now_ns(CLOCK_MONOTONIC_RAW);
+    std::atomic<pid_t> sleeperId{0};
+    std::thread sleeper([&] {
+        sleeperId = gettid();
+        EXPECT_EQ(sleep(sleep_s), 0U);
+    });
+    ASSERT_TRUE(World_waitUntil([&] { return sleeperId != 0 && isAsleep(sleeperId); }, 5000));
+    World_setSpeed(1000);
+    ASSERT_TRUE(World_waitUntil(
+        [&] { return now_ns(CLOCK_MONOTONIC) - start_ns > sleep_s / 2 * 1'000'000'000LL; }, 5000));
+    World_setSpeed(100);
+    sleeper.join();
+    EXPECT_GE(now_ns(CLOCK_MONOTONIC) - start_ns, sleep_s * 1'000'000'000LL);
+    EXPECT_LT(now_ns(CLOCK_MONOTONIC_RAW) - realStart_ns, 10'000'000'000LL);
 }
 
 TEST_F(Clock, AStepMovesTheWallClockOnly) {
