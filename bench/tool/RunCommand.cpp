@@ -57,13 +57,23 @@ fs::path ownFolder() {
     return fs::read_symlink("/proc/self/exe", ignored).parent_path();
 }
 
+// Where a package has put it, or else the place in a build.
+std::string findBesideTool(const fs::path& inBuild, const fs::path& installed) {
+    std::error_code ignored;
+    const fs::path found = ownFolder() / installed;
+    return fs::exists(found, ignored) ? found.lexically_normal() : ownFolder() / inBuild;
+}
+
 std::string programPath(const RunOptions& options) {
-    return options.program.empty() ? (ownFolder() / "QuorvelPowerMeterApp").string()
-                                   : options.program;
+    return options.program.empty()
+               ? findBesideTool("QuorvelPowerMeterApp",
+                                "../lib/quorvel-power-meter/QuorvelPowerMeterApp")
+               : options.program;
 }
 
 std::string libraryPath() {
-    return ownFolder().parent_path() / "lib" / "libquorvelbench.so";
+    return findBesideTool("../lib/libquorvelbench.so",
+                          "../lib/quorvel-bench/preload/libquorvelbench.so");
 }
 
 std::string absolute(const std::string& path) {
