@@ -53,9 +53,15 @@ void updatePowers(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurem
     }
 }
 
+/// A missing reading leaves what is shown.
 void showValue(const gtkPowerDisplay_RFPower& line, const ValueText& text) {
+    if (text.value[0] == '\0') {
+        return;
+    }
     setLabelText(line.value, text.value);
-    setLabelText(line.unitsButtonLabel, text.unit);
+    if (text.unit[0] != '\0') {
+        setLabelText(line.unitsButtonLabel, text.unit);
+    }
 }
 
 /// The pulse's times. The duty cycle's unit stands in the interface file.
@@ -63,11 +69,13 @@ void updatePulse(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measureme
     showValue(display->period, MeasurementText_time(measurements.prdVal));
     showValue(display->repeat, MeasurementText_frequency(measurements.prfVal));
     showValue(display->width, MeasurementText_time(measurements.widthVal));
-    setLabelText(display->dutyCycleVal.value,
-                 MeasurementText_dutyCycle(measurements.dutyCycleVal).value);
+    showValue(display->dutyCycleVal, MeasurementText_dutyCycle(measurements.dutyCycleVal));
 }
 
 void showCell(GtkWidget* label, const PowerCellText& cell) {
+    if (cell.value[0] == '\0') {
+        return;
+    }
     setWidgetFgColor(label, cell.isOverRange ? textColorRed : textColorWhite);
     setLabelText(label, cell.value);
 }
@@ -155,9 +163,7 @@ void CGTKPowerDisplay_updatePulseMeasurements(CGTKPowerDisplay* display,
         updatePulse(display, measurements);
     }
     CGTKPowerDisplay_setup(display, modeOf(isTriggered));
-    if (!std::isnan(measurements.freqVal)) {
-        showValue(display->frequency, MeasurementText_frequency(measurements.freqVal));
-    }
+    showValue(display->frequency, MeasurementText_frequency(measurements.freqVal));
     if (isTriggered) {
         updateStates(display, measurements, configs.numStates);
     } else {

@@ -52,9 +52,10 @@ double dBmOf(float power_W) {
     return 10.0 * std::log10(static_cast<double>(power_W) * 1000.0);
 }
 
-/// Moves an automatic scale to the range of a power; true when it has changed.
+/// Moves an automatic scale to the range of a power; true when it has changed. A missing power
+/// moves nothing.
 bool updateAutoScale(rfPowerScale& scale, float power_W) {
-    if (!scale.autoScale) {
+    if (!scale.autoScale || std::isnan(power_W)) {
         return false;
     }
     const uint32_t before = scale.scaleIndex;
@@ -62,9 +63,12 @@ bool updateAutoScale(rfPowerScale& scale, float power_W) {
     return scale.scaleIndex != before;
 }
 
-/// One power of a group, in the group's range as it stands.
+/// One power of a group, in the group's range as it stands; nothing for a missing one.
 void writeCell(PowerCellText& cell, float power_W, float sensorMaxPower_W, rfPowerScale scale,
                rfPowerType type) {
+    if (std::isnan(power_W)) {
+        return;
+    }
     cell.isOverRange = isOverLimit(power_W, sensorMaxPower_W, scale, type);
     if (cell.isOverRange) {
         writeOverRange(cell.value);
@@ -78,8 +82,10 @@ void writeCell(PowerCellText& cell, float power_W, float sensorMaxPower_W, rfPow
 
 ValueText inRange(float value, const DISPLAY_RANGE_FORMAT& range) {
     ValueText text = {};
-    writeScaled(text.value, value, range);
-    copyText(text.unit, range.displayLabel);
+    if (!std::isnan(value)) {
+        writeScaled(text.value, value, range);
+        copyText(text.unit, range.displayLabel);
+    }
     return text;
 }
 
@@ -210,7 +216,9 @@ ValueText MeasurementText_frequency(float frequency_Hz) {
 
 ValueText MeasurementText_dutyCycle(float dutyCycle) {
     ValueText text = {};
-    std::snprintf(text.value, sizeof text.value, "%.2f", static_cast<double>(dutyCycle));
+    if (!std::isnan(dutyCycle)) {
+        std::snprintf(text.value, sizeof text.value, "%.2f", static_cast<double>(dutyCycle));
+    }
     return text;
 }
 

@@ -41,13 +41,14 @@ struct MatchText {
     char unit[unitTextSize];
 };
 
-/// A value with its unit, such as a pulse width.
+/// A value with its unit, such as a pulse width. Both are empty for a missing reading (NaN): what
+/// is shown stays.
 struct ValueText {
     char value[valueTextSize];
     char unit[unitTextSize];
 };
 
-/// One power of a group.
+/// One power of a group. Its text is empty for a missing reading (NaN): what is shown stays.
 struct PowerCellText {
     char value[valueTextSize];
     bool isOverRange; ///< shown in red, else white

@@ -357,6 +357,29 @@ TEST_F(PulseDisplay, NaNInAPowerLeavesBothAsTheyWereButNotThePulse) {
     EXPECT_EQ(Gui_text("pulse.valueFreq"), " 13.560");
 }
 
+TEST_F(PulseDisplay, MissingPulseAndGateReadingsLeaveWhatIsShown) {
+    read(readings());
+    const char* const names[] = {
+        "pulse.valuePeriod",   "pulse.unitsPeriod",   "pulse.valueRepeat",
+        "pulse.valueWidth",    "pulse.valueDuty",     "pulse.valueGatedMean",
+        "pulse.valueGatedMax", "pulse.valueGatedMin", "pulse.btnGatedUnits.text"};
+    std::vector<std::string> before;
+    for (const char* name : names) {
+        before.push_back(Gui_text(name));
+    }
+    const uint32_t range = configuration_getGatedPowerScale(0).scaleIndex;
+    SENSOR_MEASUREMENTS missing = readings();
+    for (float* value : {&missing.prdVal, &missing.prfVal, &missing.widthVal, &missing.dutyCycleVal,
+                         &missing.gateMean, &missing.gateMax, &missing.gateMin}) {
+        *value = nan;
+    }
+    read(missing);
+    for (size_t i = 0; i < before.size(); ++i) {
+        EXPECT_EQ(Gui_text(names[i]), before[i]) << names[i];
+    }
+    EXPECT_EQ(configuration_getGatedPowerScale(0).scaleIndex, range);
+}
+
 TEST_F(PulseDisplay, BlankingWritesThirteenBlanksIntoEveryValue) {
     setTriggered(true, 4);
     SENSOR_MEASUREMENTS over = readings();

@@ -291,6 +291,27 @@ TEST(MeasurementText, GroupsInDBmAreClampedAndKeepTheirScale) {
     EXPECT_EQ(group.scale.scaleIndex, 4U);
 }
 
+TEST(MeasurementText, AMissingGroupPowerHasNoTextAndAMissingMeanMovesNoScale) {
+    for (const rfPowerType type : {rfPower_W, rfPower_dBm}) {
+        const PowerGroupText group =
+            MeasurementText_powerGroup(NAN, 5.0F, NAN, sensorMax_W, automatic(5), type);
+        EXPECT_STREQ(group.mean.value, "");
+        EXPECT_STRNE(group.max.value, "");
+        EXPECT_STREQ(group.min.value, "");
+        EXPECT_FALSE(group.mean.isOverRange);
+        EXPECT_FALSE(group.scaleChanged);
+        EXPECT_EQ(group.scale.scaleIndex, 5U);
+    }
+}
+
+TEST(MeasurementText, AMissingTimeOrFrequencyHasNoText) {
+    for (ValueText (*make)(float) :
+         {MeasurementText_time, MeasurementText_frequency, MeasurementText_dutyCycle}) {
+        EXPECT_STREQ(make(NAN).value, "");
+        EXPECT_STREQ(make(NAN).unit, "");
+    }
+}
+
 TEST(MeasurementText, TimesAndFrequenciesChooseTheirUnit) {
     struct {
         ValueText (*make)(float);
