@@ -19,16 +19,16 @@ const GraphLayout_t graphLayoutLarge = {
 
 const GraphLayout_t graphLayoutSmall = {
     .containerDimensions = {0, 0, 460, 330},
-    .powerMax = {0, 58, 88, 26},
+    .powerMax = {0, 58, 108, 26},
     .powerLabel = {0, 0, 156, 52},
     .powerMode = {162, 0, 74, 52},
-    .powerMin = {0, 272, 88, 26},
+    .powerMin = {0, 272, 108, 26},
     .autoScale = {242, 0, 104, 52},
-    .timeMin = {94, 302, 60, 28},
-    .timeLabel = {187, 302, 180, 28},
+    .timeMin = {112, 302, 60, 28},
+    .timeLabel = {196, 302, 180, 28},
     .timeMax = {380, 302, 80, 28},
     .clearGraph = {352, 0, 108, 52},
-    .drawingArea = {94, 58, 366, 240},
+    .drawingArea = {112, 58, 348, 240},
     .labelSize = 20,
     .buttonSize = 20,
 };

@@ -160,6 +160,34 @@ TEST_F(TimePowerGraph, ShowsUnitLimitsAndTimeOnEveryScreen) {
     }
 }
 
+TEST_F(TimePowerGraph, TheLongestAxisTextsStandBesideThePlot) {
+    const struct {
+        uint32_t scaleIndex;
+        bool isdBm;
+        const char* text;
+    } cases[] = {{2, false, "99999999"}, {4, false, "99999.999"}, {4, true, "80.00"}};
+    for (const CwScreen& screen : cwScreens) {
+        const CGTKTimePowerGraph& graph = graphOf(screen.instance);
+        if (graph.container == nullptr) {
+            continue;
+        }
+        for (const auto& test : cases) {
+            SCOPED_TRACE(std::string(screen.name) + " " + test.text);
+            configuration_setPowerUnitsIsdBm(test.isdBm);
+            configuration_setRfPowerScale({.autoScale = false, .scaleIndex = test.scaleIndex},
+                                          screen.display, 0);
+            setAxis(0.0, 99999999.0, screen.display);
+            showAndUpdate(screen.instance);
+            GtkWidget* const label = graph.graph.yAxisMaxLabel;
+            EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(label)), test.text);
+            const GdkRectangle place = Gui_place(label);
+            const GdkRectangle plot = Gui_place(graph.graph.plotArea);
+            EXPECT_LE(place.x + place.width, plot.x);
+        }
+    }
+    configuration_setPowerUnitsIsdBm(false);
+}
+
 TEST_F(TimePowerGraph, FollowsThePowerRangeTheUnitAndTheDirection) {
     showAndUpdate(full);
     configuration_setRfPowerScale({.autoScale = false, .scaleIndex = 2}, 0, 0);
