@@ -8,6 +8,7 @@
 #include <ifaddrs.h>
 #include <netdb.h>
 #include <pthread.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,6 +96,8 @@ int __real_pthread_cond_init(pthread_cond_t*, const pthread_condattr_t*);
 int __real_pthread_cond_wait(pthread_cond_t*, pthread_mutex_t*);
 int __real_pthread_cond_signal(pthread_cond_t*);
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __real_posix_spawn(pid_t*, const char*, const posix_spawn_file_actions_t*,
+                       const posix_spawnattr_t*, char* const*, char* const*);
 int __real_rename(const char*, const char*);
 int __real_fsync(int);
 ssize_t __real_write(int, const void*, size_t);
@@ -147,6 +150,15 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*entry)(void*), void* argument) {
     const int error = takeFailure(Call::threadCreate);
     return error != 0 ? error : __real_pthread_create(thread, attributes, entry, argument);
+}
+
+int __wrap_posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const* arguments,
+                       char* const* environment) {
+    const int error = takeFailure(Call::startProgram);
+    return error != 0
+               ? error
+               : __real_posix_spawn(child, path, actions, attributes, arguments, environment);
 }
 
 int __wrap_rename(const char* from, const char* to) {

@@ -13,6 +13,7 @@ enum class Call {
     conditionWait,
     conditionSignal,
     threadCreate,
+    startProgram,
     renameFile,
     syncFile,
     writeFile,

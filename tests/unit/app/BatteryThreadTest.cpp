@@ -8,11 +8,41 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
 const std::string charger = "/sys/devices/virtual/battery_charger/ltc4162/";
 const std::string gauge = "/sys/class/power_supply/fuel_gauge/";
+
+/// A file that takes whatever is written to it and answers one text: a terminal, on whose far side
+/// the text was typed.
+class StubbornFile {
+public:
+    StubbornFile(const std::string& instrumentPath, const std::string& text)
+        : path(instrumentPath), master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        grantpt(master);
+        unlockpt(master);
+        slave = open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        World_removeFile(path);
+        EXPECT_EQ(symlink(ptsname(master), World_realPath(path).c_str()), 0);
+        EXPECT_EQ(write(master, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    ~StubbornFile() {
+        close(slave);
+        close(master);
+        World_removeFile(path);
+    }
+    StubbornFile(const StubbornFile&) = delete;
+    StubbornFile& operator=(const StubbornFile&) = delete;
+
+private:
+    std::string path;
+    int master;
+    int slave = -1;
+};
 
 } // namespace
 
@@ -87,6 +117,19 @@ TEST(BatteryThread, HotBatteryLowersTheInputCurrentLimit) {
     World_writeFile(gauge + "temp", "450\n");
     BatteryThread_limitInputCurrent();
     EXPECT_EQ(getLastInputCurrentLimit(), 39);
+}
+
+TEST(BatteryThread, LimitThatTheChargerChangesIsToldToTheUser) {
+    initBatteryMonitor();
+    World_writeFile(gauge + "temp", "600\n");
+    const StubbornFile limit(charger + "inputCurrentLimit_raw", "20\n");
+    World_clearSyslog();
+    BatteryThread_limitInputCurrent();
+    EXPECT_TRUE(
+        World_syslogContains("<4> USER_WARNING:  input current limit is 20; should be 24\\n"));
+    World_clearSyslog();
+    BatteryThread_limitInputCurrent();
+    EXPECT_FALSE(World_syslogContains("USER_WARNING")) << "set once, told once";
 }
 
 TEST(BatteryThread, UnreadableGaugeNeverLeadsToAWarning) {

@@ -4,8 +4,11 @@
 #include "BatteryMonitor.h"
 #include "CSimpleTimer.h"
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
+
+#include <cerrno>
 
 TEST(Shutdown, RunsTheCommandOnceHoweverOftenItIsCalled) {
     World_clearCommands();
@@ -26,6 +29,24 @@ TEST(Shutdown, RunsTheCommandOnceHoweverOftenItIsCalled) {
     EXPECT_TRUE(
         World_syslogContains("**************** shutDownPower Turning off the power by writing a "
                              "zero to the KeepOn GPIO pin ****************"));
+}
+
+TEST(Shutdown, RunsTheCommandAgainOnlyAfterItHasFailed) {
+    World_clearCommands();
+    World_clearSyslog();
+    World_setSpeed(1000);
+    WrappedCalls_fail(Call::startProgram, ENOMEM);
+    shutDownPower();
+    EXPECT_TRUE(World_commands().empty());
+    EXPECT_TRUE(World_syslogContains("shutDownPower: shutdown returned -1"));
+    EXPECT_FALSE(Shutdown_waitForCommand(10));
+
+    shutDownPower();
+    shutDownPower();
+    World_setSpeed(1);
+    WrappedCalls_reset();
+    EXPECT_EQ(World_commands(), std::vector<std::string>{"shutdown"});
+    EXPECT_TRUE(Shutdown_waitForCommand(0));
 }
 
 TEST(Shutdown, WaitsThreeSecondsBeforeTheCommand) {
