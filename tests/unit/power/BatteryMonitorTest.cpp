@@ -1,11 +1,16 @@
 #include "BatteryMonitor.h"
 
 #include "InstrumentIdentity.h"
+#include "LogManager.h"
+#include "Threads.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <cerrno>
+#include <functional>
 
 namespace {
 
@@ -48,15 +53,30 @@ protected:
         pollI2CBatteryMonitor(&present, &charging);
     }
 
+    /// What the steps write to the trace.
+    static std::string traceOf(const std::function<void()>& steps) {
+        LogManager_create();
+        World_writeFile("/tmp/debug", "");
+        World_writeFile("/tmp/logConfig", "BatteryMonitor\n");
+        LogManager_route();
+        testing::internal::CaptureStdout();
+        steps();
+        LogManager_flush();
+        const std::string trace = testing::internal::GetCapturedStdout();
+        World_removeFile("/tmp/debug");
+        LogManager_route();
+        return trace;
+    }
+
     bool present = false;
     int charging = -1;
 };
 
-using BatteryMonitor = BatteryMonitorTest;
+using Battery = BatteryMonitorTest;
 
 } // namespace
 
-TEST_F(BatteryMonitor, InitialisationSetsTheChargerUp) {
+TEST_F(Battery, InitialisationSetsTheChargerUp) {
     EXPECT_EQ(World_readFile(charger + "armShipMode_raw"), record("0"));
     EXPECT_EQ(World_readFile(charger + "configBits_raw"), record("12"));
     EXPECT_EQ(World_readFile(charger + "inputCurrentLimit_raw"), record("39"));
@@ -64,13 +84,13 @@ TEST_F(BatteryMonitor, InitialisationSetsTheChargerUp) {
     EXPECT_EQ(getLastInputCurrentLimit(), 39);
 }
 
-TEST_F(BatteryMonitor, InitialisationAnswersOneWhateverHappens) {
+TEST_F(Battery, InitialisationAnswersOneWhateverHappens) {
     EXPECT_EQ(initBatteryMonitor(), 1);
     World_removeFile(charger + "armShipMode_raw");
     EXPECT_EQ(initBatteryMonitor(), 1);
 }
 
-TEST_F(BatteryMonitor, InitialisationEndsAtTheFirstFileThatCannotBeOpened) {
+TEST_F(Battery, InitialisationEndsAtTheFirstFileThatCannotBeOpened) {
     World_writeFile(charger + "inputCurrentLimit_raw", "7");
     World_writeFile(calibrationMark, "");
     World_removeFile(charger + "configBits_raw");
@@ -79,19 +99,33 @@ TEST_F(BatteryMonitor, InitialisationEndsAtTheFirstFileThatCannotBeOpened) {
     EXPECT_FALSE(battMon.accumChargeWasSet);
 }
 
-TEST_F(BatteryMonitor, CellCountStaysAtThreeWhateverTheChargerCounts) {
+TEST_F(Battery, StartFileThatCannotBeOpenedIsTraced) {
+    for (const std::string name : {"cOverXTerm_enable", "configBits_raw", "armShipMode_raw"}) {
+        World_removeFile(charger + name);
+        EXPECT_EQ(traceOf([] { initBatteryMonitor(); }),
+                  "initBatteryMonitor: Failed to open battery charger file: " + name + "\n");
+    }
+}
+
+TEST_F(Battery, InputCurrentLimitThatCannotBeSetDoesNotEndTheInitialisation) {
+    World_removeFile(charger + "inputCurrentLimit_raw");
+    EXPECT_EQ(traceOf([] { initBatteryMonitor(); }), "initBatteryMonitor: cellCount 4\n");
+    EXPECT_EQ(World_readFile(charger + "cOverXTerm_enable"), record("enable"));
+}
+
+TEST_F(Battery, CellCountStaysAtThreeWhateverTheChargerCounts) {
     EXPECT_EQ(getBatteryCellCount(), 4);
     EXPECT_EQ(battMon.cellCount, 3);
 }
 
-TEST_F(BatteryMonitor, CalibrationSurvivesARestartThroughItsMark) {
+TEST_F(Battery, CalibrationSurvivesARestartThroughItsMark) {
     EXPECT_FALSE(battMon.accumChargeWasSet);
     World_writeFile(calibrationMark, "");
     initBatteryMonitor();
     EXPECT_TRUE(battMon.accumChargeWasSet);
 }
 
-TEST_F(BatteryMonitor, ModelsThatBeginWith8830K8HaveNoBattery) {
+TEST_F(Battery, ModelsThatBeginWith8830K8HaveNoBattery) {
     struct Case {
         const char* model;
         bool hasBattery;
@@ -106,7 +140,7 @@ TEST_F(BatteryMonitor, ModelsThatBeginWith8830K8HaveNoBattery) {
     }
 }
 
-TEST_F(BatteryMonitor, ReleasedMonitorCountsAsAModelWithoutBattery) {
+TEST_F(Battery, ReleasedMonitorCountsAsAModelWithoutBattery) {
     EXPECT_TRUE(modelHasBattery());
     disableBatteryMonitor();
     EXPECT_FALSE(modelHasBattery());
@@ -114,7 +148,36 @@ TEST_F(BatteryMonitor, ReleasedMonitorCountsAsAModelWithoutBattery) {
     EXPECT_FALSE(modelHasBattery());
 }
 
-TEST_F(BatteryMonitor, FirstPollReportsPresenceAndChargeState) {
+TEST_F(Battery, MayBeReleasedTwiceWhileThreadsUseIt) {
+    std::atomic<bool> isOver{false};
+    const auto use = [](void* end) -> void* {
+        bool isPresent = false;
+        int chargeState = 0;
+        int percent = 0;
+        while (!*static_cast<std::atomic<bool>*>(end)) {
+            if (modelHasBattery()) {
+                pollI2CBatteryMonitor(&isPresent, &chargeState);
+                pollI2CFuelGauge();
+                pollBatteryPercent(&percent);
+            }
+        }
+        return nullptr;
+    };
+    std::array<pthread_t, 2> users{};
+    for (pthread_t& user : users) {
+        ASSERT_EQ(Thread_startJoinable(&user, "battery", use, &isOver), 0);
+    }
+    EXPECT_TRUE(World_waitUntil([] { return battMon.lipoBattVoltage > 0; }, 5000));
+    disableBatteryMonitor();
+    disableBatteryMonitor();
+    isOver = true;
+    for (const pthread_t user : users) {
+        pthread_join(user, nullptr);
+    }
+    EXPECT_FALSE(modelHasBattery());
+}
+
+TEST_F(Battery, FirstPollReportsPresenceAndChargeState) {
     poll();
     EXPECT_TRUE(present);
     EXPECT_EQ(charging, BATT_NOT_CHARGING);
@@ -122,7 +185,7 @@ TEST_F(BatteryMonitor, FirstPollReportsPresenceAndChargeState) {
     EXPECT_EQ(battMon.lastState, BATT_MON_STATE_POWERUP);
 }
 
-TEST_F(BatteryMonitor, BatteryInsertedAfterTheFirstPollIsNotDetected) {
+TEST_F(Battery, BatteryInsertedAfterTheFirstPollIsNotDetected) {
     setChargerState(0x2);
     poll();
     EXPECT_FALSE(present);
@@ -134,7 +197,7 @@ TEST_F(BatteryMonitor, BatteryInsertedAfterTheFirstPollIsNotDetected) {
     EXPECT_EQ(charging, BATT_MISSING);
 }
 
-TEST_F(BatteryMonitor, BatteryRemovedAfterTheFirstPollStillCountsAsPresent) {
+TEST_F(Battery, BatteryRemovedAfterTheFirstPollStillCountsAsPresent) {
     poll();
     setChargerState(0x2);
     poll();
@@ -142,7 +205,7 @@ TEST_F(BatteryMonitor, BatteryRemovedAfterTheFirstPollStillCountsAsPresent) {
     EXPECT_EQ(charging, BATT_NOT_CHARGING);
 }
 
-TEST_F(BatteryMonitor, UnreadableChargerLeavesPresenceUndecided) {
+TEST_F(Battery, UnreadableChargerLeavesPresenceUndecided) {
     World_removeFile(charger + "chargerState_raw");
     poll();
     EXPECT_EQ(charging, -1);
@@ -153,7 +216,7 @@ TEST_F(BatteryMonitor, UnreadableChargerLeavesPresenceUndecided) {
     EXPECT_EQ(charging, BATT_CHARGING_VOLTAGE);
 }
 
-TEST_F(BatteryMonitor, UnreadableChargerLeavesTheLastChargeState) {
+TEST_F(Battery, UnreadableChargerLeavesTheLastChargeState) {
     setChargerState(0x40);
     poll();
     World_writeFile(charger + "chargerState_raw", "");
@@ -162,7 +225,7 @@ TEST_F(BatteryMonitor, UnreadableChargerLeavesTheLastChargeState) {
     EXPECT_EQ(charging, BATT_CHARGING_VOLTAGE);
 }
 
-TEST_F(BatteryMonitor, FullChargeCalibratesTheGaugeAtEveryPollAfterTheFirst) {
+TEST_F(Battery, FullChargeCalibratesTheGaugeAtEveryPollAfterTheFirst) {
     setChargerState(0x10);
     poll();
     EXPECT_FALSE(battMon.accumChargeWasSet);
@@ -177,13 +240,68 @@ TEST_F(BatteryMonitor, FullChargeCalibratesTheGaugeAtEveryPollAfterTheFirst) {
     }
 }
 
-TEST_F(BatteryMonitor, ExistingCalibrationMarkIsNotTouched) {
+TEST_F(Battery, ExistingCalibrationMarkIsNotTouched) {
     World_writeFile(calibrationMark, "kept");
     writeBattFile();
     EXPECT_EQ(World_readFile(calibrationMark), "kept");
 }
 
-TEST_F(BatteryMonitor, GaugeThatCannotBeWrittenLeavesTheCalibrationDue) {
+TEST_F(Battery, CalibrationMarkThatCannotBeMadeIsTracedAndTheGaugeIsCalibratedAllTheSame) {
+    ASSERT_TRUE(World_fail(WorldFault::change, calibrationMark, EROFS));
+    EXPECT_EQ(traceOf([] { setFuelGaugeAccumCharge(); }),
+              "Warning: Unable to open file /root/.battcharged for writing.\n");
+    World_clearFaults();
+    EXPECT_FALSE(readBattFile());
+    EXPECT_TRUE(battMon.accumChargeWasSet);
+    EXPECT_EQ(World_readFile(gauge + "charge_now"), record("11140951"));
+}
+
+TEST_F(Battery, EveryPollTracesTheStateItLeavesAndTheStateItEnters) {
+    struct Case {
+        int state;
+        bool isPresent;
+        const char* line;
+    };
+    constexpr std::array<Case, 6> cases = {{
+        {BATT_MON_STATE_POWERUP, true, "BATT_MON_STATE_POWERUP (l) && BATT_MON_STATE_CHARGE (c)"},
+        {BATT_MON_STATE_POWERUP, false,
+         "BATT_MON_STATE_POWERUP (l) && BATT_MON_STATE_DISCHARGE (c)"},
+        {BATT_MON_STATE_CHARGE, true, "BATT_MON_STATE_CHARGE (l) && BATT_MON_STATE_CHARGE (c)"},
+        {BATT_MON_STATE_CHARGE, false, "BATT_MON_STATE_CHARGE (l) && BATT_MON_STATE_DISCHARGE (c)"},
+        {BATT_MON_STATE_DISCHARGE, true,
+         "BATT_MON_STATE_DISCHARGE (l) && BATT_MON_STATE_CHARGE (c)"},
+        {BATT_MON_STATE_DISCHARGE, false,
+         "BATT_MON_STATE_DISCHARGE (l) && BATT_MON_STATE_DISCHARGE (c)"},
+    }};
+    for (const Case& row : cases) {
+        battMon.state = row.state;
+        battMon.battPresent = row.isPresent;
+        setChargerState(row.isPresent ? 0x100 : 0x2);
+        EXPECT_EQ(traceOf([&] { poll(); }),
+                  std::string("pollI2CBatteryMonitor: ") + row.line + "\n");
+    }
+}
+
+TEST_F(Battery, VoltageAndPercentageAreTraced) {
+    poll();
+    EXPECT_EQ(traceOf([] { pollI2CFuelGauge(); }), "pollI2CFuelGauge: batteryVoltage 11.40\n");
+    int percent = 0;
+    EXPECT_EQ(traceOf([&] { pollBatteryPercent(&percent); }),
+              "pollBatteryPercent: batteryPercent 54\n");
+}
+
+TEST_F(Battery, CalibrationThatIsStillDueIsMadeUpForWhenTheBatteryGoes) {
+    setChargerState(0x10);
+    poll();
+    ASSERT_TRUE(battMon.setAccumCharge);
+    battMon.battPresent = false;
+    poll();
+    EXPECT_EQ(battMon.state, BATT_MON_STATE_DISCHARGE);
+    EXPECT_TRUE(battMon.accumChargeWasSet);
+    EXPECT_EQ(World_readFile(gauge + "charge_now"), record("11140951"));
+}
+
+TEST_F(Battery, GaugeThatCannotBeWrittenLeavesTheCalibrationDue) {
     setChargerState(0x10);
     poll();
     World_removeFile(gauge + "charge_now");
@@ -193,13 +311,13 @@ TEST_F(BatteryMonitor, GaugeThatCannotBeWrittenLeavesTheCalibrationDue) {
     EXPECT_FALSE(readBattFile());
 }
 
-TEST_F(BatteryMonitor, NoPercentageBeforeTheFirstPoll) {
+TEST_F(Battery, NoPercentageBeforeTheFirstPoll) {
     int percent = 77;
     EXPECT_FALSE(pollBatteryPercent(&percent));
     EXPECT_EQ(percent, 77);
 }
 
-TEST_F(BatteryMonitor, NoPercentageWithoutOneValidVoltage) {
+TEST_F(Battery, NoPercentageWithoutOneValidVoltage) {
     int percent = 77;
     poll();
     World_writeFile(gauge + "voltage_now", "");
@@ -211,7 +329,7 @@ TEST_F(BatteryMonitor, NoPercentageWithoutOneValidVoltage) {
     EXPECT_EQ(percent, 77);
 }
 
-TEST_F(BatteryMonitor, VoltageGivesThePercentageBeforeTheCalibration) {
+TEST_F(Battery, VoltageGivesThePercentageBeforeTheCalibration) {
     int percent = 0;
     poll();
     pollI2CFuelGauge();
@@ -219,7 +337,7 @@ TEST_F(BatteryMonitor, VoltageGivesThePercentageBeforeTheCalibration) {
     EXPECT_EQ(percent, 54);
 }
 
-TEST_F(BatteryMonitor, UnreadableGaugeLeavesTheLastVoltage) {
+TEST_F(Battery, UnreadableGaugeLeavesTheLastVoltage) {
     int percent = 0;
     poll();
     pollI2CFuelGauge();
@@ -229,7 +347,7 @@ TEST_F(BatteryMonitor, UnreadableGaugeLeavesTheLastVoltage) {
     EXPECT_EQ(percent, 54);
 }
 
-TEST_F(BatteryMonitor, ChargeCountGivesThePercentageOnceCalibrated) {
+TEST_F(Battery, ChargeCountGivesThePercentageOnceCalibrated) {
     int percent = 0;
     poll();
     pollI2CFuelGauge();
@@ -242,20 +360,20 @@ TEST_F(BatteryMonitor, ChargeCountGivesThePercentageOnceCalibrated) {
     EXPECT_EQ(percent, 50);
 }
 
-TEST_F(BatteryMonitor, GaugeReadingsAreInVoltsDegreesAndAmperes) {
+TEST_F(Battery, GaugeReadingsAreInVoltsDegreesAndAmperes) {
     EXPECT_FLOAT_EQ(getFuelGaugeVoltage().value_or(0), 11.4F);
     EXPECT_FLOAT_EQ(getFuelGaugeTemperature().value_or(0), 25.1F);
     EXPECT_FLOAT_EQ(getFuelGaugeCurrent().value_or(0), -1.25F);
     EXPECT_EQ(getFuelGaugeAccumCharge(), 9000000);
 }
 
-TEST_F(BatteryMonitor, InputCurrentLimitIsWrittenAndReadBack) {
+TEST_F(Battery, InputCurrentLimitIsWrittenAndReadBack) {
     EXPECT_EQ(setInputCurrentLimit(24), 24);
     EXPECT_EQ(getInputCurrentLimit(), 24);
     EXPECT_EQ(getLastInputCurrentLimit(), 24);
 }
 
-TEST_F(BatteryMonitor, InputCurrentLimitThatCannotBeWrittenIsNotRemembered) {
+TEST_F(Battery, InputCurrentLimitThatCannotBeWrittenIsNotRemembered) {
     World_removeFile(charger + "inputCurrentLimit_raw");
     EXPECT_EQ(setInputCurrentLimit(24), std::nullopt);
     EXPECT_EQ(getInputCurrentLimit(), std::nullopt);

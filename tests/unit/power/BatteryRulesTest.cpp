@@ -95,6 +95,10 @@ TEST(BatteryRules, InputCurrentLimitFallsAboveFortyFiveDegrees) {
     for (int tenths = -200; tenths <= 450; ++tenths) {
         EXPECT_EQ(BatteryRules_inputCurrentLimit(tenths / 10.0), 39) << tenths;
     }
+    for (int tenths = 451; tenths <= 800; ++tenths) {
+        const int nearestDegree = (tenths + 5) / 10;
+        EXPECT_EQ(BatteryRules_inputCurrentLimit(tenths / 10.0), 84 - nearestDegree) << tenths;
+    }
     struct Case {
         double temperature_C;
         int limit;

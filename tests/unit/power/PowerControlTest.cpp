@@ -3,9 +3,11 @@
 #include "BatteryMonitor.h"
 #include "I2cBus.h"
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -34,6 +36,15 @@ TEST(PowerControl, MonitorFailureIsAlwaysLoggedAndThePercentageStaysZero) {
     EXPECT_EQ(batteryPercent, 0);
     EXPECT_EQ(pthread_mutex_trylock(&i2cMutex), 0) << "the bus is free afterwards";
     pthread_mutex_unlock(&i2cMutex);
+}
+
+TEST(PowerControl, BusLockThatCannotBeMadeIsLoggedAndTheStartGoesOn) {
+    World_clearSyslog();
+    WrappedCalls_fail(Call::mutexInit, ENOMEM);
+    EXPECT_EQ(initI2CDevices(), 1);
+    WrappedCalls_reset();
+    EXPECT_TRUE(World_syslogContains("pthread_mutex_init FAILED for i2cMutex"));
+    EXPECT_TRUE(World_syslogContains("**************** initI2CDevices ****************"));
 }
 
 TEST(PowerControl, BusThatCannotBeWrittenReadsAsZero) {
