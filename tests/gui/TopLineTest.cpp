@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -76,6 +78,27 @@ TEST_F(TopLine, ReleasedMonitorShowsThePlugAlone) {
     show(true, BATT_NOT_CHARGING, 50);
     EXPECT_TRUE(Gui_isShown("batteryPlug"));
     EXPECT_FALSE(Gui_isShown("batteryPercent"));
+}
+
+TEST(TopLineDeathTest, EveryMissingImageIsTold) {
+    // In a process of its own: this one's images stay.
+    const auto loadWithoutFiles = [] {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        if (chdir("/") == 0) {
+            loadBatteryImages();
+        }
+        fflush(stdout);
+        _exit(0);
+    };
+    EXPECT_EXIT(loadWithoutFiles(), testing::ExitedWithCode(0),
+                "Cannot read ./resources/battery100.png\n"
+                "Cannot read ./resources/battery75.png\n"
+                "Cannot read ./resources/battery50.png\n"
+                "Cannot read ./resources/battery25.png\n"
+                "Cannot read ./resources/battery5.png\n"
+                "Cannot read ./resources/batteryPlug.png\n"
+                "Cannot read ./resources/batteryNC.png\n"
+                "Cannot read ./resources/batteryCharging.png\n");
 }
 
 TEST(FocusGuard, TakesTheFocusFromTheMainWindow) {

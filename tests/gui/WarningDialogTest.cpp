@@ -102,6 +102,21 @@ TEST_F(Warning, OkButtonIsLargeEnoughForAFinger) {
     EXPECT_GE(place.height, 48);
 }
 
+TEST_F(Warning, DialogThatComesLaterGoesBelowAndKeepsNoTouchFromIt) {
+    WarningDialog_show(&warning);
+    pass();
+    GtkWidget* later = gtk_dialog_new();
+    gtk_window_set_modal(GTK_WINDOW(later), TRUE);
+    gtk_window_set_default_size(GTK_WINDOW(later), 1024, 768);
+    gtk_widget_show_all(later);
+    Gui_settle();
+    pass();
+    Gui_tap("warningDialog.ok");
+    Gui_settle();
+    EXPECT_FALSE(isShown());
+    gtk_widget_destroy(later);
+}
+
 TEST_F(Warning, TextIsCutToWhatTheRecordHolds) {
     WarningDialog_create(&warning, GTK_WINDOW(entireScreen.mainWindow),
                          std::string(200, 'x').c_str());

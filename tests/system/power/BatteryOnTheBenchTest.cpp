@@ -141,3 +141,30 @@ TEST_F(BatteryOnTheBench, WarningStandsAboveTheChannelDialog) {
     ASSERT_TRUE(Bench_tap(bench, "sensorSettingsDialog_ok"));
     EXPECT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", false, limit_ms));
 }
+
+TEST_F(BatteryOnTheBench, ChannelDialogThatComesLaterStandsBelowTheWarning) {
+    start({"clock speed 2", "ac off", "battery volts=10.0"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "warningDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "plug serial1 5132 fwd=25"));
+    ASSERT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", true, limit_ms));
+    // A touch reaches what is on top: the warning takes it within a pass.
+    EXPECT_TRUE(Bench_waitUntil(
+        [&] {
+            return !Bench_isVisible(bench, "warningDialog") ||
+                   (Bench_tap(bench, "warningDialog.ok") &&
+                    Bench_waitForVisible(bench, "warningDialog", false, 1000));
+        },
+        limit_ms));
+    EXPECT_TRUE(Bench_isVisible(bench, "sensorSettingsDialog"));
+    ASSERT_TRUE(Bench_tap(bench, "sensorSettingsDialog_ok"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", false, limit_ms));
+}
+
+TEST_F(BatteryOnTheBench, GaugeThatNeverAnswersNeverSwitchesTheMeterOff) {
+    start({"clock speed 20", "ac off", "remove /sys/class/power_supply/fuel_gauge/voltage_now"});
+    ASSERT_TRUE(Bench_waitUntil([&] { return watchedPasses(0) >= 8; }, limit_ms));
+    EXPECT_FALSE(Bench_isVisible(bench, "warningDialog"));
+    EXPECT_TRUE(Bench_commands(bench).empty());
+    ASSERT_TRUE(Bench_do(bench, "battery volts=11.4"));
+    EXPECT_TRUE(waitForImage("battery75"));
+}

@@ -71,6 +71,28 @@ TEST_F(SwitchingOff, ClosedWindowWithSensorsSwitchesOffAndLeavesWithZero) {
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
 }
 
+TEST_F(SwitchingOff, PressBehindTheChannelDialogSwitchesOffOnce) {
+    start({"clock speed 10", "plug serial1 5132 fwd=25"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "switch"));
+    ASSERT_TRUE(Bench_waitUntil(
+        [&] { return Bench_countInSyslog(bench, "shutdown signal detected...") >= 5; }, limit_ms));
+    EXPECT_EQ(Bench_commands(bench), oneShutdown);
+}
+
+TEST_F(SwitchingOff, TheEndOfTheSwitchsDeviceIsNoPress) {
+    start({"clock speed 10", "remove /dev/input/event0"});
+    ASSERT_TRUE(Bench_writeFile(bench, "/dev/input/event0", ""));
+    const size_t before = Bench_countInSyslog(bench, "hwPollingThread: Thread is alive");
+    ASSERT_TRUE(Bench_waitUntil(
+        [&] {
+            return Bench_countInSyslog(bench, "hwPollingThread: Thread is alive") >= before + 3;
+        },
+        limit_ms));
+    EXPECT_TRUE(Bench_commands(bench).empty());
+    EXPECT_EQ(Bench_countInSyslog(bench, "shutdown signal detected..."), 0U);
+}
+
 TEST_F(SwitchingOff, WindowClosedManyTimesEndsOnce) {
     start({"clock speed 10"});
     for (int time = 0; time < 5; ++time) {
