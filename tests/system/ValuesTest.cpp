@@ -60,15 +60,19 @@ TEST_F(Values, EveryRangeIsEnteredAtItsThresholdsOnly) {
         EXPECT_TRUE(shows("single.fwd.value", valueText(ranges[row], power_W))) << power_W << " W";
         EXPECT_TRUE(shows("single.fwd.units", ranges[row].units)) << power_W << " W";
     };
+    // The wire rounds: so much more or less is surely on the right side of a threshold.
+    constexpr double above = 1.000001;
+    constexpr double below = 0.999999;
     expectShown(0, 0.0001);
     const auto width = [this] { return Bench_widget(bench, "single.fwd.value")->width; };
     const int firstWidth = width();
     for (size_t row = 1; row < std::size(ranges); ++row) {
-        expectShown(row - 1, ranges[row].up * 0.99);
-        expectShown(row, ranges[row].up * 1.001);
-        expectShown(row, ranges[row - 1].down * 1.01);
-        expectShown(row - 1, ranges[row - 1].down * 0.999);
-        expectShown(row, ranges[row].up * 1.001);
+        // Upwards a range is entered a little before its threshold, see auto_range.
+        expectShown(row - 1, ranges[row].up * 0.9999 - 0.000006);
+        expectShown(row, ranges[row].up * above);
+        expectShown(row, ranges[row - 1].down * 1.0001);
+        expectShown(row - 1, ranges[row - 1].down * below);
+        expectShown(row, ranges[row].up * above);
         EXPECT_EQ(width(), firstWidth) << "range " << row;
     }
 }
@@ -80,8 +84,8 @@ TEST_F(Values, AroundOneWattTheRangeHasItsHysteresis) {
         const char* text;
         const char* units;
     } cases[] = {
-        {"1.1999", " 1199.9", "mW"}, {"1.2", " 1.2000", "W"},      {"1", " 1.0000", "W"},
-        {"0.8001", " 0.8001", "W"},  {"0.79999", "  800.0", "mW"}, {"1", " 1000.0", "mW"},
+        {"1.1999", " 1199.9", "mW"}, {"1.2", " 1.2000", "W"},  {"1", " 1.0000", "W"},
+        {"0.8001", " 0.8001", "W"},  {"0.8", "  800.0", "mW"}, {"1", " 1000.0", "mW"},
     };
     for (const auto& c : cases) {
         set(std::string("fwd=") + c.power);

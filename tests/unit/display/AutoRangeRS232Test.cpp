@@ -33,7 +33,7 @@ static_assert(std::size(expectedRows) == rangeCountRS232);
 
 } // namespace
 
-TEST(AutoRangeRS232, TableHoldsEveryCellAsSpecified) {
+TEST(AutoRangeRS232, TableHoldsEveryCell) {
     for (uint32_t i = 0; i < rangeCountRS232; ++i) {
         SCOPED_TRACE("row " + std::to_string(i));
         const DISPLAY_RANGE_FORMAT_RS232& row = AutoRangeRS232_getRange(i);

@@ -76,7 +76,7 @@ std::string at(const Ranges& ranges, uint32_t row) {
 
 } // namespace
 
-TEST(AutoRange, TablesHoldEveryCellAsSpecified) {
+TEST(AutoRange, TablesHoldEveryCell) {
     for (const Ranges& ranges : allRanges) {
         for (uint32_t i = 0; i < rangeCount; ++i) {
             SCOPED_TRACE(at(ranges, i));
