@@ -69,10 +69,7 @@ struct StandingFile {
 constexpr std::array standingFiles = {
     StandingFile{"syslog", ""},
     StandingFile{"commands", ""},
-    StandingFile{"ifaddrs", "lo 127.0.0.1 255.0.0.0\n"
-                            "eth0\n"
-                            "eth0 192.168.1.50 255.255.255.0\n"
-                            "eth0:0 192.168.2.1 255.255.255.0\n"},
+    StandingFile{WorldFile::addresses, WorldTree_addresses},
     StandingFile{"root/sys/class/leds/quorvel8830k:KeepOn/brightness", "0\n"},
     StandingFile{"root/sys/class/net/eth0/address", "02:88:30:00:00:01\n"},
 };

@@ -15,6 +15,12 @@ constexpr const char* boundPort = "port.bound";
 constexpr const char* screen = "screen.sock";
 } // namespace WorldFile
 
+/// The addresses with which a new world's interfaces run.
+constexpr const char* WorldTree_addresses = "lo 127.0.0.1 255.0.0.0\n"
+                                            "eth0\n"
+                                            "eth0 192.168.1.50 255.255.255.0\n"
+                                            "eth0:0 192.168.2.1 255.255.255.0\n";
+
 /// A path of the instrument that must never reach this machine's own.
 struct InstrumentPath {
     std::string_view path;

@@ -1,5 +1,7 @@
 #include "WorldFolder.h"
 
+#include "WorldTree.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -14,10 +16,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr mode_t fileMode = 0644;
+
 struct InstrumentFile {
     const char* path;
     std::string_view content;
-    mode_t mode = 0644;
+    mode_t mode = fileMode;
 };
 
 using namespace std::string_view_literals;
@@ -76,14 +80,11 @@ bool makeFolders(const fs::path& folder) {
     return !error;
 }
 
-bool layOut(const std::string& world, const InstrumentFile& file) {
-    const std::string path = WorldFolder_path(world, file.path);
-    if (access(path.c_str(), F_OK) == 0) {
-        return true;
-    }
-    return makeFolders(fs::path(path).parent_path()) &&
-           WorldFolder_writeFile(path, std::string(file.content)) &&
-           chmod(path.c_str(), file.mode) == 0;
+/// Writes a file that is not there yet.
+bool layOut(const std::string& path, std::string_view content, mode_t mode) {
+    return access(path.c_str(), F_OK) == 0 ||
+           (makeFolders(fs::path(path).parent_path()) &&
+            WorldFolder_writeFile(path, std::string(content)) && chmod(path.c_str(), mode) == 0);
 }
 
 } // namespace
@@ -95,11 +96,12 @@ bool WorldFolder_create(const std::string& world) {
         }
     }
     for (const InstrumentFile& file : instrumentFiles) {
-        if (!layOut(world, file)) {
+        if (!layOut(WorldFolder_path(world, file.path), file.content, file.mode)) {
             return false;
         }
     }
-    return makeFolders(world + "/tty");
+    return layOut(world + "/" + WorldFile::addresses, WorldTree_addresses, fileMode) &&
+           makeFolders(world + "/tty");
 }
 
 bool WorldFolder_remove(const std::string& world) {

@@ -43,6 +43,12 @@ TEST_F(WorldFolder, HoldsTwoCurrentMonitorsWithTheirDeviceTreeAddresses) {
     }
 }
 
+TEST_F(WorldFolder, HoldsTheAddressesOfTheNetwork) {
+    ASSERT_TRUE(WorldFolder_create(world));
+    EXPECT_NE(WorldFolder_readFile(world + "/ifaddrs").find("\neth0 192.168.1.50 255.255.255.0\n"),
+              std::string::npos);
+}
+
 TEST_F(WorldFolder, KeepsFilesThatAreThereAlready) {
     fs::create_directories(world + "/root/etc/network");
     ASSERT_TRUE(WorldFolder_write(world, "/etc/network/interfaces", "mine\n"));
