@@ -100,7 +100,27 @@ void installStyle() {
     g_object_unref(provider);
 }
 
-/// Builds the interface; null, with a message, if its file cannot be loaded.
+/// Names the interface's objects. False, with a message and without the dialog, if one is missing:
+/// a dialog without its buttons could not be answered.
+bool nameObjects(GtkBuilder* builder) {
+    bool isComplete = true;
+    for (const char* name : objectNames) {
+        GObject* object = gtk_builder_get_object(builder, name);
+        if (object == nullptr) {
+            DIAGNOSTIC("The interface has no widget %s.\n", name);
+            isComplete = false;
+        } else {
+            gtk_widget_set_name(GTK_WIDGET(object), name);
+        }
+    }
+    GObject* dialog = gtk_builder_get_object(builder, objectNames[0]);
+    if (!isComplete && dialog != nullptr) {
+        gtk_widget_destroy(GTK_WIDGET(dialog));
+    }
+    return isComplete;
+}
+
+/// Builds the interface; null, with a message, if its file cannot be loaded or lacks something.
 GtkBuilder* loadInterface() {
     GtkBuilder* builder = gtk_builder_new();
     gtk_builder_add_callback_symbol(builder, "on_sensorSettingsDialog_ok_clicked",
@@ -113,8 +133,9 @@ GtkBuilder* loadInterface() {
         return nullptr;
     }
     gtk_builder_connect_signals(builder, nullptr);
-    for (const char* name : objectNames) {
-        gtk_widget_set_name(GTK_WIDGET(gtk_builder_get_object(builder, name)), name);
+    if (!nameObjects(builder)) {
+        g_object_unref(builder);
+        return nullptr;
     }
     return builder;
 }

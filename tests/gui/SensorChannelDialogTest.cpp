@@ -4,6 +4,7 @@
 #include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "GuiHarness.h"
+#include "OtherResources.h"
 #include "SensorPortHandler.h"
 #include "World.h"
 #include "XServer.h"
@@ -14,7 +15,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -270,9 +270,7 @@ TEST_F(SensorChannelDialog, NamesAnIdleInstanceAsUnknown) {
 
 TEST_F(SensorChannelDialog, TellsWhenItsInterfaceFileIsMissing) {
     detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
-    std::array<char, 4096> folder{};
-    ASSERT_NE(getcwd(folder.data(), folder.size()), nullptr);
-    ASSERT_EQ(chdir("/"), 0);
+    const WithoutResources elsewhere;
     testing::internal::CaptureStderr();
     {
         RefreshThread refresh;
@@ -280,7 +278,21 @@ TEST_F(SensorChannelDialog, TellsWhenItsInterfaceFileIsMissing) {
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr().rfind("Error loading file: ", 0), 0U);
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalNoChannel);
-    ASSERT_EQ(chdir(folder.data()), 0);
+}
+
+TEST_F(SensorChannelDialog, AsksNothingWithAnInterfaceThatCouldNotBeAnswered) {
+    detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
+    for (const char* content :
+         {brokenInterfaces[2],
+          R"(<interface><object class="GtkWindow" id="sensorSettingsDialog"/></interface>)"}) {
+        const WithResource broken("sensorSettingsDialog.ui", content);
+        World_clearSyslog();
+        RefreshThread refresh;
+        EXPECT_TRUE(refresh.ends(1000)) << content;
+        EXPECT_TRUE(isBrokenInterfaceTold()) << content;
+        EXPECT_EQ(dialog(), nullptr);
+    }
+    EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalNoChannel);
 }
 
 } // namespace
