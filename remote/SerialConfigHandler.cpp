@@ -99,6 +99,8 @@ void on_serSettingsDialog_apply_clicked(GtkWidget* /*button*/, gpointer /*data*/
         return;
     }
     termios& settings = serConfig->config;
+    // The port may have come, or changed how it is read, since the dialog was opened.
+    SerialPort_GetConfig(&settings);
     SerialConfig_TermiosPutSpeed(&settings, serConfig->speed);
     SerialConfig_TermiosPutDataBits(&settings, static_cast<data_bits_t>(serConfig->dataBits));
     SerialConfig_TermiosPutStopBits(&settings, static_cast<stop_bits_t>(serConfig->stopBits));

@@ -182,6 +182,21 @@ TEST_F(SerialDialog, OffersAPresetForAMissingPortWhichTakesTheSettingsWhenItCome
     EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 8 N 1");
 }
 
+TEST_F(SerialDialog, LeavesToAPortThatHasComeMeanwhileHowItIsRead) {
+    SerialPort_Close();
+    open();
+    choose("serSettingsComboSpeed", "1200");
+    SerialPort_Open(serialCommandPortName);
+    termios settings{};
+    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
+    settings.c_lflag |= ICANON; // a server reads lines
+    ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
+    Gui_tap("serSettingsDialog_apply");
+    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
+    EXPECT_NE(settings.c_lflag & ICANON, 0U);
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 8 N 1");
+}
+
 TEST_F(SerialDialog, IsOnTheScreenAndLargeEnoughForAFinger) {
     open();
     Dialog_expectTouchable(dialogName, {"serSettingsComboSpeed", "serSettingsComboParity", "data7",
