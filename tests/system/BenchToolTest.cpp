@@ -14,8 +14,12 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <netinet/in.h>
+#include <optional>
+#include <poll.h>
+#include <pty.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -26,11 +30,79 @@ using testing::StartsWith;
 namespace {
 
 constexpr uint32_t startLimit_ms = 20000;
+constexpr char controlC = 0x03;
 
 struct Answer {
     int status;
     std::string text;
     std::string errors;
+};
+
+/// `quorvel-bench terminal` in a terminal of its own, with a person's fingers on the keys.
+class TypedTool {
+public:
+    TypedTool(const std::string& tool, const std::string& runtimeFolder)
+        : child(forkpty(&keys, nullptr, nullptr, nullptr)) {
+        if (child == 0) {
+            unsetenv("LD_PRELOAD");
+            unsetenv("QUORVEL_BENCH");
+            setenv("XDG_RUNTIME_DIR", runtimeFolder.c_str(), 1);
+            execl(tool.c_str(), tool.c_str(), "terminal", nullptr);
+            _exit(127);
+        }
+        fcntl(keys, F_SETFD, FD_CLOEXEC);
+    }
+    ~TypedTool() {
+        hangUp();
+        exitStatus();
+    }
+    TypedTool(const TypedTool&) = delete;
+    TypedTool& operator=(const TypedTool&) = delete;
+
+    void type(const std::string& text) const {
+        EXPECT_EQ(write(keys, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    /// Waits until the text has appeared behind what was looked for last.
+    bool shows(const std::string& text) {
+        while (screen.find(text) == std::string::npos) {
+            pollfd input{keys, POLLIN, 0};
+            std::array<char, 1024> piece{};
+            const bool isReady = poll(&input, 1, startLimit_ms) > 0;
+            const ssize_t count = isReady ? read(keys, piece.data(), piece.size()) : 0;
+            if (count <= 0) {
+                return false;
+            }
+            screen.append(piece.data(), static_cast<size_t>(count));
+        }
+        screen.erase(0, screen.find(text) + text.size());
+        return true;
+    }
+    bool hasMode(tcflag_t mode) const {
+        termios settings{};
+        return tcgetattr(keys, &settings) == 0 && (settings.c_lflag & mode) != 0;
+    }
+    void hangUp() {
+        if (keys >= 0) {
+            close(keys);
+            keys = -1;
+        }
+    }
+    /// Exit status, 128 and the number for a signal, nothing within the limit.
+    std::optional<int> exitStatus() {
+        int status = 0;
+        if (child > 0 && Bench_waitUntil([&] { return waitpid(child, &status, WNOHANG) == child; },
+                                         startLimit_ms)) {
+            child = 0;
+            ended = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        }
+        return ended;
+    }
+
+private:
+    int keys = -1;
+    pid_t child;
+    std::string screen;
+    std::optional<int> ended;
 };
 
 /// Has a folder of its own for running benches, so that it meets no bench of the developer's.
@@ -287,6 +359,44 @@ TEST_F(BenchTool, TheOlderMetersProtocolAnswersOnItsTerminal) {
     EXPECT_EQ(pipe("U2U1").text, " 6610   0100 RS232\r\n 6610  VCM VCO FL \r\n");
     EXPECT_EQ(pipe("").text, "");
     EXPECT_THAT(type("terminal now").errors, HasSubstr("usage: quorvel-bench terminal"));
+}
+
+TEST_F(BenchTool, APersonTypesOnTheCommandPort) {
+    run({"--headless", "--legacy"});
+    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("U0").text.empty(); }, startLimit_ms));
+    TypedTool tool(toolPath(), folder);
+    ASSERT_TRUE(tool.shows("Connected to /dev/ttyS4; Ctrl-C ends."));
+    ASSERT_TRUE(Bench_waitUntil([&] { return !tool.hasMode(ICANON); }, startLimit_ms));
+    tool.type("u");
+    EXPECT_TRUE(tool.shows("u")) << "keys are echoed";
+    tool.type("2");
+    EXPECT_TRUE(tool.shows(" 6610   0100 RS232")) << "each key is sent as it is typed";
+    tool.type(std::string(1, controlC));
+    EXPECT_EQ(tool.exitStatus(), 0);
+    EXPECT_TRUE(tool.hasMode(ICANON) && tool.hasMode(ISIG) && tool.hasMode(ECHO));
+}
+
+TEST_F(BenchTool, APersonsReturnEndsACommandLine) {
+    run({"--headless"});
+    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("*OPC?\n").text.empty(); }, startLimit_ms));
+    TypedTool tool(toolPath(), folder);
+    ASSERT_TRUE(Bench_waitUntil([&] { return !tool.hasMode(ICANON); }, startLimit_ms));
+    tool.type("*TST?;*IDN?\r");
+    EXPECT_TRUE(tool.shows("0;QUORVEL-TECHNOLOGIES,8830K,"));
+    kill(running, SIGTERM);
+    waitForEnd(running);
+    running = 0;
+    EXPECT_EQ(tool.exitStatus(), 0) << "it ends with its bench";
+}
+
+TEST_F(BenchTool, APersonWhoLeavesEndsTheTerminal) {
+    run({"--headless", "--legacy"});
+    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("U0").text.empty(); }, startLimit_ms));
+    TypedTool tool(toolPath(), folder);
+    ASSERT_TRUE(tool.shows("Connected to"));
+    tool.hangUp();
+    EXPECT_TRUE(tool.exitStatus().has_value());
+    EXPECT_EQ(pipe("U0").text, " 6610  FCRYYPYYTT1XF\r\n");
 }
 
 TEST_F(BenchTool, TheOlderMetersProtocolLeavesTheOtherSettingsOfAKeptWorld) {

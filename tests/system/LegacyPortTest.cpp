@@ -4,8 +4,12 @@
 #include "ScpiClient.h"
 #include "WorldFolder.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <poll.h>
 #include <random>
 #include <unistd.h>
@@ -18,6 +22,39 @@ constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
 constexpr const char* quickSensor = " boot=0s baud=unlimited";
 constexpr int replyLimit_ms = 5000;
 constexpr int quiet_ms = 400;
+constexpr int requestCount = 10000;
+
+/// As the bench's signals count it while its clock is real.
+double now_s() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+struct Exchange {
+    std::string sent;
+    std::string reply;
+};
+
+/// What stands behind a "> " in the manual's section on this protocol, and below it.
+std::vector<Exchange> documentedExchanges() {
+    std::ifstream manual(QUORVEL_REMOTE_CONTROL_MANUAL);
+    std::vector<Exchange> exchanges;
+    bool isInSection = false;
+    for (std::string line; std::getline(manual, line);) {
+        isInSection = isInSection || line == "## The older meter's RS232 protocol";
+        if (isInSection && line.starts_with("> ")) {
+            const std::string sent = line.substr(2);
+            std::getline(manual, line);
+            exchanges.push_back({sent, line});
+        }
+    }
+    return exchanges;
+}
+
+/// Without its line end and the blanks before it, which a page does not show.
+std::string shownLine(const std::string& reply) {
+    return reply.substr(0, reply.find_last_not_of(" \r\n") + 1);
+}
 
 /// The host's end of the cable.
 class Host {
@@ -132,6 +169,18 @@ TEST_F(LegacyPort, EveryCommandHasItsReply) {
     }
 }
 
+TEST_F(LegacyPort, TheManualsExchangesAreThoseOfARun) {
+    startWithSensor("5132 fwd=25 rfl=0.5");
+    ASSERT_TRUE(Bench_writeFile(bench, "/usr/local/etc/defconfig/buildInstalled",
+                                "BUILD_HOSTNAME=builder\nBUILD_DATE=2024-10-10T18:59:38\n"
+                                "BUILD_UUID=1234\n"));
+    const std::vector<Exchange> exchanges = documentedExchanges();
+    EXPECT_GE(exchanges.size(), 10U);
+    for (const Exchange& exchange : exchanges) {
+        EXPECT_EQ(shownLine(host.ask(exchange.sent)), exchange.reply) << exchange.sent;
+    }
+}
+
 TEST_F(LegacyPort, AddressesAndBuildAreThoseOfTheInstrument) {
     startLegacy();
     ASSERT_TRUE(Bench_writeFile(bench, "/usr/local/etc/defconfig/buildInstalled",
@@ -182,19 +231,41 @@ TEST_F(LegacyPort, EveryReadingWasMeasuredAfterItsRequest) {
     startWithSensor("5132 fwd=20");
     plug("serial2", std::string("5132 fwd=sine:1:9:1s") + quickSensor);
     ASSERT_TRUE(becomesVisible("lower.fwd.value", true, readingLimit_ms));
-    for (int request = 0; request < 200; ++request) {
+    for (int request = 0; request < requestCount; ++request) {
         const int power_W = 20 + request % 100;
         ASSERT_TRUE(Bench_do(bench, "set serial1 fwd=" + std::to_string(power_W)));
         ASSERT_EQ(host.ask("ENT"), watts(power_W)) << request;
     }
 }
 
-TEST_F(LegacyPort, TenThousandRequestsBehindTheRepliesAreAllAnswered) {
-    startWithSensor("5132 fwd=25");
-    for (int request = 0; request < 10000; ++request) {
-        ASSERT_EQ(host.ask("ENT"), watts(25)) << request;
+TEST_F(LegacyPort, RequestsBehindTheRepliesAreAllAnsweredWithNewAndFreshReadings) {
+    constexpr double from_W = 0.2;
+    constexpr double to_W = 1.8;
+    constexpr double ramp_s = 120;
+    constexpr double slope = (to_W - from_W) / ramp_s;
+    constexpr double resolution_W = 0.0001;
+    constexpr double freshness_ms = 50;
+    startWithSensor("5132 fwd=0.2");
+    ASSERT_TRUE(host.send("R09"));
+    const double before_s = now_s();
+    ASSERT_TRUE(Bench_do(bench, "set serial1 fwd=ramp:0.2:1.8:120s"));
+    const double after_s = now_s(); // the ramp began between the two
+    std::vector<double> ages_ms;
+    for (int request = 0; request < requestCount; ++request) {
+        const double asked_s = now_s();
+        const std::string reply = host.ask("ENT");
+        const double answered_s = now_s();
+        ASSERT_THAT(reply, testing::MatchesRegex("NFC  [ 0-9][.][0-9]{4}   W\r\n")) << request;
+        const double power_W = strtod(reply.c_str() + 3, nullptr);
+        ASSERT_GE(power_W + resolution_W, std::min(to_W, from_W + slope * (asked_s - after_s)))
+            << "measured before request " << request;
+        if (power_W < to_W - resolution_W) {
+            ages_ms.push_back(1000 * (answered_s - before_s - (power_W - from_W) / slope));
+        }
     }
     EXPECT_EQ(host.readLine(quiet_ms), "");
+    std::ranges::sort(ages_ms);
+    EXPECT_LT(ages_ms.at(ages_ms.size() / 2), freshness_ms * patience);
 }
 
 TEST_F(LegacyPort, AMillionRandomBytesLeaveItAnswering) {
