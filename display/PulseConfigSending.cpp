@@ -11,31 +11,26 @@
 
 namespace {
 
+/// One configuration on its way. The thread gives it away at its end; it goes in the main loop.
 struct Sending {
     SENSOR_CONFIGS config;
     uint32_t port;
     bool isStored;
     PulseConfigSent done;
     void* context;
-    uint32_t number;
+    SensorConfigsWait wait;
     USBTMC_PARAM_ERRORS errors;
-    std::atomic<bool> isFinished; ///< set last by the thread, which then gives the record away
+    std::atomic<bool> isFinished; ///< set last by the thread: what it wrote is there to be read
 };
 
-/// Number of the sending that somebody waits for; 0 when nobody does.
-std::atomic<uint32_t> awaited;
-uint32_t latest = 0;   ///< GDK lock
-uint32_t usedPort = 0; ///< of the awaited sending; GDK lock
-
-bool isAwaited(const Sending* sending) {
-    return awaited == sending->number;
-}
+/// The sending that somebody waits for; null when nobody does. GDK lock.
+Sending* awaited = nullptr;
 
 /// Main thread, GDK lock held.
 gboolean finish(gpointer data) {
     auto* sending = static_cast<Sending*>(data);
-    if (sending->isFinished && isAwaited(sending)) {
-        awaited = 0;
+    if (sending->isFinished && sending == awaited) {
+        awaited = nullptr;
         sending->done(sending->errors, sending->context);
     }
     delete sending;
@@ -45,11 +40,10 @@ gboolean finish(gpointer data) {
 void* sendAndStore(void* data) {
     pthread_detach(pthread_self());
     auto* sending = static_cast<Sending*>(data);
-    if (isAwaited(sending)) {
-        sending->errors = sensorPortHandler_setSensorConfigs(sending->config, sending->port);
-    }
+    sending->errors =
+        sensorPortHandler_setSensorConfigs(sending->config, sending->port, &sending->wait);
     const bool isAccepted = sending->errors.count == 0 && !sending->errors.sensorHasGone;
-    if (isAccepted && sending->isStored && isAwaited(sending)) {
+    if (isAccepted && sending->isStored && !sending->wait.isCancelled) {
         sensorPortHandler_saveSensorConfig(&sending->config);
     }
     sending->isFinished = true;
@@ -61,34 +55,31 @@ void* sendAndStore(void* data) {
 
 bool PulseConfigSending_start(const SENSOR_CONFIGS& config, uint32_t port, bool isStored,
                               PulseConfigSent done, void* context) {
-    // 0 stands for nobody.
-    latest = latest == UINT32_MAX ? 1 : latest + 1;
     auto* sending = new Sending{.config = config,
                                 .port = port,
                                 .isStored = isStored,
                                 .done = done,
                                 .context = context,
-                                .number = latest,
+                                .wait = {},
                                 .errors = {},
                                 .isFinished = false};
-    usedPort = port;
-    awaited = latest;
     pthread_t thread{};
     if (Thread_startJoinable(&thread, "pulseConfig", sendAndStore, sending) != 0) {
         DIAGNOSTIC("Failed to spawn the pulse configuration thread.\n");
-        awaited = 0;
         delete sending;
         return false;
     }
+    awaited = sending;
     return true;
 }
 
 void PulseConfigSending_cancel() {
-    if (awaited.exchange(0) != 0) {
-        sensorPortHandler_abandonSensorConfigs(usedPort);
+    if (awaited != nullptr) {
+        sensorPortHandler_cancelSensorConfigs(awaited->port, &awaited->wait);
+        awaited = nullptr;
     }
 }
 
 bool PulseConfigSending_isActive() {
-    return awaited != 0;
+    return awaited != nullptr;
 }

@@ -18,10 +18,11 @@ using PulseConfigSent = void (*)(const USBTMC_PARAM_ERRORS& errors, void* contex
 bool PulseConfigSending_start(const SENSOR_CONFIGS& config, uint32_t port, bool isStored,
                               PulseConfigSent done, void* context);
 
-/// Ends the wait: nothing is stored or told any more. GDK lock held.
+/// Ends the wait, at whatever point the thread is: nothing is stored or told any more. GDK lock
+/// held.
 void PulseConfigSending_cancel();
 
-/// True from the start to the end or the cancelling.
+/// True from the start to the end or the cancelling. GDK lock held.
 bool PulseConfigSending_isActive();
 
 #endif

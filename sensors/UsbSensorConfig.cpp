@@ -289,30 +289,36 @@ USB_HANDLER_DATA_STRUCT* handlerOf(uint32_t channel) {
     return sensorPort_isUsb(channel) ? &sensorUsbHandlerData[channel - sensorPort_USB1] : nullptr;
 }
 
-/// Waits for the end of one request's sending; false when the sensor has gone. Config mutex held.
-bool waitForRequest(USB_HANDLER_DATA_STRUCT* handler, uint32_t request, pthread_mutex_t* mutex) {
+bool isCancelled(const SensorConfigsWait* wait) {
+    return wait != nullptr && wait->isCancelled;
+}
+
+/// Waits for the end of one request's sending; false when the sensor has gone, or the caller does
+/// not want to wait any more. Config mutex held.
+bool waitForRequest(USB_HANDLER_DATA_STRUCT* handler, uint32_t request, pthread_mutex_t* mutex,
+                    const SensorConfigsWait* wait) {
     // Numbers wrap; the signed distance tells which of two is the later one.
     const auto isPending = [handler, request] {
         return static_cast<int32_t>(handler->completedNumber - request) < 0;
     };
-    const uint32_t wait = handler->endedWaits;
-    while (handler->isServing && handler->endedWaits == wait && isPending()) {
+    const uint32_t connection = handler->endedConnections;
+    while (handler->endedConnections == connection && isPending() && !isCancelled(wait)) {
         pthread_cond_wait(&handler->usbtmcConfigureComplete, mutex);
     }
-    return handler->isServing && handler->endedWaits == wait;
+    return handler->endedConnections == connection && !isPending();
 }
 
 } // namespace
 
 USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
-                                                       uint32_t channel) {
+                                                       uint32_t channel, SensorConfigsWait* wait) {
     USB_HANDLER_DATA_STRUCT* handler = handlerOf(channel);
     if (handler == nullptr) {
         return {};
     }
     const USBTMC_PARAM_ERRORS gone = {0, {}, true};
     const ScopedLock lock(sensorPortConfigMutex[channel]);
-    if (!handler->isServing) {
+    if (!handler->isServing || isCancelled(wait)) {
         return gone;
     }
     SENSOR_CONFIGS wanted = config;
@@ -322,19 +328,19 @@ USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& con
     handler->sensorConfigs = wanted;
     handler->newConfig = true;
     const uint32_t request = ++handler->requestNumber;
-    if (!waitForRequest(handler, request, &sensorPortConfigMutex[channel])) {
+    if (!waitForRequest(handler, request, &sensorPortConfigMutex[channel], wait)) {
         return gone;
     }
     return handler->usbtmc_Errors;
 }
 
-void sensorPortHandler_abandonSensorConfigs(uint32_t channel) {
+void sensorPortHandler_cancelSensorConfigs(uint32_t channel, SensorConfigsWait* wait) {
     USB_HANDLER_DATA_STRUCT* handler = handlerOf(channel);
     if (handler == nullptr) {
         return;
     }
     const ScopedLock lock(sensorPortConfigMutex[channel]);
-    ++handler->endedWaits;
+    wait->isCancelled = true;
     pthread_cond_broadcast(&handler->usbtmcConfigureComplete);
 }
 
@@ -428,6 +434,6 @@ void usbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing
     handler->sendingNumber = handler->requestNumber;
     handler->completedNumber = handler->requestNumber;
     handler->usbtmc_Errors = {};
-    handler->endedWaits += isServing ? 0U : 1U;
+    handler->endedConnections += isServing ? 0U : 1U;
     pthread_cond_broadcast(&handler->usbtmcConfigureComplete);
 }

@@ -3,21 +3,30 @@
 
 #include "UsbSensorHandler.h"
 
+#include <atomic>
+
 /// The measurement configuration of a USB sensor: how others hand one over, and how the handler
 /// sends it and reads it back.
 
 // For the dialogs and remote control. Any thread but those that hold the GDK lock.
 
+/// A caller's wait, which another thread may end. Set under the port's sensorPortConfigMutex.
+struct SensorConfigsWait {
+    std::atomic<bool> isCancelled{false};
+};
+
 /// Hands a configuration to a USB port and waits until the handler has sent it in pulse mode; in CW
 /// mode that may last for ever. The capability flags stay those of the connected sensor. Returns
 /// what the sensor refused. Without a sensor, or when it is pulled meanwhile, `sensorHasGone` is
-/// set. A port that is not USB returns an empty list at once.
+/// set. A port that is not USB returns an empty list at once. `wait` may be null.
 USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
-                                                       uint32_t channel);
+                                                       uint32_t channel,
+                                                       SensorConfigsWait* wait = nullptr);
 
-/// Ends the waits for a port's configuration: their callers return with `sensorHasGone` set, though
-/// the configuration may still be sent later.
-void sensorPortHandler_abandonSensorConfigs(uint32_t channel);
+/// Ends one caller's wait, whether it has begun or not: the caller returns with `sensorHasGone`
+/// set. A configuration that is already handed over may still be sent later; one that is not, never
+/// is.
+void sensorPortHandler_cancelSensorConfigs(uint32_t channel, SensorConfigsWait* wait);
 
 /// Lets a connected USB port send its configuration once more. Any thread.
 void sensorPortHandler_resendSensorConfig(uint32_t channel);

@@ -71,10 +71,10 @@ struct USB_HANDLER_DATA_STRUCT {
     /// Signalled when a configuration has been sent, and when there is no sensor any more. Waits
     /// with the port's sensorPortConfigMutex.
     pthread_cond_t usbtmcConfigureComplete;
-    uint32_t requestNumber;   ///< of the latest request to send a configuration
-    uint32_t sendingNumber;   ///< of the latest request that was taken for sending
-    uint32_t completedNumber; ///< of the latest request whose sending was completed
-    uint32_t endedWaits;      ///< grows when all waits end without a sending
+    uint32_t requestNumber;    ///< of the latest request to send a configuration
+    uint32_t sendingNumber;    ///< of the latest request that was taken for sending
+    uint32_t completedNumber;  ///< of the latest request whose sending was completed
+    uint32_t endedConnections; ///< grows with every sensor that has gone
 };
 
 extern USB_HANDLER_DATA_STRUCT sensorUsbHandlerData[usbSensorCount];

@@ -392,7 +392,32 @@ TEST_F(PulseConfigDialog, WhileItSendsOnlyCancelAnswersAndReadingsGoOn) {
     tap(dialog->cancel);
     EXPECT_FALSE(isShown(dialog->window));
     EXPECT_FALSE(PulseConfigSending_isActive());
-    EXPECT_EQ(SensorFakes_request().abandonedCount, 1);
+    EXPECT_EQ(SensorFakes_request().cancelledCount, 1);
+}
+
+TEST_F(PulseConfigDialog, ACancelBeforeTheConfigurationIsHandedOverEndsItsThreadToo) {
+    SensorFakes_holdRequests(true);
+    open(true);
+    tap("pulseConfigStore");
+    tap(dialog->cancel);
+    EXPECT_FALSE(isShown(dialog->window));
+    SensorFakes_holdRequests(false);
+    EXPECT_TRUE(Gui_waitUntil([] { return SensorFakes_request().endedCount == 1; }, limit_ms));
+    EXPECT_EQ(SensorFakes_request().count, 0);
+    EXPECT_EQ(World_readFile(storedFile), "");
+}
+
+TEST_F(PulseConfigDialog, ACancelEndsItsOwnSendingOnly) {
+    open(true);
+    tap("pulseConfigApply");
+    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, limit_ms));
+    tap(dialog->cancel);
+    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().endedCount == 1; }, limit_ms));
+    open(true);
+    tap("pulseConfigApply");
+    answer(0, false);
+    EXPECT_FALSE(isShown(dialog->window));
+    EXPECT_EQ(SensorFakes_request().cancelledCount, 1);
 }
 
 TEST_F(PulseConfigDialog, AfterACancelledSendingItOpensAsNew) {

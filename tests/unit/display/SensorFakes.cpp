@@ -17,6 +17,7 @@ std::mutex requestMutex;
 std::condition_variable requestAnswered;
 SensorFakeRequest request;
 USBTMC_PARAM_ERRORS answer;
+bool areRequestsHeld = false;
 
 } // namespace
 
@@ -90,23 +91,31 @@ void SensorFakes_answer(const USBTMC_PARAM_ERRORS& errors) {
     requestAnswered.notify_all();
 }
 
-USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
-                                                       uint32_t channel) {
-    std::unique_lock lock(requestMutex);
-    ++request.count;
-    request.config = config;
-    request.port = channel;
-    request.isWaiting = true;
-    requestAnswered.wait(lock, [] { return !request.isWaiting; });
-    return answer;
+void SensorFakes_holdRequests(bool isHeld) {
+    const std::scoped_lock lock(requestMutex);
+    areRequestsHeld = isHeld;
+    requestAnswered.notify_all();
 }
 
-void sensorPortHandler_abandonSensorConfigs(uint32_t /*channel*/) {
-    USBTMC_PARAM_ERRORS gone = {};
-    gone.sensorHasGone = true;
-    {
-        const std::scoped_lock lock(requestMutex);
-        ++request.abandonedCount;
+USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& config,
+                                                       uint32_t channel, SensorConfigsWait* wait) {
+    std::unique_lock lock(requestMutex);
+    requestAnswered.wait(lock, [] { return !areRequestsHeld; });
+    if (!wait->isCancelled) {
+        ++request.count;
+        request.config = config;
+        request.port = channel;
+        request.isWaiting = true;
+        requestAnswered.wait(lock, [wait] { return !request.isWaiting || wait->isCancelled; });
     }
-    SensorFakes_answer(gone);
+    request.isWaiting = false;
+    ++request.endedCount;
+    return wait->isCancelled ? USBTMC_PARAM_ERRORS{0, {}, true} : answer;
+}
+
+void sensorPortHandler_cancelSensorConfigs(uint32_t /*channel*/, SensorConfigsWait* wait) {
+    const std::scoped_lock lock(requestMutex);
+    wait->isCancelled = true;
+    ++request.cancelledCount;
+    requestAnswered.notify_all();
 }

@@ -32,9 +32,12 @@ struct SensorFakeRequest {
     SENSOR_CONFIGS config;
     uint32_t port;
     bool isWaiting;
-    int abandonedCount;
+    int cancelledCount;
+    int endedCount; ///< callers that have returned
 };
 SensorFakeRequest SensorFakes_request();
+/// While requests are held, their callers do not even get to the point where they hand over.
+void SensorFakes_holdRequests(bool isHeld);
 void SensorFakes_answer(const USBTMC_PARAM_ERRORS& errors);
 
 #endif

@@ -359,7 +359,7 @@ class Caller {
 public:
     explicit Caller(const SENSOR_CONFIGS& configs, uint32_t channel = sensorPort_USB2) {
         thread = std::thread([this, configs, channel] {
-            errors = sensorPortHandler_setSensorConfigs(configs, channel);
+            errors = sensorPortHandler_setSensorConfigs(configs, channel, &wait);
             isDone = true;
         });
     }
@@ -375,6 +375,7 @@ public:
         return errors;
     }
     std::atomic<bool> isDone{false};
+    SensorConfigsWait wait;
 
 private:
     USBTMC_PARAM_ERRORS errors{};
@@ -471,13 +472,30 @@ TEST_F(UsbConfigRequest, APulledSensorEndsTheWait) {
     EXPECT_TRUE(sensorPortHandler_setSensorConfigs(manual(), sensorPort_USB2).sensorHasGone);
 }
 
-TEST_F(UsbConfigRequest, AWaitCanBeGivenUp) {
+TEST_F(UsbConfigRequest, ACallerCanGiveUpItsWaitAndTheOthersWaitOn) {
     const uint32_t number = nextNumber();
-    Caller caller(manual());
+    Caller first(manual());
     ASSERT_TRUE(isRequested(number));
-    sensorPortHandler_abandonSensorConfigs(sensorPort_USB2);
-    EXPECT_TRUE(caller.result().sensorHasGone);
-    sensorPortHandler_abandonSensorConfigs(sensorPort_Serial1);
+    Caller second(manual());
+    ASSERT_TRUE(isRequested(number + 1));
+    sensorPortHandler_cancelSensorConfigs(sensorPort_USB2, &first.wait);
+    EXPECT_TRUE(first.result().sensorHasGone);
+    EXPECT_FALSE(second.isDone);
+    EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
+    usbSensorConfig_complete(&handler);
+    EXPECT_FALSE(second.result().sensorHasGone);
+}
+
+TEST_F(UsbConfigRequest, AWaitThatIsGivenUpBeforeItBeginsHandsNothingOver) {
+    SensorConfigsWait wait;
+    sensorPortHandler_cancelSensorConfigs(sensorPort_USB2, &wait);
+    handler.newConfig = false;
+    EXPECT_TRUE(sensorPortHandler_setSensorConfigs(manual(), sensorPort_USB2, &wait).sensorHasGone);
+    EXPECT_FALSE(handler.newConfig);
+    EXPECT_EQ(handler.sensorConfigs.freqVal, 0.0F);
+    SensorConfigsWait other;
+    sensorPortHandler_cancelSensorConfigs(sensorPort_Serial1, &other);
+    EXPECT_FALSE(other.isCancelled) << "nobody waits for a serial port";
 }
 
 TEST_F(UsbConfigRequest, AnotherPortReturnsAnEmptyListAtOnce) {
