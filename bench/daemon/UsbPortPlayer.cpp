@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <sys/socket.h>
@@ -155,6 +156,23 @@ void forgetConnection(UsbPortPlayer& player) {
     player.isStalled = false;
 }
 
+/// A setting that is to be refused.
+struct Refusal {
+    int code;
+    std::string header;
+};
+
+/// "CODE:HEADER"; nothing for anything else.
+std::optional<Refusal> refusalOf(std::string_view text) {
+    const size_t colon = text.find(':');
+    const auto code = BenchText_number(text.substr(0, colon));
+    if (!code || std::abs(*code) > 99999 || colon == std::string_view::npos ||
+        colon + 1 == text.size()) {
+        return std::nullopt;
+    }
+    return Refusal{static_cast<int>(*code), std::string(text.substr(colon + 1))};
+}
+
 } // namespace
 
 void UsbPortPlayer_open(UsbPortPlayer& player, uint32_t port, const std::string& world) {
@@ -203,27 +221,22 @@ void UsbPortPlayer_replug(UsbPortPlayer& player, double after_s, int64_t now_ns)
 bool UsbPortPlayer_setFault(UsbPortPlayer& player, std::string_view name, int64_t now_ns) {
     const size_t colon = name.find(':');
     const auto* found = std::ranges::find(usbFaultNames, name.substr(0, colon));
-    const bool hasArgument = colon != std::string_view::npos;
-    const bool needsArgument = found != usbFaultNames.end() && *found == std::string_view("error");
-    if (found == usbFaultNames.end() || hasArgument != needsArgument) {
+    if (found == usbFaultNames.end()) {
+        return false;
+    }
+    const auto fault = static_cast<UsbFault>(found - usbFaultNames.begin());
+    const auto refusal = refusalOf(colon == std::string_view::npos ? "" : name.substr(colon + 1));
+    if (refusal.has_value() != (fault == usbFaultError) ||
+        (fault != usbFaultError && colon != std::string_view::npos)) {
         return false;
     }
     Sensor316x& sensor = *player.sensor;
-    sensor.refusedHeader.clear();
-    if (needsArgument) {
-        const std::string_view argument = name.substr(colon + 1);
-        const size_t next = std::min(argument.find(':'), argument.size() - 1);
-        const auto code = BenchText_number(argument.substr(0, next));
-        if (!code) {
-            return false;
-        }
-        sensor.refusedCode = static_cast<int>(*code);
-        sensor.refusedHeader = argument.substr(next + 1);
-    }
-    player.fault = static_cast<UsbFault>(found - usbFaultNames.begin());
-    sensor.isHostile = player.fault == usbFaultHostile;
-    player.isStalled = player.fault == usbFaultStall;
-    if (player.fault != usbFaultLate) {
+    sensor.refusedHeader = refusal ? refusal->header : "";
+    sensor.refusedCode = refusal ? refusal->code : 0;
+    player.fault = fault;
+    sensor.isHostile = fault == usbFaultHostile;
+    player.isStalled = fault == usbFaultStall;
+    if (fault != usbFaultLate) {
         player.reply.reset();
     }
     WireLog_note(player.log, now_ns, "fault " + std::string(name));

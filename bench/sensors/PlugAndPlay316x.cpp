@@ -19,10 +19,10 @@ std::string PlugAndPlay316x_file(const Sensor316x& sensor) {
     constexpr const char* measured = "ScalarMeasurement";
     constexpr const char* configured = "ScalarConfiguration";
     return "<?xml version=\"1.0\"?>\n<Sensor>\n  <Model>" + sensor.modelText + "</Model>\n" +
-           entry(measured, "Measurement.ForwardAveragePower", "W", sensor.minPower_W,
-                 sensor.maxPower_W) +
-           entry(measured, "Measurement.ReflectedAveragePower", "W", sensor.minPower_W,
-                 sensor.maxPower_W) +
+           entry(measured, "Measurement.ForwardAveragePower", "W", sensor.input.minPower_W,
+                 sensor.input.maxPower_W) +
+           entry(measured, "Measurement.ReflectedAveragePower", "W", sensor.input.minPower_W,
+                 sensor.input.maxPower_W) +
            entry(measured, "Measurement.PRF", "Hz", 1, 160000) +
            entry(configured, "Configuration.CorrectionFrequency", "Hz", 360000, 105e6) +
            entry(configured, "Configuration.MaximumPulsePeriod", "s", 6e-6, 1) +

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace {
 
@@ -24,6 +23,7 @@ constexpr int statusReset = 0x01;
 constexpr int statusErrors = 0x04;
 constexpr int statusQuestionable = 0x08;
 constexpr int questionableNoPulse = 0x200;
+constexpr double usualTemperature_C = 33.0;
 constexpr double notANumber = 9.91e37;
 constexpr size_t longestErrorQueue = 16;
 
@@ -62,10 +62,10 @@ PulsePower316x around(double mean_W) {
 void measure(Sensor316x& sensor, int64_t now_ns) {
     Readings316x& readings = sensor.readings;
     readings.isThere = true;
-    readings.forward_W = Signal_value(sensor.forward_W, now_ns);
-    readings.reflected_W = Signal_value(sensor.reflected_W, now_ns);
-    readings.frequency_Hz = Signal_value(sensor.frequency_Hz, now_ns);
-    readings.temperature_C = Signal_value(sensor.temperature_C, now_ns);
+    readings.forward_W = Signal_value(sensor.input.forward_W, now_ns);
+    readings.reflected_W = Signal_value(sensor.input.reflected_W, now_ns);
+    readings.frequency_Hz = Signal_value(sensor.input.frequency_Hz, now_ns);
+    readings.temperature_C = Signal_value(sensor.input.temperature_C, now_ns);
     readings.period_s = sensor.period_s;
     readings.width_s = sensor.width_s;
     const double duty = dutyCycle(sensor);
@@ -234,38 +234,13 @@ void carryOut(Sensor316x& sensor, std::string_view header, std::string_view argu
 
 // Keys of "plug" and "set".
 
-bool refuse(std::string& error, std::string text) {
-    error = std::move(text);
-    return false;
-}
-
-bool setSignal(Signal& signal, SignalUnit unit, std::string_view value, int64_t now_ns,
-               std::string& error) {
-    const auto parsed = Signal_parse(value, unit, now_ns);
-    signal = parsed.value_or(signal);
-    return parsed || refuse(error, "'" + std::string(value) + "' is not " + signalShapesText);
-}
-
-bool setValue(double& number, SignalUnit unit, std::string_view value, std::string& error) {
-    const auto parsed = unit(value);
-    const bool isGood = parsed && *parsed >= 0;
-    number = isGood ? *parsed : number;
-    return isGood || refuse(error, "'" + std::string(value) + "' is not a number with its unit");
-}
-
-bool setText(std::string& text, std::string_view value, std::string&) {
-    text = value;
-    return true;
-}
-
-bool setPulsePower(std::optional<PulsePower316x>& power, std::string_view value,
-                   std::string& error) {
-    const auto parts = BenchText_split(value, ':');
+bool setPulsePower(std::optional<PulsePower316x>& power, const TypedValue& value) {
+    const auto parts = BenchText_split(value.text, ':');
     std::array<double, 3> numbers{};
     for (size_t at = 0; at < numbers.size(); ++at) {
         const auto number = parts.size() == 3 ? BenchText_power_W(parts[at]) : std::nullopt;
         if (!number) {
-            return refuse(error, "'" + std::string(value) + "' is not MEAN:MAX:MIN");
+            return TypedValue_refuse(value, "MEAN:MAX:MIN");
         }
         numbers.at(at) = *number;
     }
@@ -273,73 +248,63 @@ bool setPulsePower(std::optional<PulsePower316x>& power, std::string_view value,
     return true;
 }
 
-bool setFlag(bool& flag, std::string_view value, std::string& error) {
-    flag = value == "on";
-    return value == "on" || value == "off" ||
-           refuse(error, "'" + std::string(value) + "' is not on or off");
+bool setQuestionable(Sensor316x& sensor, const TypedValue& value) {
+    const auto number = BenchText_number(value.text);
+    if (!number || *number < 0 || *number >= 65536) {
+        return TypedValue_refuse(value, "a register value from 0 to 65535");
+    }
+    sensor.questionable = static_cast<int>(*number);
+    return true;
 }
 
-bool setQuestionable(Sensor316x& sensor, std::string_view value, std::string& error) {
-    double number = 0;
-    const bool isGood = setValue(number, BenchText_number, value, error) && number < 65536;
-    sensor.questionable = isGood ? static_cast<int>(number) : sensor.questionable;
-    return isGood || refuse(error, "'" + std::string(value) + "' is not a register value");
-}
-
-struct Key {
-    std::string_view name;
-    bool (*set)(Sensor316x&, std::string_view, int64_t, std::string&);
-};
-
-constexpr std::array<Key, 21> keys{{
-    {"fwd", [](Sensor316x& s, std::string_view v, int64_t now,
-               std::string& e) { return setSignal(s.forward_W, BenchText_power_W, v, now, e); }},
-    {"rfl", [](Sensor316x& s, std::string_view v, int64_t now,
-               std::string& e) { return setSignal(s.reflected_W, BenchText_power_W, v, now, e); }},
-    {"freq",
-     [](Sensor316x& s, std::string_view v, int64_t now, std::string& e) {
-         return setSignal(s.frequency_Hz, BenchText_frequency_Hz, v, now, e);
+constexpr std::array<SensorKey<Sensor316x>, 15> keys{{
+    {"period",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toDuration(value, &sensor.period_s);
      }},
-    {"temp",
-     [](Sensor316x& s, std::string_view v, int64_t now, std::string& e) {
-         return setSignal(s.temperature_C, BenchText_number, v, now, e);
+    {"width",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toDuration(value, &sensor.width_s);
      }},
-    {"period", [](Sensor316x& s, std::string_view v, int64_t,
-                  std::string& e) { return setValue(s.period_s, BenchText_duration_s, v, e); }},
-    {"width", [](Sensor316x& s, std::string_view v, int64_t,
-                 std::string& e) { return setValue(s.width_s, BenchText_duration_s, v, e); }},
-    {"level", [](Sensor316x& s, std::string_view v, int64_t,
-                 std::string& e) { return setValue(s.level_W, BenchText_power_W, v, e); }},
-    {"gate", [](Sensor316x& s, std::string_view v, int64_t,
-                std::string& e) { return setPulsePower(s.gate, v, e); }},
-    {"state1", [](Sensor316x& s, std::string_view v, int64_t,
-                  std::string& e) { return setPulsePower(s.states[0], v, e); }},
-    {"state2", [](Sensor316x& s, std::string_view v, int64_t,
-                  std::string& e) { return setPulsePower(s.states[1], v, e); }},
-    {"state3", [](Sensor316x& s, std::string_view v, int64_t,
-                  std::string& e) { return setPulsePower(s.states[2], v, e); }},
-    {"state4", [](Sensor316x& s, std::string_view v, int64_t,
-                  std::string& e) { return setPulsePower(s.states[3], v, e); }},
-    {"max", [](Sensor316x& s, std::string_view v, int64_t,
-               std::string& e) { return setValue(s.maxPower_W, BenchText_power_W, v, e); }},
-    {"min", [](Sensor316x& s, std::string_view v, int64_t,
-               std::string& e) { return setValue(s.minPower_W, BenchText_power_W, v, e); }},
+    {"level",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toNumber(value, BenchText_power_W, &sensor.level_W);
+     }},
+    {"gate",
+     [](Sensor316x& sensor, const TypedValue& value) { return setPulsePower(sensor.gate, value); }},
+    {"state1", [](Sensor316x& sensor,
+                  const TypedValue& value) { return setPulsePower(sensor.states[0], value); }},
+    {"state2", [](Sensor316x& sensor,
+                  const TypedValue& value) { return setPulsePower(sensor.states[1], value); }},
+    {"state3", [](Sensor316x& sensor,
+                  const TypedValue& value) { return setPulsePower(sensor.states[2], value); }},
+    {"state4", [](Sensor316x& sensor,
+                  const TypedValue& value) { return setPulsePower(sensor.states[3], value); }},
     {"measuring",
-     [](Sensor316x& s, std::string_view v, int64_t, std::string& e) {
-         return setValue(s.measuring_s, BenchText_duration_s, v, e);
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toDuration(value, &sensor.measuring_s);
      }},
-    {"latency", [](Sensor316x& s, std::string_view v, int64_t,
-                   std::string& e) { return setValue(s.latency_s, BenchText_duration_s, v, e); }},
-    {"questionable", [](Sensor316x& s, std::string_view v, int64_t,
-                        std::string& e) { return setQuestionable(s, v, e); }},
-    {"pnp", [](Sensor316x& s, std::string_view v, int64_t,
-               std::string& e) { return setFlag(s.hasPlugAndPlay, v, e); }},
-    {"model", [](Sensor316x& s, std::string_view v, int64_t,
-                 std::string& e) { return setText(s.modelText, v, e); }},
-    {"serial", [](Sensor316x& s, std::string_view v, int64_t,
-                  std::string& e) { return setText(s.serialNumber, v, e); }},
-    {"firmware", [](Sensor316x& s, std::string_view v, int64_t,
-                    std::string& e) { return setText(s.firmware, v, e); }},
+    {"latency",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toDuration(value, &sensor.latency_s);
+     }},
+    {"questionable", setQuestionable},
+    {"pnp",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toFlag(value, &sensor.hasPlugAndPlay);
+     }},
+    {"model",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toText(value, anyLength, &sensor.modelText);
+     }},
+    {"serial",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toText(value, anyLength, &sensor.serialNumber);
+     }},
+    {"firmware",
+     [](Sensor316x& sensor, const TypedValue& value) {
+         return TypedValue_toText(value, anyLength, &sensor.firmware);
+     }},
 }};
 
 } // namespace
@@ -357,13 +322,8 @@ std::optional<Sensor316x> Sensor316x_create(std::string_view modelName) {
     sensor.modelText = row->name;
     sensor.firmware = row->firmware;
     sensor.serialNumber = row->serialNumber;
-    sensor.maxPower_W = row->maxPower_W;
-    sensor.minPower_W = row->minPower_W;
     sensor.hasPulseSettings = row->hasPulseSettings;
-    sensor.forward_W = Signal_constant(0);
-    sensor.reflected_W = Signal_constant(0);
-    sensor.frequency_Hz = Signal_constant(13.56e6);
-    sensor.temperature_C = Signal_constant(33.0);
+    sensor.input = SensorInput_create(row->maxPower_W, row->minPower_W, usualTemperature_C);
     sensor.measuring_s = 0.05;
     sensor.hasPlugAndPlay = true;
     reset(sensor);
@@ -372,21 +332,7 @@ std::optional<Sensor316x> Sensor316x_create(std::string_view modelName) {
 
 bool Sensor316x_set(Sensor316x& sensor, std::string_view key, std::string_view value,
                     int64_t now_ns, std::string& error) {
-    const auto* row = std::ranges::find(keys, key, &Key::name);
-    if (row == keys.end()) {
-        std::vector<std::string> allowed;
-        allowed.reserve(keys.size());
-        for (const Key& known : keys) {
-            allowed.emplace_back(known.name);
-        }
-        return refuse(error, "unknown key '" + std::string(key) + "': a USB sensor has " +
-                                 BenchText_list(allowed));
-    }
-    if (!row->set(sensor, value, now_ns, error)) {
-        error = std::string(key) + ": " + error;
-        return false;
-    }
-    return true;
+    return SensorInput_set(sensor, keys, "a USB sensor", {}, key, {value, now_ns, &error});
 }
 
 std::string Sensor316x_receive(Sensor316x& sensor, std::string_view message, int64_t now_ns) {
@@ -407,11 +353,8 @@ void Sensor316x_interrupt(Sensor316x& sensor) {
 
 std::string Sensor316x_describe(Sensor316x& sensor, int64_t now_ns) {
     return BenchText_format(
-        "%s fwd=%.7g rfl=%.7g freq=%.7g temp=%.4g period=%gs width=%gs "
-        "serial=%s firmware=%s max=%g min=%g measuring=%gs errors=%zu",
-        sensor.modelText.c_str(), Signal_value(sensor.forward_W, now_ns),
-        Signal_value(sensor.reflected_W, now_ns), Signal_value(sensor.frequency_Hz, now_ns),
-        Signal_value(sensor.temperature_C, now_ns), sensor.period_s, sensor.width_s,
-        sensor.serialNumber.c_str(), sensor.firmware.c_str(), sensor.maxPower_W, sensor.minPower_W,
+        "%s %s period=%gs width=%gs serial=%s firmware=%s measuring=%gs errors=%zu",
+        sensor.modelText.c_str(), SensorInput_describe(sensor.input, now_ns).c_str(),
+        sensor.period_s, sensor.width_s, sensor.serialNumber.c_str(), sensor.firmware.c_str(),
         sensor.measuring_s, sensor.errors.size());
 }

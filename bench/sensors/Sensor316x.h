@@ -1,7 +1,7 @@
 #ifndef BENCH_SENSORS_SENSOR_316X_H
 #define BENCH_SENSORS_SENSOR_316X_H
 
-#include "Signal.h"
+#include "SensorInput.h"
 
 #include <array>
 #include <cstdint>
@@ -55,15 +55,10 @@ struct Sensor316x {
     std::string modelText;
     std::string firmware;
     std::string serialNumber;
-    double maxPower_W;
-    double minPower_W;
     bool hasPulseSettings;
 
     // The signal at its connector. Without a period it is a continuous wave.
-    Signal forward_W;
-    Signal reflected_W;
-    Signal frequency_Hz;
-    Signal temperature_C;
+    SensorInput input;
     double period_s;
     double width_s;
     double level_W; ///< 0: what the average and the duty cycle make it

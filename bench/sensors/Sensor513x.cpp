@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 const std::array<const char*, serialFaultCount> serialFaultNames = {
     "none", "silence", "short", "wrongsync", "chatter", "slow", "hostile", "noise", "cut"};
@@ -23,6 +22,7 @@ constexpr std::array<Model513x, 5> models{{
     {"SMK", "SMK-250", "1.02", nullptr, "SIFRHT", 250, 0.001, 281},
 }};
 
+constexpr double usualTemperature_C = 31.5;
 constexpr size_t modelLength = 8;
 constexpr size_t commandsLength = 16;
 constexpr size_t memoryLength = 9;
@@ -35,91 +35,33 @@ std::string padded(std::string text, size_t length, char with) {
     return text;
 }
 
-bool refuse(std::string& error, std::string text) {
-    error = std::move(text);
-    return false;
-}
+using Key = SensorKey<Sensor513x>;
 
-// Setters: one per kind of value, so that the table of keys stays a table.
-
-bool setSignal(Signal& signal, SignalUnit unit, std::string_view value, int64_t now_ns,
-               std::string& error) {
-    const auto parsed = Signal_parse(value, unit, now_ns);
-    if (!parsed) {
-        return refuse(error, "'" + std::string(value) + "' is not " + signalShapesText);
-    }
-    signal = *parsed;
-    return true;
-}
-
-bool setNumber(double& number, std::string_view value, std::string& error) {
-    const auto parsed = BenchText_number(value);
-    if (!parsed) {
-        return refuse(error, "'" + std::string(value) + "' is not a number");
-    }
-    number = *parsed;
-    return true;
-}
-
-bool setDuration(double& duration_s, std::string_view value, std::string& error) {
-    const auto parsed = BenchText_duration_s(value);
-    if (!parsed || *parsed < 0) {
-        return refuse(error, "'" + std::string(value) + "' is not a time such as 500ms or 2s");
-    }
-    duration_s = *parsed;
-    return true;
-}
-
-bool setText(std::string& text, size_t length, std::string_view value, std::string& error) {
-    if (value.size() > length) {
-        return refuse(error, "'" + std::string(value) + "' is longer than " +
-                                 std::to_string(length) + " characters");
-    }
-    text = value;
-    return true;
-}
-
-bool setMemory(Sensor513x& sensor, std::string_view value, std::string& error) {
-    sensor.hasMemory = true;
-    return setText(sensor.memory, memoryLength, value, error);
-}
-
-using Setter = bool (*)(Sensor513x&, std::string_view, int64_t, std::string&);
-
-struct Key {
-    std::string_view name;
-    Setter set;
-};
-
-constexpr std::array<Key, 12> keys{{
-    {"fwd", [](Sensor513x& s, std::string_view v, int64_t now,
-               std::string& e) { return setSignal(s.forward_W, BenchText_power_W, v, now, e); }},
-    {"rfl", [](Sensor513x& s, std::string_view v, int64_t now,
-               std::string& e) { return setSignal(s.reflected_W, BenchText_power_W, v, now, e); }},
-    {"freq",
-     [](Sensor513x& s, std::string_view v, int64_t now, std::string& e) {
-         return setSignal(s.frequency_Hz, BenchText_frequency_Hz, v, now, e);
+constexpr std::array<Key, 6> keys{{
+    {"current",
+     [](Sensor513x& sensor, const TypedValue& value) {
+         return TypedValue_toNumber(value, BenchText_number, &sensor.current_mA);
      }},
-    {"temp",
-     [](Sensor513x& s, std::string_view v, int64_t now, std::string& e) {
-         return setSignal(s.temperature_C, BenchText_number, v, now, e);
+    {"boot", [](Sensor513x& sensor,
+                const TypedValue& value) { return TypedValue_toDuration(value, &sensor.boot_s); }},
+    {"model",
+     [](Sensor513x& sensor, const TypedValue& value) {
+         return TypedValue_toText(value, modelLength, &sensor.modelText);
      }},
-    {"max", [](Sensor513x& s, std::string_view v, int64_t,
-               std::string& e) { return setNumber(s.maxPower_W, v, e); }},
-    {"min", [](Sensor513x& s, std::string_view v, int64_t,
-               std::string& e) { return setNumber(s.minPower_W, v, e); }},
-    {"current", [](Sensor513x& s, std::string_view v, int64_t,
-                   std::string& e) { return setNumber(s.current_mA, v, e); }},
-    {"boot", [](Sensor513x& s, std::string_view v, int64_t,
-                std::string& e) { return setDuration(s.boot_s, v, e); }},
-    {"model", [](Sensor513x& s, std::string_view v, int64_t,
-                 std::string& e) { return setText(s.modelText, modelLength, v, e); }},
-    {"firmware", [](Sensor513x& s, std::string_view v, int64_t,
-                    std::string& e) { return setText(s.firmware, modelLength, v, e); }},
-    {"commands", [](Sensor513x& s, std::string_view v, int64_t,
-                    std::string& e) { return setText(s.commands, commandsLength, v, e); }},
+    {"firmware",
+     [](Sensor513x& sensor, const TypedValue& value) {
+         return TypedValue_toText(value, modelLength, &sensor.firmware);
+     }},
+    {"commands",
+     [](Sensor513x& sensor, const TypedValue& value) {
+         return TypedValue_toText(value, commandsLength, &sensor.commands);
+     }},
     {"serial",
-     [](Sensor513x& s, std::string_view v, int64_t, std::string& e) { return setMemory(s, v, e); }},
+     [](Sensor513x& sensor, const TypedValue& value) {
+         const bool isSet = TypedValue_toText(value, memoryLength, &sensor.memory);
+         sensor.hasMemory = sensor.hasMemory || isSet;
+         return isSet;
+     }},
 }};
 
 // Replies, one function per command.
@@ -127,8 +69,8 @@ constexpr std::array<Key, 12> keys{{
 std::string identity(const Sensor513x& sensor) {
     return padded(sensor.modelText, modelLength, '\xFF') +
            padded(sensor.firmware, modelLength, ' ') +
-           padded(sensor.commands, commandsLength, ' ') + SensorFloat_bytes(sensor.maxPower_W) +
-           SensorFloat_bytes(sensor.minPower_W);
+           padded(sensor.commands, commandsLength, ' ') +
+           SensorFloat_bytes(sensor.input.maxPower_W) + SensorFloat_bytes(sensor.input.minPower_W);
 }
 
 std::string hostileIdentity() {
@@ -158,13 +100,13 @@ std::string plainReply(Sensor513x& sensor, SerialFault fault, char command, int6
     case 'I':
         return fault == serialFaultHostile ? hostileIdentity() : identity(sensor);
     case 'F':
-        return power(sensor.forward_W, now_ns);
+        return power(sensor.input.forward_W, now_ns);
     case 'R':
-        return power(sensor.reflected_W, now_ns);
+        return power(sensor.input.reflected_W, now_ns);
     case 'H':
-        return SensorFloat_bytes(Signal_value(sensor.frequency_Hz, now_ns));
+        return SensorFloat_bytes(Signal_value(sensor.input.frequency_Hz, now_ns));
     case 'T':
-        return SensorFloat_bytes(Signal_value(sensor.temperature_C, now_ns));
+        return SensorFloat_bytes(Signal_value(sensor.input.temperature_C, now_ns));
     default:
         return {};
     }
@@ -203,33 +145,15 @@ std::optional<Sensor513x> Sensor513x_create(std::string_view modelName) {
     sensor.commands = row->commands;
     sensor.hasMemory = row->serialNumber != nullptr;
     sensor.memory = sensor.hasMemory ? row->serialNumber : "";
-    sensor.maxPower_W = row->maxPower_W;
-    sensor.minPower_W = row->minPower_W;
+    sensor.input = SensorInput_create(row->maxPower_W, row->minPower_W, usualTemperature_C);
     sensor.current_mA = row->current_mA;
-    sensor.forward_W = Signal_constant(0);
-    sensor.reflected_W = Signal_constant(0);
-    sensor.frequency_Hz = Signal_constant(13.56e6);
-    sensor.temperature_C = Signal_constant(31.5);
     sensor.boot_s = 0.1;
     return sensor;
 }
 
 bool Sensor513x_set(Sensor513x& sensor, std::string_view key, std::string_view value,
                     int64_t now_ns, std::string& error) {
-    const auto* row = std::ranges::find(keys, key, &Key::name);
-    if (row == keys.end()) {
-        std::vector<std::string> allowed = {"baud"};
-        for (const Key& known : keys) {
-            allowed.emplace_back(known.name);
-        }
-        return refuse(error, "unknown key '" + std::string(key) + "': a serial sensor has " +
-                                 BenchText_list(allowed));
-    }
-    if (!row->set(sensor, value, now_ns, error)) {
-        error = std::string(key) + ": " + error;
-        return false;
-    }
-    return true;
+    return SensorInput_set(sensor, keys, "a serial sensor", {"baud"}, key, {value, now_ns, &error});
 }
 
 std::string Sensor513x_receive(Sensor513x& sensor, SerialFault fault, uint8_t byte,
@@ -252,11 +176,7 @@ std::string Sensor513x_receive(Sensor513x& sensor, SerialFault fault, uint8_t by
 }
 
 std::string Sensor513x_describe(Sensor513x& sensor, int64_t now_ns) {
-    return BenchText_format(
-        "%s fwd=%.7g rfl=%.7g freq=%.7g temp=%.4g serial=%s firmware=%s "
-        "max=%g min=%g current=%g",
-        sensor.modelText.c_str(), Signal_value(sensor.forward_W, now_ns),
-        Signal_value(sensor.reflected_W, now_ns), Signal_value(sensor.frequency_Hz, now_ns),
-        Signal_value(sensor.temperature_C, now_ns), sensor.memory.c_str(), sensor.firmware.c_str(),
-        sensor.maxPower_W, sensor.minPower_W, sensor.current_mA);
+    return BenchText_format("%s %s serial=%s firmware=%s current=%g", sensor.modelText.c_str(),
+                            SensorInput_describe(sensor.input, now_ns).c_str(),
+                            sensor.memory.c_str(), sensor.firmware.c_str(), sensor.current_mA);
 }

@@ -1,7 +1,7 @@
 #ifndef BENCH_SENSORS_SENSOR_513X_H
 #define BENCH_SENSORS_SENSOR_513X_H
 
-#include "Signal.h"
+#include "SensorInput.h"
 
 #include <array>
 #include <cstdint>
@@ -46,13 +46,8 @@ struct Sensor513x {
     std::string commands;
     std::string memory; ///< bytes from address 48
     bool hasMemory;
-    double maxPower_W;
-    double minPower_W;
+    SensorInput input;
     double current_mA;
-    Signal forward_W;
-    Signal reflected_W;
-    Signal frequency_Hz;
-    Signal temperature_C;
     double boot_s;          ///< silent this long after it was plugged in
     std::string unfinished; ///< bytes of a memory command that is not whole yet
     int64_t lastByte_ns;    ///< a memory command that stays unfinished is forgotten

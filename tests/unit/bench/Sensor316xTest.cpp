@@ -1,9 +1,8 @@
 #include "Sensor316x.h"
 
 #include "PlugAndPlay316x.h"
+#include "SensorTest.h"
 #include "Settings316x.h"
-
-#include <gmock/gmock.h>
 
 #include <set>
 
@@ -15,20 +14,11 @@ namespace {
 constexpr int64_t second_ns = 1000000000;
 
 Sensor316x sensorOf(const char* model) {
-    auto sensor = Sensor316x_create(model);
-    EXPECT_TRUE(sensor) << model;
-    return sensor.value_or(Sensor316x{});
+    return existing(Sensor316x_create(model));
 }
 
 std::string ask(Sensor316x& sensor, const std::string& message, int64_t now_ns = 0) {
     return Sensor316x_receive(sensor, message + "\n", now_ns);
-}
-
-bool set(Sensor316x& sensor, const char* key, const char* value) {
-    std::string error;
-    const bool isSet = Sensor316x_set(sensor, key, value, 0, error);
-    EXPECT_EQ(isSet, error.empty()) << error;
-    return isSet;
 }
 
 } // namespace
@@ -199,19 +189,11 @@ TEST(Sensor316x, OneSettingCanBeRefusedOnPurpose) {
 }
 
 TEST(Sensor316x, RefusalsNameWhatIsAllowed) {
-    Sensor316x sensor = sensorOf("3164");
-    const struct {
-        const char* key;
-        const char* value;
-        const char* says;
-    } cases[] = {
-        {"colour", "red", "unknown key 'colour'"}, {"fwd", "much", "ramp:FROM:TO:TIME"},
-        {"period", "-1s", "is not a number"},      {"gate", "1:2", "is not MEAN:MAX:MIN"},
-        {"pnp", "maybe", "is not on or off"},      {"questionable", "70000", "register value"},
-    };
-    for (const auto& c : cases) {
-        std::string error;
-        EXPECT_FALSE(Sensor316x_set(sensor, c.key, c.value, 0, error)) << c.key;
-        EXPECT_THAT(error, HasSubstr(c.says));
-    }
+    expectRefusals(sensorOf("3164"), Sensor316x_describe,
+                   {{"period", "-1s", "is not a time"},
+                    {"gate", "1:2", "is not MEAN:MAX:MIN"},
+                    {"state4", "1:2:x", "is not MEAN:MAX:MIN"},
+                    {"level", "-1", "is not a number"},
+                    {"pnp", "maybe", "is not on or off"},
+                    {"questionable", "70000", "is not a register value"}});
 }

@@ -1,8 +1,7 @@
 #include "Sensor513x.h"
 
 #include "SensorFloat.h"
-
-#include <gmock/gmock.h>
+#include "SensorTest.h"
 
 #include <set>
 
@@ -12,9 +11,7 @@ using testing::SizeIs;
 namespace {
 
 Sensor513x sensorOf(const char* model) {
-    auto sensor = Sensor513x_create(model);
-    EXPECT_TRUE(sensor) << model;
-    return sensor.value_or(Sensor513x{});
+    return existing(Sensor513x_create(model));
 }
 
 std::string ask(Sensor513x& sensor, const std::string& command,
@@ -24,13 +21,6 @@ std::string ask(Sensor513x& sensor, const std::string& command,
         reply += Sensor513x_receive(sensor, fault, static_cast<uint8_t>(byte), 1000);
     }
     return reply;
-}
-
-bool set(Sensor513x& sensor, const char* key, const char* value) {
-    std::string error;
-    const bool isSet = Sensor513x_set(sensor, key, value, 0, error);
-    EXPECT_EQ(isSet, error.empty()) << error;
-    return isSet;
 }
 
 } // namespace
@@ -151,21 +141,11 @@ TEST(Sensor513x, FaultsChangeTheReplies) {
 }
 
 TEST(Sensor513x, RefusalsNameWhatIsAllowed) {
-    Sensor513x sensor = sensorOf("5132");
-    const struct {
-        const char* key;
-        const char* value;
-        const char* says;
-    } cases[] = {
-        {"colour", "red", "unknown key 'colour'"}, {"fwd", "much", "ramp:FROM:TO:TIME"},
-        {"max", "x", "is not a number"},           {"boot", "-1s", "is not a time"},
-        {"model", "123456789", "longer than 8"},   {"serial", "1234567890", "longer than 9"},
-    };
-    for (const auto& c : cases) {
-        std::string error;
-        EXPECT_FALSE(Sensor513x_set(sensor, c.key, c.value, 0, error)) << c.key;
-        EXPECT_THAT(error, HasSubstr(c.says));
-    }
+    expectRefusals(sensorOf("5132"), Sensor513x_describe,
+                   {{"current", "-1", "is not a number"},
+                    {"boot", "-1s", "is not a time"},
+                    {"model", "123456789", "longer than 8"},
+                    {"serial", "1234567890", "longer than 9"}});
 }
 
 TEST(Sensor513x, UnknownModelsAreRefused) {

@@ -164,10 +164,16 @@ TEST_F(UsbPortPlayerTest, GarbageAndHostileTextsComeAsReplies) {
     EXPECT_THAT(read(), HasSubstr("%n%s"));
 }
 
-TEST_F(UsbPortPlayerTest, UnknownFaultsAreRefused) {
-    for (const char* name : {"", "anger", "none:1", "error", "error:", "error:x:SENS:FREQ"}) {
+TEST_F(UsbPortPlayerTest, UnknownFaultsAreRefusedAndChangeNothing) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "error:-222:SENS:FREQ", 0));
+    for (const char* name :
+         {"", "anger", "none:1", "silence:", "error", "error:", "error:x:SENS:FREQ", "error:-222",
+          "error:-222:", "error::SENS:FREQ", "error:1e9:SENS:FREQ"}) {
         EXPECT_FALSE(UsbPortPlayer_setFault(player, name, 0)) << name;
     }
+    EXPECT_EQ(player.fault, usbFaultError);
+    EXPECT_EQ(player.sensor->refusedHeader, "SENS:FREQ");
+    EXPECT_EQ(player.sensor->refusedCode, -222);
 }
 
 TEST_F(UsbPortPlayerTest, TheLogHoldsTheConversation) {
