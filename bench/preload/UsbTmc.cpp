@@ -46,12 +46,15 @@ struct Packet {
 
 enum class Place : uint8_t { free, beingTaken, used };
 
-/// One open descriptor. A reply that arrives while a message is being acknowledged is kept.
+/// One open descriptor. A reply that arrives while a message is being acknowledged is kept. What
+/// comes for a transfer that was given up is thrown away, as a driver's abort does: else every
+/// later transfer would get what belongs to an earlier one.
 struct Channel {
     std::atomic<Place> place{Place::free};
     std::atomic<int> fd{-1};
     std::atomic<ino_t> identity{0}; // tells the socket from a later file of the same number
     bool isGone = false;
+    int owedAnswers = 0; // to transfers that were given up
     size_t keptCount = 0;
     std::array<Packet, 4> kept;
 };
@@ -107,6 +110,7 @@ bool remember(int fd) {
     found->fd.store(fd);
     found->identity.store(identityOf(fd));
     found->isGone = false;
+    found->owedAnswers = 0;
     found->keptCount = 0;
     found->place.store(Place::used);
     return true;
@@ -164,22 +168,37 @@ int receivePacket(Channel& channel, Packet& packet) {
     return 0;
 }
 
+/// True when this is the answer to a transfer that was given up: what was kept belongs to it.
+bool isOverdue(Channel& channel, const Packet& packet) {
+    if (packet.kind != 'A' || channel.owedAnswers == 0) {
+        return false;
+    }
+    --channel.owedAnswers;
+    channel.keptCount = 0;
+    return true;
+}
+
 /// Waits until the far side has acknowledged; its error number becomes errno. Replies that come in
 /// between wait for their read.
 int awaitAcknowledgement(Channel& channel) {
     Packet packet;
+    const bool isBehind = channel.owedAnswers > 0; // replies are those of what was given up
     for (;;) {
         if (receivePacket(channel, packet) != 0) {
             if (errno == EINTR) {
                 continue;
             }
+            channel.owedAnswers += errno == ETIMEDOUT ? 1 : 0;
             return -1;
+        }
+        if (isOverdue(channel, packet)) {
+            continue;
         }
         if (packet.kind == 'A') {
             errno = atoi(packet.bytes.data());
             return errno == 0 ? 0 : -1;
         }
-        if (channel.keptCount < channel.kept.size()) {
+        if (!isBehind && channel.keptCount < channel.kept.size()) {
             channel.kept[channel.keptCount++] = packet;
         }
     }
@@ -258,8 +277,10 @@ ssize_t UsbTmc_read(int fd, void* buffer, size_t size) {
         if (receivePacket(*channel, channel->kept[0]) != 0) {
             return -1;
         }
-        // An acknowledgement that comes after its message was given up means nothing any more.
-        channel->keptCount = channel->kept[0].kind == 'A' ? 0 : 1;
+        // An answer that comes after its transfer was given up means nothing any more.
+        const Packet& packet = channel->kept[0];
+        const bool isOfNoUse = isOverdue(*channel, packet) || packet.kind == 'A';
+        channel->keptCount = isOfNoUse ? 0 : 1;
     }
     return takeKept(*channel, buffer, size);
 }

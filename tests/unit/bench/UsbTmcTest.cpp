@@ -128,6 +128,28 @@ TEST_F(UsbTmc, ASilentSensorTimesOutAfterFiveSecondsOfTheBench) {
     EXPECT_EQ(readReply(64), "late\n");
 }
 
+TEST_F(UsbTmc, WhatComesForATransferThatWasGivenUpIsNotTakenForALaterOne) {
+    World_setSpeed(20);
+    EXPECT_EQ(write(fd, "FIRST?\n", 7), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_EQ(ioctl(fd, USBTMC_IOCTL_CLEAR), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    for (const char* packet : {"A0", "Rfirst\n", "A0"}) {
+        sendPacket(sensor, packet);
+    }
+    EXPECT_EQ(receivePacket(sensor), "WFIRST?\n");
+    EXPECT_EQ(receivePacket(sensor), "C");
+    for (const char* reply : {"second\n", "third\n"}) {
+        whileSensor(
+            [this, reply] {
+                acknowledge("WNEXT?\n");
+                sendPacket(sensor, std::string("R") + reply);
+            },
+            [this] { EXPECT_EQ(write(fd, "NEXT?\n", 6), 6); });
+        EXPECT_EQ(readReply(64), reply);
+    }
+}
+
 TEST_F(UsbTmc, TheThreeRequestsReachTheSensorAndClearForgetsReplies) {
     whileSensor(
         [this] {
