@@ -3,7 +3,7 @@
 
 #include <gtk/gtk.h>
 
-/// What the dialogs above the measurement screens share. GDK lock held.
+/// What interface files and the dialogs above the measurement screens share. GDK lock held.
 
 /// A signal handler that an interface file names.
 struct DialogHandler {

@@ -3,13 +3,13 @@
 #include "AppFlags.h"
 #include "CSensorDisplayFSM.h"
 #include "Configuration.h"
+#include "DialogHelpers.h"
 #include "GtkHelpers.h"
 #include "MainWindow.h"
 #include "PulseConfig.h"
 #include "PulseConfigSending.h"
 #include "PulseDisplay.h"
 #include "SensorPortHandler.h"
-#include "message.h"
 
 #include <cstdio>
 #include <span>
@@ -46,7 +46,9 @@ constexpr char styleText[] = R"(
 }
 #pulseConfigDialog entry:disabled { color: #6a6e72; border-color: #333333; }
 #pulseConfigDialog entry.target { border-color: #ffd766; }
+#pulseConfigDialog entry.target:disabled { border-color: #333333; }
 #pulseConfigDialog entry.selected { background-color: #ffd766; color: black; }
+#pulseConfigDialog entry.selected:disabled { background-color: #101112; color: #6a6e72; }
 #pulseConfigDialog checkbutton, #pulseConfigDialog radiobutton { outline-style: none; }
 #pulseConfigDialog check, #pulseConfigDialog radio {
     min-width: 32px; min-height: 32px; background-color: #1d1f21; background-image: none;
@@ -56,6 +58,9 @@ constexpr char styleText[] = R"(
 #pulseConfigDialog checkbutton label, #pulseConfigDialog radiobutton label { padding-left: 8px; }
 #pulseConfigDialog check:checked, #pulseConfigDialog radio:checked {
     background-color: #ffd766; border-color: #ffd766;
+}
+#pulseConfigDialog check:disabled, #pulseConfigDialog radio:disabled {
+    background-color: #1d1f21; border-color: #333333; color: #6a6e72;
 }
 )";
 
@@ -91,22 +96,10 @@ constexpr WidgetRow widgetRows[] = {
     {"pulseConfigErrorOk", &PULSE_CONFIG_DIALOG::errorOk},
 };
 
-GtkBuilder* loadInterface() {
-    GtkBuilder* builder = gtk_builder_new();
-    GError* error = nullptr;
-    if (gtk_builder_add_from_file(builder, interfaceFile, &error) == 0) {
-        DIAGNOSTIC("Error loading file: %s\n", error->message);
-        g_error_free(error);
-        g_object_unref(builder);
-        return nullptr;
-    }
-    return builder;
-}
-
 bool takeWidgets(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     bool isComplete = true;
     for (const WidgetRow& row : widgetRows) {
-        dialog->*row.field = PulseConfigForm_takeWidget(builder, row.id);
+        dialog->*row.field = Dialog_widget(builder, row.id);
         isComplete = isComplete && dialog->*row.field != nullptr;
     }
     return PulseConfigForm_create(dialog, builder) && isComplete;
@@ -157,7 +150,7 @@ void connectDialog(PULSE_CONFIG_DIALOG* dialog) {
 /// Builds one form; a dialog that lacks a widget stays unusable.
 void createDisplay(PULSE_CONFIG_DIALOG* dialog, bool supportsTriggeredGates) {
     *dialog = {};
-    GtkBuilder* builder = loadInterface();
+    GtkBuilder* builder = Dialog_load(interfaceFile, nullptr, 0);
     if (builder == nullptr) {
         return;
     }

@@ -1,8 +1,8 @@
 #include "PulseConfigForm.h"
 
 #include "AppFlags.h"
+#include "DialogHelpers.h"
 #include "GtkHelpers.h"
-#include "message.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -288,8 +288,8 @@ bool takeEntries(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
         std::snprintf(unitId, sizeof unitId, "%sUnit", row.id);
         PulseConfigEntry& entry = dialog->entries[i];
         entry = {};
-        entry.entry = PulseConfigForm_takeWidget(builder, row.id);
-        entry.unitButton = PulseConfigForm_takeWidget(builder, unitId);
+        entry.entry = Dialog_widget(builder, row.id);
+        entry.unitButton = Dialog_widget(builder, unitId);
         entry.field = row.field;
         entry.state = row.state;
         entry.number.kind = row.kind;
@@ -301,13 +301,13 @@ bool takeEntries(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
 bool takeWidgets(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     bool isComplete = true;
     for (const WidgetRow& row : widgetRows) {
-        dialog->*row.field = PulseConfigForm_takeWidget(builder, row.id);
+        dialog->*row.field = Dialog_widget(builder, row.id);
         isComplete = isComplete && dialog->*row.field != nullptr;
     }
     for (uint32_t i = 0; i < pulseConfigStateCount; ++i) {
         char id[40];
         std::snprintf(id, sizeof id, "pulseConfigStateLabel%u", i + 1);
-        dialog->stateLabels[i] = PulseConfigForm_takeWidget(builder, id);
+        dialog->stateLabels[i] = Dialog_widget(builder, id);
     }
     return isComplete;
 }
@@ -326,28 +326,18 @@ void connectForm(PULSE_CONFIG_DIALOG* dialog) {
 
 void connectKeys(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     for (const Key& key : keys) {
-        GtkWidget* button = PulseConfigForm_takeWidget(builder, key.id);
+        GtkWidget* button = Dialog_widget(builder, key.id);
         if (button != nullptr) {
             g_signal_connect(button, "clicked", G_CALLBACK(tapKey), dialog);
         }
     }
-    GtkWidget* next = PulseConfigForm_takeWidget(builder, "pulseConfigKeyNext");
+    GtkWidget* next = Dialog_widget(builder, "pulseConfigKeyNext");
     if (next != nullptr) {
         g_signal_connect(next, "clicked", G_CALLBACK(tapNext), dialog);
     }
 }
 
 } // namespace
-
-GtkWidget* PulseConfigForm_takeWidget(GtkBuilder* builder, const char* id) {
-    GObject* object = gtk_builder_get_object(builder, id);
-    if (object == nullptr) {
-        DIAGNOSTIC("The pulse configuration dialog has no %s.\n", id);
-        return nullptr;
-    }
-    gtk_widget_set_name(GTK_WIDGET(object), id);
-    return GTK_WIDGET(object);
-}
 
 bool PulseConfigForm_create(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     const bool hasEntries = takeEntries(dialog, builder);

@@ -81,9 +81,6 @@ struct PULSE_CONFIG_DIALOG {
 /// missing.
 bool PulseConfigForm_create(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder);
 
-/// A widget by its id, which becomes its name; null, with a message, if there is none.
-GtkWidget* PulseConfigForm_takeWidget(GtkBuilder* builder, const char* id);
-
 /// Puts `pulseConfig` into the widgets and shows those that its mode and its states need.
 void PulseConfigForm_fill(PULSE_CONFIG_DIALOG* dialog);
 

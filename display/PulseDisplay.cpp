@@ -1,9 +1,9 @@
 #include "PulseDisplay.h"
 
 #include "AppFlags.h"
+#include "DialogHelpers.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
-#include "message.h"
 
 #include <array>
 #include <cstdio>
@@ -65,31 +65,6 @@ constexpr ScaleHandlers gatedHandlers = {CGTKScaleControls_CallbackGatedPowerUp,
                                          CGTKScaleControls_CallbackGatedPowerDown,
                                          CGTKScaleControls_CallbackGatedPowerAuto};
 
-/// Builds the interface; null, with a message, if its file cannot be loaded.
-GtkBuilder* loadInterface(bool full) {
-    GtkBuilder* builder = gtk_builder_new();
-    GError* error = nullptr;
-    if (gtk_builder_add_from_file(builder, full ? fullInterfaceFile : halfInterfaceFile, &error) ==
-        0) {
-        DIAGNOSTIC("Error loading file: %s\n", error->message);
-        g_error_free(error);
-        g_object_unref(builder);
-        return nullptr;
-    }
-    return builder;
-}
-
-/// A widget by its id, which becomes its name; null, with a message, if there is none.
-GtkWidget* takeWidget(GtkBuilder* builder, const char* id) {
-    GObject* object = gtk_builder_get_object(builder, id);
-    if (object == nullptr) {
-        DIAGNOSTIC("The pulse display has no %s.\n", id);
-        return nullptr;
-    }
-    gtk_widget_set_name(GTK_WIDGET(object), id);
-    return GTK_WIDGET(object);
-}
-
 void bindPowers(GtkBuilder* builder, CGTKPowerDisplay* display) {
     const Binding bindings[] = {
         {"pulse.btnTitle", &display->title.sensorButton},
@@ -111,7 +86,7 @@ void bindPowers(GtkBuilder* builder, CGTKPowerDisplay* display) {
         {"pulse.btnRflScaleDown", &display->scaleControlsRfl.gtkScaleDown},
     };
     for (const Binding& binding : bindings) {
-        *binding.field = takeWidget(builder, binding.id);
+        *binding.field = Dialog_widget(builder, binding.id);
     }
 }
 
@@ -134,7 +109,7 @@ void bindPulse(GtkBuilder* builder, CGTKPowerDisplay* display) {
         {"pulse.unitsFreq", &display->frequency.unitsButtonLabel},
     };
     for (const Binding& binding : bindings) {
-        *binding.field = takeWidget(builder, binding.id);
+        *binding.field = Dialog_widget(builder, binding.id);
     }
 }
 
@@ -150,33 +125,33 @@ void bindGate(GtkBuilder* builder, CGTKPowerDisplay* display) {
         {"pulse.btnGatedAuto", &display->scaleControlsGatedPower.gtkScaleAutoOn},
     };
     for (const Binding& binding : bindings) {
-        *binding.field = takeWidget(builder, binding.id);
+        *binding.field = Dialog_widget(builder, binding.id);
     }
 }
 
 void bindStates(GtkBuilder* builder, CGTKPowerDisplay* display) {
-    display->pGridState = takeWidget(builder, "pulse.gridState");
+    display->pGridState = Dialog_widget(builder, "pulse.gridState");
     char id[32];
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
         gtkPowerDisplay_PulseState& state = display->stateArray[i];
         for (const StateBinding& binding : stateBindings) {
             std::snprintf(id, sizeof id, "%s%u", binding.id, i + 1);
-            state.*binding.field = takeWidget(builder, id);
+            state.*binding.field = Dialog_widget(builder, id);
         }
         for (const StateScaleBinding& binding : stateScaleBindings) {
             std::snprintf(id, sizeof id, "%s%u", binding.id, i + 1);
-            state.scaleControls.*binding.field = takeWidget(builder, id);
+            state.scaleControls.*binding.field = Dialog_widget(builder, id);
         }
     }
 }
 
-/// Texts that never change and pages; only their names are of use.
-void nameFixedParts(GtkBuilder* builder) {
+/// Texts that never change, and pages: only that they are there is of use.
+void checkFixedParts(GtkBuilder* builder) {
     for (const char* id :
          {"pulse.screen", "pulse.attrGrid", "pulse.tabValues", "pulse.tabStates",
           "pulse.tabGatedPower", "pulse.lblState", "pulse.lblMean", "pulse.lblMax", "pulse.lblMin",
           "pulse.lblGated", "pulse.lblGatedMean", "pulse.lblGatedMax", "pulse.lblGatedMin"}) {
-        takeWidget(builder, id);
+        Dialog_widget(builder, id);
     }
 }
 
@@ -317,11 +292,11 @@ void PulseDisplay_Create(CGTKPowerDisplay* display, const CGTKPowerDisplay_Param
 }
 
 void initPulseDisplay(CGTKPowerDisplay* display, bool full) {
-    GtkBuilder* builder = loadInterface(full);
+    GtkBuilder* builder = Dialog_load(full ? fullInterfaceFile : halfInterfaceFile, nullptr, 0);
     if (builder == nullptr) {
         return;
     }
-    nameFixedParts(builder);
+    checkFixedParts(builder);
     bindPowers(builder, display);
     bindPulse(builder, display);
     bindGate(builder, display);

@@ -247,19 +247,24 @@ TEST_F(PulseGeometry, EveryKeyAndTabIsLargeEnoughForAFinger) {
 TEST_F(PulseGeometry, ValuesFillTheirPlacesAndNeverMoveThem) {
     for (const PulseScreen& screen : pulseScreens) {
         Gui_showScreen(screen.instance);
+        configuration_setPowerUnitsIsdBm(false);
         read(readings(), screen.instance);
         std::vector<std::pair<GtkWidget*, GdkRectangle>> places;
         for (GtkWidget* label : Gui_shownWidgets(GTK_TYPE_LABEL)) {
             places.emplace_back(label, Gui_place(label));
         }
-        read(longestReadings(), screen.instance);
-        for (const auto& [label, before] : places) {
-            const GdkRectangle place = Gui_place(label);
-            EXPECT_TRUE(gdk_rectangle_equal(&place, &before)) << gtk_widget_get_name(label);
-            int textWidth = 0;
-            pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(label)), &textWidth,
-                                        nullptr);
-            EXPECT_LE(textWidth, before.width) << gtk_widget_get_name(label);
+        for (const bool isdBm : {false, true}) {
+            configuration_setPowerUnitsIsdBm(isdBm);
+            read(longestReadings(), screen.instance);
+            for (const auto& [label, before] : places) {
+                const GdkRectangle place = Gui_place(label);
+                EXPECT_TRUE(gdk_rectangle_equal(&place, &before))
+                    << gtk_widget_get_name(label) << (isdBm ? " in dBm" : " in watts");
+                int textWidth = 0;
+                pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(label)), &textWidth,
+                                            nullptr);
+                EXPECT_LE(textWidth, before.width) << gtk_widget_get_name(label);
+            }
         }
     }
 }

@@ -540,6 +540,23 @@ TEST_F(PulseConfigDialog, StandsOnTheWholeScreenWithTargetsForAFinger) {
     }
 }
 
+TEST_F(PulseConfigDialog, ColumnsStandBelowEachOther) {
+    open(true);
+    const auto edges = [this](const std::string& name) {
+        const GdkRectangle place = Gui_place(part(name));
+        return std::pair(place.x, place.x + place.width);
+    };
+    const auto entry = edges("pulseConfigFrequency");
+    const auto unitKey = edges("pulseConfigFrequencyUnit");
+    for (const char* name : {"pulseConfigPeriod", "pulseConfigLevel", "pulseConfigDelay",
+                             "pulseConfigGateBegin", "pulseConfigGateEnd"}) {
+        EXPECT_EQ(edges(name), entry) << name;
+        EXPECT_EQ(edges(std::string(name) + "Unit"), unitKey) << name;
+    }
+    EXPECT_EQ(edges("pulseConfigPeriodAuto").first, edges("pulseConfigFrequencyAuto").first);
+    EXPECT_EQ(edges("pulseConfigModelStates").first, edges("pulseConfigSlopeFalling").first);
+}
+
 TEST_F(PulseConfigDialog, ClosingTheWindowIsCancel) {
     open(true);
     gtk_window_close(GTK_WINDOW(dialog->window));
