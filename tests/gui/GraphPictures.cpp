@@ -1,31 +1,14 @@
-// Draws charts of all kinds into a folder, for looking at.
+// Charts of all kinds.
 
-#include "AppFlags.h"
 #include "Configuration.h"
 #include "GraphSettingsDialog.h"
-#include "GuiHarness.h"
-#include "SensorFakes.h"
+#include "Pictures.h"
 #include "gtkTimePowerGraph.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <random>
-#include <string>
-#include <unistd.h>
 
 namespace {
-
-std::string folder;
-
-void save(const std::string& name) {
-    Gui_settle();
-    const std::string file = folder + "/" + name + ".png";
-    if (!Gui_savePicture(file)) {
-        fprintf(stderr, "cannot write %s\n", file.c_str());
-        _exit(1);
-    }
-}
 
 float noise() {
     static std::minstd_rand random(8830);
@@ -62,11 +45,7 @@ void setAxis(uint32_t display, double max_mW, double lower_mW, double upper_mW, 
 }
 
 void refresh(GtkSensorInstance screen, uint32_t display) {
-    CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
-    CGTKPowerDisplay_setDisplayIndex(power, display);
-    CGTKPowerDisplay_setSensorChannel(power, display);
-    CGTKPowerDisplay_updateScale(power);
-    CGTKPowerDisplay_setSensorLabel(power, 30);
+    CGTKPowerDisplay* power = Pictures_prepare(screen, display, display);
     SENSOR_MEASUREMENTS measurements = {};
     measurements.fwdPwrVal = display == 0 ? 25.37F : 640.2F;
     measurements.rflPwrVal = display == 0 ? 0.4821F : 1.205F;
@@ -95,24 +74,24 @@ void drawFull() {
         fill(0, length.seconds);
         CGTKTimePowerGraph_invalidateDisplay(0);
         refreshFull();
-        save(length.name);
+        Pictures_save(length.name);
     }
     setAxis(0, 100000.0, 20000.0, 80000.0, graphModeAverage);
     refreshFull();
-    save("graph-averaged");
+    Pictures_save("graph-averaged");
     fill(0, 10);
     refreshFull();
     refreshFull();
-    save("graph-prefill");
+    Pictures_save("graph-prefill");
     fill(0, 700);
     setAxis(0, 100000.0, 20000.0, 80000.0, graphModeRaw, 1000.0);
     configuration_setPowerUnitsIsdBm(true);
     refreshFull();
-    save("graph-dbm");
+    Pictures_save("graph-dbm");
     configuration_setPowerUnitsIsdBm(false);
     setAxis(0, 60000.0, 20000.0, 50000.0, graphModeRaw);
     refreshFull();
-    save("graph-clipped");
+    Pictures_save("graph-clipped");
 }
 
 void drawHalves() {
@@ -123,12 +102,12 @@ void drawHalves() {
     fill(0, 3000);
     fill(1, 86000);
     refreshHalves();
-    save("graph-halves");
+    Pictures_save("graph-halves");
     setAxis(0, 100000.0, 20000.0, 80000.0, graphModeRaw, 1000.0);
     setAxis(1, 100000.0, 20000.0, 80000.0, graphModeRaw, 1000.0);
     configuration_setPowerUnitsIsdBm(true);
     refreshHalves();
-    save("graph-halves-dbm");
+    Pictures_save("graph-halves-dbm");
     configuration_setPowerUnitsIsdBm(false);
 }
 
@@ -141,36 +120,17 @@ void drawSettings() {
     Gui_settle();
     Gui_tap("singleGraph.graph.title");
     Gui_tap("graphSettingsRangeMax");
-    save("graph-settings");
+    Pictures_save("graph-settings");
 }
 
 } // namespace
 
-int main(int count, char** arguments) {
-    if (count != 2) {
-        fprintf(stderr, "usage: %s FOLDER\n", arguments[0]);
-        return 1;
-    }
-    char* absolute = realpath(arguments[1], nullptr);
-    if (absolute == nullptr) {
-        perror(arguments[1]);
-        return 1;
-    }
-    folder = absolute;
-    free(absolute);
-    setConfigurationFile("");
-    readConfigFile();
-    SensorFakes_reset();
-    for (uint32_t port = 0; port < 2; ++port) {
-        sensorFakes[port].status.status = isReady;
-        snprintf(sensorFakes[port].model, sizeof sensorFakes[port].model, "5132");
-        snprintf(sensorFakes[port].serialNumber, sizeof sensorFakes[port].serialNumber, "%s",
-                 port == 0 ? "123456789" : "987654321");
-    }
-    Gui_start();
-    gtk_init_done = true;
+void Pictures_drawGraphs() {
+    Pictures_reset();
+    Pictures_plug(sensorPort_Serial1, "5132", "123456789", 1000.0F);
+    Pictures_plug(sensorPort_Serial2, "5132", "987654321", 1000.0F);
     drawFull();
     drawHalves();
     drawSettings();
-    return 0;
+    gtk_widget_hide(Gui_widget("graphSettingsDialog"));
 }

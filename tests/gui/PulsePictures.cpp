@@ -1,36 +1,13 @@
-// Draws the pulse screens with readings of all kinds into a folder, for looking at.
+// The pulse screens and their dialogs with readings of all kinds.
 
-#include "AppFlags.h"
 #include "Configuration.h"
-#include "GuiHarness.h"
+#include "Pictures.h"
 #include "PulseConfigDialog.h"
 #include "PulseMeasurements.h"
-#include "SensorFakes.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <unistd.h>
 
 namespace {
-
-std::string folder;
-
-void save(const char* name) {
-    const std::string file = folder + "/" + name + ".png";
-    if (!Gui_savePicture(file)) {
-        fprintf(stderr, "cannot write %s\n", file.c_str());
-        _exit(1);
-    }
-}
-
-void plug(uint32_t port, const char* model, const char* serialNumber) {
-    sensorFakes[port].status.status = isReady;
-    sensorFakes[port].maxPower_W = 25000.0F;
-    snprintf(sensorFakes[port].model, sizeof sensorFakes[port].model, "%s", model);
-    snprintf(sensorFakes[port].serialNumber, sizeof sensorFakes[port].serialNumber, "%s",
-             serialNumber);
-}
 
 void setTriggered(bool isTriggered, uint8_t numStates) {
     for (SensorFake& fake : sensorFakes) {
@@ -79,11 +56,7 @@ SENSOR_MEASUREMENTS longestReadings() {
 
 void show(GtkSensorInstance screen, uint32_t display, uint32_t port,
           const SENSOR_MEASUREMENTS& measurements) {
-    CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
-    CGTKPowerDisplay_setDisplayIndex(power, display);
-    CGTKPowerDisplay_setSensorChannel(power, port);
-    CGTKPowerDisplay_updateScale(power);
-    CGTKPowerDisplay_setSensorLabel(power, 30);
+    CGTKPowerDisplay* power = Pictures_prepare(screen, display, port);
     CGTKPowerDisplay_updatePulseMeasurements(power, measurements);
     Gui_settle();
 }
@@ -95,24 +68,17 @@ void turnTo(GtkSensorInstance screen, GtkWidget* CGTKPowerDisplay::*grid) {
     Gui_settle();
 }
 
-void resetSettings() {
-    configuration_setPowerUnitsIsdBm(false);
-    for (uint32_t channel = 0; channel < 2; ++channel) {
-        for (uint32_t i = 0; i < 2; ++i) {
-            configuration_setRfPowerScale({.autoScale = true, .scaleIndex = 5}, channel, i);
-        }
-        configuration_setGatedPowerScale({.autoScale = true, .scaleIndex = 5}, channel);
-        for (uint32_t i = 0; i < 4; ++i) {
-            configuration_setStatePowerScale({.autoScale = true, .scaleIndex = 5}, channel, i);
-        }
-    }
+void plugSensors() {
+    Pictures_reset();
+    Pictures_plug(sensorPort_USB1, "3164", "201100123", 25000.0F);
+    Pictures_plug(sensorPort_USB2, "Tessel 3164 wide lab", "987654321", 25000.0F);
 }
 
 void drawPages(const char* prefix, GtkSensorInstance screen, bool isTriggered) {
     turnTo(screen, &CGTKPowerDisplay::pGridAttr);
-    save((std::string(prefix) + "-values").c_str());
+    Pictures_save(std::string(prefix) + "-values");
     turnTo(screen, isTriggered ? &CGTKPowerDisplay::pGridState : &CGTKPowerDisplay::pGridGated);
-    save((std::string(prefix) + (isTriggered ? "-states" : "-gate")).c_str());
+    Pictures_save(std::string(prefix) + (isTriggered ? "-states" : "-gate"));
 }
 
 void drawFull(const char* prefix, bool isTriggered, const SENSOR_MEASUREMENTS& measurements) {
@@ -132,7 +98,7 @@ void drawHalves(const char* prefix, const SENSOR_MEASUREMENTS& measurements) {
     drawPages(prefix, gtkSensorDualPulseChannel1, false);
     turnTo(gtkSensorDualPulseChannel2, &CGTKPowerDisplay::pGridAttr);
     turnTo(gtkSensorDualPulseChannel1, &CGTKPowerDisplay::pGridAttr);
-    save((std::string(prefix) + "-both-values").c_str());
+    Pictures_save(std::string(prefix) + "-both-values");
 }
 
 void giveLimits(SENSOR_IDENTITY& limits) {
@@ -151,7 +117,7 @@ void drawDialogs() {
     sensor.configs.freqVal = 13560000.0F;
     sensor.configs.gateBegin = 0.0001F;
     pulseConfigDialog_Show(sensorPort_USB1);
-    save("pulse-dialog-3163");
+    Pictures_save("pulse-dialog-3163");
     callbackPulseConfigBtnClicked(gPulseConfigDlg3163.cancel, &gPulseConfigDlg3163);
     sensor.configs.bSupportsTriggeredGates = true;
     sensor.configs.prdVal = 0.00125F;
@@ -160,7 +126,7 @@ void drawDialogs() {
     sensor.configs.trigSlope = 1;
     pulseConfigDialog_Show(sensorPort_USB1);
     PulseConfigForm_setTarget(&gPulseConfigDlg3164, gPulseConfigDlg3164.entries[2].entry);
-    save("pulse-dialog-3164");
+    Pictures_save("pulse-dialog-3164");
     sensor.configs.bModelIsTriggeredGates = true;
     sensor.configs.bAutoFrequency = true;
     sensor.configs.numStates = 4;
@@ -170,13 +136,13 @@ void drawDialogs() {
     }
     sensor.configs.pulseStates[3].end = 0.0001F;
     pulseConfigDialog_Show(sensorPort_USB1);
-    save("pulse-dialog-states");
+    Pictures_save("pulse-dialog-states");
     callbackPulseConfigBtnClicked(gPulseConfigDlg3164.apply, &gPulseConfigDlg3164);
-    save("pulse-dialog-error");
+    Pictures_save("pulse-dialog-error");
     gtk_button_clicked(GTK_BUTTON(gPulseConfigDlg3164.errorOk));
     gtk_entry_set_text(GTK_ENTRY(gPulseConfigDlg3164.entries[13].entry), "1200");
     callbackPulseConfigBtnClicked(gPulseConfigDlg3164.apply, &gPulseConfigDlg3164);
-    save("pulse-dialog-sending");
+    Pictures_save("pulse-dialog-sending");
     USBTMC_PARAM_ERRORS errors = {};
     errors.count = 5;
     for (auto& error : errors.errors) {
@@ -185,10 +151,10 @@ void drawDialogs() {
     Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, 5000);
     SensorFakes_answer(errors);
     Gui_waitUntil([] { return gtk_widget_get_mapped(gPulseConfigDlg3164.errorWindow) != 0; }, 5000);
-    save("pulse-dialog-refused");
+    Pictures_save("pulse-dialog-refused");
 }
 
-void drawAll() {
+void drawScreens() {
     drawFull("pulse-single", false, readings());
     drawFull("pulse-single-triggered", true, readings());
     drawHalves("pulse-dual", readings());
@@ -199,39 +165,20 @@ void drawAll() {
     drawFull("pulse-dbm", false, longestReadings());
     drawFull("pulse-dbm-triggered", true, readings());
     drawHalves("pulse-dual-dbm", longestReadings());
-    resetSettings();
+    plugSensors();
     SENSOR_MEASUREMENTS over = readings();
     over.rflPwrVal = over.gateMax = over.pulseStates[2].max = 40000.0F;
     drawFull("pulse-over", false, over);
     drawHalves("pulse-dual-over", over);
     Gui_showScreen(gtkSensorSinglePulse);
     CGTKPowerDisplay_clearPulseMeasurementsToBlanks(gtkSensor_powerDisplay(gtkSensorSinglePulse));
-    save("pulse-blank");
+    Pictures_save("pulse-blank");
 }
 
 } // namespace
 
-int main(int count, char** arguments) {
-    if (count != 2) {
-        fprintf(stderr, "usage: %s FOLDER\n", arguments[0]);
-        return 1;
-    }
-    char* absolute = realpath(arguments[1], nullptr);
-    if (absolute == nullptr) {
-        perror(arguments[1]);
-        return 1;
-    }
-    folder = absolute;
-    free(absolute);
-    setConfigurationFile("");
-    readConfigFile();
-    resetSettings();
-    SensorFakes_reset();
-    Gui_start();
-    gtk_init_done = true;
-    plug(sensorPort_USB1, "3164", "201100123");
-    plug(sensorPort_USB2, "Tessel 3164 wide lab", "987654321");
-    drawAll();
+void Pictures_drawPulse() {
+    plugSensors();
+    drawScreens();
     drawDialogs();
-    return 0;
 }
