@@ -152,48 +152,96 @@ TEST_F(UsbSensorConfig, ASimpleModelGetsFrequencyAndGateOnly) {
                         "CALC:GATE:END:DEL?", "CALC:GATE:END:DEL -0.000200"}));
 }
 
-struct RefusalCase {
-    const char* command;
-    const char* words;
-    const char* error;
+/// What is said of a setting that fails.
+struct SettingCase {
+    std::string command;
+    std::string words;
+    std::string error;
+    bool isOfState; ///< sent in triggered-states mode only
 };
 
-TEST_F(UsbSensorConfig, ARefusedSettingIsLoggedAndCollectedAndTheRestGoesOut) {
-    const RefusalCase cases[] = {
-        {"SENS:FREQ:AUTO", "frequency auto command", "Freq Auto is not valid"},
-        {"SENS:FREQ", "frequency command", "Freq is not valid"},
-        {"SENS:REFL:ENAB", "reflected enable command", "Refl Enable is not valid"},
-        {"SENS:PER:AUTO", "period auto command", "Period Auto is not valid"},
-        {"SENS:SWE:TIME:AUTO", "sweep time auto command", "Sweep Time Auto is not valid"},
-        {"SENS:PER", "period command", "Period is not valid"},
-        {"SENS:SWE:TIME", "sweep time command", "Sweep Time is not valid"},
-        {"TRIG:SOUR", "trigger source command", "Trigger Source is not valid"},
-        {"TRIG:LEV", "trigger level command", "Trigger Level is not valid"},
-        {"TRIG:SLOP", "trigger slope command", "Trigger Slope is not valid"},
-        {"TRIG:DEL", "trigger delay command", "Trigger Delay is not valid"},
-        {"CALC:STAT1:BEG:DEL", "state 1 begin command", "State 1 Begin is not valid"},
-        {"CALC:STAT3:END:DEL", "state 3 end command", "State 3 End is not valid"},
-        {"CALC:STAT1:ENAB", "state 1 enable command", "State Enable is not valid"},
-        {"CALC:GATE:BEG:DEL", "gate begin delay command", "Gate Begin is not valid"},
-        {"CALC:GATE:END:DEL", "gate end delay command", "Gate End is not valid"},
+std::vector<SettingCase> settingCases() {
+    std::vector<SettingCase> cases = {
+        {"SENS:FREQ:AUTO", "frequency auto command", "Freq Auto is not valid", false},
+        {"SENS:FREQ", "frequency command", "Freq is not valid", false},
+        {"SENS:REFL:ENAB", "reflected enable command", "Refl Enable is not valid", false},
+        {"SENS:PER:AUTO", "period auto command", "Period Auto is not valid", false},
+        {"SENS:SWE:TIME:AUTO", "sweep time auto command", "Sweep Time Auto is not valid", false},
+        {"SENS:PER", "period command", "Period is not valid", false},
+        {"SENS:SWE:TIME", "sweep time command", "Sweep Time is not valid", false},
+        {"TRIG:SOUR", "trigger source command", "Trigger Source is not valid", false},
+        {"TRIG:LEV:AUTO", "trigger level auto command", "Trigger Level Auto is not valid", false},
+        {"TRIG:LEV", "trigger level command", "Trigger Level is not valid", false},
+        {"TRIG:SLOP", "trigger slope command", "Trigger Slope is not valid", false},
+        {"TRIG:DEL", "trigger delay command", "Trigger Delay is not valid", false},
+        {"CALC:GATE:BEG:DEL", "gate begin delay command", "Gate Begin is not valid", false},
+        {"CALC:GATE:END:DEL", "gate end delay command", "Gate End is not valid", false},
     };
-    for (const RefusalCase& one : cases) {
-        device.setReply(one.command + std::string("?"), "77");
-        handler.sensorConfigs = manual();
+    for (const std::string number : {"1", "2", "3", "4"}) {
+        const std::string header = "CALC:STAT" + number;
+        const std::string words = "state " + number;
+        const std::string error = "State " + number;
+        cases.push_back(
+            {header + ":BEG:DEL", words + " begin command", error + " Begin is not valid", true});
+        cases.push_back(
+            {header + ":END:DEL", words + " end command", error + " End is not valid", true});
+        cases.push_back(
+            {header + ":ENAB", words + " enable command", "State Enable is not valid", true});
+    }
+    return cases;
+}
+
+/// A configuration in which every setting of the case's mode is sent.
+SENSOR_CONFIGS configsFor(const SettingCase& setting) {
+    SENSOR_CONFIGS configs = manual();
+    configs.bModelIsTriggeredGates = setting.isOfState;
+    for (PULSE_STATE_INTVL& state : configs.pulseStates) {
+        state = {true, 0.1F, 0.2F};
+    }
+    return configs;
+}
+
+TEST_F(UsbSensorConfig, ARefusedSettingIsLoggedAndCollectedAndTheRestGoesOut) {
+    for (const SettingCase& one : settingCases()) {
+        // The automatic trigger level is never sent: its error comes with its question.
+        const bool isAsked = one.command == "TRIG:LEV:AUTO";
+        device.setReply(one.command + "?", "77");
+        handler.sensorConfigs = configsFor(one);
         setCapabilities(true);
-        handler.sensorConfigs.bModelIsTriggeredGates =
-            one.command[5] == 'S' && one.command[0] == 'C';
         World_clearSyslog();
         device.refuse(one.command, -222);
+        device.setListener([&](const std::string& message) {
+            if (isAsked && message == "TRIG:LEV:AUTO?") {
+                device.queueError(-222);
+            }
+        });
         send();
         ASSERT_EQ(handler.usbtmc_Errors.count, 1) << one.command;
-        EXPECT_STREQ(handler.usbtmc_Errors.errors[0], one.error);
-        EXPECT_TRUE(World_syslogContains(std::string("USER_WARNING:  USB sensor 3 ") + one.words +
+        EXPECT_EQ(handler.usbtmc_Errors.errors[0], one.error);
+        EXPECT_TRUE(World_syslogContains("USER_WARNING:  USB sensor 3 " + one.words +
                                          " failed with error 2."))
             << one.command;
+        device.setListener(nullptr);
         device.accept(one.command);
         send();
         EXPECT_EQ(handler.usbtmc_Errors.count, 0);
+    }
+}
+
+TEST_F(UsbSensorConfig, EverySettingThatIsNotAnsweredStopsTheSendingWithItsOwnMessage) {
+    World_setSpeed(50);
+    for (const SettingCase& one : settingCases()) {
+        handler.sensorConfigs = configsFor(one);
+        setCapabilities(true);
+        handler.newConfig = true;
+        World_clearSyslog();
+        device.setReply(one.command + "?", "");
+        EXPECT_FALSE(sensorPortHandler_sendConfigToSensor(&handler)) << one.command;
+        EXPECT_TRUE(handler.newConfig) << one.command;
+        EXPECT_TRUE(World_syslogContains("USER_ERROR: USB sensor 3 " + one.words +
+                                         " failed with a transport error 1."))
+            << one.command;
+        device.setReply(one.command + "?", "0");
     }
 }
 
@@ -258,12 +306,28 @@ TEST_F(UsbSensorConfig, CwModeCollectsItsOwnLabels) {
 }
 
 TEST_F(UsbSensorConfig, CwModeStopsAtATransportError) {
+    const struct {
+        const char* question;
+        const char* words;
+        const char* next; ///< what is not asked any more
+    } cases[] = {
+        {"SENS:PER:AUTO?", "period auto", "SENS:SWE:TIME:AUTO?"},
+        {"SENS:SWE:TIME:AUTO?", "sweep time auto", "SENS:PER?"},
+        {"SENS:PER?", "period", "SENS:SWE:TIME?"},
+        {"SENS:SWE:TIME?", "sweep time", "INIT"},
+    };
     World_setSpeed(50);
-    device.setReply("SENS:SWE:TIME:AUTO?", "");
-    EXPECT_FALSE(usbSensorConfig_sendCw(&handler));
-    EXPECT_TRUE(World_syslogContains("USER_ERROR: USB sensor 3 sweep time auto command failed with "
-                                     "a transport error 1."));
-    EXPECT_FALSE(device.hasReceived("SENS:PER?"));
+    for (const auto& one : cases) {
+        World_clearSyslog();
+        device.clearMessages();
+        device.setReply(one.question, "");
+        EXPECT_FALSE(usbSensorConfig_sendCw(&handler)) << one.question;
+        EXPECT_TRUE(World_syslogContains(std::string("USER_ERROR: USB sensor 3 ") + one.words +
+                                         " command failed with a transport error 1."))
+            << one.question;
+        EXPECT_FALSE(device.hasReceived(one.next)) << one.question;
+        device.setReply(one.question, "0");
+    }
 }
 
 TEST_F(UsbSensorConfig, TheSensorsOwnConfigurationIsReadWhole) {
@@ -318,30 +382,34 @@ TEST_F(UsbSensorConfig, ASimpleModelIsAskedForItsFrequencyOnly) {
 }
 
 struct QueryFailure {
-    const char* query;
-    const char* words;
+    std::string query;
+    std::string words;
 };
 
-TEST_F(UsbSensorConfig, AOneByteReplyFailsTheReadingAndStoresNothing) {
-    const QueryFailure cases[] = {
-        {"SENS:PER:AUTO?", "period auto"},
-        {"SENS:FREQ:AUTO?", "frequency auto"},
-        {"SENS:FREQ?", "frequency"},
-        {"TRIG:LEV:AUTO?", "trigger level auto"},
-        {"TRIG:LEV?", "trigger level"},
-        {"TRIG:DEL?", "trigger delay"},
-        {"CALC:STAT1:ENAB?", "state 0 enable"},
-        {"CALC:STAT2:BEG:DEL?", "state 1 begin"},
-        {"CALC:STAT4:END:DEL?", "state 3 end"},
+std::vector<QueryFailure> queryFailures() {
+    std::vector<QueryFailure> cases = {
+        {"SENS:PER:AUTO?", "period auto"}, {"SENS:FREQ:AUTO?", "frequency auto"},
+        {"SENS:FREQ?", "frequency"},       {"TRIG:LEV:AUTO?", "trigger level auto"},
+        {"TRIG:LEV?", "trigger level"},    {"TRIG:DEL?", "trigger delay"},
     };
-    for (const QueryFailure& one : cases) {
+    for (int state = 0; state < 4; ++state) {
+        const std::string header = "CALC:STAT" + std::to_string(state + 1);
+        const std::string words = "state " + std::to_string(state); // counted from 0
+        cases.push_back({header + ":ENAB?", words + " enable"});
+        cases.push_back({header + ":BEG:DEL?", words + " begin"});
+        cases.push_back({header + ":END:DEL?", words + " end"});
+    }
+    return cases;
+}
+
+TEST_F(UsbSensorConfig, AOneByteReplyFailsTheReadingAndStoresNothing) {
+    for (const QueryFailure& one : queryFailures()) {
         handler.sensorConfigs.freqVal = 42.0F;
         World_clearSyslog();
         device.setRawReply(one.query, "1");
         EXPECT_FALSE(sensorPortHandler_readSensorConfig(&handler)) << one.query;
         EXPECT_EQ(handler.sensorConfigs.freqVal, 42.0F);
-        EXPECT_TRUE(World_syslogContains(std::string("USER_ERROR: USB sensor 3 ") + one.words +
-                                         " query failed"))
+        EXPECT_TRUE(World_syslogContains("USER_ERROR: USB sensor 3 " + one.words + " query failed"))
             << one.query;
         device.setReply(one.query, "0");
     }
