@@ -1,5 +1,7 @@
 #include "MeterTest.h"
 
+#include "WorldFolder.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -40,6 +42,18 @@ void MeterTest::TearDown() {
 
 void MeterTest::start(const BenchOptions& options) {
     ASSERT_TRUE(Bench_start(bench, options));
+}
+
+void MeterTest::startFast(const std::vector<std::string>& commands, const std::string& settings) {
+    BenchOptions options;
+    options.commands = {"clock speed 4"};
+    options.commands.insert(options.commands.end(), commands.begin(), commands.end());
+    options.prepare = [settings](const std::string& world) {
+        if (!settings.empty()) {
+            WorldFolder_write(world, instrumentFile::settings, settings);
+        }
+    };
+    start(options);
 }
 
 void MeterTest::plugFirst(const std::string& port, const std::string& sensor, int channel) {

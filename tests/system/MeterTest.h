@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 /// Real time since it was made.
 class Stopwatch {
@@ -43,6 +44,10 @@ protected:
 
     /// Starts the meter; the test ends when it does not come up.
     void start(const BenchOptions& options = {});
+
+    /// The same with time four times as fast (a USB sensor takes several seconds to come up), these
+    /// commands of the bench, and these lines in the settings file.
+    void startFast(const std::vector<std::string>& commands = {}, const std::string& settings = "");
 
     /// Plugs the first sensor in, chooses channel 1 or 2 in the dialog, and waits for its readings.
     /// `port` and what follows the model as in "serial1", "5132 fwd=25".
@@ -84,6 +89,12 @@ protected:
 
     Bench bench;
 };
+
+/// Files that the meter keeps.
+namespace instrumentFile {
+constexpr const char* settings = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+constexpr const char* pulse = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
+} // namespace instrumentFile
 
 /// Names of the channel dialog's parts.
 namespace channelDialog {

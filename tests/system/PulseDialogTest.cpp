@@ -1,26 +1,17 @@
 // The pulse configuration dialog, from the finger to the sensor's wire and the file.
 
 #include "MeterTest.h"
-#include "WorldFolder.h"
 
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
 
-constexpr const char* pulseFile = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
-constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
-
 class PulseDialog : public MeterTest {
 protected:
     /// The meter in pulse mode with one measuring sensor, whose dialog is open.
     void openFor(const char* sensor) {
-        BenchOptions options;
-        options.commands = {"clock speed 4"};
-        options.prepare = [](const std::string& world) {
-            WorldFolder_write(world, settingsFile, "sensorPulseMode 1\n");
-        };
-        start(options);
+        startFast({}, "sensorPulseMode 1\n");
         plug("usb1", sensor);
         ASSERT_TRUE(chooseChannel(1));
         ASSERT_TRUE(waitForReading("pulse.valueFwd"));
@@ -53,7 +44,7 @@ TEST_F(PulseDialog, WhatIsTypedReachesTheSensorAndTheFile) {
         EXPECT_NE(found, std::string::npos) << command;
         at = found == std::string::npos ? at : found;
     }
-    const std::string stored = Bench_readFile(bench, pulseFile);
+    const std::string stored = Bench_readFile(bench, instrumentFile::pulse);
     EXPECT_THAT(stored, HasSubstr("\"autoPeriod\": 0"));
     EXPECT_THAT(stored, HasSubstr("\"periodValue\": 0.0250000"));
     EXPECT_THAT(stored, HasSubstr("\"gateBegin\": 0.0001"));
@@ -75,7 +66,7 @@ TEST_F(PulseDialog, ASensorWithoutStatesIsNeverSentPeriodTriggerOrStates) {
 
 TEST_F(PulseDialog, WhatTheSensorRefusesIsToldAndNotStored) {
     openFor("3164 fwd=25 period=1ms width=250us");
-    const std::string stored = Bench_readFile(bench, pulseFile);
+    const std::string stored = Bench_readFile(bench, instrumentFile::pulse);
     ASSERT_TRUE(Bench_do(bench, "fault usb1 error:-222:CALC:GATE:BEG:DEL"));
     type("pulseConfigGateBegin", "150");
     Bench_tap(bench, "pulseConfigStore");
@@ -86,12 +77,12 @@ TEST_F(PulseDialog, WhatTheSensorRefusesIsToldAndNotStored) {
     Bench_tap(bench, "pulseConfigErrorOk");
     EXPECT_TRUE(becomesVisible("pulseConfigError", false));
     EXPECT_TRUE(becomesVisible("pulseConfigDialog", true));
-    EXPECT_EQ(Bench_readFile(bench, pulseFile), stored);
+    EXPECT_EQ(Bench_readFile(bench, instrumentFile::pulse), stored);
 }
 
 TEST_F(PulseDialog, ASensorThatIsPulledWhileItIsSentEndsTheWait) {
     openFor("3164 fwd=25 period=1ms width=250us");
-    const std::string stored = Bench_readFile(bench, pulseFile);
+    const std::string stored = Bench_readFile(bench, instrumentFile::pulse);
     ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
     type("pulseConfigGateBegin", "150");
     Bench_tap(bench, "pulseConfigStore");
@@ -103,5 +94,24 @@ TEST_F(PulseDialog, ASensorThatIsPulledWhileItIsSentEndsTheWait) {
     Bench_tap(bench, "pulseConfigCancel");
     EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
     EXPECT_TRUE(shows("noConnection.title", "No Sensor Detected"));
-    EXPECT_EQ(Bench_readFile(bench, pulseFile), stored);
+    EXPECT_EQ(Bench_readFile(bench, instrumentFile::pulse), stored);
+}
+
+TEST_F(PulseDialog, CancelWhileItIsSentEndsItsThread) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    const std::string stored = Bench_readFile(bench, instrumentFile::pulse);
+    const int threads = Bench_programUse(bench).threads;
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
+    for (const char* button : {"pulseConfigApply", "pulseConfigStore"}) {
+        type("pulseConfigGateBegin", "150");
+        Bench_tap(bench, button);
+        EXPECT_TRUE(shows("pulseConfigStatus", "Sending to the sensor..."));
+        Bench_tap(bench, "pulseConfigCancel");
+        EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
+        const auto hasEnded = [&] { return Bench_programUse(bench).threads <= threads; };
+        EXPECT_TRUE(Bench_waitUntil(hasEnded, 3000)) << button;
+        ASSERT_TRUE(Bench_tap(bench, "pulse.btnConfig"));
+        ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
+    }
+    EXPECT_EQ(Bench_readFile(bench, instrumentFile::pulse), stored);
 }

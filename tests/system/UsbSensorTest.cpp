@@ -1,30 +1,13 @@
 #include "MeterTest.h"
 #include "ScpiClient.h"
-#include "WorldFolder.h"
 
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
 
-constexpr const char* pulseFile = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
-constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
-
-/// Time runs faster: a USB sensor takes several seconds to come up.
 class UsbSensor : public MeterTest {
 protected:
-    void startFast(const std::vector<std::string>& more = {}, const std::string& settings = "") {
-        BenchOptions options;
-        options.commands = {"clock speed 4"};
-        options.commands.insert(options.commands.end(), more.begin(), more.end());
-        options.prepare = [settings](const std::string& world) {
-            if (!settings.empty()) {
-                WorldFolder_write(world, settingsFile, settings);
-            }
-        };
-        start(options);
-    }
-
     static std::vector<std::string> messagesOf(const std::string& log) {
         std::vector<std::string> messages;
         for (size_t at = log.find("-> "); at != std::string::npos; at = log.find("-> ", at + 1)) {
@@ -53,9 +36,6 @@ protected:
         return settings;
     }
 };
-
-/// A fault of one USB sensor while a serial one measures.
-class UsbFaults : public UsbSensor, public testing::WithParamInterface<const char*> {};
 
 } // namespace
 
@@ -154,9 +134,9 @@ TEST_F(UsbSensor, ModelsWithoutPulseSettingsAreNeverAskedForThem) {
 
 TEST_F(UsbSensor, ConnectingCreatesTheFileOfPulseSettings) {
     startFast();
-    EXPECT_EQ(Bench_readFile(bench, pulseFile), "");
+    EXPECT_EQ(Bench_readFile(bench, instrumentFile::pulse), "");
     plugFirst("usb1", "3164 fwd=25");
-    EXPECT_THAT(Bench_readFile(bench, pulseFile), HasSubstr("\"name\": \"Default\""));
+    EXPECT_THAT(Bench_readFile(bench, instrumentFile::pulse), HasSubstr("\"name\": \"Default\""));
 }
 
 TEST_F(UsbSensor, ASensorThatIsReplacedQuicklyIsFoundAgain) {
@@ -178,76 +158,6 @@ TEST_F(UsbSensor, ASensorThatIsReplacedQuicklyIsFoundAgain) {
         };
         EXPECT_TRUE(Bench_waitUntil(measuresAgain, readingLimit_ms)) << gap;
         EXPECT_TRUE(shows("single.title", "3164: 316400125")) << gap;
-    }
-}
-
-TEST_F(UsbSensor, FiftyOfThemLeaveNothingBehind) {
-    startFast();
-    plugFirst("serial2", "5134 fwd=4", 2);
-    ProgramUse before{};
-    constexpr int warmUp = 5;
-    constexpr int cycles = 50;
-    for (int number = 0; number < warmUp + cycles; ++number) {
-        if (number == warmUp) {
-            before = Bench_programUse(bench);
-        }
-        plug("usb1", "3164 fwd=9");
-        if (number % 10 == 0) {
-            ASSERT_TRUE(waitForReading("upper.fwd.value")) << number;
-        }
-        ASSERT_TRUE(becomesVisible("dualSensorContainer", true)) << number;
-        ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
-        ASSERT_TRUE(becomesVisible("singleSensorContainer", true)) << number;
-    }
-    const auto isAtRest = [&] { return Bench_programUse(bench).descriptors <= before.descriptors; };
-    EXPECT_TRUE(Bench_waitUntil(isAtRest, 3000));
-    const ProgramUse after = Bench_programUse(bench);
-    EXPECT_LE(after.threads, before.threads);
-    EXPECT_LE(after.descriptors, before.descriptors);
-    expectSameMemory(before, after);
-}
-
-TEST_P(UsbFaults, LeaveTheOtherPortMeasuringAndPassAway) {
-    const std::string fault = GetParam();
-    startFast();
-    plugFirst("usb1", "3164 fwd=25");
-    plug("serial1", "5134 fwd=4");
-    ASSERT_TRUE(waitForReading("lower.fwd.value"));
-    const uint64_t before = lastEntry("usb1");
-    ASSERT_TRUE(Bench_do(bench, "fault usb1 " + fault));
-    ASSERT_TRUE(waitForLog("usb1", before, "->") || fault == "stall");
-    EXPECT_TRUE(measures("serial1", "lower.fwd.value")) << fault;
-    EXPECT_TRUE(Bench_isVisible(bench, "upper.title")) << fault;
-    ASSERT_TRUE(Bench_do(bench, "fault usb1 none"));
-    // A query that was lost is waited for a hundred times, five seconds each.
-    ASSERT_TRUE(Bench_do(bench, "clock speed 60"));
-    EXPECT_TRUE(measures("usb1", "upper.fwd.value")) << fault;
-    EXPECT_TRUE(shows("upper.title", "3164: 316400125")) << fault;
-    ASSERT_TRUE(Bench_do(bench, "clock speed 4"));
-    EXPECT_TRUE(measures("serial1", "lower.fwd.value")) << fault;
-}
-
-INSTANTIATE_TEST_SUITE_P(Usb, UsbFaults,
-                         testing::Values("silence", "late", "garbage", "hostile", "stall",
-                                         "error:-222:INIT"),
-                         [](const testing::TestParamInfo<const char*>& chosen) {
-                             const std::string name = chosen.param;
-                             return name.substr(0, name.find(':'));
-                         });
-
-TEST_F(UsbFaults, ACutCableIsAnUnpluggedSensor) {
-    for (const char* fault : {"cut", "cutdevice"}) {
-        startFast();
-        plugFirst("serial1", "5134 fwd=4");
-        plug("usb1", "3164 fwd=25");
-        ASSERT_TRUE(waitForReading("lower.fwd.value"));
-        ASSERT_TRUE(Bench_do(bench, std::string("fault usb1 ") + fault));
-        EXPECT_TRUE(becomesVisible("single.fwd.value", true)) << fault;
-        EXPECT_TRUE(measures("serial1", "single.fwd.value")) << fault;
-        plug("usb1", "3164 fwd=25");
-        EXPECT_TRUE(waitForReading("lower.fwd.value")) << fault;
-        EXPECT_TRUE(measures("usb1", "lower.fwd.value")) << fault;
-        Bench_stop(bench);
     }
 }
 
