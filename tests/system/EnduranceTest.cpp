@@ -1,5 +1,8 @@
 #include "MeterTest.h"
 
+#include <functional>
+#include <ostream>
+
 namespace {
 
 /// What comes and goes, and what stays meanwhile.
@@ -13,6 +16,11 @@ struct EnduranceCase {
     const char* staying;
     int channel; ///< of what stays
 };
+
+/// As it is named when it fails.
+void PrintTo(const EnduranceCase& one, std::ostream* output) {
+    *output << one.name;
+}
 
 constexpr EnduranceCase cases[] = {
     {"Serial1", "serial1", "5132 fwd=9", "upper.fwd.value", 5, "serial2", "5134 fwd=4", 2},

@@ -3,6 +3,7 @@
 #include "UsbSensorFixture.h"
 
 #include <initializer_list>
+#include <ostream>
 
 namespace {
 
@@ -112,6 +113,11 @@ struct Model {
     const char* name;
     bool hasPulseFeatures;
 };
+
+/// As it is named when it fails.
+void PrintTo(const Model& model, std::ostream* output) {
+    *output << model.name;
+}
 
 constexpr Model models[] = {{"3162", true}, {"3163", false}, {"3164", true}, {"3165", false}};
 
