@@ -217,9 +217,9 @@ private:
             Gui_showScreen(screen.instance);
             read(measurements, screen.instance);
             CGTKPowerDisplay* display = displayOf(screen.instance);
-            turnTo(screen.instance, display->pGridAttr);
+            turnTo(display->pGridAttr);
             check();
-            turnTo(screen.instance, isTriggered ? display->pGridState : display->pGridGated);
+            turnTo(isTriggered ? display->pGridState : display->pGridGated);
             check();
         }
     }

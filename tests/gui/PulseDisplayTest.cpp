@@ -130,7 +130,7 @@ TEST_F(PulseDisplay, ShowsPowersAndThePulse) {
 
 TEST_F(PulseDisplay, ShowsGatedPowerInTheRangeOfItsMean) {
     read(readings());
-    turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->pGridGated);
+    turnTo(displayOf(gtkSensorSinglePulse)->pGridGated);
     EXPECT_EQ(Gui_text("pulse.valueGatedMean"), " 12.541");
     EXPECT_EQ(Gui_text("pulse.valueGatedMax"), " 13.024");
     EXPECT_EQ(Gui_text("pulse.valueGatedMin"), " 11.907");
@@ -148,7 +148,7 @@ TEST_F(PulseDisplay, ShowsGatedPowerInTheRangeOfItsMean) {
 TEST_F(PulseDisplay, AManualGatedScaleStaysAndGoesOverRangeAtItsLimit) {
     configuration_setGatedPowerScale({.autoScale = false, .scaleIndex = 5}, 0);
     read(readings());
-    turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->pGridGated);
+    turnTo(displayOf(gtkSensorSinglePulse)->pGridGated);
     EXPECT_EQ(Gui_text("pulse.valueGatedMax"), " 13.024");
     SENSOR_MEASUREMENTS over = readings();
     over.gateMax = 20.0F;
@@ -166,7 +166,7 @@ TEST_F(PulseDisplay, GatedPowerInDBmIsClamped) {
     SENSOR_MEASUREMENTS measurements = readings();
     measurements.gateMin = 0.0F;
     read(measurements);
-    turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->pGridGated);
+    turnTo(displayOf(gtkSensorSinglePulse)->pGridGated);
     EXPECT_EQ(Gui_text("pulse.valueGatedMean"), "  40.98");
     EXPECT_EQ(Gui_text("pulse.valueGatedMin"), " -60.00");
     EXPECT_EQ(Gui_text("pulse.btnGatedUnits.text"), "dBm");
@@ -196,7 +196,7 @@ TEST_F(PulseDisplay, ASensorWithTriggeredGatesShowsItsStatesAndNoPulse) {
         EXPECT_FALSE(Gui_isShown(row.value)) << row.value;
         EXPECT_FALSE(Gui_isShown(row.label)) << row.label;
     }
-    turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->pGridState);
+    turnTo(displayOf(gtkSensorSinglePulse)->pGridState);
     EXPECT_EQ(Gui_text("pulse.valueMean1"), "  2.000");
     EXPECT_EQ(Gui_text("pulse.valueMax1"), "  3.000");
     EXPECT_EQ(Gui_text("pulse.valueMin1"), "  1.000");
@@ -209,7 +209,7 @@ TEST_F(PulseDisplay, OnlyTheStatesThatAreMeasuredAreShown) {
     for (uint8_t count = 0; count <= 4; ++count) {
         setTriggered(true, count);
         read(readings());
-        turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->pGridState);
+        turnTo(displayOf(gtkSensorSinglePulse)->pGridState);
         for (int number = 1; number <= 4; ++number) {
             for (const char* id : stateIds) {
                 const std::string name = id + std::to_string(number);
@@ -238,7 +238,7 @@ TEST_F(PulseDisplay, StatesHideTheirUnitsInDBm) {
     setTriggered(true, 4);
     configuration_setPowerUnitsIsdBm(true);
     read(readings());
-    turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->pGridState);
+    turnTo(displayOf(gtkSensorSinglePulse)->pGridState);
     EXPECT_EQ(Gui_text("pulse.valueMean1"), "  33.01");
     for (const char* name : {"pulse.btnUnits1", "pulse.btnScaleUp1", "pulse.btnScaleAuto4"}) {
         EXPECT_FALSE(Gui_isShown(name)) << name;
@@ -273,14 +273,14 @@ TEST_F(PulseDisplay, StatesNeedASensorThatHasThemAndAConfigurationThatWantsThem)
 
 TEST_F(PulseDisplay, WhoLooksAtGatedPowerSeesTheStatesThatReplaceItAndBack) {
     CGTKPowerDisplay* display = displayOf(gtkSensorSinglePulse);
-    turnTo(gtkSensorSinglePulse, display->pGridGated);
+    turnTo(display->pGridGated);
     setTriggered(true, 1);
     read(readings());
     EXPECT_TRUE(Gui_isShown("pulse.valueMean1"));
     setTriggered(false, 0);
     read(readings());
     EXPECT_TRUE(Gui_isShown("pulse.valueGatedMean"));
-    turnTo(gtkSensorSinglePulse, display->pGridAttr);
+    turnTo(display->pGridAttr);
     setTriggered(true, 1);
     read(readings());
     EXPECT_TRUE(Gui_isShown("pulse.valueFwd"));
@@ -414,13 +414,13 @@ TEST_F(PulseDisplay, EveryUnitKeySwitchesBetweenWattsAndDBm) {
     for (const Row& row : rows) {
         setTriggered(row.isState, 4);
         read(readings());
-        turnTo(gtkSensorSinglePulse, row.page);
+        turnTo(row.page);
         Gui_tap(row.name);
         EXPECT_TRUE(configuration_getPowerUnitsIsdBm()) << row.name;
         configuration_setPowerUnitsIsdBm(false);
     }
     gtk_init_done = false;
-    turnTo(gtkSensorSinglePulse, display->pGridAttr);
+    turnTo(display->pGridAttr);
     Gui_tap("pulse.btnUnitsFwd");
     EXPECT_FALSE(configuration_getPowerUnitsIsdBm());
 }
@@ -452,7 +452,7 @@ TEST_F(PulseDisplay, EveryScaleKeyChangesItsOwnScale) {
         SCOPED_TRACE(row.up);
         setTriggered(row.isState, 4);
         read(readings());
-        turnTo(gtkSensorSinglePulse, displayOf(gtkSensorSinglePulse)->*row.page);
+        turnTo(displayOf(gtkSensorSinglePulse)->*row.page);
         const uint32_t before = row.stored().scaleIndex;
         Gui_tap(row.up);
         EXPECT_FALSE(row.stored().autoScale);

@@ -4,53 +4,19 @@
 #include "Pictures.h"
 #include "PulseConfigDialog.h"
 #include "PulseMeasurements.h"
+#include "PulseReadings.h"
 
 #include <cstdio>
 
 namespace {
 
-void setTriggered(bool isTriggered, uint8_t numStates) {
-    for (SensorFake& fake : sensorFakes) {
-        fake.configs.bSupportsTriggeredGates = isTriggered;
-        fake.configs.bModelIsTriggeredGates = isTriggered;
-        fake.configs.numStates = numStates;
-    }
-}
-
-SENSOR_MEASUREMENTS readings() {
-    SENSOR_MEASUREMENTS measurements = {};
-    measurements.fwdPwrVal = 125.37F;
-    measurements.rflPwrVal = 0.4821F;
-    measurements.freqVal = 13.56e6F;
-    measurements.prdVal = 0.00125F;
-    measurements.prfVal = 800.0F;
-    measurements.widthVal = 0.00012345F;
-    measurements.dutyCycleVal = 9.88F;
-    measurements.gateMean = 1254.1F;
-    measurements.gateMax = 1302.4F;
-    measurements.gateMin = 1190.7F;
-    for (size_t i = 0; i < 4; ++i) {
-        const auto power = static_cast<float>(i * i * i + 1) * 17.31F;
-        measurements.pulseStates[i] = {power * 0.94F, power * 1.07F, power};
-    }
-    return measurements;
-}
-
-/// The longest texts: a peak far above the mean whose range it shares.
-SENSOR_MEASUREMENTS longestReadings() {
-    SENSOR_MEASUREMENTS measurements = readings();
-    measurements.fwdPwrVal = 1e-15F;
+/// The longest texts that a sensor of 25 kW can bring up.
+SENSOR_MEASUREMENTS longestOfAll() {
+    SENSOR_MEASUREMENTS measurements = longestReadings(14999.0F);
     measurements.rflPwrVal = 1.99994F;
-    measurements.freqVal = 2.45e9F;
     measurements.prdVal = 1.23456F;
     measurements.widthVal = 0.79999F;
     measurements.dutyCycleVal = 100.0F;
-    measurements.gateMean = 0.0001F;
-    measurements.gateMax = 14999.0F;
-    measurements.gateMin = 0.0F;
-    for (PULSE_STATES& state : measurements.pulseStates) {
-        state = {0.0F, 14999.0F, 0.0001F};
-    }
     return measurements;
 }
 
@@ -61,11 +27,8 @@ void show(GtkSensorInstance screen, uint32_t display, uint32_t port,
     Gui_settle();
 }
 
-void turnTo(GtkSensorInstance screen, GtkWidget* CGTKPowerDisplay::*grid) {
-    GtkWidget* page = gtkSensor_powerDisplay(screen)->*grid;
-    GtkNotebook* notebook = GTK_NOTEBOOK(gtk_widget_get_parent(page));
-    gtk_notebook_set_current_page(notebook, gtk_notebook_page_num(notebook, page));
-    Gui_settle();
+void turnTo(GtkSensorInstance screen, GtkWidget* CGTKPowerDisplay::*page) {
+    turnTo(gtkSensor_powerDisplay(screen)->*page);
 }
 
 void plugSensors() {
@@ -158,13 +121,13 @@ void drawScreens() {
     drawFull("pulse-single", false, readings());
     drawFull("pulse-single-triggered", true, readings());
     drawHalves("pulse-dual", readings());
-    drawFull("pulse-long", false, longestReadings());
-    drawFull("pulse-long-triggered", true, longestReadings());
-    drawHalves("pulse-dual-long", longestReadings());
+    drawFull("pulse-long", false, longestOfAll());
+    drawFull("pulse-long-triggered", true, longestOfAll());
+    drawHalves("pulse-dual-long", longestOfAll());
     configuration_setPowerUnitsIsdBm(true);
-    drawFull("pulse-dbm", false, longestReadings());
+    drawFull("pulse-dbm", false, longestOfAll());
     drawFull("pulse-dbm-triggered", true, readings());
-    drawHalves("pulse-dual-dbm", longestReadings());
+    drawHalves("pulse-dual-dbm", longestOfAll());
     plugSensors();
     SENSOR_MEASUREMENTS over = readings();
     over.rflPwrVal = over.gateMax = over.pulseStates[2].max = 40000.0F;

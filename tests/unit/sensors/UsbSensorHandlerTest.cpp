@@ -249,59 +249,6 @@ TEST_F(UsbSensor, WithoutADeviceAStepOnlyPauses) {
     EXPECT_TRUE(device.messages().empty());
 }
 
-TEST_F(UsbSensor, ACwCycleOfASimpleModelIsThisConversation) {
-    device.setReply("SYST:IDEN:MOD?", "3163");
-    handler.usbtmcSubstate = 0;
-    run(stateUsbStart, stateUsbIdle);
-    EXPECT_EQ(device.conversation(), (Messages{"<O>",
-                                               "<I>",
-                                               "<C>",
-                                               "*RST",
-                                               "*STB?",
-                                               "*CLS",
-                                               "SYST:IDEN:MOD?",
-                                               "SYST:IDEN:SN?",
-                                               "SYST:IDEN:FWR?",
-                                               "PNP:AVA?",
-                                               "PNP:ITR",
-                                               "PNP:FILE:SIZE?",
-                                               "PNP:FILE:BLOC:TOT?",
-                                               "PNP:FILE:BLOC:NUMB 1",
-                                               "PNP:FILE:BLOC:DATA?",
-                                               "SENS:FREQ:AUTO?",
-                                               "SENS:FREQ?",
-                                               "INIT",
-                                               "*OPC?",
-                                               "*STB?",
-                                               "FETC:FORW:AVER?",
-                                               "FETC:REFL:AVER?",
-                                               "FETC:FREQ?",
-                                               "FETC:TEMP?",
-                                               "FETC:PER?",
-                                               "FETC:PRF?",
-                                               "FETC:WIDT?",
-                                               "FETC:DCYC?",
-                                               "FETC:GATE:MEAN?",
-                                               "FETC:GATE:MAX?",
-                                               "FETC:GATE:MIN?"}));
-    for (const std::string& message : device.messages()) {
-        for (const char* foreign : {"SENS:PER", "SENS:SWE", "TRIG", "STAT1"}) {
-            EXPECT_EQ(message.find(foreign), std::string::npos) << message;
-        }
-    }
-}
-
-TEST_F(UsbSensor, ACycleInPulseModeIsThisConversation) {
-    configuration_setPulseMode(true);
-    setCapabilities(true);
-    handler.sensorPulseModeEnabled = true;
-    run(stateUsbSendConfig, stateUsbIdle);
-    EXPECT_EQ(device.conversation(),
-              (Messages{"INIT", "*OPC?", "*STB?", "FETC:FORW:AVER?", "FETC:REFL:AVER?",
-                        "FETC:FREQ?", "FETC:TEMP?", "FETC:PER?", "FETC:PRF?", "FETC:WIDT?",
-                        "FETC:DCYC?", "FETC:GATE:MEAN?", "FETC:GATE:MAX?", "FETC:GATE:MIN?"}));
-}
-
 TEST(UsbSensorStates, HaveTheirNames) {
     EXPECT_STREQ(SensorPortHandler_getSensorUSBStateName(0), "stateUsbStart");
     EXPECT_STREQ(SensorPortHandler_getSensorUSBStateName(7), "stateUsbResendConfigPulse");
