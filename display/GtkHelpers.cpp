@@ -270,6 +270,14 @@ GtkWidget* newTouchButton(const char* name) {
     return button;
 }
 
+GtkWidget* newPictureButton(const char* name, const char* file, const char* accessibleName) {
+    GtkWidget* button = newTouchButton(name);
+    gtk_button_set_image(GTK_BUTTON(button), newImageFromFile(file));
+    gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
+    atk_object_set_name(gtk_widget_get_accessible(button), accessibleName);
+    return button;
+}
+
 void placeOverWindow(GtkWindow* dialog, GtkWindow* window) {
     GtkRequisition size{};
     gtk_widget_get_preferred_size(GTK_WIDGET(dialog), nullptr, &size);

@@ -74,6 +74,9 @@ GtkWidget* newImageFromFile(const char* file);
 /// A touch button without focus frame that looks like a key and answers when it is pressed.
 GtkWidget* newTouchButton(const char* name);
 
+/// A touch button with a picture from a file; its accessible name says what it opens.
+GtkWidget* newPictureButton(const char* name, const char* file, const char* accessibleName);
+
 /// Puts a dialog whose children are visible, but which is not shown itself yet, in the middle of
 /// another window. GTK's own placing asks for the screen's size, which a web browser's screen does
 /// not have before the browser has connected: the dialog would stand half outside.

@@ -308,10 +308,8 @@ bool buildSettings() {
 } // namespace
 
 GtkWidget* EthernetConfig_Dialog_ButtonCreate() {
-    GtkWidget* button = newTouchButton("ethernetButton");
-    gtk_button_set_image(GTK_BUTTON(button), newImageFromFile("./resources/Ethernet.png"));
-    gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
-    atk_object_set_name(gtk_widget_get_accessible(button), "Ethernet button");
+    GtkWidget* button =
+        newPictureButton("ethernetButton", "./resources/Ethernet.png", "Ethernet button");
     g_signal_connect(button, "clicked", G_CALLBACK(on_ethernetButton_clicked), nullptr);
     return button;
 }

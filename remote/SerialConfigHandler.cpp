@@ -180,10 +180,7 @@ void loadControls() {
 } // namespace
 
 GtkWidget* SerialConfig_Dialog_ButtonCreate() {
-    GtkWidget* button = newTouchButton("serialButton");
-    gtk_button_set_image(GTK_BUTTON(button), newImageFromFile("./resources/Serial.png"));
-    gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
-    atk_object_set_name(gtk_widget_get_accessible(button), "Serial button");
+    GtkWidget* button = newPictureButton("serialButton", "./resources/Serial.png", "Serial button");
     g_signal_connect(button, "clicked", G_CALLBACK(on_serialButton_clicked), nullptr);
     return button;
 }

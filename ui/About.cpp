@@ -187,10 +187,7 @@ void About_formatVersion(const char* version, char (&text)[aboutVersionSize]) {
 }
 
 GtkWidget* about_Dialog_ButtonCreate() {
-    GtkWidget* button = newTouchButton("aboutButton");
-    gtk_button_set_image(GTK_BUTTON(button), newImageFromFile("./resources/about.png"));
-    gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
-    atk_object_set_name(gtk_widget_get_accessible(button), "About button");
+    GtkWidget* button = newPictureButton("aboutButton", "./resources/about.png", "About button");
     g_signal_connect(button, "clicked", G_CALLBACK(on_aboutButton_clicked), nullptr);
     return button;
 }

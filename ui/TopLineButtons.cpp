@@ -27,14 +27,6 @@ void place(GtkFixed* topLine, GtkWidget* button, int index) {
     gtk_widget_show_all(button);
 }
 
-GtkWidget* newImageButton(const char* name, const char* image, const char* accessibleName) {
-    GtkWidget* button = newTouchButton(name);
-    gtk_button_set_image(GTK_BUTTON(button), newImageFromFile(image));
-    gtk_button_set_always_show_image(GTK_BUTTON(button), TRUE);
-    atk_object_set_name(gtk_widget_get_accessible(button), accessibleName);
-    return button;
-}
-
 GtkWidget* menu = nullptr;
 
 /// An item with picture and text, that is told by "activate".
@@ -71,7 +63,7 @@ void createMenu() {
 }
 
 GtkWidget* newMenuButton() {
-    GtkWidget* button = newImageButton("menuButton", "./resources/hamburger.png", "Menu");
+    GtkWidget* button = newPictureButton("menuButton", "./resources/hamburger.png", "Menu");
     g_signal_connect(button, "clicked", G_CALLBACK(settingsButtonCallback), nullptr);
     return button;
 }
@@ -86,7 +78,7 @@ void settingsButtonCallback(GtkWidget* button, gpointer /*data*/) {
 }
 
 void configureButtons(GtkFixed* topLine) {
-    GtkWidget* settings = newImageButton("settingsButton", "./resources/gear.png", "Settings");
+    GtkWidget* settings = newPictureButton("settingsButton", "./resources/gear.png", "Settings");
     g_signal_connect(settings, "clicked", G_CALLBACK(onSettingsClicked), nullptr);
     place(topLine, settings, 0);
     createMenu();
