@@ -41,14 +41,14 @@ void warnOfFormat() {
 /// Prints into the 7 characters that a number has; what is longer is cut, and reported.
 void printNumber(char (&text)[numberSize], double number, const char* format) {
     const ScopedNumberLocale numbers;
-    text[0] = '\0';
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     const int length = snprintf(text, sizeof text, format, number);
 #pragma GCC diagnostic pop
     if (length < 0) {
+        const int error = errno;
         warnOfFormat();
-        DIAGNOSTIC("snprintf errno=%d", errno);
+        DIAGNOSTIC("snprintf errno=%d", error);
     } else if (length >= numberSize) {
         warnOfFormat();
         DIAGNOSTIC("formatting value of %f with %s exceeds sizeof(buffer)=%d", number, format,
@@ -72,7 +72,7 @@ size_t format_power(char* buffer, size_t capacity, const char* label, float powe
     const double number = overflows
                               ? overflowNumber
                               : static_cast<double>(power_W) * static_cast<double>(row.multiplier);
-    char text[numberSize];
+    char text[numberSize] = "";
     printNumber(text, number, row.formatString);
     if (shown % rangesPerUnit == 0 && text[1] == '0') {
         text[1] = ' '; // the four-decimal ranges show no leading zero

@@ -199,6 +199,18 @@ int __wrap_vasprintf(char** text, const char* format, va_list arguments) {
     return failsWithErrno(Call::composeText) ? -1 : __real_vasprintf(text, format, arguments);
 }
 
+[[gnu::format(printf, 3, 4)]] int __wrap_snprintf(char* text, size_t size, const char* format,
+                                                  ...) {
+    if (failsWithErrno(Call::formatText)) {
+        return -1;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(text, size, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
 int __wrap_getifaddrs(ifaddrs** list) {
     return failsWithErrno(Call::listInterfaces) ? -1 : __real_getifaddrs(list);
 }

@@ -19,7 +19,8 @@ enum class Call {
     writeFile,
     readFile,
     allocateFile,
-    composeText,
+    composeText, ///< vasprintf
+    formatText,  ///< snprintf
     listInterfaces,
     nameAddress,
     allocateMemory, ///< calloc

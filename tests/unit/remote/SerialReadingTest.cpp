@@ -1,9 +1,11 @@
 #include "SerialReading.h"
 
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <clocale>
 #include <cmath>
 #include <csignal>
@@ -96,6 +98,16 @@ TEST(SerialReading, ANumberThatIsTooLongIsCutAndReported) {
         "USER_WARNING:  An error occurred formatting a serial command response."));
     EXPECT_TRUE(World_syslogContains(
         "formatting value of -12.345600 with % 7.4f exceeds sizeof(buffer)=8"));
+}
+
+TEST(SerialReading, ANumberThatCannotBeFormattedIsReportedAndLeftOut) {
+    World_clearSyslog();
+    WrappedCalls_fail(Call::formatText, EOVERFLOW);
+    EXPECT_EQ(reading(1.5F, 9), "NFC    W\r\n");
+    WrappedCalls_reset();
+    EXPECT_TRUE(World_syslogContains(
+        "USER_WARNING:  An error occurred formatting a serial command response."));
+    EXPECT_TRUE(World_syslogContains("snprintf errno=" + std::to_string(EOVERFLOW)));
 }
 
 TEST(SerialReading, NumbersDoNotFollowTheLocale) {
