@@ -62,9 +62,14 @@ double numberIn(UnitKind kind, uint32_t unit, double value) {
     return value / multiplierOf(kind, unit);
 }
 
+/// Five digits of dBm are watts beyond every number: what is typed stays within a 32-bit float,
+/// which it becomes in the end.
 double valueOf(UnitKind kind, uint32_t unit, const char* text) {
+    constexpr double largest = FLT_MAX;
     const double number = Numbers_toDouble(text, nullptr);
-    return isDBm(kind, unit) ? cvtDBm2Watt(number) : number * multiplierOf(kind, unit);
+    const double value =
+        isDBm(kind, unit) ? cvtDBm2Watt(number) : number * multiplierOf(kind, unit);
+    return std::isnan(value) ? 0.0 : std::clamp(value, -largest, largest);
 }
 
 /// Takes the zeros off the end of a fraction, and a point that nothing follows.

@@ -140,4 +140,21 @@ TEST(PulseConfigUnits, ATypedTextCountsInItsUnit) {
     EXPECT_DOUBLE_EQ(UnitEntry_value(entryOf(UnitKind::power, 1.0, 1), "-"), 0.0);
 }
 
+TEST(PulseConfigUnits, ANumberBeyondEveryLimitStaysAFloatsLargestAndStepsOn) {
+    constexpr double largest = std::numeric_limits<float>::max();
+    const struct {
+        const char* typed;
+        uint32_t unit;
+        double value;
+    } cases[] = {{"99999", powerUnitDBm, largest}, {"1e99999", 1, largest},
+                 {"-1e99999", 1, -largest},        {"inf", 2, largest},
+                 {"nan", powerUnitDBm, 0.0},       {"-99999", powerUnitDBm, 0.0}};
+    for (const auto& c : cases) {
+        UnitEntry entry = entryOf(UnitKind::power, 1.0, c.unit);
+        EXPECT_EQ(UnitEntry_value(entry, c.typed), c.value) << c.typed;
+        UnitEntry_nextUnit(&entry, c.typed);
+        EXPECT_EQ(UnitEntry_value(entry, entry.shownText), c.value) << c.typed;
+    }
+}
+
 } // namespace
