@@ -20,7 +20,7 @@ namespace {
 constexpr int backlog = 1;
 constexpr int clientTimeout_ms = 5000;
 constexpr size_t receiveSize = 256;
-constexpr uint32_t acceptPause_ms = 100; ///< after a failure that lasts, such as too many files
+constexpr uint32_t acceptPause_ms = 1000; ///< after a failure that lasts, such as too many files
 
 ScpiLink link_;
 std::atomic<int32_t> clientFd{-1};
