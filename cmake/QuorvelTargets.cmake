@@ -1,10 +1,14 @@
 # How this tree declares its libraries and tests, so that every folder reads alike.
 
+option(QUORVEL_COVERAGE "Count what the tests reach of the libraries (GCC)" OFF)
 set(QUORVEL_SANITIZE "" CACHE STRING "address (with leak and undefined) or thread")
 
 add_library(quorvel_options INTERFACE)
 target_compile_features(quorvel_options INTERFACE cxx_std_20)
 target_compile_definitions(quorvel_options INTERFACE _GNU_SOURCE)
+if(QUORVEL_SANITIZE)
+    target_compile_definitions(quorvel_options INTERFACE QUORVEL_SANITIZED)
+endif()
 target_compile_options(
     quorvel_options
     INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
@@ -39,6 +43,10 @@ function(quorvel_library name)
         ${name} PRIVATE -funwind-tables $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
     )
     target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE quorvel_options ${ARG_PRIVATE_USES})
+    if(QUORVEL_COVERAGE)
+        target_compile_options(${name} PRIVATE --coverage -fprofile-update=atomic)
+        target_link_options(${name} INTERFACE --coverage)
+    endif()
 endfunction()
 
 # quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b]
