@@ -15,8 +15,9 @@ bool isBlank(const std::string& text) {
 
 // What a developer wants to see of a meter that did not do what it should.
 void leaveTraces(Bench& bench) {
-    const std::string picture =
-        std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".png";
+    std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+    std::replace(name.begin(), name.end(), '/', '.');
+    const std::string picture = testing::TempDir() + name + ".png";
     if (Bench_savePicture(bench, picture)) {
         fprintf(stderr, "the screen is in %s\n", picture.c_str());
     }

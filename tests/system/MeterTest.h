@@ -24,7 +24,7 @@ private:
 
 /// A sanitizer keeps freed memory on purpose, to find those who still use it: there is nothing to
 /// measure in such a build.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QUORVEL_SANITIZED
 constexpr bool memoryCanBeMeasured = false;
 #else
 constexpr bool memoryCanBeMeasured = true;

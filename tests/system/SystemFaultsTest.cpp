@@ -1,0 +1,218 @@
+// What the machine under the meter can do to it.
+
+#include "BenchFaults.h"
+#include "MeterTest.h"
+#include "ScpiClient.h"
+#include "WorldFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+#include <sys/resource.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr const char* settingsFolder = "/etc/QuorvelPowerMeterApp";
+constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
+
+class SystemFaults : public MeterTest {
+protected:
+    void startMeasuring() {
+        start({.commands = {"clock speed 2"}});
+        plugFirst("serial1", "5132 fwd=25 rfl=0.5");
+    }
+    /// Steps the kind of match that is shown, which is a setting.
+    void stepMatch(const char* caption) {
+        ASSERT_TRUE(Bench_tap(bench, "single.match.captionButton"));
+        EXPECT_TRUE(shows("single.match.caption", caption));
+    }
+    bool settingsSay(const std::string& line) {
+        return Bench_readFile(bench, settingsFile).find(line) != std::string::npos;
+    }
+    /// The lowest number that the program's next descriptor can have, whatever it opens and closes
+    /// now and then.
+    rlim_t lowestFreeDescriptor() {
+        const std::string folder = "/proc/" + std::to_string(Bench_programId(bench)) + "/fd/";
+        constexpr int looks = 500;
+        rlim_t lowest = RLIM_INFINITY;
+        for (int look = 0; look < looks; ++look) {
+            rlim_t fd = 0;
+            while (std::filesystem::is_symlink(folder + std::to_string(fd))) {
+                ++fd;
+            }
+            lowest = std::min(lowest, fd);
+        }
+        return lowest;
+    }
+    /// The program can open nothing more. Returns what it could have before.
+    rlimit takeFreeDescriptors() {
+        rlimit before{};
+        EXPECT_EQ(prlimit(Bench_programId(bench), RLIMIT_NOFILE, nullptr, &before), 0);
+        const rlimit tight{lowestFreeDescriptor(), before.rlim_max};
+        EXPECT_EQ(prlimit(Bench_programId(bench), RLIMIT_NOFILE, &tight, nullptr), 0);
+        return before;
+    }
+    void giveDescriptors(const rlimit& limit) {
+        EXPECT_EQ(prlimit(Bench_programId(bench), RLIMIT_NOFILE, &limit, nullptr), 0);
+    }
+    /// How often the meter said that it could not save.
+    size_t timesTold() {
+        return Bench_countInSyslog(bench, std::string("Unable to open settings file ") +
+                                              settingsFile + " for writing");
+    }
+    /// The virtual X server, a child of the bench.
+    pid_t screenServer() {
+        const std::string tool = std::to_string(bench.tool);
+        const std::string children =
+            WorldFolder_readFile("/proc/" + tool + "/task/" + tool + "/children");
+        std::istringstream list(children);
+        for (pid_t child = 0; list >> child;) {
+            if (WorldFolder_readFile("/proc/" + std::to_string(child) + "/comm") == "Xvfb\n") {
+                return child;
+            }
+        }
+        return 0;
+    }
+    /// How often the first sensor has been identified: more than once if a step of its protocol
+    /// failed.
+    size_t identifications() {
+        const std::string log = logOf("serial1", 0);
+        size_t found = 0;
+        for (size_t at = log.find("-> 49  I"); at != std::string::npos;
+             at = log.find("-> 49  I", at + 1)) {
+            ++found;
+        }
+        return found;
+    }
+};
+
+} // namespace
+
+TEST_F(SystemFaults, ASettingThatCannotBeSavedIsKeptAndTheNextOneIsSaved) {
+    startMeasuring();
+    const struct {
+        BenchFault fault;
+        const char* path;
+        int error;
+    } cases[] = {{BenchFault::full, settingsFolder, ENOSPC},
+                 {BenchFault::change, settingsFolder, EROFS},
+                 {BenchFault::change, "/etc", EACCES},
+                 {BenchFault::sync, settingsFile, EIO}};
+    // VSWR, return loss, reflection coefficient, and round again.
+    const struct {
+        const char* caption;
+        const char* line;
+    } kinds[] = {{"VSWR:", "matchMeasurementType 0"},
+                 {"RL:", "matchMeasurementType 1"},
+                 {"RHO:", "matchMeasurementType 2"}};
+    size_t kind = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.path) + ": " + strerror(c.error));
+        const std::string before = Bench_readFile(bench, settingsFile);
+        const size_t told = timesTold();
+        ASSERT_TRUE(BenchFaults_add(bench.world.c_str(), c.fault, c.path, c.error));
+        kind = (kind + 1) % std::size(kinds);
+        ASSERT_NO_FATAL_FAILURE(stepMatch(kinds[kind].caption));
+        EXPECT_TRUE(Bench_waitUntil([&] { return timesTold() == told + 1; }, 3000));
+        EXPECT_EQ(Bench_readFile(bench, settingsFile), before);
+        EXPECT_TRUE(BenchFaults_clear(bench.world.c_str()));
+        kind = (kind + 1) % std::size(kinds);
+        ASSERT_NO_FATAL_FAILURE(stepMatch(kinds[kind].caption));
+        EXPECT_TRUE(Bench_waitUntil([&] { return settingsSay(kinds[kind].line); }, 3000));
+    }
+    EXPECT_TRUE(measures("serial1", "single.fwd.value"));
+}
+
+TEST_F(SystemFaults, AFolderThatWasLostIsMadeAgain) {
+    startMeasuring();
+    std::filesystem::remove_all(WorldFolder_path(bench.world, settingsFolder));
+    ASSERT_NO_FATAL_FAILURE(stepMatch("RL:"));
+    EXPECT_TRUE(Bench_waitUntil([&] { return settingsSay("matchMeasurementType 1"); }, 3000));
+    EXPECT_EQ(timesTold(), 0U);
+}
+
+TEST_F(SystemFaults, AClientIsServedOnceThereAreFreeDescriptors) {
+    start();
+    const rlimit before = takeFreeDescriptors();
+    const double processorTime_s = Bench_programUse(bench).processorTime_s;
+    const Stopwatch watch;
+    ScpiClient client(bench);
+    ASSERT_TRUE(client.isConnected());
+    EXPECT_EQ(client.ask("*IDN?"), "");
+    // Whoever has to wait does not ask without pause.
+    EXPECT_LT(Bench_programUse(bench).processorTime_s - processorTime_s,
+              0.8 * watch.elapsed_ms() / 1000);
+    giveDescriptors(before);
+    EXPECT_THAT(client.ask("*OPC?"), HasSubstr("8830K"));
+}
+
+TEST_F(SystemFaults, SensorsAreFoundOnceThereAreFreeDescriptors) {
+    start({.commands = {"clock speed 2"}});
+    const rlimit before = takeFreeDescriptors();
+    const pid_t program = Bench_programId(bench);
+    plug("serial1", "5132 fwd=25");
+    plug("usb1", "3164 fwd=9");
+    // Several looks for sensors, of which nobody can be told: the bench's own door to the screen
+    // needs a descriptor, too.
+    const Stopwatch watch;
+    Bench_waitUntil([&] { return watch.elapsed_ms() > 2000; }, 3000);
+    giveDescriptors(before);
+    ASSERT_TRUE(chooseChannel(1));
+    EXPECT_TRUE(waitForReading("upper.fwd.value"));
+    EXPECT_TRUE(waitForReading("lower.fwd.value"));
+    EXPECT_EQ(Bench_programId(bench), program);
+}
+
+TEST_F(SystemFaults, AScreenServerThatEndsTakesTheMeterAlong) {
+    startMeasuring();
+    const pid_t server = screenServer();
+    ASSERT_GT(server, 0);
+    ASSERT_EQ(kill(server, SIGKILL), 0);
+    const auto status = Bench_waitForEnd(bench, 10000 * patience);
+    ASSERT_TRUE(status.has_value());
+    EXPECT_NE(*status, 0) << "what starts it again looks at the status";
+}
+
+TEST_F(SystemFaults, AClockThatIsSteppedByHoursIsNotNoticed) {
+    startMeasuring();
+    const size_t before = identifications();
+    ScpiClient client(bench);
+    for (const char* step : {"3h", "-26h", "48h"}) {
+        ASSERT_TRUE(Bench_do(bench, std::string("clock step ") + step));
+        EXPECT_TRUE(measures("serial1", "single.fwd.value")) << step;
+        EXPECT_EQ(client.ask("*OPC?"), "1") << step;
+    }
+    EXPECT_EQ(identifications(), before);
+    EXPECT_EQ(Bench_countInSyslog(bench, "USER_WARNING"), 0U);
+}
+
+TEST_F(SystemFaults, TheWrapOfThe32BitClockIsNotNoticed) {
+    // The meter comes up shortly before its clock of milliseconds begins at zero again.
+    constexpr int64_t wrap_ms = int64_t{1} << 32;
+    constexpr int64_t early_ms = 60'000;
+    constexpr int speed = 8;
+    const int64_t now_ms = std::chrono::duration_cast<std::chrono::milliseconds>(
+                               std::chrono::system_clock::now().time_since_epoch())
+                               .count();
+    const int64_t step_s = (wrap_ms - now_ms % wrap_ms - early_ms) / 1000;
+    const Stopwatch watch;
+    start({.commands = {"clock step " + std::to_string(step_s) + "s",
+                        "clock speed " + std::to_string(speed)}});
+    plugFirst("serial1", "5132 fwd=25");
+    const size_t before = identifications();
+    bool isOver = false;
+    while (!isOver && !HasFailure()) {
+        isOver = watch.elapsed_ms() * speed > early_ms + 20'000;
+        EXPECT_TRUE(measures("serial1", "single.fwd.value"));
+    }
+    EXPECT_EQ(identifications(), before);
+    EXPECT_EQ(Bench_countInSyslog(bench, "USER_WARNING"), 0U);
+}
