@@ -1,0 +1,99 @@
+#include "Actions.h"
+
+#include "BenchText.h"
+#include "LegacyCheck.h"
+#include "RemoteCheck.h"
+#include "SensorActions.h"
+#include "SetupActions.h"
+#include "TouchActions.h"
+
+#include <array>
+#include <numeric>
+
+namespace {
+
+bool burst(Soak& soak) {
+    RemoteCheck_burst(soak);
+    return true;
+}
+
+bool reconnect(Soak& soak) {
+    Report_action(soak.report, "remote: new client", "hangs up and connects anew");
+    RemoteCheck_reconnect(soak);
+    return true;
+}
+
+bool selectLegacy(Soak& soak) {
+    if (soak.protocol != SoakProtocol::legacy) {
+        return false;
+    }
+    LegacyCheck_select(soak);
+    return true;
+}
+
+struct ActionRow {
+    int weight;
+    bool (*run)(Soak& soak); ///< false: not possible now
+};
+
+constexpr std::array<ActionRow, 24> actionRows{{
+    {14, SensorActions_plug},
+    {8, SensorActions_unplug},
+    {2, SensorActions_replug},
+    {16, SensorActions_setPowers},
+    {3, SensorActions_setOther},
+    {3, SensorActions_beginFault},
+    {12, SensorActions_endFault},
+    {8, TouchActions_scale},
+    {4, TouchActions_units},
+    {4, TouchActions_match},
+    {4, TouchActions_settingsWindow},
+    {4, TouchActions_dialogs},
+    {2, TouchActions_graphDialog},
+    {2, TouchActions_graphKeys},
+    {2, TouchActions_pulseDialog},
+    {2, TouchActions_pulseTabs},
+    {3, SetupActions_pulseMode},
+    {8, SetupActions_commit},
+    {2, SetupActions_serialPort},
+    {2, SetupActions_lan},
+    {4, SetupActions_supply},
+    {1, burst},
+    {1, reconnect},
+    {4, selectLegacy},
+}};
+
+} // namespace
+
+void Actions_do(Soak& soak) {
+    constexpr int attempts = 20;
+    const int sum = std::accumulate(actionRows.begin(), actionRows.end(), 0,
+                                    [](int all, const ActionRow& row) { return all + row.weight; });
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        int picked = Soak_pick(soak, 1, sum);
+        const ActionRow* row = actionRows.data();
+        while ((picked -= row->weight) > 0) {
+            ++row;
+        }
+        if (row->run(soak)) {
+            return;
+        }
+    }
+}
+
+bool Actions_bringToRest(Soak& soak) {
+    Report_action(soak.report, "rest", "every fault ends, every sensor is pulled");
+    for (size_t port = 0; port < soakPortCount; ++port) {
+        SensorActions_pull(soak, port);
+    }
+    const auto isAtRest = [&] {
+        return !Bench_isVisible(soak.bench, "sensorSettingsDialog_ok") &&
+               Bench_isVisible(soak.bench, "noConnection.title") &&
+               Bench_labelText(soak.bench, "noConnection.title") == "No Sensor Detected";
+    };
+    const bool isThere = Bench_waitUntil(isAtRest, Soak_limit_ms(soak, soakTimes::layout));
+    if (!isThere) {
+        Report_finding(soak.report, "rest", "\"No Sensor Detected\" does not come");
+    }
+    return isThere;
+}

@@ -1,0 +1,30 @@
+#ifndef TESTS_SOAK_LINKS_H
+#define TESTS_SOAK_LINKS_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The remote side of the meter: one end of a TCP connection or of the command port's cable.
+class Link {
+public:
+    Link() = default;
+    ~Link();
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+
+    /// Connects to the meter's TCP port, for as long as it takes to listen; false after 10 s.
+    bool connectTcp(const std::string& world);
+    bool openTerminal(const std::string& world);
+    void hangUp();
+
+    bool send(std::string_view bytes) const;
+    /// One line with its line feed; nothing when none has come within the limit.
+    std::optional<std::string> readLine(int limit_ms);
+
+private:
+    int end = -1;
+    std::string received;
+};
+
+#endif

@@ -1,0 +1,426 @@
+#include "ScreenCheck.h"
+
+#include "BenchText.h"
+#include "ExpectedTexts.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+namespace {
+
+using Widgets = std::vector<ScreenWidget>;
+
+constexpr std::array<const char*, soakPortCount> dialogTitles = {
+    "Tessel CW Sensor on Serial1", "Tessel CW Sensor on Serial2",
+    "Tessel CW & Pulse Sensor on USB1", "Tessel CW & Pulse Sensor on USB2"};
+constexpr double dialogDue = 3; ///< after the plug
+constexpr int middle_px = 424;  ///< between the halves of the screen
+constexpr const char* red = "#ff0000";
+constexpr const char* white = "#ffffff";
+
+/// A part of the screen: everything, or one of its halves.
+struct Region {
+    int from_px = 0;
+    int to_px = 100000;
+};
+
+const ScreenWidget* find(const Widgets& widgets, std::string_view name, const Region& region = {}) {
+    const auto found = std::ranges::find_if(widgets, [&](const ScreenWidget& widget) {
+        return widget.isVisible && (widget.name == name || widget.id == name) &&
+               widget.y >= region.from_px && widget.y < region.to_px;
+    });
+    return found == widgets.end() ? nullptr : &*found;
+}
+
+std::string listed(const ShownValues& values) {
+    std::string text;
+    for (const ShownValue& value : values) {
+        text += " \"" + value.value + " " + value.units + "\"";
+    }
+    return text;
+}
+
+/// One look: what was seen, and what the file said before and after.
+struct Look {
+    Soak& soak;
+    Widgets widgets;
+    std::map<std::string, std::string> fileBefore;
+    std::map<std::string, std::string> fileAfter;
+    std::vector<SoakSettings> settings; ///< any of these may be shown
+};
+
+/// Where a channel's values are, and what they must be.
+struct ShownPort {
+    size_t port;
+    int channel;
+    Region region;
+    bool isPulse;
+    std::string prefix;
+};
+
+void compare(Look& look, const std::string& kind, const ScreenWidget* value,
+             const ScreenWidget* units, const ShownValues& expected) {
+    if (value == nullptr) {
+        Report_finding(look.soak.report, "text " + kind, "is not on the screen");
+        return;
+    }
+    const ShownValue shown{value->text, units == nullptr ? std::string() : units->text};
+    if (std::ranges::find(expected, shown) == expected.end()) {
+        Report_finding(look.soak.report, "text " + kind,
+                       "\"" + shown.value + " " + shown.units + "\", not any of" +
+                           listed(expected));
+    }
+    Report_checked(look.soak.report, "text " + kind);
+}
+
+ShownScale scaleFrom(const std::map<std::string, std::string>& file, int channel,
+                     const char* line) {
+    const std::string stem = BenchText_format("scale_ch%d_%s_", channel + 1, line);
+    ShownScale scale;
+    if (const auto found = file.find(stem + "autoScale"); found != file.end()) {
+        scale.isAutomatic = found->second != "0";
+    }
+    if (const auto found = file.find(stem + "scaleIndex"); found != file.end()) {
+        scale.index = std::clamp(atoi(found->second.c_str()), 0, 10);
+    }
+    return scale;
+}
+
+void append(ShownValues& values, const ShownValues& more) {
+    values.insert(values.end(), more.begin(), more.end());
+}
+
+ShownValues expectedPowers(Look& look, const ShownPort& shown, bool isForward) {
+    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+    const char* line = isForward ? "fwd" : "rfl";
+    ShownValues expected;
+    for (const TruthValue& value : Truth_shownValues(look.soak.truth, shown.port)) {
+        const double power_W = isForward ? value.forward_W : value.reflected_W;
+        for (const SoakSettings& settings : look.settings) {
+            for (const auto* file : {&look.fileBefore, &look.fileAfter}) {
+                append(expected, ExpectedTexts_power(power_W, sensor.max_W, settings.isdBm,
+                                                     scaleFrom(*file, shown.channel, line)));
+            }
+        }
+    }
+    return expected;
+}
+
+ShownValues expectedMatches(Look& look, const ShownPort& shown) {
+    const auto values = Truth_shownValues(look.soak.truth, shown.port);
+    ShownValues expected;
+    for (const TruthValue& forward : values) {
+        for (const TruthValue& reflected : values) {
+            for (const SoakSettings& settings : look.settings) {
+                append(expected, ExpectedTexts_match(forward.forward_W, reflected.reflected_W,
+                                                     settings.matchType));
+            }
+        }
+    }
+    return expected;
+}
+
+void checkColour(Look& look, const ScreenWidget& value) {
+    const char* expected = value.text == "  Range" ? red : white;
+    if (value.foreground != expected) {
+        Report_finding(look.soak.report, "colour of a value",
+                       value.name + " \"" + value.text + "\" is " + value.foreground);
+    }
+}
+
+void checkPower(Look& look, const ShownPort& shown, bool isForward) {
+    const std::string line = isForward ? "fwd" : "rfl";
+    const std::string pulseLine = isForward ? "Fwd" : "Rfl";
+    const ScreenWidget* value =
+        find(look.widgets,
+             shown.isPulse ? "pulse.value" + pulseLine : shown.prefix + "." + line + ".value",
+             shown.region);
+    const ScreenWidget* units = find(look.widgets,
+                                     shown.isPulse ? "pulse.btnUnits" + pulseLine + ".text"
+                                                   : shown.prefix + "." + line + ".units",
+                                     shown.region);
+    compare(look, isForward ? "forward power" : "reflected power", value, units,
+            expectedPowers(look, shown, isForward));
+    if (value != nullptr) {
+        checkColour(look, *value);
+    }
+}
+
+void checkMatch(Look& look, const ShownPort& shown) {
+    constexpr std::array<const char*, 3> captions = {"VSWR:", "RL:", "RHO:"};
+    compare(look, "match", find(look.widgets, shown.prefix + ".match.value"),
+            find(look.widgets, shown.prefix + ".match.units"), expectedMatches(look, shown));
+    const ScreenWidget* caption = find(look.widgets, shown.prefix + ".match.caption");
+    if (caption != nullptr && std::ranges::none_of(look.settings, [&](const SoakSettings& s) {
+            return caption->text == captions.at(static_cast<size_t>(s.matchType));
+        })) {
+        Report_finding(look.soak.report, "text match caption", caption->text);
+    }
+}
+
+void checkPulseValues(Look& look, const ShownPort& shown) {
+    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+    if (!Truth_isFollowed(look.soak.truth, shown.port) ||
+        find(look.widgets, "pulse.valuePeriod", shown.region) == nullptr) {
+        return;
+    }
+    const struct {
+        const char* kind;
+        const char* value;
+        const char* units;
+        ShownValues expected;
+    } rows[] = {
+        {"pulse frequency", "pulse.valueFreq", "pulse.unitsFreq",
+         ExpectedTexts_frequency(sensor.frequency_Hz)},
+        {"pulse period", "pulse.valuePeriod", "pulse.unitsPeriod",
+         ExpectedTexts_time(sensor.period_s)},
+        {"pulse width", "pulse.valueWidth", "pulse.unitsWidth", ExpectedTexts_time(sensor.width_s)},
+        {"pulse repetition", "pulse.valueRepeat", "pulse.unitsRepeat",
+         ExpectedTexts_frequency(sensor.period_s > 0 ? 1 / sensor.period_s : 0)},
+    };
+    for (const auto& row : rows) {
+        compare(look, row.kind, find(look.widgets, row.value, shown.region),
+                find(look.widgets, row.units, shown.region), row.expected);
+    }
+}
+
+void checkTitle(Look& look, const ShownPort& shown) {
+    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+    const ScreenWidget* title =
+        find(look.widgets, shown.isPulse ? "pulse.btnTitle.text" : shown.prefix + ".title",
+             shown.region);
+    if (!sensor.isTitleKnown || title == nullptr) {
+        return;
+    }
+    if (title->text != sensor.title) {
+        Report_finding(look.soak.report, "text title",
+                       "\"" + title->text + "\", not \"" + sensor.title + "\"");
+    }
+    Report_checked(look.soak.report, "text title");
+}
+
+void checkMeasuringPort(Look& look, const ShownPort& shown) {
+    const bool isSettled = look.settings.size() == 1;
+    const SoakSettings& settings = look.soak.settings;
+    checkTitle(look, shown);
+    if (!Truth_isHonest(look.soak.truth, shown.port) ||
+        look.soak.truth.ports.at(shown.port).values.empty()) {
+        return;
+    }
+    if (isSettled && settings.showsForward) {
+        checkPower(look, shown, true);
+    }
+    if (isSettled && settings.showsReflected) {
+        checkPower(look, shown, false);
+    }
+    if (isSettled && settings.showsMatch && !shown.isPulse) {
+        checkMatch(look, shown);
+    }
+    if (shown.isPulse) {
+        checkPulseValues(look, shown);
+    }
+}
+
+void checkConnecting(Look& look, const ShownPort& shown, const std::string& noConnection) {
+    const ScreenWidget* title = find(look.widgets, noConnection);
+    if (title == nullptr) {
+        return; // it measures already
+    }
+    if (title->text != "Connecting...") {
+        Report_finding(look.soak.report, "text connecting",
+                       "\"" + title->text + "\" for " + Truth_portName(shown.port));
+    }
+    Report_checked(look.soak.report, "text connecting");
+}
+
+void checkChannel(Look& look, int channel) {
+    const int port = Truth_portOfChannel(look.soak.truth, channel);
+    if (port < 0) {
+        return;
+    }
+    const bool isAlone = Truth_shownCount(look.soak.truth) == 1;
+    const std::string side = isAlone ? "single" : channel == 0 ? "upper" : "lower";
+    ShownPort shown{static_cast<size_t>(port), channel, {}, false, {}};
+    shown.isPulse = look.soak.settings.isPulse && Truth_isUsb(shown.port);
+    if (!isAlone) {
+        shown.region = channel == 0 ? Region{0, middle_px} : Region{middle_px, 100000};
+    }
+    shown.prefix = side + (look.soak.settings.showsGraph && !shown.isPulse ? "Graph" : "");
+    if (!Truth_mustMeasure(look.soak.truth, shown.port)) {
+        checkConnecting(look, shown, (isAlone ? "" : side + ".") + "noConnection.title");
+        return;
+    }
+    const std::string title = shown.isPulse ? "pulse.btnTitle.text" : shown.prefix + ".title";
+    if (find(look.widgets, title, shown.region) == nullptr) {
+        Report_finding(look.soak.report, "screen of a sensor",
+                       std::string(Truth_portName(shown.port)) + " is not shown as " + title);
+        return;
+    }
+    checkMeasuringPort(look, shown);
+}
+
+void checkNobody(Look& look) {
+    const ScreenWidget* title = find(look.widgets, "noConnection.title");
+    if (title == nullptr || title->text != "No Sensor Detected") {
+        Report_finding(look.soak.report, "text without a sensor",
+                       title == nullptr ? "is not on the screen" : title->text);
+    }
+    Report_checked(look.soak.report, "text without a sensor");
+}
+
+// The channel dialog.
+
+bool isDialogThere(const Look& look) {
+    return find(look.widgets, "sensorSettingsDialog_ok") != nullptr;
+}
+
+void answerDialog(Look& look, size_t port) {
+    Soak& soak = look.soak;
+    const int channel = Soak_pick(soak, 0, 1);
+    const char* radio =
+        channel == 0 ? "sensorSettingsDialogRadioChan1" : "sensorSettingsDialogRadioChan2";
+    const auto isChosen = [&] {
+        const auto button = Bench_widget(soak.bench, radio);
+        return button && button->isActive;
+    };
+    const auto isGone = [&] { return !Bench_isVisible(soak.bench, "sensorSettingsDialog_ok"); };
+    Report_action(soak.report, "touch: channel dialog",
+                  BenchText_format("channel %d for %s", channel + 1, Truth_portName(port)));
+    const bool isAnswered = (isChosen() || (Bench_tap(soak.bench, radio) &&
+                                            Bench_waitUntil(isChosen, Soak_limit_ms(soak, 2)))) &&
+                            Bench_tap(soak.bench, "sensorSettingsDialog_ok") &&
+                            Bench_waitUntil(isGone, Soak_limit_ms(soak, 2));
+    if (isAnswered) {
+        Truth_choose(soak.truth, port, channel);
+    } else {
+        Report_finding(soak.report, "channel dialog", "cannot be answered");
+    }
+}
+
+void checkDialog(Look& look) {
+    Soak& soak = look.soak;
+    const int port = Truth_waitsForChannel(soak.truth);
+    const ScreenWidget* title = find(look.widgets, "sensorSettingsDialogTitleStr");
+    if (port < 0 || title == nullptr) {
+        if (Truth_isPast(soak.truth, soak.truth.presenceChanged, dialogDue)) {
+            Report_finding(soak.report, "channel dialog", "is there and need not be");
+        }
+        return;
+    }
+    if (title->text != dialogTitles.at(static_cast<size_t>(port))) {
+        if (Truth_isPast(soak.truth, soak.truth.presenceChanged, dialogDue)) {
+            Report_finding(soak.report, "text channel dialog",
+                           "\"" + title->text + "\" while " +
+                               Truth_portName(static_cast<size_t>(port)) + " waits");
+        }
+        return;
+    }
+    Report_checked(soak.report, "text channel dialog");
+    if (Soak_pick(soak, 0, 1) == 0) {
+        answerDialog(look, static_cast<size_t>(port));
+    }
+}
+
+// The battery.
+
+int percentByVoltage(double voltage_V) {
+    const double cell_V = voltage_V / 3;
+    double percent = 0;
+    if (cell_V > 3.94) {
+        percent = cell_V < 4.13 ? (cell_V - 3.94) / 0.19 * 25 + 75 : 100;
+    } else if (cell_V > 3.77) {
+        percent = (cell_V - 3.77) / 0.17 * 25 + 50;
+    } else if (cell_V > 3.58) {
+        percent = (cell_V - 3.58) / 0.19 * 25 + 25;
+    } else if (cell_V > 3.49) {
+        percent = (cell_V - 3.49) / 0.28 * 25 + 5;
+    } else {
+        percent = cell_V > 3.44 ? (cell_V - 3.44) / 0.05 * 25 : 0;
+    }
+    return static_cast<int>(percent);
+}
+
+/// The battery is never full here, so that its percentage stays that of its voltage.
+void checkBattery(Look& look) {
+    constexpr double batteryFollow = 12;
+    constexpr int charging = 0x40;
+    if (!Truth_isPast(look.soak.truth, look.soak.supplyChanged, batteryFollow)) {
+        return;
+    }
+    const ScreenWidget* label = find(look.widgets, "batteryPercent");
+    const int state = atoi(Bench_readFile(look.soak.bench, "/sys/devices/virtual/battery_charger/"
+                                                           "ltc4162/chargerState_raw")
+                               .c_str());
+    const double voltage_V =
+        atof(Bench_readFile(look.soak.bench, "/sys/class/power_supply/fuel_gauge/voltage_now")
+                 .c_str()) /
+        1e6;
+    const int percent = percentByVoltage(voltage_V);
+    const std::string shown = label == nullptr ? "nothing" : label->text;
+    const bool isRight =
+        state == charging ? shown == "---%"
+                          : shown == std::to_string(percent) + "%" ||
+                                shown == std::to_string(percentByVoltage(voltage_V - 1e-5)) + "%" ||
+                                shown == std::to_string(percentByVoltage(voltage_V + 1e-5)) + "%";
+    if (!isRight) {
+        Report_finding(look.soak.report, "text battery",
+                       BenchText_format("\"%s\" at %.3f V in state 0x%x", shown.c_str(), voltage_V,
+                                        static_cast<unsigned>(state)));
+    }
+    Report_checked(look.soak.report, "text battery");
+}
+
+Look takeLook(Soak& soak) {
+    Look look{soak, {}, Soak_settingsFile(soak), {}, {soak.settings}};
+    look.widgets = Bench_screen(soak.bench);
+    look.fileAfter = Soak_settingsFile(soak);
+    if (!Truth_isPast(soak.truth, soak.settingsChanged, 1)) {
+        look.settings.push_back(soak.settingsBefore);
+    }
+    return look;
+}
+
+} // namespace
+
+void ScreenCheck_look(Soak& soak) {
+    Look look = takeLook(soak);
+    if (look.widgets.empty()) {
+        Report_finding(soak.report, "screen", "the meter does not answer");
+        return;
+    }
+    checkBattery(look);
+    if (isDialogThere(look)) {
+        checkDialog(look);
+        return;
+    }
+    if (Truth_waitsForChannel(soak.truth) >= 0 &&
+        Truth_isPast(soak.truth, soak.truth.presenceChanged, dialogDue)) {
+        Report_finding(soak.report, "channel dialog", "does not come");
+    }
+    if (!Truth_isLayoutSettled(soak.truth) || !Truth_isPast(soak.truth, soak.settingsChanged, 1)) {
+        Report_checked(soak.report, "look while the layout changes");
+        return;
+    }
+    if (Truth_shownCount(soak.truth) == 0) {
+        checkNobody(look);
+    }
+    for (int channel = 0; channel < static_cast<int>(soakChannelCount); ++channel) {
+        checkChannel(look, channel);
+    }
+}
+
+std::string ScreenCheck_prefix(const Soak& soak, int channel) {
+    const int port = Truth_portOfChannel(soak.truth, channel);
+    if (port < 0 || !Truth_isLayoutSettled(soak.truth) ||
+        !Truth_mustMeasure(soak.truth, static_cast<size_t>(port))) {
+        return {};
+    }
+    if (soak.settings.isPulse && Truth_isUsb(static_cast<size_t>(port))) {
+        return "pulse";
+    }
+    const std::string side = Truth_shownCount(soak.truth) == 1 ? "single"
+                             : channel == 0                    ? "upper"
+                                                               : "lower";
+    return side + (soak.settings.showsGraph ? "Graph" : "");
+}
