@@ -71,6 +71,24 @@ TEST_F(SwitchingOff, ClosedWindowWithSensorsSwitchesOffAndLeavesWithZero) {
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
 }
 
+TEST_F(SwitchingOff, WindowClosedBehindADialogSwitchesOffAndLeavesWithZero) {
+    const struct {
+        std::vector<std::string> commands;
+        const char* dialog;
+    } cases[] = {
+        {{"clock speed 10", "plug serial1 5132 fwd=25"}, "sensorSettingsDialog"},
+        {{"clock speed 4", "ac off", "battery volts=10.0"}, "warningDialog"},
+    };
+    for (const auto& test : cases) {
+        start(test.commands);
+        ASSERT_TRUE(Bench_waitForVisible(bench, test.dialog, true, limit_ms));
+        ASSERT_TRUE(CloseRequest_send(bench.world));
+        EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0) << test.dialog;
+        EXPECT_EQ(Bench_commands(bench), oneShutdown) << test.dialog;
+        Bench_stop(bench);
+    }
+}
+
 TEST_F(SwitchingOff, PressBehindTheChannelDialogSwitchesOffOnce) {
     start({"clock speed 10", "plug serial1 5132 fwd=25"});
     ASSERT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", true, limit_ms));
