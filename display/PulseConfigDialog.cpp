@@ -10,6 +10,7 @@
 #include "PulseConfigSending.h"
 #include "PulseDisplay.h"
 #include "SensorPortHandler.h"
+#include "StyleSheet.h"
 
 #include <cstdio>
 #include <span>
@@ -66,16 +67,10 @@ constexpr char styleText[] = R"(
 
 void installStyle() {
     static bool isInstalled = false;
-    if (isInstalled) {
-        return;
+    if (!isInstalled) {
+        isInstalled = true;
+        StyleSheet_add(styleText);
     }
-    isInstalled = true;
-    GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider, styleText, -1, nullptr);
-    gtk_style_context_add_provider_for_screen(gdk_screen_get_default(),
-                                              GTK_STYLE_PROVIDER(provider),
-                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    g_object_unref(provider);
 }
 
 struct WidgetRow {

@@ -174,12 +174,10 @@ window#mainWindow8830K notebook tab label.pulseTab {
 window#mainWindow8830K notebook tab:checked label.pulseTab { color: black; }
 )";
 
-namespace {
-
-void install(const char* text) {
+void StyleSheet_add(const char* rules) {
     GtkCssProvider* provider = gtk_css_provider_new();
     GError* error = nullptr;
-    if (!gtk_css_provider_load_from_data(provider, text, -1, &error)) {
+    if (!gtk_css_provider_load_from_data(provider, rules, -1, &error)) {
         DIAGNOSTIC("Style sheet: %s\n", error->message);
         g_error_free(error);
     }
@@ -189,12 +187,10 @@ void install(const char* text) {
     g_object_unref(provider);
 }
 
-} // namespace
-
 void StyleSheet_install() {
-    install(styleSheetText);
+    StyleSheet_add(styleSheetText);
 }
 
 void StyleSheet_installForPulseScreens() {
-    install(pulseStyleSheetText);
+    StyleSheet_add(pulseStyleSheetText);
 }

@@ -8,6 +8,10 @@ void StyleSheet_install();
 /// The same for the rules that only pulse and no-connection screens need.
 void StyleSheet_installForPulseScreens();
 
+/// Adds a dialog's own rules, in CSS, behind those that are there. Once for each dialog. A mistake
+/// in them is logged. Main thread or GUI-refresh thread, GDK lock held.
+void StyleSheet_add(const char* rules);
+
 /// The rules themselves, in CSS.
 extern const char styleSheetText[];
 extern const char pulseStyleSheetText[];

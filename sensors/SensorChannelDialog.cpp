@@ -4,6 +4,7 @@
 #include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "Process.h"
+#include "StyleSheet.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -89,15 +90,6 @@ bool waitForEnd(bool Progress::*what, uint32_t time_ms) {
 uint32_t portOf(const SensorInstance* instance) {
     const ScopedLock lock(sensorManagerMutex);
     return instance->index;
-}
-
-void installStyle() {
-    GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider, styleText, -1, nullptr);
-    gtk_style_context_add_provider_for_screen(gdk_screen_get_default(),
-                                              GTK_STYLE_PROVIDER(provider),
-                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    g_object_unref(provider);
 }
 
 /// Names the interface's objects. False, with a message and without the dialog, if one is missing:
@@ -204,7 +196,7 @@ void serveUntilAnswered() {
 void SensorChannelDialog_register(GtkWindow* mainWindow) {
     parentWindow = mainWindow;
     Condition_initialize(&progress.changed);
-    installStyle();
+    StyleSheet_add(styleText);
     SensorManager_registerChannelPrompt(SensorChannelDialog_ask);
 }
 

@@ -2,6 +2,7 @@
 
 #include "AppFlags.h"
 #include "GtkHelpers.h"
+#include "StyleSheet.h"
 
 #include <cstdio>
 
@@ -28,25 +29,19 @@ void onResponse(GtkDialog* /*dialog*/, int /*response*/, gpointer data) {
     WarningDialog_handleState(warning);
 }
 
-void applyStyle(GtkWidget* dialog) {
+void applyStyle() {
     static bool isLoaded = false;
-    if (isLoaded) {
-        return;
+    if (!isLoaded) {
+        isLoaded = true;
+        StyleSheet_add(styleSheet);
     }
-    isLoaded = true;
-    GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider, styleSheet, -1, nullptr);
-    gtk_style_context_add_provider_for_screen(gtk_widget_get_screen(dialog),
-                                              GTK_STYLE_PROVIDER(provider),
-                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION + 1);
-    g_object_unref(provider);
 }
 
 void putUp(WarningDialog* warning) {
     GtkWidget* dialog = gtk_message_dialog_new(warning->parent, GTK_DIALOG_MODAL, GTK_MESSAGE_OTHER,
                                                GTK_BUTTONS_OK, "%s", warning->message);
     gtk_widget_set_name(dialog, "warningDialog");
-    applyStyle(dialog);
+    applyStyle();
     GtkWidget* button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
     gtk_widget_set_name(button, "warningDialog.ok");
     gtk_container_set_border_width(
