@@ -62,7 +62,7 @@ protected:
         testing::internal::CaptureStdout();
         steps();
         LogManager_flush();
-        const std::string trace = testing::internal::GetCapturedStdout();
+        std::string trace = testing::internal::GetCapturedStdout();
         World_removeFile("/tmp/debug");
         LogManager_route();
         return trace;
