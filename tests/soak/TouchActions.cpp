@@ -211,8 +211,10 @@ bool TouchActions_dialogs(Soak& soak) {
 bool TouchActions_graphDialog(Soak& soak) {
     int channel = 0;
     const std::string prefix = pickScreen(soak, channel);
+    // The axis title and the mode open the same dialog.
     return prefix.ends_with("Graph") &&
-           openAndClose(soak, "graph dialog", prefix + ".graph.title",
+           openAndClose(soak, "graph dialog",
+                        prefix + (Soak_pick(soak, 0, 1) == 0 ? ".graph.title" : ".graph.mode"),
                         Soak_pick(soak, 0, 1) == 0 ? "graphSettingsButton_cancel"
                                                    : "graphSettingsButton_apply");
 }
@@ -223,8 +225,7 @@ bool TouchActions_graphKeys(Soak& soak) {
     if (!prefix.ends_with("Graph")) {
         return false;
     }
-    constexpr std::array keys = {".graph.mode", ".graph.auto", ".graph.clear"};
-    tap(soak, "graph", prefix + keys.at(static_cast<size_t>(Soak_pick(soak, 0, 2))));
+    tap(soak, "graph", prefix + (Soak_pick(soak, 0, 1) == 0 ? ".graph.auto" : ".graph.clear"));
     return true;
 }
 
