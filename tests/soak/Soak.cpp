@@ -40,6 +40,19 @@ std::map<std::string, std::string> Soak_settingsFile(const Soak& soak) {
     return values;
 }
 
+void Soak_believeSettingsFile(Soak& soak) {
+    auto file = Soak_settingsFile(soak);
+    SoakSettings read;
+    read.isdBm = file["powerUnitsIsdBm"] == "1";
+    read.showsForward = file["displayForwardPower"] != "0";
+    read.showsReflected = file["displayReflectedPower"] != "0";
+    read.showsMatch = file["displayVSWR_ReturnLoss_or_ReflCoeff_Value"] != "0";
+    read.matchType = atoi(file["matchMeasurementType"].c_str());
+    read.showsGraph = file["displayGraph"] == "1";
+    read.isPulse = file["sensorPulseMode"] == "1";
+    Soak_changeSettings(soak, read);
+}
+
 uint32_t Soak_limit_ms(const Soak& soak, double meter_s) {
     return static_cast<uint32_t>((meter_s / soak.truth.speed + soakTimes::machineReal) * 1000);
 }

@@ -51,6 +51,7 @@ void waitForSetting(Soak& soak, const std::string& touched, const std::string& k
         Report_finding(soak.report, "setting after a touch",
                        BenchText_format("%s: %s is %s, not %s", touched.c_str(), key.c_str(),
                                         Soak_settingsFile(soak)[key].c_str(), value.c_str()));
+        Soak_believeSettingsFile(soak);
     }
     Report_checked(soak.report, "setting after a touch");
 }
@@ -102,8 +103,6 @@ void touchControl(Soak& soak, const Control& control) {
     if (tap(soak, "settings window", control.name)) {
         Soak_changeSettings(soak, changed);
         waitForSetting(soak, control.name, control.key, value);
-        Soak_changeSettings(soak, changed);
-        soak.settingsBefore = changed;
     }
 }
 
