@@ -89,7 +89,8 @@ static uint32_t hashWord(scpi_word_t word, scpi_bool_t numbered) {
         word.len--;
     }
     for (i = 0; i < word.len; i++) {
-        hash = hashStep(hash, (uint32_t)toupper((unsigned char)word.ptr[i]));
+        const char c = word.ptr[i];
+        hash = hashStep(hash, (uint32_t)(c >= 'A' && c <= 'Z' ? c : toupper((unsigned char)c)));
     }
     return hash;
 }

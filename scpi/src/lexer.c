@@ -342,6 +342,19 @@ scpi_token_t scpiLexValue(scpi_lexer_t* lexer) {
     }
 }
 
+int scpiNumberBase(const scpi_token_t* token) {
+    switch (token->type) {
+    case SCPI_TOKEN_HEXNUM:
+        return 16;
+    case SCPI_TOKEN_OCTNUM:
+        return 8;
+    case SCPI_TOKEN_BINNUM:
+        return 2;
+    default:
+        return 10;
+    }
+}
+
 /* Values separated by commas; the count, or -1 if the list breaks off. */
 static int lexParameters(scpi_lexer_t* lexer, scpi_token_t* data) {
     char* from = lexer->pos;

@@ -43,6 +43,9 @@ scpi_token_t scpiLexDecimal(scpi_lexer_t* lexer);
  */
 scpi_token_t scpiLexValue(scpi_lexer_t* lexer);
 
+/* Base of a number token's digits: 16, 8 or 2 for #H, #Q and #B, 10 for any other token. */
+int scpiNumberBase(const scpi_token_t* token);
+
 /*
  * The next message unit: header, parameters, termination. Returns the number of bytes taken; at an
  * unexpected byte the header is of type INVALID and the unit ends behind that byte.

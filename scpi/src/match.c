@@ -46,18 +46,19 @@ size_t scpiHeaderStart(const scpi_header_t* header) {
 }
 
 scpi_word_t scpiHeaderWord(const scpi_header_t* header, size_t* pos) {
-    const size_t from = *pos;
-    const size_t length = headerLength(header);
+    /* The prefix ends in a colon, so that no keyword lies across the two pieces. */
+    const scpi_bool_t inPrefix = *pos < header->prefixLen;
+    const size_t from = inPrefix ? *pos : *pos - header->prefixLen;
+    const size_t end = inPrefix ? header->prefixLen : header->textLen;
+    const char* piece = inPrefix ? header->prefix : header->text;
     scpi_word_t word;
 
-    /* The prefix ends in a colon, so that no keyword lies across the two pieces. */
-    word.ptr = from < header->prefixLen ? header->prefix + from
-                                        : header->text + (from - header->prefixLen);
+    word.ptr = piece + from;
     word.len = 0;
-    while (from + word.len < length && headerAt(header, from + word.len) != ':') {
+    while (from + word.len < end && word.ptr[word.len] != ':') {
         word.len++;
     }
-    *pos = from + word.len < length ? from + word.len + 1 : SCPI_HEADER_END;
+    *pos = from + word.len < end ? *pos + word.len + 1 : SCPI_HEADER_END;
     return word;
 }
 
@@ -135,7 +136,9 @@ scpi_bool_t scpiPatternMayEnd(scpi_place_t place) {
 static scpi_bool_t equalIgnoringCase(const char* first, const char* second, size_t len) {
     size_t i;
     for (i = 0; i < len; i++) {
-        if (toupper((unsigned char)first[i]) != toupper((unsigned char)second[i])) {
+        /* Clients mostly send what the table holds: only other characters are converted. */
+        if (first[i] != second[i] &&
+            toupper((unsigned char)first[i]) != toupper((unsigned char)second[i])) {
             return FALSE;
         }
     }
@@ -155,13 +158,13 @@ static scpi_bool_t allDigits(scpi_word_t word) {
 /* The word is the first formLen characters of the keyword, with a number if it may have one. */
 static scpi_bool_t formMatches(const scpi_node_t* node, size_t formLen, scpi_word_t word,
                                scpi_word_t* digits) {
-    if (formLen == 0 || word.len < formLen ||
+    if (formLen == 0 || word.len < formLen || (word.len > formLen && !node->numbered) ||
         !equalIgnoringCase(node->word.ptr, word.ptr, formLen)) {
         return FALSE;
     }
     digits->ptr = word.ptr + formLen;
     digits->len = word.len - formLen;
-    return digits->len == 0 || (node->numbered && allDigits(*digits));
+    return allDigits(*digits);
 }
 
 static scpi_bool_t nodeMatches(const scpi_node_t* node, scpi_word_t word, scpi_word_t* digits) {
@@ -204,13 +207,13 @@ static scpi_bool_t matchFrom(scpi_place_t place, const scpi_header_t* header, si
 static scpi_bool_t matchWithout(scpi_place_t place, const scpi_header_t* header, size_t pos,
                                 const number_sink_t* sink, size_t index) {
     const scpi_place_t behind = scpiPatternBehindGroup(place);
-    const size_t skipped = countSkipped(place, behind.at);
+    const size_t skipped = sink ? countSkipped(place, behind.at) : 0;
     size_t i;
 
     if (!matchFrom(behind, header, pos, sink, index + skipped)) {
         return FALSE;
     }
-    for (i = 0; sink && i < skipped; i++) {
+    for (i = 0; i < skipped; i++) {
         storeNumber(sink, index + i, sink->defaultValue);
     }
     return TRUE;

@@ -79,19 +79,6 @@ scpi_bool_t SCPI_ParamIsNumber(scpi_parameter_t* parameter, scpi_bool_t suffixAl
     }
 }
 
-static int baseOf(const scpi_parameter_t* parameter) {
-    switch (parameter->type) {
-    case SCPI_TOKEN_HEXNUM:
-        return 16;
-    case SCPI_TOKEN_OCTNUM:
-        return 8;
-    case SCPI_TOKEN_BINNUM:
-        return 2;
-    default:
-        return 10;
-    }
-}
-
 /* What every conversion asks first. */
 static scpi_bool_t convertible(scpi_t* context, scpi_parameter_t* parameter, const void* value) {
     if (!parameter || !value) {
@@ -100,88 +87,55 @@ static scpi_bool_t convertible(scpi_t* context, scpi_parameter_t* parameter, con
     return SCPI_ParamIsNumber(parameter, TRUE);
 }
 
-scpi_bool_t SCPI_ParamToInt32(scpi_t* context, scpi_parameter_t* parameter, int32_t* value) {
+/* The integer that the token begins with, 0 and FALSE if there is none. */
+static scpi_bool_t wholeNumber(const scpi_parameter_t* parameter, scpi_bool_t isSigned,
+                               uint64_t* whole) {
+    const int base = scpiNumberBase(parameter);
     char* end = NULL;
 
-    if (!convertible(context, parameter, value)) {
-        return FALSE;
-    }
-    /* A value that does not fit keeps its low 32 bits. */
-    if (baseOf(parameter) == 10) {
-        *value = (int32_t)strtol(parameter->ptr, &end, 10);
-    } else {
-        *value = (int32_t)(uint32_t)strtoul(parameter->ptr, &end, baseOf(parameter));
-    }
+    *whole = isSigned && base == 10 ? (uint64_t)strtoll(parameter->ptr, &end, base)
+                                    : (uint64_t)strtoull(parameter->ptr, &end, base);
     return end != parameter->ptr;
 }
 
-scpi_bool_t SCPI_ParamToUInt32(scpi_t* context, scpi_parameter_t* parameter, uint32_t* value) {
-    char* end = NULL;
-
-    if (!convertible(context, parameter, value)) {
-        return FALSE;
+/* A value that does not fit keeps its low bits. */
+#define DEFINE_WHOLE_CONVERSION(name, type, isSigned)                                              \
+    scpi_bool_t name(scpi_t* context, scpi_parameter_t* parameter, type* value) {                  \
+        uint64_t whole = 0;                                                                        \
+        scpi_bool_t result;                                                                        \
+        if (!convertible(context, parameter, value)) {                                             \
+            return FALSE;                                                                          \
+        }                                                                                          \
+        result = wholeNumber(parameter, isSigned, &whole);                                         \
+        *value = (type)whole;                                                                      \
+        return result;                                                                             \
     }
-    *value = (uint32_t)strtoul(parameter->ptr, &end, baseOf(parameter));
-    return end != parameter->ptr;
-}
 
-scpi_bool_t SCPI_ParamToInt64(scpi_t* context, scpi_parameter_t* parameter, int64_t* value) {
-    char* end = NULL;
+DEFINE_WHOLE_CONVERSION(SCPI_ParamToInt32, int32_t, TRUE)
+DEFINE_WHOLE_CONVERSION(SCPI_ParamToUInt32, uint32_t, FALSE)
+DEFINE_WHOLE_CONVERSION(SCPI_ParamToInt64, int64_t, TRUE)
+DEFINE_WHOLE_CONVERSION(SCPI_ParamToUInt64, uint64_t, FALSE)
 
-    if (!convertible(context, parameter, value)) {
-        return FALSE;
+/* Digits of another base than 10 are an integer of that many bits first. */
+#define DEFINE_REAL_CONVERSION(name, type, fromDecimal, bits)                                      \
+    scpi_bool_t name(scpi_t* context, scpi_parameter_t* parameter, type* value) {                  \
+        char* end = NULL;                                                                          \
+        uint64_t whole = 0;                                                                        \
+        scpi_bool_t result;                                                                        \
+        if (!convertible(context, parameter, value)) {                                             \
+            return FALSE;                                                                          \
+        }                                                                                          \
+        if (scpiNumberBase(parameter) == 10) {                                                     \
+            *value = fromDecimal(parameter->ptr, &end);                                            \
+            return end != parameter->ptr;                                                          \
+        }                                                                                          \
+        result = wholeNumber(parameter, FALSE, &whole);                                            \
+        *value = (type)(bits)whole;                                                                \
+        return result;                                                                             \
     }
-    if (baseOf(parameter) == 10) {
-        *value = (int64_t)strtoll(parameter->ptr, &end, 10);
-    } else {
-        *value = (int64_t)strtoull(parameter->ptr, &end, baseOf(parameter));
-    }
-    return end != parameter->ptr;
-}
 
-scpi_bool_t SCPI_ParamToUInt64(scpi_t* context, scpi_parameter_t* parameter, uint64_t* value) {
-    char* end = NULL;
-
-    if (!convertible(context, parameter, value)) {
-        return FALSE;
-    }
-    *value = (uint64_t)strtoull(parameter->ptr, &end, baseOf(parameter));
-    return end != parameter->ptr;
-}
-
-scpi_bool_t SCPI_ParamToFloat(scpi_t* context, scpi_parameter_t* parameter, float* value) {
-    char* end = NULL;
-    uint32_t whole = 0;
-    scpi_bool_t result;
-
-    if (!convertible(context, parameter, value)) {
-        return FALSE;
-    }
-    if (baseOf(parameter) == 10) {
-        *value = strtof(parameter->ptr, &end);
-        return end != parameter->ptr;
-    }
-    result = SCPI_ParamToUInt32(context, parameter, &whole);
-    *value = (float)whole;
-    return result;
-}
-
-scpi_bool_t SCPI_ParamToDouble(scpi_t* context, scpi_parameter_t* parameter, double* value) {
-    char* end = NULL;
-    uint64_t whole = 0;
-    scpi_bool_t result;
-
-    if (!convertible(context, parameter, value)) {
-        return FALSE;
-    }
-    if (baseOf(parameter) == 10) {
-        *value = strtod(parameter->ptr, &end);
-        return end != parameter->ptr;
-    }
-    result = SCPI_ParamToUInt64(context, parameter, &whole);
-    *value = (double)whole;
-    return result;
-}
+DEFINE_REAL_CONVERSION(SCPI_ParamToFloat, float, strtof, uint32_t)
+DEFINE_REAL_CONVERSION(SCPI_ParamToDouble, double, strtod, uint64_t)
 
 scpi_bool_t SCPI_ParamToChoice(scpi_t* context, scpi_parameter_t* parameter,
                                const scpi_choice_def_t* options, int32_t* value) {
@@ -230,41 +184,19 @@ static scpi_bool_t readPlainNumber(scpi_t* context, const void* value, scpi_bool
                                                                  : SCPI_ERROR_DATA_TYPE_ERROR);
 }
 
-scpi_bool_t SCPI_ParamInt32(scpi_t* context, int32_t* value, scpi_bool_t mandatory) {
-    scpi_parameter_t parameter;
-    return readPlainNumber(context, value, mandatory, &parameter) &&
-           SCPI_ParamToInt32(context, &parameter, value);
-}
+#define DEFINE_NUMBER_READER(name, type, convert)                                                  \
+    scpi_bool_t name(scpi_t* context, type* value, scpi_bool_t mandatory) {                        \
+        scpi_parameter_t parameter;                                                                \
+        return readPlainNumber(context, value, mandatory, &parameter) &&                           \
+               convert(context, &parameter, value);                                                \
+    }
 
-scpi_bool_t SCPI_ParamUInt32(scpi_t* context, uint32_t* value, scpi_bool_t mandatory) {
-    scpi_parameter_t parameter;
-    return readPlainNumber(context, value, mandatory, &parameter) &&
-           SCPI_ParamToUInt32(context, &parameter, value);
-}
-
-scpi_bool_t SCPI_ParamInt64(scpi_t* context, int64_t* value, scpi_bool_t mandatory) {
-    scpi_parameter_t parameter;
-    return readPlainNumber(context, value, mandatory, &parameter) &&
-           SCPI_ParamToInt64(context, &parameter, value);
-}
-
-scpi_bool_t SCPI_ParamUInt64(scpi_t* context, uint64_t* value, scpi_bool_t mandatory) {
-    scpi_parameter_t parameter;
-    return readPlainNumber(context, value, mandatory, &parameter) &&
-           SCPI_ParamToUInt64(context, &parameter, value);
-}
-
-scpi_bool_t SCPI_ParamFloat(scpi_t* context, float* value, scpi_bool_t mandatory) {
-    scpi_parameter_t parameter;
-    return readPlainNumber(context, value, mandatory, &parameter) &&
-           SCPI_ParamToFloat(context, &parameter, value);
-}
-
-scpi_bool_t SCPI_ParamDouble(scpi_t* context, double* value, scpi_bool_t mandatory) {
-    scpi_parameter_t parameter;
-    return readPlainNumber(context, value, mandatory, &parameter) &&
-           SCPI_ParamToDouble(context, &parameter, value);
-}
+DEFINE_NUMBER_READER(SCPI_ParamInt32, int32_t, SCPI_ParamToInt32)
+DEFINE_NUMBER_READER(SCPI_ParamUInt32, uint32_t, SCPI_ParamToUInt32)
+DEFINE_NUMBER_READER(SCPI_ParamInt64, int64_t, SCPI_ParamToInt64)
+DEFINE_NUMBER_READER(SCPI_ParamUInt64, uint64_t, SCPI_ParamToUInt64)
+DEFINE_NUMBER_READER(SCPI_ParamFloat, float, SCPI_ParamToFloat)
+DEFINE_NUMBER_READER(SCPI_ParamDouble, double, SCPI_ParamToDouble)
 
 static scpi_bool_t isQuoted(const scpi_parameter_t* parameter) {
     return parameter->type == SCPI_TOKEN_SINGLE_QUOTE_PROGRAM_DATA ||

@@ -203,19 +203,6 @@ static scpi_bool_t scaleBySuffix(scpi_t* context, const scpi_parameter_t* parame
     return TRUE;
 }
 
-static int8_t numberBase(const scpi_parameter_t* parameter) {
-    switch (parameter->type) {
-    case SCPI_TOKEN_HEXNUM:
-        return 16;
-    case SCPI_TOKEN_OCTNUM:
-        return 8;
-    case SCPI_TOKEN_BINNUM:
-        return 2;
-    default:
-        return 10;
-    }
-}
-
 static scpi_bool_t readKeyword(scpi_t* context, scpi_parameter_t* parameter,
                                const scpi_choice_def_t* special, scpi_number_t* value) {
     value->special = TRUE;
@@ -228,7 +215,7 @@ static scpi_bool_t readKeyword(scpi_t* context, scpi_parameter_t* parameter,
 static scpi_bool_t readNumber(scpi_t* context, scpi_parameter_t* parameter, scpi_number_t* value) {
     value->special = FALSE;
     value->unit = SCPI_UNIT_NONE;
-    value->base = numberBase(parameter);
+    value->base = (int8_t)scpiNumberBase(parameter);
     (void)SCPI_ParamToDouble(context, parameter, &value->content.value);
     return parameter->type != SCPI_TOKEN_DECIMAL_NUMERIC_PROGRAM_DATA_WITH_SUFFIX ||
            scaleBySuffix(context, parameter, value);
