@@ -5,7 +5,12 @@
 #include "ScpiRecord.h"
 #include "SensorPortHandler.h"
 
-#include <cstdio>
+#ifdef QUORVEL_SCPI_LACKS_EVENT_CLEAR
+// Some releases of the library declare this and leave it out.
+void SCPI_EventClear(scpi_t* context) {
+    SCPI_RegSet(context, SCPI_REG_ESR, 0);
+}
+#endif
 
 namespace {
 
