@@ -61,14 +61,14 @@ static int ask(int fd, const char* line, char* reply, size_t size) {
 
 /*
  * A query that fails answers nothing, so a second one on the same line asks for the error: the
- * reply is the power and "no error", or the error alone.
+ * reply is the power and "no error", or the error alone. *CLS forgets the errors of earlier lines.
  */
 static int readPower(int fd, int channel) {
     char line[64];
     char reply[256];
     char* end = NULL;
 
-    snprintf(line, sizeof line, "MEAS:AVER? %d;:SYST:ERR?\n", channel);
+    snprintf(line, sizeof line, "*CLS;:MEAS:AVER? %d;:SYST:ERR?\n", channel);
     if (ask(fd, line, reply, sizeof reply) != 0) {
         return -1;
     }

@@ -138,29 +138,3 @@ TEST_F(RemoteControl, TheCommandPortIsReadAtTheUsersSpeed) {
     EXPECT_THAT(Bench_readFile(bench, "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf"),
                 HasSubstr("serialSpeed 1200"));
 }
-
-TEST_F(RemoteControl, TheExampleReadsThePowerOfBothChannels) {
-    start();
-    plugFirst("serial1", "5132 fwd=25");
-    close(connectTcp());
-    const std::string port = WorldFolder_readFile(bench.world + "/port.bound");
-    const std::string command = std::string(QUORVEL_EXAMPLE_READ_POWER) + " 127.0.0.1 " +
-                                std::to_string(strtoul(port.c_str(), nullptr, 10));
-    const auto runExample = [&command] {
-        std::string text;
-        FILE* output = popen(command.c_str(), "r");
-        char line[256];
-        while (output != nullptr && fgets(line, sizeof line, output) != nullptr) {
-            text += line;
-        }
-        EXPECT_EQ(output == nullptr ? -1 : pclose(output), 0);
-        return text;
-    };
-    const std::string nobody =
-        "channel 2: -220,\"Parameter error;No sensor connected on the channel\"\n";
-    EXPECT_TRUE(Bench_waitUntil([&] { return runExample() == "channel 1: 25 W\n" + nobody; },
-                                mirrorLimit_ms));
-    plug("serial2", "5134 fwd=4");
-    EXPECT_TRUE(Bench_waitUntil([&] { return runExample() == "channel 1: 25 W\nchannel 2: 4 W\n"; },
-                                mirrorLimit_ms));
-}
