@@ -105,11 +105,17 @@ bool endsLine(char c) {
     return c == '\r' || c == '\n';
 }
 
+/// A quoted text may begin at a parameter only: any other quote is an error of its line.
+bool opensQuotedText(std::string_view text, size_t at) {
+    return (text[at] == '"' || text[at] == '\'') && at > 0 &&
+           (text[at - 1] == ' ' || text[at - 1] == '\t' || text[at - 1] == ',');
+}
+
 /// Bytes up to the first line end that is not part of a whole quoted text, the end included; all
 /// of them where there is none.
 size_t firstLineLength(std::string_view text) {
     for (size_t at = 0; at < text.size(); ++at) {
-        if (text[at] == '"' || text[at] == '\'') {
+        if (opensQuotedText(text, at)) {
             const size_t close = text.find(text[at], at + 1);
             at = close == std::string_view::npos ? at : close;
         } else if (endsLine(text[at])) {
@@ -122,8 +128,11 @@ size_t firstLineLength(std::string_view text) {
 
 /// How many of the new bytes belong to the line that is pending.
 size_t lineShare(const ScpiLink* link, std::string_view bytes) {
-    std::array<char, 2 * scpiInputBufferSize> text;
     const scpi_buffer_t& pending = link->context->buffer;
+    if (pending.position == 0) {
+        return firstLineLength(bytes);
+    }
+    std::array<char, 2 * scpiInputBufferSize> text;
     const size_t added = std::min(bytes.size(), text.size() - pending.position);
     memcpy(text.data(), pending.data, pending.position);
     memcpy(text.data() + pending.position, bytes.data(), added);
@@ -184,7 +193,7 @@ void ScpiLink_initialize(ScpiLink* link, scpi_t* context, char (&inputBuffer)[sc
               nullptr, nullptr, inputBuffer, sizeof inputBuffer, errorQueue,
               static_cast<int16_t>(scpiErrorQueueSize));
     context->user_context = link;
-#ifdef SCPI_OPTION_RETRY_AS_WRITTEN
+#ifndef QUORVEL_SCPI_LACKS_OPTIONS
     SCPI_SetOptions(context, SCPI_OPTION_RETRY_AS_WRITTEN | SCPI_OPTION_DOTTED_ADDRESS |
                                  SCPI_OPTION_DIGIT_NODES);
 #endif

@@ -93,7 +93,10 @@ scpi_result_t store(scpi_t* context, const PulseSensorConditions& conditions, Pl
     if (!value || SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    ScpiWorkingCopy_set(channel, place, *value);
+    if (!ScpiWorkingCopy_set(channel, place, *value)) {
+        pushCustomScpiError(context, scpiErrorNoSensor);
+        return SCPI_RES_ERR;
+    }
     return SCPI_RES_OK;
 }
 

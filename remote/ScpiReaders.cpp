@@ -105,15 +105,15 @@ std::optional<float> readScaled(scpi_t* context, double (*cut)(char* text)) {
 
 bool SCPI_IsChannelValid(size_t channel) {
     scpiGetSensor();
-    const uint32_t port = scpi_sensorPort(channel);
-    if (port == sensorPort_None) {
+    const ScpiChannelState state = scpi_channelState(channel);
+    if (state.port == sensorPort_None) {
         scpi_forgetCopy(channel);
         return false;
     }
-    if (scpi_workingCopy(channel).state == NotInitialized) {
+    if (!state.hasCopy) {
         SENSOR_CONFIGS config{};
-        sensorPortHandler_getSensorConfigs(&config, port);
-        scpi_synchronizeCopy(channel, port, config);
+        sensorPortHandler_getSensorConfigs(&config, state.port);
+        scpi_synchronizeCopy(channel, state.port, config);
     }
     return true;
 }

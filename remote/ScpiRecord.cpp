@@ -27,25 +27,37 @@ constexpr ChannelOwner noOwner{sensorPort_None, 0};
 /// Guarded by the record's lock.
 ChannelOwner owners[scpiChannelCount] = {noOwner, noOwner};
 
+/// Looks at the sensor manager are numbered as they begin, so that what an earlier one has seen
+/// never replaces what a later one has published.
+std::atomic<uint32_t> looks{0};
+/// The one published last. Guarded by the record's lock.
+uint32_t latestLook = 0;
+
 /// Channels as the sensor manager has given them now.
 struct ChannelOwners {
+    uint32_t look;
     bool anySensor;
     ChannelOwner channel[scpiChannelCount];
+    SensorInstance* instance[scpiChannelCount];
 };
 
 ChannelOwners currentOwners() {
-    ChannelOwners current{false, {noOwner, noOwner}};
-    for (const std::optional<SensorInstance>& sensor : SensorManager_copyActiveSensors()) {
+    ChannelOwners current{++looks, false, {noOwner, noOwner}, {}};
+    for (const std::optional<SensorAdmission>& sensor : SensorManager_copyAdmissions()) {
         if (!sensor) {
             continue;
         }
         current.anySensor = true;
-        if (sensor->logicalChannel < scpiChannelCount && sensor->index < sensorPortCount) {
-            current.channel[sensor->logicalChannel] = {
-                sensor->index, SensorManager_getAdmissionNumber(sensor->index)};
+        if (sensor->logicalChannel < scpiChannelCount) {
+            current.channel[sensor->logicalChannel] = {sensor->port, sensor->admission};
+            current.instance[sensor->logicalChannel] = sensor->instance;
         }
     }
     return current;
+}
+
+bool isLater(uint32_t look, uint32_t than) {
+    return static_cast<int32_t>(look - than) > 0;
 }
 
 /// The lock is held.
@@ -101,15 +113,12 @@ bool scpiGetSensor() {
     // Worked out first and published at once: the other threads never see a channel without its
     // sensor in between.
     const ChannelOwners current = currentOwners();
-    SensorInstance* instances[scpiChannelCount] = {};
-    for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
-        if (current.channel[channel].port != sensorPort_None) {
-            instances[channel] = SensorManager_GetSensorInstance(current.channel[channel].port);
-        }
-    }
     const ScopedLock lock(record->lock);
-    for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
-        takeOver(record, channel, current.channel[channel], instances[channel]);
+    if (isLater(current.look, latestLook)) {
+        latestLook = current.look;
+        for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
+            takeOver(record, channel, current.channel[channel], current.instance[channel]);
+        }
     }
     return current.anySensor;
 }
@@ -135,6 +144,15 @@ uint32_t scpi_sensorPort(size_t channel) {
     }
     const ScopedLock lock(record->lock);
     return owners[channel].port;
+}
+
+ScpiChannelState scpi_channelState(size_t channel) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return {sensorPort_None, false};
+    }
+    const ScopedLock lock(record->lock);
+    return {owners[channel].port, record->configs[channel].state != NotInitialized};
 }
 
 SENSOR_MEASUREMENTS scpi_measurements(size_t channel) {

@@ -106,6 +106,13 @@ bool scpiGetSensor();
 /// or above 1. Any thread.
 uint32_t scpi_sensorPort(size_t channel);
 
+/// The same, and whether the channel has a working copy.
+struct ScpiChannelState {
+    uint32_t port;
+    bool hasCopy;
+};
+ScpiChannelState scpi_channelState(size_t channel);
+
 /// Copies; a channel above 1 gives a record without readings, and an empty configuration. Any
 /// thread.
 SENSOR_MEASUREMENTS scpi_measurements(size_t channel);

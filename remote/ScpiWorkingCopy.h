@@ -9,19 +9,25 @@
 /// Changes of the remote working copies.
 
 /// Changes one value of a channel's working copy through `place`, which finds it in the
-/// configuration. A value that differs marks the copy Modified. Takes the record's lock.
+/// configuration. A value that differs marks the copy Modified. False when there is no copy: the
+/// sensor that the caller has checked is gone, and its settings must not become another's. Takes
+/// the record's lock.
 template <typename Value, typename Place>
-void ScpiWorkingCopy_set(size_t channel, Place place, const Value& value) {
+bool ScpiWorkingCopy_set(size_t channel, Place place, const Value& value) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
-        return;
+        return false;
     }
     const ScopedLock lock(record->lock);
     scpi_sensor_config& copy = record->configs[channel];
+    if (copy.state == NotInitialized) {
+        return false;
+    }
     if (place(copy.config) != value) {
         place(copy.config) = value;
         copy.state = Modified;
     }
+    return true;
 }
 
 /// Counts the enabled states into numStates; at most three of them are moved to the front.

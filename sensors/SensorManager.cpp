@@ -196,6 +196,14 @@ std::optional<SensorInstance> copyOf(const SensorInstance* sensor) {
     return sensor != nullptr ? std::optional(*sensor) : std::nullopt;
 }
 
+std::optional<SensorAdmission> admissionOfLocked(SensorInstance* sensor) {
+    if (sensor == nullptr || sensor->index >= sensorPortCount) {
+        return {};
+    }
+    return SensorAdmission{sensor, sensor->index, sensor->logicalChannel,
+                           admissionNumbers[sensor->index]};
+}
+
 } // namespace
 
 void SensorManager_registerChannelPrompt(void (*ask)(SensorInstance* instance)) {
@@ -330,6 +338,15 @@ bool SensorManager_isChannelMissing() {
 uint32_t SensorManager_getAdmissionNumber(uint32_t port) {
     const ScopedLock lock(sensorManagerMutex);
     return port < sensorPortCount ? admissionNumbers[port] : 0;
+}
+
+std::array<std::optional<SensorAdmission>, 2> SensorManager_copyAdmissions() {
+    const ScopedLock lock(sensorManagerMutex);
+    if (gSensors == nullptr) {
+        return {};
+    }
+    return {admissionOfLocked(gSensors->activeSensors.sensor1),
+            admissionOfLocked(gSensors->activeSensors.sensor2)};
 }
 
 bool SensorManager_setChannelOfAdmission(uint32_t port, uint32_t admission, uint32_t channel) {

@@ -91,6 +91,17 @@ bool SensorManager_isChannelMissing();
 /// its place. 0 for a port above 3.
 uint32_t SensorManager_getAdmissionNumber(uint32_t port);
 
+/// An active sensor and what tells it from the one that takes its place, looked up together.
+struct SensorAdmission {
+    SensorInstance* instance; ///< to be read with sensorManagerMutex held only
+    uint32_t port;
+    uint32_t logicalChannel;
+    uint32_t admission;
+};
+
+/// The active sensors' admissions as they are now; none before SensorManager_Create. Any thread.
+std::array<std::optional<SensorAdmission>, 2> SensorManager_copyAdmissions();
+
 /// Gives a sensor its channel if it is still the one of this admission; false if it has gone.
 bool SensorManager_setChannelOfAdmission(uint32_t port, uint32_t admission, uint32_t channel);
 

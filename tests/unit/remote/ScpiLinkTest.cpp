@@ -71,6 +71,17 @@ TEST(ScpiLink, KeepsALineEndWithinQuotesAsText) {
     EXPECT_EQ(instrument.errors(), "-220,\"Parameter error\"");
 }
 
+TEST(ScpiLink, LosesNothingBetweenTwoStrayQuotes) {
+    RemoteInstrument instrument;
+    std::string burst = "FOO'\n";
+    for (int i = 0; i < 100; ++i) {
+        burst += "*OPC?\n";
+    }
+    const std::string answered = instrument.sendBytes(burst + "FOO'\n");
+    EXPECT_EQ(std::count(answered.begin(), answered.end(), '\n'), 100);
+    EXPECT_EQ(instrument.errors().find("-363"), std::string::npos);
+}
+
 TEST(ScpiLink, SurvivesZeroBytesAndAnyOther) {
     RemoteInstrument instrument;
     std::string everything;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <string>
 #include <thread>
 
@@ -333,6 +334,39 @@ TEST(ScpiCommit, NeverSendsOneSensorsSettingsToAnother) {
     const FakeUsbSensor sensor(sensorPort_USB1);
     expectExchange(instrument, {"SYST:PULS:CONF:COMM", "", ""});
     EXPECT_EQ(sensor.received(), 0);
+}
+
+TEST(ScpiCommit, TakesNoSettingOnceTheSensorOfTheCopyHasGone) {
+    RemoteInstrument instrument;
+    RemoteInstrument::plug(sensorPort_USB1, 0);
+    EXPECT_EQ(instrument.send("SENS:FREQ?"), "0\r\n");
+    const auto frequency = [](SENSOR_CONFIGS& config) -> float& { return config.freqVal; };
+    EXPECT_TRUE(ScpiWorkingCopy_set(0, frequency, 1e6F));
+    scpi_forgetCopy(0);
+    EXPECT_FALSE(ScpiWorkingCopy_set(0, frequency, 2e6F));
+    EXPECT_EQ(scpi_workingCopy(0).state, NotInitialized);
+    EXPECT_FALSE(ScpiWorkingCopy_set(scpiChannelCount, frequency, 2e6F));
+    EXPECT_EQ(instrument.send("SENS:FREQ?"), "0\r\n") << "the new sensor's own";
+}
+
+TEST(ScpiCommit, KeepsItsSettingsWhileReadingsPourIn) {
+    RemoteInstrument instrument;
+    std::atomic<bool> isOver{false};
+    std::thread readings([&] {
+        while (!isOver) {
+            scpiUpdateMeasurement(sensorPort_USB1, sensorMeasurements_none());
+        }
+    });
+    for (int connection = 0; connection < 200; ++connection) {
+        RemoteInstrument::plug(sensorPort_USB1, 0);
+        EXPECT_EQ(instrument.send("SENS:FREQ 15"), "");
+        EXPECT_EQ(instrument.send("MEAS:TEMP?"), "nan\r\n");
+        EXPECT_EQ(instrument.send("SENS:FREQ?"), "15\r\n") << connection;
+        RemoteInstrument::unplug(sensorPort_USB1);
+    }
+    isOver = true;
+    readings.join();
+    EXPECT_EQ(instrument.errors(), "");
 }
 
 TEST(ScpiCommit, LetsTheOtherLinkGoOnWhileItWaits) {

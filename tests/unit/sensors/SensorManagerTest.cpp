@@ -300,6 +300,22 @@ TEST_F(SensorManagerTest, AnAnswerForASensorThatHasGoneChangesNothing) {
     EXPECT_EQ(channel(sensorPort_Serial1), sensorLogicalChannel2);
 }
 
+TEST_F(SensorManagerTest, AdmissionsAreThoseOfTheActiveSensors) {
+    EXPECT_FALSE(SensorManager_copyAdmissions()[0].has_value());
+    detect(s1);
+    SensorInstance_SetLogicalChannel(sensorPort_Serial1, sensorLogicalChannel2);
+    const auto first = SensorManager_copyAdmissions()[0];
+    ASSERT_TRUE(first.has_value());
+    EXPECT_EQ(first->instance, SensorManager_GetSensorInstance(sensorPort_Serial1));
+    EXPECT_EQ(first->port, sensorPort_Serial1);
+    EXPECT_EQ(first->logicalChannel, sensorLogicalChannel2);
+    EXPECT_EQ(first->admission, SensorManager_getAdmissionNumber(sensorPort_Serial1));
+    EXPECT_FALSE(SensorManager_copyAdmissions()[1].has_value());
+    detect(0);
+    detect(s1);
+    EXPECT_NE(SensorManager_copyAdmissions()[0]->admission, first->admission);
+}
+
 TEST_F(SensorManagerTest, PortsBeyondTheFourReadAsAbsent) {
     for (const uint32_t port : {4U, 255U, 0xFFFFFFFFU}) {
         EXPECT_EQ(SensorManager_GetSensorInstance(port), nullptr);
