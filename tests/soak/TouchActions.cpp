@@ -138,6 +138,7 @@ bool TouchActions_scale(Soak& soak) {
         waitForSetting(soak, name, stem + "scaleIndex",
                        std::to_string(std::clamp(key == 0 ? index + 1 : index - 1, 0, 10)));
     }
+    Soak_changeSettings(soak, soak.settings); // the file is ahead of the screen's next pass
     return true;
 }
 
