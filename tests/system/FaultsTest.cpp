@@ -17,11 +17,12 @@ protected:
     void identifyAgain(const std::string& port) {
         const uint64_t before = lastEntry(port);
         ASSERT_TRUE(Bench_do(bench, "fault " + port + " silence"));
-        // A command that the silent sensor has heard will not be answered.
+        // A synchronisation that the silent sensor has heard will not be answered. (An address of
+        // its memory may stay unanswered without consequence.)
         const auto hasHeard = [&] {
             const std::string log = logOf(port, before);
             const size_t note = log.find("(fault silence)");
-            return note != std::string::npos && log.find("->", note) != std::string::npos;
+            return note != std::string::npos && log.find("-> 53  S", note) != std::string::npos;
         };
         ASSERT_TRUE(Bench_waitUntil(hasHeard, 10000));
         ASSERT_TRUE(Bench_do(bench, "fault " + port + " none"));
