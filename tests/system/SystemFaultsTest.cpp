@@ -195,22 +195,22 @@ TEST_F(SystemFaults, AClockThatIsSteppedByHoursIsNotNoticed) {
 }
 
 TEST_F(SystemFaults, TheWrapOfThe32BitClockIsNotNoticed) {
-    // The meter comes up shortly before its clock of milliseconds begins at zero again.
+    // The meter comes up shortly before its clock of milliseconds begins at zero again. In real
+    // time: a raced clock lets a slow machine's replies come too late.
     constexpr int64_t wrap_ms = int64_t{1} << 32;
-    constexpr int64_t early_ms = 60'000;
-    constexpr int speed = 8;
+    constexpr int64_t early_ms = 20'000;
+    constexpr int64_t late_ms = 10'000;
     const int64_t now_ms = std::chrono::duration_cast<std::chrono::milliseconds>(
                                std::chrono::system_clock::now().time_since_epoch())
                                .count();
     const int64_t step_s = (wrap_ms - now_ms % wrap_ms - early_ms) / 1000;
     const Stopwatch watch;
-    start({.commands = {"clock step " + std::to_string(step_s) + "s",
-                        "clock speed " + std::to_string(speed)}});
+    start({.commands = {"clock step " + std::to_string(step_s) + "s"}});
     plugFirst("serial1", "5132 fwd=25");
     const size_t before = identifications();
     bool isOver = false;
     while (!isOver && !HasFailure()) {
-        isOver = watch.elapsed_ms() * speed > early_ms + 20'000;
+        isOver = watch.elapsed_ms() > early_ms + late_ms;
         EXPECT_TRUE(measures("serial1", "single.fwd.value"));
     }
     EXPECT_EQ(identifications(), before);
