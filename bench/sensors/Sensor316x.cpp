@@ -83,7 +83,11 @@ int questionable(const Sensor316x& sensor) {
     return sensor.questionable | (sensor.period_s > 0 ? 0 : questionableNoPulse);
 }
 
-int statusByte(const Sensor316x& sensor) {
+/// Until it has come up from a reset it has nothing to report.
+int statusByte(const Sensor316x& sensor, int64_t now_ns) {
+    if (static_cast<double>(now_ns - sensor.reset_ns) < sensor.boot_s * 1e9) {
+        return 0;
+    }
     return (sensor.isReset ? statusReset : 0) | (sensor.errors.empty() ? 0 : statusErrors) |
            (questionable(sensor) != 0 ? statusQuestionable : 0);
 }
@@ -147,7 +151,7 @@ struct QueryRow {
 };
 
 constexpr std::array<QueryRow, 14> queryRows{{
-    {"*STB?", [](Sensor316x& s, int64_t) { return std::to_string(statusByte(s)); }},
+    {"*STB?", [](Sensor316x& s, int64_t now) { return std::to_string(statusByte(s, now)); }},
     {"*OPC?",
      [](Sensor316x& s, int64_t now) { return std::string(now >= s.measured_ns ? "1" : "0"); }},
     {"SYST:IDEN:MOD?", [](Sensor316x& s, int64_t) { return identityText(s, s.modelText); }},
@@ -189,9 +193,10 @@ std::string answerQuery(Sensor316x& sensor, std::string_view query, int64_t now_
 
 // Commands.
 
-void reset(Sensor316x& sensor) {
+void reset(Sensor316x& sensor, int64_t now_ns) {
     Settings316x_reset(sensor);
     sensor.isReset = true;
+    sensor.reset_ns = now_ns;
     sensor.measured_ns = 0;
     sensor.readings = {};
     sensor.block = 1;
@@ -211,7 +216,7 @@ void carryOut(Sensor316x& sensor, std::string_view header, std::string_view argu
     if (header == sensor.refusedHeader) {
         raiseError(sensor, sensor.refusedCode);
     } else if (header == "*RST") {
-        reset(sensor);
+        reset(sensor, now_ns);
     } else if (header == "*CLS") {
         sensor.errors.clear();
         sensor.isReset = false;
@@ -257,7 +262,7 @@ bool setQuestionable(Sensor316x& sensor, const TypedValue& value) {
     return true;
 }
 
-constexpr std::array<SensorKey<Sensor316x>, 15> keys{{
+constexpr std::array<SensorKey<Sensor316x>, 16> keys{{
     {"period",
      [](Sensor316x& sensor, const TypedValue& value) {
          return TypedValue_toDuration(value, &sensor.period_s);
@@ -288,6 +293,8 @@ constexpr std::array<SensorKey<Sensor316x>, 15> keys{{
      [](Sensor316x& sensor, const TypedValue& value) {
          return TypedValue_toDuration(value, &sensor.latency_s);
      }},
+    {"boot", [](Sensor316x& sensor,
+                const TypedValue& value) { return TypedValue_toDuration(value, &sensor.boot_s); }},
     {"questionable", setQuestionable},
     {"pnp",
      [](Sensor316x& sensor, const TypedValue& value) {
@@ -326,7 +333,7 @@ std::optional<Sensor316x> Sensor316x_create(std::string_view modelName) {
     sensor.input = SensorInput_create(row->maxPower_W, row->minPower_W, usualTemperature_C);
     sensor.measuring_s = 0.05;
     sensor.hasPlugAndPlay = true;
-    reset(sensor);
+    reset(sensor, 0);
     return sensor;
 }
 

@@ -68,6 +68,7 @@ struct Sensor316x {
     // The instrument inside.
     double measuring_s; ///< time from INIT to completion
     double latency_s;   ///< from a query to its answer
+    double boot_s;      ///< from a reset to a status byte that tells that it is over
     int questionable;   ///< bits set besides those that the signal causes
     bool hasPlugAndPlay;
     bool isHostile;            ///< identity texts full of formats
@@ -76,6 +77,7 @@ struct Sensor316x {
     std::array<SettingValue316x, setting316xCount> settings;
     std::deque<Error316x> errors;
     bool isReset;        ///< tells in the status byte that a reset is over
+    int64_t reset_ns;    ///< when it was reset
     int64_t measured_ns; ///< when the running measurement is complete
     Readings316x readings;
     int block; ///< of the plug-and-play file, from 1

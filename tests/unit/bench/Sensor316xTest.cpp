@@ -68,6 +68,18 @@ TEST(Sensor316x, AResetPutsSettingsBackAndShowsInTheStatusByte) {
     EXPECT_EQ(ask(sensor, "*STB?"), "0\n");
 }
 
+TEST(Sensor316x, UntilItHasBootedItsStatusByteIsZero) {
+    Sensor316x sensor = sensorOf("3164");
+    ASSERT_TRUE(set(sensor, "boot", "2s"));
+    ask(sensor, "*RST", 5 * second_ns);
+    EXPECT_EQ(ask(sensor, "*STB?", 7 * second_ns - 1), "0\n");
+    EXPECT_EQ(ask(sensor, "*STB?", 7 * second_ns), "9\n");
+    ask(sensor, "*RST", 8 * second_ns);
+    EXPECT_EQ(ask(sensor, "*STB?", 9 * second_ns), "0\n");
+    ASSERT_TRUE(set(sensor, "boot", "0s"));
+    EXPECT_EQ(ask(sensor, "*STB?", 9 * second_ns), "9\n");
+}
+
 TEST(Sensor316x, WhatIsRefusedStandsInTheErrorQueue) {
     const struct {
         const char* message;
