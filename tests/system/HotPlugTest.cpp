@@ -11,10 +11,11 @@ using HotPlug = MeterTest;
 
 TEST_F(HotPlug, TheFirstSensorAsksForItsChannelAndMeasures) {
     start();
+    setSpeed(slowly);
     Stopwatch sincePlug;
-    plug("serial1", "5132 fwd=25 rfl=0.5");
+    plug("serial1", std::string("5132 fwd=25 rfl=0.5") + stillBooting);
     ASSERT_TRUE(becomesVisible(channelDialog::window, true));
-    EXPECT_TRUE(within(sincePlug, 1000));
+    EXPECT_TRUE(within(sincePlug, 1000, slowly));
     EXPECT_TRUE(shows(channelDialog::title, "Tessel CW Sensor on Serial1"));
     const auto preselected = Bench_widget(bench, channelDialog::channel1);
     EXPECT_TRUE(preselected && preselected->isActive);
@@ -22,11 +23,13 @@ TEST_F(HotPlug, TheFirstSensorAsksForItsChannelAndMeasures) {
     ASSERT_TRUE(Bench_tap(bench, channelDialog::ok));
     Stopwatch sinceOk;
     ASSERT_TRUE(shows("noConnection.title", "Connecting..."));
-    EXPECT_TRUE(within(sinceOk, 400));
+    EXPECT_TRUE(within(sinceOk, 400, slowly));
     EXPECT_TRUE(shows("noConnection.description",
                       "A Tessel CW sensor on port Serial1 is powering on and initializing. Please "
                       "wait."));
 
+    setSpeed(1);
+    ASSERT_TRUE(comesUp("serial1"));
     EXPECT_TRUE(shows("single.fwd.value", "  25.00", readingLimit_ms));
     EXPECT_TRUE(shows("single.fwd.units", "W"));
     EXPECT_TRUE(shows("single.rfl.value", "  500.0"));
@@ -39,12 +42,15 @@ TEST_F(HotPlug, TheFirstSensorAsksForItsChannelAndMeasures) {
 TEST_F(HotPlug, ASecondSensorNeedsNoDialogAndSharesTheScreen) {
     start();
     plugFirst("serial1", "5132 fwd=25");
+    setSpeed(slowly);
     Stopwatch sincePlug;
-    plug("serial2", "5134 fwd=4");
+    plug("serial2", std::string("5134 fwd=4") + stillBooting);
     ASSERT_TRUE(shows("lower.noConnection.title", "Connecting..."));
-    EXPECT_TRUE(within(sincePlug, 1000));
+    EXPECT_TRUE(within(sincePlug, 1000, slowly));
+    setSpeed(1);
     EXPECT_FALSE(Bench_isVisible(bench, channelDialog::window));
     EXPECT_TRUE(shows("upper.fwd.value", "  25.00"));
+    ASSERT_TRUE(comesUp("serial2"));
     EXPECT_TRUE(shows("lower.fwd.value", "  4.000", readingLimit_ms));
     EXPECT_TRUE(shows("lower.title", "5134: 513400203"));
 }
@@ -60,10 +66,11 @@ TEST_F(HotPlug, ChannelTwoIsTheLowerHalf) {
 TEST_F(HotPlug, PullingTheOnlySensorShowsThatNoneIsThere) {
     start();
     plugFirst("serial1", "5132 fwd=25");
+    setSpeed(slowly);
     ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
     Stopwatch sincePull;
     ASSERT_TRUE(shows("noConnection.title", "No Sensor Detected"));
-    EXPECT_TRUE(within(sincePull, 1200));
+    EXPECT_TRUE(within(sincePull, 1200, slowly));
     EXPECT_FALSE(Bench_isVisible(bench, "single.fwd.value"));
 }
 
@@ -77,10 +84,11 @@ TEST_F(HotPlug, PullingOneOfTwoGivesTheScreenToTheOther) {
         plugFirst("serial1", "5132 fwd=25");
         plug("serial2", "5134 fwd=4");
         ASSERT_TRUE(shows("lower.fwd.value", "  4.000", readingLimit_ms));
+        setSpeed(slowly);
         ASSERT_TRUE(Bench_do(bench, std::string("unplug ") + c.pulled));
         Stopwatch sincePull;
         EXPECT_TRUE(shows("single.fwd.value", c.left)) << c.pulled;
-        EXPECT_TRUE(within(sincePull, 1500)) << c.pulled;
+        EXPECT_TRUE(within(sincePull, 1500, slowly)) << c.pulled;
         Bench_stop(bench);
     }
 }

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr uint32_t dialogLimit_ms = 5000;
-
 bool isBlank(const std::string& text) {
     return text.find_first_not_of(' ') == std::string::npos;
 }
@@ -69,16 +67,32 @@ void MeterTest::plug(const std::string& port, const std::string& sensor) {
 
 bool MeterTest::chooseChannel(int channel) {
     const char* radio = channel == 1 ? channelDialog::channel1 : channelDialog::channel2;
-    if (!Bench_waitForVisible(bench, channelDialog::ok, true, dialogLimit_ms)) {
+    if (!Bench_waitForVisible(bench, channelDialog::ok, true, screenLimit_ms)) {
         return false;
     }
     const auto isChosen = [&] {
         const auto button = Bench_widget(bench, radio);
         return button && button->isActive;
     };
-    return (isChosen() || (Bench_tap(bench, radio) && Bench_waitUntil(isChosen, 2000))) &&
+    return (isChosen() || (Bench_tap(bench, radio) && Bench_waitUntil(isChosen, screenLimit_ms))) &&
            Bench_tap(bench, channelDialog::ok) &&
-           Bench_waitForVisible(bench, channelDialog::ok, false, 2000);
+           Bench_waitForVisible(bench, channelDialog::ok, false, screenLimit_ms);
+}
+
+void MeterTest::answerIfAsked() {
+    if (Bench_isVisible(bench, channelDialog::ok) && Bench_tap(bench, channelDialog::ok)) {
+        EXPECT_TRUE(becomesVisible(channelDialog::ok, false));
+    }
+}
+
+testing::AssertionResult MeterTest::comesUp(const std::string& port) {
+    return Bench_do(bench, "set " + port + " boot=0s")
+               ? testing::AssertionSuccess()
+               : testing::AssertionFailure() << port << " is not there";
+}
+
+void MeterTest::setSpeed(double speed) {
+    ASSERT_TRUE(Bench_do(bench, "clock speed " + std::to_string(speed)));
 }
 
 bool MeterTest::waitForReading(const std::string& line, uint32_t limit_ms) {
@@ -110,8 +124,16 @@ testing::AssertionResult MeterTest::becomesVisible(const std::string& name, bool
            << name << (isVisible ? " does not appear" : " does not go away");
 }
 
-testing::AssertionResult MeterTest::within(const Stopwatch& watch, double limit_ms) {
-    const double gone_ms = watch.elapsed_ms();
+testing::AssertionResult MeterTest::fileSays(const std::string& file, const std::string& text) {
+    const auto says = [&] { return Bench_readFile(bench, file).find(text) != std::string::npos; };
+    return Bench_waitUntil(says, screenLimit_ms) ? testing::AssertionSuccess()
+                                                 : testing::AssertionFailure()
+                                                       << file << " lacks \"" << text << "\":\n"
+                                                       << Bench_readFile(bench, file);
+}
+
+testing::AssertionResult MeterTest::within(const Stopwatch& watch, double limit_ms, double speed) {
+    const double gone_ms = watch.elapsed_ms() * speed;
     return gone_ms < limit_ms * patience
                ? testing::AssertionSuccess()
                : testing::AssertionFailure() << gone_ms << " ms, not " << limit_ms;

@@ -64,15 +64,29 @@ protected:
 
     /// Waits for a value and says in the failure what was there instead.
     testing::AssertionResult shows(const std::string& name, const std::string& text,
-                                   uint32_t limit_ms = 3000);
+                                   uint32_t limit_ms = screenLimit_ms);
 
     /// The same for a widget that must disappear or appear.
     testing::AssertionResult becomesVisible(const std::string& name, bool isVisible,
-                                            uint32_t limit_ms = 3000);
+                                            uint32_t limit_ms = screenLimit_ms);
 
-    /// What the stopwatch measures was over within the limit. A program with a sanitizer is given
-    /// several times as long.
-    static testing::AssertionResult within(const Stopwatch& watch, double limit_ms);
+    /// Waits until a file of the instrument contains a text.
+    testing::AssertionResult fileSays(const std::string& file, const std::string& text);
+
+    /// Lets a sensor that was plugged with `stillBooting` come up.
+    testing::AssertionResult comesUp(const std::string& port);
+
+    /// Touches OK if the channel dialog is there, and waits until it has gone: a second touch would
+    /// meet what lies below it.
+    void answerIfAsked();
+
+    /// From now on the meter's time runs at this speed.
+    void setSpeed(double speed);
+
+    /// What the stopwatch measures was over within the limit on the meter's clock. A program with a
+    /// sanitizer is given several times as long.
+    static testing::AssertionResult within(const Stopwatch& watch, double limit_ms,
+                                           double speed = 1);
 
     /// The display follows the sensor's forward power.
     testing::AssertionResult measures(const std::string& port, const std::string& display);
@@ -82,7 +96,15 @@ protected:
     uint64_t lastEntry(const std::string& port);
     bool waitForLog(const std::string& port, uint64_t after, const std::string& text);
 
-    static constexpr uint32_t readingLimit_ms = 15000;
+    /// What comes and stays is waited for: these limits only end a test that has failed.
+    static constexpr uint32_t screenLimit_ms = 20000;
+    static constexpr uint32_t readingLimit_ms = 40000;
+
+    /// A speed for measuring the meter's own periods: what a busy machine adds weighs little then.
+    static constexpr double slowly = 0.25;
+
+    /// Of a sensor whose "Connecting..." a test wants to see, however late it looks.
+    static constexpr const char* stillBooting = " boot=1h";
 
     /// Factor for limits of what takes a program with a sanitizer longer.
     static constexpr uint32_t patience = QUORVEL_PATIENCE;
