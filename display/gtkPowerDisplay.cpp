@@ -96,6 +96,13 @@ void createCaption(gtkPowerDisplay_RFPower* line, const LineParameters& paramete
     put(line->container, button, layout.caption);
 }
 
+/// The figures fill their label, and the "g" of "Range" hangs below it: GTK draws that only as far
+/// as the line itself reaches. The match has figures only.
+void makeRoomBelow(GtkWidget* line, const GdkRectangle& value, int fontSize_px) {
+    const int descent_px = fontSize_px / 4;
+    gtk_widget_set_size_request(line, -1, value.y + value.height + descent_px);
+}
+
 void createValue(gtkPowerDisplay_RFPower* line, const LineParameters& parameters) {
     const PowerLineLayout& layout = parameters.layout;
     const WidgetName name(parameters.screen, parameters.line, "value");
@@ -105,6 +112,9 @@ void createValue(gtkPowerDisplay_RFPower* line, const LineParameters& parameters
         fittingFontSize_px(line->value, powerValueCharacters, layout.value.width, layout.valueSize);
     setLabelFont_px(line->value, size, layout.value.height, true);
     put(line->container, line->value, layout.value);
+    if (!parameters.captionIsButton) {
+        makeRoomBelow(line->container, layout.value, size);
+    }
 }
 
 void createUnits(gtkPowerDisplay_RFPower* line, const LineParameters& parameters) {

@@ -288,4 +288,71 @@ TEST_F(PulseGeometry, PowersAreTheLargestFigures) {
     }
 }
 
+std::vector<guint8> pixels() {
+    GdkPixbuf* picture = Gui_picture();
+    const guint8* first = gdk_pixbuf_read_pixels(picture);
+    std::vector<guint8> copy(first, first + gdk_pixbuf_get_byte_length(picture));
+    g_object_unref(picture);
+    return copy;
+}
+
+std::vector<guint8> pixelsDrawnAnew() {
+    gtk_widget_queue_draw(entireScreen.mainWindow);
+    return pixels();
+}
+
+// The figures are larger than their labels: the "g" of "Range" hangs below them.
+
+TEST_F(Geometry, AnOverRangeIsDrawnWholeAndLeavesNothing) {
+    for (const CwScreen& screen : cwScreens) {
+        Gui_showScreen(screen.instance);
+        for (const float power_W : {25.0F, 5000.0F, 20.0F}) {
+            read(screen.instance, power_W, power_W);
+            EXPECT_TRUE(pixels() == pixelsDrawnAnew()) << screen.name << " " << power_W;
+        }
+    }
+}
+
+TEST_F(Geometry, ALineThatComesBackOverRangeIsDrawnWhole) {
+    for (const CwScreen& screen : cwScreens) {
+        Gui_showScreen(screen.instance);
+        read(screen.instance, 25.0F, 5000.0F);
+        const std::vector<guint8> whole = pixels();
+        configuration_setDisplayReflectedPower(false);
+        read(screen.instance, 25.0F, 20.0F);
+        configuration_setDisplayReflectedPower(true);
+        read(screen.instance, 25.0F, 5000.0F);
+        EXPECT_TRUE(pixels() == whole) << screen.name;
+    }
+}
+
+TEST_F(PulseGeometry, ALineThatComesBackOverRangeIsDrawnWhole) {
+    SENSOR_MEASUREMENTS low = readings();
+    SENSOR_MEASUREMENTS high = low;
+    high.rflPwrVal = 5000.0F;
+    for (const PulseScreen& screen : pulseScreens) {
+        Gui_showScreen(screen.instance);
+        read(high, screen.instance);
+        const std::vector<guint8> whole = pixels();
+        configuration_setDisplayReflectedPower(false);
+        read(low, screen.instance);
+        configuration_setDisplayReflectedPower(true);
+        read(high, screen.instance);
+        EXPECT_TRUE(pixels() == whole) << screen.display;
+    }
+}
+
+TEST_F(PulseGeometry, AnOverRangeIsDrawnWholeAndLeavesNothing) {
+    for (const PulseScreen& screen : pulseScreens) {
+        Gui_showScreen(screen.instance);
+        for (const float power_W : {25.0F, 5000.0F, 20.0F}) {
+            SENSOR_MEASUREMENTS measurements = readings();
+            measurements.fwdPwrVal = power_W;
+            measurements.rflPwrVal = power_W;
+            read(measurements, screen.instance);
+            EXPECT_TRUE(pixels() == pixelsDrawnAnew()) << power_W;
+        }
+    }
+}
+
 } // namespace

@@ -239,10 +239,14 @@ std::vector<GtkWidget*> Gui_shownWidgets(GType type) {
     return collector.widgets;
 }
 
-bool Gui_savePicture(const std::string& file) {
+GdkPixbuf* Gui_picture() {
     Gui_settle();
     GdkWindow* root = gdk_screen_get_root_window(gdk_screen_get_default());
-    GdkPixbuf* picture = gdk_pixbuf_get_from_window(root, 0, 0, screenWidth, screenHeight);
+    return gdk_pixbuf_get_from_window(root, 0, 0, screenWidth, screenHeight);
+}
+
+bool Gui_savePicture(const std::string& file) {
+    GdkPixbuf* picture = Gui_picture();
     const bool isSaved =
         picture != nullptr &&
         gdk_pixbuf_save(picture, file.c_str(), "png", nullptr, static_cast<char*>(nullptr));

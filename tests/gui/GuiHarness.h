@@ -46,6 +46,9 @@ void Gui_release();
 /// All visible widgets of the main window that are of a type.
 std::vector<GtkWidget*> Gui_shownWidgets(GType type);
 
+/// What the X server shows; the caller unrefs it.
+GdkPixbuf* Gui_picture();
+
 /// Writes what the X server shows into a PNG file.
 bool Gui_savePicture(const std::string& file);
 
