@@ -31,12 +31,38 @@ bool selectLegacy(Soak& soak) {
     return true;
 }
 
+/// Nothing comes or goes for a while, so that all that is on the screen can be compared.
+bool watch(Soak& soak) {
+    constexpr int shortest_s = 10;
+    constexpr int longest_s = 40;
+    const double meter_s = Soak_pick(soak, shortest_s, longest_s);
+    Report_action(soak.report, "watch", BenchText_format("for %g s", meter_s));
+    soak.watchedUntil =
+        SoakClock::now() + std::chrono::duration_cast<SoakClock::duration>(
+                               std::chrono::duration<double>(meter_s / soak.truth.speed));
+    return true;
+}
+
+/// What goes on while the screen is watched: readings change now and then, and pages are turned.
+void doWhileWatching(Soak& soak) {
+    switch (Soak_pick(soak, 0, 15)) {
+    case 0:
+        SensorActions_setPowers(soak);
+        break;
+    case 1:
+        TouchActions_pulseTabs(soak);
+        break;
+    default:
+        break;
+    }
+}
+
 struct ActionRow {
     int weight;
     bool (*run)(Soak& soak); ///< false: not possible now
 };
 
-constexpr std::array<ActionRow, 24> actionRows{{
+constexpr std::array<ActionRow, 25> actionRows{{
     {14, SensorActions_plug},
     {8, SensorActions_unplug},
     {2, SensorActions_replug},
@@ -61,11 +87,16 @@ constexpr std::array<ActionRow, 24> actionRows{{
     {1, burst},
     {1, reconnect},
     {4, selectLegacy},
+    {5, watch},
 }};
 
 } // namespace
 
 void Actions_do(Soak& soak) {
+    if (SoakClock::now() < soak.watchedUntil) {
+        doWhileWatching(soak);
+        return;
+    }
     constexpr int attempts = 20;
     const int sum = std::accumulate(actionRows.begin(), actionRows.end(), 0,
                                     [](int all, const ActionRow& row) { return all + row.weight; });

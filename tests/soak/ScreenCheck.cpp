@@ -147,6 +147,29 @@ void checkPower(Look& look, const ShownPort& shown, bool isForward) {
     }
 }
 
+/// The page of the gate or of the states is looked at, and the powers are behind it.
+bool isGroupPage(const Look& look, const ShownPort& shown) {
+    return shown.isPulse && (find(look.widgets, "pulse.gridGate", shown.region) != nullptr ||
+                             find(look.widgets, "pulse.gridState", shown.region) != nullptr);
+}
+
+/// The gate is open as long as the bench's pulse is on.
+void checkGatedMean(Look& look, const ShownPort& shown) {
+    const ScreenWidget* mean = find(look.widgets, "pulse.valueGatedMean", shown.region);
+    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+    if (mean == nullptr) {
+        return;
+    }
+    ShownValues expected;
+    for (const TruthValue& value : Truth_shownValues(look.soak.truth, shown.port)) {
+        append(expected, ExpectedTexts_power(value.forward_W * sensor.period_s / sensor.width_s,
+                                             sensor.max_W, look.soak.settings.isdBm, {}));
+    }
+    compare(look, "gated mean", mean, find(look.widgets, "pulse.btnGatedUnits.text", shown.region),
+            expected);
+    checkColour(look, *mean);
+}
+
 void checkMatch(Look& look, const ShownPort& shown) {
     constexpr std::array<const char*, 3> captions = {"VSWR:", "RL:", "RHO:"};
     compare(look, "match", find(look.widgets, shown.prefix + ".match.value"),
@@ -206,6 +229,12 @@ void checkMeasuringPort(Look& look, const ShownPort& shown) {
     checkTitle(look, shown);
     if (!Truth_isHonest(look.soak.truth, shown.port) ||
         look.soak.truth.ports.at(shown.port).values.empty()) {
+        return;
+    }
+    if (isGroupPage(look, shown)) {
+        if (isSettled) {
+            checkGatedMean(look, shown);
+        }
         return;
     }
     if (isSettled && settings.showsForward) {

@@ -39,6 +39,7 @@ struct Soak {
     SoakTime settingsChanged;
     SoakTime supplyChanged;
     SoakTime presenceAllowed; ///< no plug or pull before
+    SoakTime watchedUntil;    ///< little happens before
     int legacyRange = -1;     ///< negative: automatic
     bool legacyReflected = false;
     bool legacyTrigger5 = false;
