@@ -9,7 +9,7 @@ constexpr const char* usage = "QuorvelPowerMeterApp application\n"
                               "Usage: \n"
                               "-v\tPrint version\n"
                               "-?\tPrint this message\n";
-constexpr uint32_t endLimit_ms = 10000;
+constexpr uint32_t endLimit_ms = 30000;
 
 /// Runs the program with arguments that make it end by itself.
 class CommandLine : public MeterTest {
@@ -52,7 +52,7 @@ TEST_F(CommandLine, OtherOptionsPrintTheUsageForEach) {
 TEST_F(CommandLine, PrefixesOfTheStartScriptStartTheMeter) {
     for (const char* argument : {"-prog-args", "-prog-args=1", "--g-fatal-warnings"}) {
         start({.programArguments = {argument}});
-        EXPECT_TRUE(Bench_isVisible(bench, "noConnection.title")) << argument;
+        EXPECT_TRUE(becomesVisible("noConnection.title", true)) << argument;
         EXPECT_EQ(Bench_output(bench), "") << argument;
         Bench_stop(bench);
     }
@@ -60,5 +60,5 @@ TEST_F(CommandLine, PrefixesOfTheStartScriptStartTheMeter) {
 
 TEST_F(CommandLine, AWordThatIsNoOptionStartsTheMeter) {
     start({.programArguments = {"meter"}});
-    EXPECT_TRUE(Bench_isVisible(bench, "noConnection.title"));
+    EXPECT_TRUE(becomesVisible("noConnection.title", true));
 }

@@ -24,7 +24,7 @@ protected:
             const size_t note = log.find("(fault silence)");
             return note != std::string::npos && log.find("-> 53  S", note) != std::string::npos;
         };
-        ASSERT_TRUE(Bench_waitUntil(hasHeard, 10000));
+        ASSERT_TRUE(Bench_waitUntil(hasHeard, readingLimit_ms));
         ASSERT_TRUE(Bench_do(bench, "fault " + port + " none"));
         ASSERT_TRUE(waitForLog(port, before, "-> 49  I"));
         ASSERT_TRUE(waitForLog(port, before, "-> 5a 04 38"));

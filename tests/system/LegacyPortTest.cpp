@@ -111,7 +111,9 @@ protected:
             WorldFolder_write(world, settingsFile, lines);
         }});
         ASSERT_TRUE(host.connect(bench));
-        ASSERT_EQ(host.ask("U0"), freshStatus);
+        // What comes before the port is served is thrown away.
+        ASSERT_TRUE(
+            Bench_waitUntil([this] { return host.ask("U0") == freshStatus; }, readingLimit_ms));
     }
     void startWithSensor(const std::string& sensor, const std::string& furtherSettings = "") {
         startLegacy(furtherSettings);
@@ -195,7 +197,7 @@ TEST_F(LegacyPort, TheFirstDisplaysSensorAnswersAndTheOtherWhenItIsPulled) {
     ASSERT_TRUE(host.send("ENT"));
     EXPECT_EQ(host.readLine(quiet_ms), "");
     plugFirst("serial1", std::string("5132 fwd=25") + quickSensor, 2);
-    host.discard(); // what was asked without a sensor is answered by the first reading
+    EXPECT_EQ(host.readLine(), watts(25)) << "asked without a sensor: the first reading answers";
     EXPECT_EQ(host.ask("ENT"), watts(25));
     plug("serial2", std::string("5132 fwd=40") + quickSensor);
     ASSERT_TRUE(shows("upper.fwd.value", "  40.00", readingLimit_ms));
@@ -281,10 +283,13 @@ TEST_F(LegacyPort, AMillionRandomBytesLeaveItAnswering) {
         while (!host.readLine(0).empty()) {
         }
     }
-    host.discard();
-    ASSERT_TRUE(host.send("\nT1FCRYY"));
-    host.discard();
-    EXPECT_EQ(host.ask("U0"), freshStatus);
+    const auto isThroughWithThem = [this] {
+        host.discard();
+        host.send("\nT1FCRYY");
+        host.discard();
+        return host.ask("U0") == freshStatus;
+    };
+    EXPECT_TRUE(Bench_waitUntil(isThroughWithThem, readingLimit_ms));
     EXPECT_EQ(host.ask("ENT"), watts(25));
     EXPECT_NE(Bench_programId(bench), 0);
 }
@@ -293,8 +298,12 @@ TEST_F(LegacyPort, AMissingPortLeavesTheMeterAtWork) {
     start({.commands = {"remove /dev/ttyS4"}, .prepare = [](const std::string& world) {
                WorldFolder_write(world, settingsFile, legacySettings);
            }});
-    EXPECT_GE(Bench_countInSyslog(bench, "Could not open /dev/ttyS4"), 1U);
-    EXPECT_GE(Bench_countInSyslog(bench, "Serial command interface is not enabled."), 1U);
+    for (const char* said :
+         {"Could not open /dev/ttyS4", "Serial command interface is not enabled."}) {
+        EXPECT_TRUE(
+            Bench_waitUntil([&] { return Bench_countInSyslog(bench, said) > 0; }, readingLimit_ms))
+            << said;
+    }
     plugFirst("serial1", "5132 fwd=25");
     EXPECT_TRUE(shows("single.fwd.value", "  25.00"));
 }
@@ -318,6 +327,8 @@ TEST_F(LegacyPort, RemoteControlOverTcpStaysAvailable) {
 TEST_F(LegacyPort, WithoutTheSettingThePortIsNotTheOlderMeters) {
     start();
     ASSERT_TRUE(host.connect(bench));
+    ASSERT_TRUE(
+        Bench_waitUntil([this] { return host.ask("*OPC?\n") == "1\r\n"; }, readingLimit_ms));
     ASSERT_TRUE(host.send("U0\n"));
     EXPECT_EQ(host.readLine(quiet_ms), "");
     EXPECT_THAT(host.ask("*IDN?\n"), testing::HasSubstr("8830K"));

@@ -23,6 +23,19 @@ size_t countMatches(const std::string& text, const std::string& pattern) {
         std::distance(std::sregex_iterator(text.begin(), text.end(), expression), {}));
 }
 
+/// Moments on the meter's clock, in the order of the lines.
+std::vector<long> heartbeats_ms(const std::vector<std::string>& lines, const std::string& pattern) {
+    const std::regex expression(pattern);
+    std::vector<long> moments;
+    for (const std::string& line : lines) {
+        std::smatch match;
+        if (std::regex_search(line, match, expression)) {
+            moments.push_back(std::stol(match[1]));
+        }
+    }
+    return moments;
+}
+
 } // namespace
 
 TEST_F(Logging, EveryThreadTellsThatItIsAliveEveryFiveSeconds) {
@@ -36,10 +49,10 @@ TEST_F(Logging, EveryThreadTellsThatItIsAliveEveryFiveSeconds) {
         const char* syslogLine;
         size_t least;
     } diagnostics[] = {
-        {R"(^<7> DIAGNOSTIC:GtkThread\.cpp:\d+:\w+\(\): Thread is alive at \d+l ms\.\\n\\n$)", 2},
-        {R"(^<7> DIAGNOSTIC:GraphUpdateThread\.cpp:\d+:\w+\(\): Thread is alive at \d+l ms\.\\n\\n$)",
+        {R"(^<7> DIAGNOSTIC:GtkThread\.cpp:\d+:\w+\(\): Thread is alive at (\d+)l ms\.\\n\\n$)", 2},
+        {R"(^<7> DIAGNOSTIC:GraphUpdateThread\.cpp:\d+:\w+\(\): Thread is alive at (\d+)l ms\.\\n\\n$)",
          2},
-        {R"(^<7> DIAGNOSTIC:HwPollingThread\.cpp:\d+:\w+\(\): hwPollingThread: Thread is alive at \d+l ms\.\\n\\n$)",
+        {R"(^<7> DIAGNOSTIC:HwPollingThread\.cpp:\d+:\w+\(\): hwPollingThread: Thread is alive at (\d+)l ms\.\\n\\n$)",
          2},
     };
     const struct {
@@ -61,9 +74,12 @@ TEST_F(Logging, EveryThreadTellsThatItIsAliveEveryFiveSeconds) {
                    return countMatches(printed, t.traceLine) >= t.least;
                });
     };
-    Bench_waitUntil(isComplete, 16500);
+    Bench_waitUntil(isComplete, readingLimit_ms);
     for (const auto& d : diagnostics) {
-        EXPECT_GE(countMatches(Bench_syslog(bench), d.syslogLine), d.least) << d.syslogLine;
+        const std::vector<long> moments = heartbeats_ms(Bench_syslog(bench), d.syslogLine);
+        ASSERT_GE(moments.size(), d.least) << d.syslogLine;
+        EXPECT_GE(moments[1] - moments[0], 5000) << d.syslogLine;
+        EXPECT_LT(moments[1] - moments[0], 7500) << d.syslogLine;
     }
     for (const auto& t : traces) {
         EXPECT_GE(countMatches(Bench_output(bench), t.traceLine), t.least) << t.traceLine;
@@ -79,19 +95,22 @@ TEST_F(Logging, ThePowerSwitchThreadTellsThatItIsAliveWhenItComesRound) {
         return countMatches(Bench_output(bench),
                             R"(softPowerSwitchPollingThread: Thread is alive at \d+l ms\.\n)") > 0;
     };
-    EXPECT_TRUE(Bench_waitUntil(isAlive, 8000));
+    EXPECT_TRUE(Bench_waitUntil(isAlive, readingLimit_ms));
 }
 
 TEST_F(Logging, WithoutTheMarkerNothingIsPrinted) {
     start();
     Bench_writeFile(bench, "/tmp/logConfig", "ThreadMonitor\nSensorDetection\n");
-    ASSERT_TRUE(Bench_waitUntil([&] { return Bench_countInSyslog(bench, "alive") > 0; }, 8000));
+    ASSERT_TRUE(
+        Bench_waitUntil([&] { return Bench_countInSyslog(bench, "alive") > 0; }, readingLimit_ms));
     EXPECT_EQ(Bench_output(bench), "");
 }
 
 TEST_F(Logging, CategoriesSwitchWithinASecond) {
     start();
-    constexpr uint32_t limit_ms = 1500; // a second of the routing thread, and the poll's own period
+    setSpeed(slowly);
+    // A second of the routing thread, and the poll's own period, on the meter's clock.
+    constexpr auto limit_ms = static_cast<uint32_t>(1500 / slowly);
     const auto hasPrinted = [&](const char* text) {
         return [this, text] { return Bench_output(bench).find(text) != std::string::npos; };
     };
@@ -103,10 +122,17 @@ TEST_F(Logging, CategoriesSwitchWithinASecond) {
     Bench_writeFile(bench, "/tmp/logConfig", "ThreadMonitor\n");
     EXPECT_TRUE(Bench_waitUntil(hasPrinted("gtkThread loop count"), limit_ms));
     Bench_removeFile(bench, "/tmp/logConfig");
-    const auto isQuiet = [&] {
-        bench.printed.clear();
-        std::this_thread::sleep_for(std::chrono::milliseconds(700));
-        return Bench_output(bench).empty();
+    setSpeed(4);
+    const auto heartbeats = [&] {
+        return Bench_countInSyslog(bench, "hwPollingThread: Thread is alive");
     };
-    EXPECT_TRUE(Bench_waitUntil(isQuiet, 3000));
+    // From one heartbeat of the detection to the next it looks ten times at its ports.
+    const auto isQuiet = [&] {
+        Bench_output(bench);
+        bench.printed.clear();
+        const size_t before = heartbeats();
+        return Bench_waitUntil([&] { return heartbeats() >= before + 2; }, readingLimit_ms) &&
+               Bench_output(bench).empty();
+    };
+    EXPECT_TRUE(Bench_waitUntil(isQuiet, readingLimit_ms));
 }

@@ -109,7 +109,7 @@ TEST_F(PulseDialog, CancelWhileItIsSentEndsItsThread) {
         Bench_tap(bench, "pulseConfigCancel");
         EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
         const auto hasEnded = [&] { return Bench_programUse(bench).threads <= threads; };
-        EXPECT_TRUE(Bench_waitUntil(hasEnded, 3000)) << button;
+        EXPECT_TRUE(Bench_waitUntil(hasEnded, screenLimit_ms)) << button;
         ASSERT_TRUE(Bench_tap(bench, "pulse.btnConfig"));
         ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
     }

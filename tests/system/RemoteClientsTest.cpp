@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr uint32_t mirrorLimit_ms = 8000;
+constexpr uint32_t mirrorLimit_ms = 30000;
 constexpr const char* nobody = "-220,\"Parameter error;No sensor connected on the channel\"";
 
 struct Outcome {
@@ -112,9 +112,12 @@ TEST_F(RemoteClients, LxiBenchmarksTwentyTimesInARow) {
     }
     ScpiClient client(bench);
     EXPECT_EQ(client.ask("*OPC?"), "1");
-    const ProgramUse after = Bench_programUse(bench);
-    EXPECT_LE(after.threads, before.threads);
-    EXPECT_LE(after.descriptors, before.descriptors + 1) << "this client's";
+    const auto isAsBefore = [&] {
+        const ProgramUse after = Bench_programUse(bench);
+        return after.threads <= before.threads &&
+               after.descriptors <= before.descriptors + 1; // this client's
+    };
+    EXPECT_TRUE(Bench_waitUntil(isAsBefore, mirrorLimit_ms));
 }
 
 TEST_F(RemoteClients, PyVisaQueriesWritesAndMeetsErrors) {
@@ -178,9 +181,13 @@ TEST_F(RemoteClients, AHundredThatHangUpWithoutReadingLeaveNothingBehind) {
         return after.threads <= before.threads && after.descriptors <= before.descriptors;
     };
     EXPECT_TRUE(Bench_waitUntil(isAsBefore, mirrorLimit_ms));
-    const Stopwatch watch;
-    EXPECT_EQ(ScpiClient(bench).ask("*TST?"), "0");
-    EXPECT_TRUE(within(watch, 500));
+    // Nothing is waited for: a busy machine may hold up one answer, but not every one.
+    const auto isQuick = [&] {
+        const Stopwatch watch;
+        EXPECT_EQ(ScpiClient(bench).ask("*TST?"), "0");
+        return static_cast<bool>(within(watch, 500));
+    };
+    EXPECT_TRUE(Bench_waitUntil(isQuick, 2000));
     expectSameMemory(before, Bench_programUse(bench));
 }
 

@@ -17,7 +17,7 @@ using testing::StartsWith;
 namespace {
 
 constexpr int answerLimit_ms = 8000;
-constexpr uint32_t mirrorLimit_ms = 8000;
+constexpr uint32_t mirrorLimit_ms = 30000;
 
 /// One end of a link to the meter.
 class Link {
@@ -57,24 +57,28 @@ class RemoteControl : public MeterTest {
 protected:
     /// A client of the TCP server.
     [[nodiscard]] int connectTcp() const {
-        std::string port;
-        Bench_waitUntil(
-            [&] {
-                port = WorldFolder_readFile(bench.world + "/port.bound");
-                return !port.empty();
-            },
-            answerLimit_ms);
         const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(static_cast<uint16_t>(strtoul(port.c_str(), nullptr, 10)));
-        EXPECT_EQ(connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        // The port is known a moment before the server listens on it.
+        const auto isConnected = [&] {
+            const std::string port = WorldFolder_readFile(bench.world + "/port.bound");
+            address.sin_port = htons(static_cast<uint16_t>(strtoul(port.c_str(), nullptr, 10)));
+            return address.sin_port != 0 &&
+                   connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
+                       0;
+        };
+        EXPECT_TRUE(Bench_waitUntil(isConnected, mirrorLimit_ms));
         return client;
     }
     /// A terminal on the serial command port.
     [[nodiscard]] int openTerminal() const {
         return open((bench.world + "/command-port").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    }
+    /// What comes before the port is served is thrown away.
+    static bool isServed(const Link& link) {
+        return Bench_waitUntil([&] { return link.ask("*OPC?") == "1"; }, mirrorLimit_ms);
     }
     static testing::AssertionResult answers(const Link& link, const std::string& query,
                                             const std::string& expected) {
@@ -93,6 +97,7 @@ TEST_F(RemoteControl, BothLinksTellWhatTheScreensShow) {
     start();
     const Link tcp(connectTcp());
     const Link terminal(openTerminal());
+    ASSERT_TRUE(isServed(terminal));
     EXPECT_THAT(tcp.ask("*IDN?"), StartsWith("QUORVEL-TECHNOLOGIES,8830K,"));
     EXPECT_EQ(terminal.ask("*IDN?"), tcp.ask("*IDN?"));
     plugFirst("serial1", "5132 fwd=25 rfl=2");
@@ -131,6 +136,7 @@ TEST_F(RemoteControl, ACommitReachesTheSensor) {
 TEST_F(RemoteControl, TheCommandPortIsReadAtTheUsersSpeed) {
     start();
     const Link terminal(openTerminal());
+    ASSERT_TRUE(isServed(terminal));
     const Link tcp(connectTcp());
     tcp.tell("SYST:COMM:RS232:BAUD 1200;LENGTH 7;PAR E;REST");
     EXPECT_EQ(tcp.ask("SYST:COMM:RS232:BAUD?;LENGTH?;PAR?"), "1200;7;e");

@@ -186,6 +186,7 @@ TEST_F(Values, ScalesSurviveARestart) {
     // From two decimals to three: 25 W do not fit any more.
     ASSERT_TRUE(Bench_tap(bench, "single.fwd.scaleDown"));
     ASSERT_TRUE(shows("single.fwd.value", "  Range"));
+    ASSERT_TRUE(fileSays(settingsFile, "scale_ch1_fwd_autoScale 0\n"));
     ASSERT_TRUE(Bench_restart(bench, {.commands = {"clock speed 4"}}));
     plugFirst("serial1", "5132 fwd=25 rfl=0.5");
     EXPECT_TRUE(shows("single.fwd.value", "  Range"));
