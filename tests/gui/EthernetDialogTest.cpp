@@ -13,6 +13,7 @@
 
 namespace {
 
+constexpr uint32_t limit_ms = 30000;
 constexpr char interfacesFile[] = "/etc/network/interfaces";
 constexpr char routeFile[] = "/proc/net/route";
 constexpr char dhcpFile[] = "auto eth0\niface eth0 inet dhcp\n\nauto eth0:0\n";
@@ -37,7 +38,7 @@ protected:
     }
     void TearDown() override {
         gtk_init_done = true;
-        EXPECT_TRUE(Gui_waitUntil([] { return ethDialogs.ethProgress == nullptr; }, 10000));
+        EXPECT_TRUE(Gui_waitUntil([] { return ethDialogs.ethProgress == nullptr; }, limit_ms));
         if (ethDialogs.ethSettingsDialog != nullptr) {
             Gui_tap("ethSettingsDialog_cancel");
         }
@@ -77,7 +78,7 @@ protected:
         return static_cast<size_t>(std::ranges::count(World_commands(), restartCommand));
     }
     static bool isFinished() {
-        return Gui_waitUntil([] { return ethConfig == nullptr; }, 10000);
+        return Gui_waitUntil([] { return ethConfig == nullptr; }, limit_ms);
     }
 };
 
@@ -245,13 +246,16 @@ TEST_F(EthernetDialog, ApplyWritesTheStaticStanzaAndRestartsNetworkingOnce) {
     enter("ethSettingsEntryAddress", "10.0.0.7");
     enter("ethSettingsEntryNetmask", "");
     enter("ethSettingsEntryGateway", "10.0.0.1");
+    World_setSpeed(0.1); // what is shown meanwhile stays for some seconds only
     Gui_tap("ethSettingsDialog_apply");
     EXPECT_EQ(Dialog_shown("ethSettingsDialog"), nullptr);
     EXPECT_NE(Dialog_shown("ethProgress"), nullptr) << "something is going on";
     Dialog_keepPicture("lan-applying");
     Gui_tap("ethernetButton");
     EXPECT_EQ(Dialog_shown("ethInfoDialog"), nullptr);
+    World_setSpeed(20);
     EXPECT_TRUE(isFinished());
+    World_setSpeed(1);
     EXPECT_EQ(Dialog_shown("ethProgress"), nullptr);
     EXPECT_EQ(World_readFile(interfacesFile),
               "auto eth0\niface eth0 inet static\n    address 10.0.0.7\n"

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr char storedFile[] = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
-constexpr uint32_t limit_ms = 5000;
+constexpr uint32_t limit_ms = 20000;
 
 class PulseConfigDialog : public PulseScreens {
 protected:

@@ -18,6 +18,8 @@
 
 namespace {
 
+constexpr uint32_t limit_ms = 20000;
+
 std::atomic<int> served;
 std::atomic<bool> isServedWithLock;
 
@@ -86,12 +88,12 @@ public:
         });
     }
     ~RefreshThread() {
-        Gui_waitUntil([this] { return isDone.load(); }, 5000);
+        Gui_waitUntil([this] { return isDone.load(); }, limit_ms);
         thread.join();
     }
     RefreshThread(const RefreshThread&) = delete;
     RefreshThread& operator=(const RefreshThread&) = delete;
-    bool ends(uint32_t limit_ms) {
+    bool ends() {
         return Gui_waitUntil([this] { return isDone.load(); }, limit_ms);
     }
 
@@ -121,7 +123,7 @@ protected:
         SensorManager_Destroy();
     }
     static bool isOpen() {
-        return Gui_waitUntil([] { return dialog() != nullptr; }, 5000);
+        return Gui_waitUntil([] { return dialog() != nullptr; }, limit_ms);
     }
     static std::string title() {
         return gtk_label_get_text(GTK_LABEL(part("sensorSettingsDialogTitleStr")));
@@ -147,7 +149,7 @@ TEST_F(SensorChannelDialog, NamesTheSensorByItsPort) {
         ASSERT_TRUE(isOpen());
         EXPECT_EQ(title(), one.title);
         tap("sensorSettingsDialog_ok");
-        EXPECT_TRUE(refresh.ends(300));
+        EXPECT_TRUE(refresh.ends());
         EXPECT_EQ(SensorInstance_GetLogicalChannel(one.port), sensorLogicalChannel1);
         detect(0, one.bit);
     }
@@ -161,7 +163,7 @@ TEST_F(SensorChannelDialog, GivesTheSecondChannelWhenItIsChosen) {
     EXPECT_TRUE(
         gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(part("sensorSettingsDialogRadioChan2"))));
     tap("sensorSettingsDialog_ok");
-    EXPECT_TRUE(refresh.ends(300));
+    EXPECT_TRUE(refresh.ends());
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial2), sensorLogicalChannel2);
 }
 
@@ -169,7 +171,7 @@ TEST_F(SensorChannelDialog, LetsTheRefreshThreadServeItsOtherDutiesMeanwhile) {
     detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
     RefreshThread refresh;
     ASSERT_TRUE(isOpen());
-    EXPECT_TRUE(Gui_waitUntil([] { return served >= 3; }, 3000));
+    EXPECT_TRUE(Gui_waitUntil([] { return served >= 3; }, limit_ms));
     EXPECT_TRUE(isServedWithLock);
     tap("sensorSettingsDialog_ok");
 }
@@ -179,7 +181,7 @@ TEST_F(SensorChannelDialog, GoesAwayWithItsSensor) {
     RefreshThread refresh;
     ASSERT_TRUE(isOpen());
     detect(0, sensorPortBit_Serial1);
-    EXPECT_TRUE(refresh.ends(1000));
+    EXPECT_TRUE(refresh.ends());
     EXPECT_EQ(dialog(), nullptr);
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalNoChannel);
 }
@@ -191,10 +193,10 @@ TEST_F(SensorChannelDialog, AsksForTheOtherSensorWhenTheFirstIsPulled) {
     EXPECT_EQ(title(), "Tessel CW & Pulse Sensor on USB1");
     detect(sensorPortBit_Serial1, sensorPortBit_USB1);
     ASSERT_TRUE(Gui_waitUntil(
-        [] { return dialog() != nullptr && title() == "Tessel CW Sensor on Serial1"; }, 2000));
+        [] { return dialog() != nullptr && title() == "Tessel CW Sensor on Serial1"; }, limit_ms));
     tap("sensorSettingsDialogRadioChan2");
     tap("sensorSettingsDialog_ok");
-    EXPECT_TRUE(refresh.ends(300));
+    EXPECT_TRUE(refresh.ends());
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalChannel2);
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_USB1), sensorLogicalNoChannel);
 }
@@ -219,7 +221,7 @@ TEST_F(SensorChannelDialog, DoesNothingBeforeStartUpHasFinished) {
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalNoChannel);
     gtk_init_done = true;
     tap("sensorSettingsDialog_ok");
-    EXPECT_TRUE(refresh.ends(300));
+    EXPECT_TRUE(refresh.ends());
 }
 
 TEST_F(SensorChannelDialog, IsNotClosedByAnythingButAnAnswer) {
@@ -274,7 +276,7 @@ TEST_F(SensorChannelDialog, TellsWhenItsInterfaceFileIsMissing) {
     testing::internal::CaptureStderr();
     {
         RefreshThread refresh;
-        EXPECT_TRUE(refresh.ends(1000));
+        EXPECT_TRUE(refresh.ends());
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr().rfind("Error loading file: ", 0), 0U);
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalNoChannel);
@@ -288,7 +290,7 @@ TEST_F(SensorChannelDialog, AsksNothingWithAnInterfaceThatCouldNotBeAnswered) {
         const WithResource broken("sensorSettingsDialog.ui", content);
         World_clearSyslog();
         RefreshThread refresh;
-        EXPECT_TRUE(refresh.ends(1000)) << content;
+        EXPECT_TRUE(refresh.ends()) << content;
         EXPECT_TRUE(isBrokenInterfaceTold()) << content;
         EXPECT_EQ(dialog(), nullptr);
     }

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr char dialogName[] = "serSettingsDlg";
-constexpr uint32_t dialogLimit_ms = 2000;
+constexpr uint32_t dialogLimit_ms = 20000;
 constexpr char settingsFile[] = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
 
 /// The dialog on a command port of 9600 8N1.

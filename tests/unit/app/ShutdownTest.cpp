@@ -50,7 +50,7 @@ TEST(Shutdown, RunsTheCommandAgainOnlyAfterItHasFailed) {
 }
 
 TEST(Shutdown, WaitsThreeSecondsBeforeTheCommand) {
-    World_setSpeed(100);
+    World_setSpeed(20);
     const uint32_t start_ms = getTime_ms();
     shutDownPower();
     const uint32_t taken_ms = getTime_ms() - start_ms;

@@ -336,9 +336,13 @@ TEST_F(LegacyPort, AMillionRandomBytesLeaveItAnswering) {
     reader.join();
     EXPECT_EQ(unended, 0U);
     // Whatever was half received ends with the line feed.
-    terminal.send("\nRYYT1FC");
-    terminal.readUntilQuiet(300);
-    EXPECT_EQ(ask("U0"), freshStatus);
+    const auto isThroughWithThem = [this] {
+        terminal.readUntilQuiet(300);
+        terminal.send("\nRYYT1FC");
+        terminal.readUntilQuiet(300);
+        return ask("U0") == freshStatus;
+    };
+    EXPECT_TRUE(World_waitUntil(isThroughWithThem, recoveryLimit_ms));
 }
 
 TEST_F(LegacyPort, RepliesLeaveSoonAfterTheirReading) {

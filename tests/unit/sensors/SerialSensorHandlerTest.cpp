@@ -90,7 +90,6 @@ TEST_F(SerialSensor, AStateWithoutAnActionLeadsToTheFlush) {
 }
 
 TEST_F(SerialSensor, AFlushThatFailsIsRepeated) {
-    World_setSpeed(5);
     std::atomic<bool> isOver = false;
     std::thread chatter([&] {
         while (!isOver) {
@@ -145,7 +144,7 @@ TEST_F(SerialSensor, IsReadyOnceItsSerialNumberHasBeenRead) {
 }
 
 TEST_F(SerialSensor, TwentyReadingsOfTheSerialNumberLeaveItUnchanged) {
-    World_setSpeed(10);
+    World_setSpeed(4);
     for (int count = 0; count < 20; ++count) {
         step(stateSerSerialNum);
         EXPECT_STREQ(handler.serialNumber, "200201170");

@@ -149,7 +149,6 @@ TEST(SerialSensorProtocol, AFlushDiscardsWhatIsPendingAndEndsOnAQuietLine) {
 }
 
 TEST(SerialSensorProtocol, AFlushFailsWhileTheSensorKeepsTalking) {
-    const Hurry hurry;
     const Channel channel(SOCK_STREAM, always(""));
     std::atomic<bool> isOver = false;
     std::thread chatter([&] {

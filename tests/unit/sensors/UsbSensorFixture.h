@@ -75,6 +75,15 @@ protected:
         }
         return handler.sensorState;
     }
+    /// Once this question has come, time runs very fast: it stays unanswered. No sooner, or the
+    /// device's thread would be late with what it does answer.
+    void hurryAfter(const std::string& question) {
+        device.setListener([question](const std::string& message) {
+            if (message == question) {
+                World_setSpeed(500);
+            }
+        });
+    }
     void setCapabilities(bool supported) {
         handler.sensorConfigs.bSupportsAutoPeriod = supported;
         handler.sensorConfigs.bSupportsAutoTiggerLevel = supported;

@@ -35,22 +35,22 @@ TEST_F(UsbSensor, InitFollowsTheSummaryBits) {
 }
 
 TEST_F(UsbSensor, AQuestionableRegisterThatIsNotToldChangesNothing) {
-    World_setSpeed(500);
     device.setReply("*STB?", "8");
     device.setReply("STAT:QUES:COND?", "");
+    hurryAfter("STAT:QUES:COND?");
     readings().questionable = 3;
     EXPECT_EQ(step(stateUsbInit), stateUsbCwMeasure);
     EXPECT_EQ(readings().questionable, 3);
 }
 
 TEST_F(UsbSensor, ATriggerThatTimesOutIsRemembered) {
-    World_setSpeed(500);
     device.setReply("*OPC?", "0");
     EXPECT_EQ(step(stateUsbInit), stateUsbStart);
     EXPECT_TRUE(handler.usbPort.initTimeout);
     device.setReply("*OPC?", "1");
     handler.usbPort.initTimeout = false;
     device.setReply("*STB?", "");
+    hurryAfter("*STB?");
     EXPECT_EQ(step(stateUsbInit), stateUsbStart);
     EXPECT_TRUE(handler.usbPort.initTimeout);
 }
