@@ -209,6 +209,10 @@ bool ScpiLink_receive(ScpiLink* link, std::string_view bytes) {
     return !link->peerIsStuck;
 }
 
+bool ScpiLink_isPending(const ScpiLink* link) {
+    return link->context->buffer.position > 0 || link->skipsLine;
+}
+
 bool ScpiLink_runPending(ScpiLink* link) {
     link->skipsLine = false;
     rememberLine(link, {});

@@ -39,6 +39,10 @@ void ScpiLink_initialize(ScpiLink* link, scpi_t* context, char (&inputBuffer)[sc
 /// one -363 and is dropped up to its end. False when the peer does not take its reply.
 bool ScpiLink_receive(ScpiLink* link, std::string_view bytes);
 
+/// True while a line waits for its end, or for its dropped one's: ScpiLink_runPending does nothing
+/// otherwise.
+bool ScpiLink_isPending(const ScpiLink* link);
+
 /// Runs what is pending, though its end has not come. False as above.
 bool ScpiLink_runPending(ScpiLink* link);
 

@@ -14,12 +14,11 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 namespace {
 
 constexpr int backlog = 1;
-constexpr time_t clientTimeout_s = 5;
+constexpr int clientTimeout_ms = 5000;
 constexpr size_t receiveSize = 256;
 constexpr uint32_t acceptPause_ms = 1000; ///< after a failure that lasts, such as too many files
 
@@ -55,16 +54,31 @@ int acceptClient(int server) {
     }
 }
 
-/// Waits for bytes and runs them; a silence of clientTimeout_s completes a command that came
+/// Waits for bytes. The wait has its limit, and what that costs, only while a command without its
+/// end is pending; without one a silence completes nothing. 0 at the limit, negative on failure.
+int waitForBytes(int client) {
+    if (!ScpiLink_isPending(&link_)) {
+        return 1; // recv waits
+    }
+    pollfd waited{client, POLLIN, 0};
+    return retryInterrupted([&] { return poll(&waited, 1, clientTimeout_ms); });
+}
+
+/// Waits for bytes and runs them; a silence of clientTimeout_ms completes a command that came
 /// without its end. False when the client has gone or does not take its replies.
 bool serveOnce(int client) {
+    const int ready = waitForBytes(client);
+    if (ready == 0) {
+        return ScpiLink_runPending(&link_);
+    }
     char buffer[receiveSize];
-    const ssize_t count = retryInterrupted([&] { return recv(client, buffer, sizeof buffer, 0); });
+    const ssize_t count =
+        ready < 0 ? -1 : retryInterrupted([&] { return recv(client, buffer, sizeof buffer, 0); });
     if (count > 0) {
         return ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
     }
     if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-        return ScpiLink_runPending(&link_);
+        return true;
     }
     if (count < 0) {
         DIAGNOSTIC("recv() failed");
@@ -72,19 +86,15 @@ bool serveOnce(int client) {
     return false;
 }
 
-/// A reply leaves at once instead of waiting for the client's acknowledgement of the last one. The
-/// socket itself ends a wait that has lasted long enough: a poll in front of each recv costs some
-/// four per cent of a query's round trip.
-void setUpClient(int client) {
+/// A reply leaves at once instead of waiting for the client's acknowledgement of the last one.
+void sendAtOnce(int client) {
     const int on = 1;
-    const timeval timeout{clientTimeout_s, 0};
     setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
 }
 
 void serveClient(int client) {
     const ScopedFd owner(client);
-    setUpClient(client);
+    sendAtOnce(client);
     clientFd = client;
     link_.descriptor = &clientFd;
     while (serveOnce(client)) {

@@ -65,6 +65,31 @@ TEST(ScpiLink, EndsALineThatIsTooLongWhenItsTimeIsUp) {
     EXPECT_EQ(instrument.send("*OPC?"), "1\r\n");
 }
 
+TEST(ScpiLink, HasATimeThatCanBeUpOnlyWhileALineLacksItsEnd) {
+    struct Case {
+        std::string bytes;
+        bool isPending;
+    };
+    const Case cases[] = {
+        {"*OPC?", true},
+        {"*OPC?\n", false},
+        {"*OPC?\n*T", true},
+        {"*OPC?\n*TST?\r\n", false},
+        {std::string(400, 'A'), true},
+        {std::string(400, 'A') + "\n", false},
+        {"\n", false},
+        {" ", true},
+    };
+    for (const Case& row : cases) {
+        RemoteInstrument instrument;
+        EXPECT_FALSE(ScpiLink_isPending(&instrument.link));
+        instrument.sendBytes(row.bytes);
+        EXPECT_EQ(ScpiLink_isPending(&instrument.link), row.isPending) << row.bytes;
+        ScpiLink_runPending(&instrument.link);
+        EXPECT_FALSE(ScpiLink_isPending(&instrument.link)) << row.bytes;
+    }
+}
+
 TEST(ScpiLink, KeepsALineEndWithinQuotesAsText) {
     RemoteInstrument instrument;
     EXPECT_EQ(instrument.sendBytes("TRIG:SLOP \"a\nb\";*OPC?\n"), "1\r\n");
