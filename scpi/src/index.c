@@ -14,9 +14,8 @@
  */
 #include "index.h"
 
+#include "characters.h"
 #include "scpi/parser.h"
-
-#include <ctype.h>
 
 static const scpi_command_t* searchRows(const scpi_command_t* row, const scpi_header_t* header) {
     for (; row->pattern; row++) {
@@ -85,12 +84,11 @@ static uint16_t tagOf(uint32_t hash) {
 static uint32_t hashWord(scpi_word_t word, scpi_bool_t numbered) {
     uint32_t hash = HASH_START;
     size_t i;
-    while (numbered && word.len > 0 && isdigit((unsigned char)word.ptr[word.len - 1])) {
+    while (numbered && word.len > 0 && scpiIsDigit(word.ptr[word.len - 1])) {
         word.len--;
     }
     for (i = 0; i < word.len; i++) {
-        const char c = word.ptr[i];
-        hash = hashStep(hash, (uint32_t)(c >= 'A' && c <= 'Z' ? c : toupper((unsigned char)c)));
+        hash = hashStep(hash, (unsigned char)scpiToUpper(word.ptr[i]));
     }
     return hash;
 }

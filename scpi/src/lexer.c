@@ -1,19 +1,10 @@
 #include "lexer.h"
 
+#include "characters.h"
 #include "scpi/options.h"
 
-#include <ctype.h>
-
-static scpi_bool_t isLetter(char c) {
-    return isalpha((unsigned char)c) != 0;
-}
-
-static scpi_bool_t isDigit(char c) {
-    return isdigit((unsigned char)c) != 0;
-}
-
 static scpi_bool_t isWordCharacter(char c) {
-    return isalnum((unsigned char)c) || c == '_';
+    return scpiIsLetter(c) || scpiIsDigit(c) || c == '_';
 }
 
 static scpi_bool_t isBlank(char c) {
@@ -89,7 +80,8 @@ static scpi_token_t noToken(scpi_lexer_t* lexer, char* from) {
 
 /* A letter (or a digit, where that is allowed), then letters, digits and underscores. */
 static scpi_bool_t skipMnemonic(scpi_lexer_t* lexer, scpi_bool_t digitFirst) {
-    if (scpiLexAtEnd(lexer) || !(isLetter(*lexer->pos) || (digitFirst && isDigit(*lexer->pos)))) {
+    if (scpiLexAtEnd(lexer) ||
+        !(scpiIsLetter(*lexer->pos) || (digitFirst && scpiIsDigit(*lexer->pos)))) {
         return FALSE;
     }
     (void)skipWhile(lexer, isWordCharacter);
@@ -131,7 +123,7 @@ scpi_token_t scpiLexHeader(scpi_lexer_t* lexer) {
 }
 
 static scpi_bool_t isHexDigit(char c) {
-    return isxdigit((unsigned char)c) != 0;
+    return scpiIsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 
 static scpi_bool_t isOctalDigit(char c) {
@@ -177,7 +169,7 @@ static scpi_token_t lexDottedAddress(scpi_lexer_t* lexer) {
         return noToken(lexer, from);
     }
     do {
-        if (skipWhile(lexer, isDigit) == 0) {
+        if (skipWhile(lexer, scpiIsDigit) == 0) {
             return noToken(lexer, from);
         }
         groups++;
@@ -193,7 +185,7 @@ static void skipExponent(scpi_lexer_t* lexer) {
     if (skipOneOf(lexer, 'E', 'e')) {
         (void)scpiLexBlanks(lexer);
         (void)skipOneOf(lexer, '+', '-');
-        if (skipWhile(lexer, isDigit) > 0) {
+        if (skipWhile(lexer, scpiIsDigit) > 0) {
             return;
         }
     }
@@ -205,9 +197,9 @@ scpi_token_t scpiLexDecimal(scpi_lexer_t* lexer) {
     int digits;
 
     (void)skipOneOf(lexer, '+', '-');
-    digits = skipWhile(lexer, isDigit);
+    digits = skipWhile(lexer, scpiIsDigit);
     if (scpiLexCharacter(lexer, '.')) {
-        digits += skipWhile(lexer, isDigit);
+        digits += skipWhile(lexer, scpiIsDigit);
     }
     if (digits == 0) {
         return noToken(lexer, from);
@@ -218,15 +210,15 @@ scpi_token_t scpiLexDecimal(scpi_lexer_t* lexer) {
 
 /* Letters, a minus sign, one digit, each of which may be missing. */
 static void skipSuffixPart(scpi_lexer_t* lexer) {
-    (void)skipWhile(lexer, isLetter);
+    (void)skipWhile(lexer, scpiIsLetter);
     (void)scpiLexCharacter(lexer, '-');
-    if (!scpiLexAtEnd(lexer) && isDigit(*lexer->pos)) {
+    if (!scpiLexAtEnd(lexer) && scpiIsDigit(*lexer->pos)) {
         lexer->pos++;
     }
 }
 
 static scpi_bool_t skipSuffix(scpi_lexer_t* lexer) {
-    if (scpiLexAtEnd(lexer) || !(isLetter(*lexer->pos) || *lexer->pos == '/')) {
+    if (scpiLexAtEnd(lexer) || !(scpiIsLetter(*lexer->pos) || *lexer->pos == '/')) {
         return FALSE;
     }
     (void)scpiLexCharacter(lexer, '/');
@@ -280,7 +272,7 @@ static scpi_token_t lexBlock(scpi_lexer_t* lexer) {
     }
     digits = *lexer->pos++ - '0';
     for (; digits > 0 && !scpiLexAtEnd(lexer); digits--) {
-        if (!isDigit(*lexer->pos)) {
+        if (!scpiIsDigit(*lexer->pos)) {
             return noToken(lexer, from);
         }
         length = length * 10 + (*lexer->pos++ - '0');
@@ -338,7 +330,7 @@ scpi_token_t scpiLexValue(scpi_lexer_t* lexer) {
     case '(':
         return lexExpression(lexer);
     default:
-        return isLetter(*lexer->pos) ? lexMnemonic(lexer) : lexNumeric(lexer);
+        return scpiIsLetter(*lexer->pos) ? lexMnemonic(lexer) : lexNumeric(lexer);
     }
 }
 

@@ -1,8 +1,7 @@
 #include "match.h"
 
+#include "characters.h"
 #include "scpi/parser.h"
-
-#include <ctype.h>
 
 /* Where the numbers of a header go. */
 typedef struct {
@@ -10,6 +9,13 @@ typedef struct {
     size_t count;
     int32_t defaultValue;
 } number_sink_t;
+
+/* A header that is being matched. */
+typedef struct {
+    scpi_header_t header; /* without the query mark */
+    scpi_bool_t query;
+    const number_sink_t* sink; /* NULL if nobody asks for numbers */
+} match_t;
 
 scpi_header_t scpiHeader(const char* text, size_t len) {
     scpi_header_t header = {NULL, 0, NULL, 0};
@@ -87,7 +93,17 @@ scpi_place_t scpiPatternStart(const char* pattern) {
 }
 
 static scpi_bool_t endsPatternWord(const char* at) {
-    return *at == '\0' || *at == ':' || *at == '[' || *at == ']' || (*at == '?' && at[1] == '\0');
+    switch (*at) {
+    case '\0':
+    case ':':
+    case '[':
+    case ']':
+        return TRUE;
+    case '?':
+        return at[1] == '\0';
+    default:
+        return FALSE;
+    }
 }
 
 /* Splits a keyword into its forms. */
@@ -96,8 +112,7 @@ static void readForms(const char* from, size_t len, scpi_node_t* node) {
     node->word.ptr = from;
     node->word.len = node->numbered ? len - 1 : len;
     node->shortLen = 0;
-    while (node->shortLen < node->word.len &&
-           !islower((unsigned char)node->word.ptr[node->shortLen])) {
+    while (node->shortLen < node->word.len && !scpiIsLower(node->word.ptr[node->shortLen])) {
         node->shortLen++;
     }
 }
@@ -123,53 +138,55 @@ scpi_place_t scpiPatternBehindGroup(scpi_place_t place) {
     return patternPlace(at, FALSE);
 }
 
-scpi_bool_t scpiPatternMayEnd(scpi_place_t place) {
+/* End of the pattern, or its query mark, if all from the place on may be left out; else NULL. */
+static const char* endBehindOptional(scpi_place_t place) {
     scpi_node_t node;
     for (; scpiPatternNode(place, &node); place = node.next) {
         if (!place.inGroup) {
-            return FALSE;
+            return NULL;
         }
     }
-    return TRUE;
+    return place.at;
 }
 
-static scpi_bool_t equalIgnoringCase(const char* first, const char* second, size_t len) {
-    size_t i;
-    for (i = 0; i < len; i++) {
-        /* Clients mostly send what the table holds: only other characters are converted. */
-        if (first[i] != second[i] &&
-            toupper((unsigned char)first[i]) != toupper((unsigned char)second[i])) {
-            return FALSE;
-        }
+scpi_bool_t scpiPatternMayEnd(scpi_place_t place) {
+    return endBehindOptional(place) != NULL;
+}
+
+/* Number of characters in which the words agree from their beginnings on, ignoring case. */
+static size_t commonLength(scpi_word_t first, scpi_word_t second) {
+    const size_t limit = first.len < second.len ? first.len : second.len;
+    size_t len = 0;
+    while (len < limit && scpiToUpper(first.ptr[len]) == scpiToUpper(second.ptr[len])) {
+        len++;
     }
-    return TRUE;
+    return len;
 }
 
 static scpi_bool_t allDigits(scpi_word_t word) {
     size_t i;
     for (i = 0; i < word.len; i++) {
-        if (!isdigit((unsigned char)word.ptr[i])) {
+        if (!scpiIsDigit(word.ptr[i])) {
             return FALSE;
         }
     }
     return TRUE;
 }
 
-/* The word is the first formLen characters of the keyword, with a number if it may have one. */
-static scpi_bool_t formMatches(const scpi_node_t* node, size_t formLen, scpi_word_t word,
-                               scpi_word_t* digits) {
-    if (formLen == 0 || word.len < formLen || (word.len > formLen && !node->numbered) ||
-        !equalIgnoringCase(node->word.ptr, word.ptr, formLen)) {
+/*
+ * The word is a form of the keyword, with a number if it may have one. Where it holds all of the
+ * long form the short one needs no look: a letter would follow it.
+ */
+static scpi_bool_t nodeMatches(const scpi_node_t* node, scpi_word_t word, scpi_word_t* digits) {
+    const size_t common = commonLength(node->word, word);
+    const size_t form = common == node->word.len ? node->word.len : node->shortLen;
+
+    if (form == 0 || common < form) {
         return FALSE;
     }
-    digits->ptr = word.ptr + formLen;
-    digits->len = word.len - formLen;
-    return allDigits(*digits);
-}
-
-static scpi_bool_t nodeMatches(const scpi_node_t* node, scpi_word_t word, scpi_word_t* digits) {
-    return formMatches(node, node->word.len, word, digits) ||
-           (node->shortLen < node->word.len && formMatches(node, node->shortLen, word, digits));
+    digits->ptr = word.ptr + form;
+    digits->len = word.len - form;
+    return digits->len == 0 || (node->numbered && allDigits(*digits));
 }
 
 /* A number too large for 32 bits becomes the largest one. */
@@ -201,20 +218,24 @@ static size_t countSkipped(scpi_place_t place, const char* end) {
     return count;
 }
 
-static scpi_bool_t matchFrom(scpi_place_t place, const scpi_header_t* header, size_t pos,
-                             const number_sink_t* sink, size_t index);
+static scpi_bool_t endMatches(const match_t* match, scpi_place_t place) {
+    const char* end = endBehindOptional(place);
+    return end && match->query == (*end == '?');
+}
 
-static scpi_bool_t matchWithout(scpi_place_t place, const scpi_header_t* header, size_t pos,
-                                const number_sink_t* sink, size_t index) {
+static scpi_bool_t matchFrom(const match_t* match, scpi_place_t place, size_t pos, size_t index);
+
+static scpi_bool_t matchWithout(const match_t* match, scpi_place_t place, size_t pos,
+                                size_t index) {
     const scpi_place_t behind = scpiPatternBehindGroup(place);
-    const size_t skipped = sink ? countSkipped(place, behind.at) : 0;
+    const size_t skipped = match->sink ? countSkipped(place, behind.at) : 0;
     size_t i;
 
-    if (!matchFrom(behind, header, pos, sink, index + skipped)) {
+    if (!matchFrom(match, behind, pos, index + skipped)) {
         return FALSE;
     }
     for (i = 0; i < skipped; i++) {
-        storeNumber(sink, index + i, sink->defaultValue);
+        storeNumber(match->sink, index + i, match->sink->defaultValue);
     }
     return TRUE;
 }
@@ -223,42 +244,41 @@ static scpi_bool_t matchWithout(scpi_place_t place, const scpi_header_t* header,
  * The header from pos on against the pattern from a place on. Numbers are stored on the way back,
  * so that only the way that matched leaves any.
  */
-static scpi_bool_t matchFrom(scpi_place_t place, const scpi_header_t* header, size_t pos,
-                             const number_sink_t* sink, size_t index) {
+static scpi_bool_t matchFrom(const match_t* match, scpi_place_t place, size_t pos, size_t index) {
     scpi_node_t node;
     scpi_word_t word;
     scpi_word_t digits;
     size_t next = pos;
 
     if (pos == SCPI_HEADER_END) {
-        return scpiPatternMayEnd(place);
+        return endMatches(match, place);
     }
     if (!scpiPatternNode(place, &node)) {
         return FALSE;
     }
-    word = scpiHeaderWord(header, &next);
+    word = scpiHeaderWord(&match->header, &next);
     if (nodeMatches(&node, word, &digits) &&
-        matchFrom(node.next, header, next, sink, index + (node.numbered ? 1 : 0))) {
-        if (sink && node.numbered) {
-            storeNumber(sink, index, numberOf(digits, sink->defaultValue));
+        matchFrom(match, node.next, next, index + (node.numbered ? 1 : 0))) {
+        if (match->sink && node.numbered) {
+            storeNumber(match->sink, index, numberOf(digits, match->sink->defaultValue));
         }
         return TRUE;
     }
-    return place.opens && matchWithout(place, header, pos, sink, index);
+    return place.opens && matchWithout(match, place, pos, index);
 }
 
 static scpi_bool_t matchWhole(const char* pattern, const scpi_header_t* header,
                               const number_sink_t* sink) {
-    scpi_header_t rest = *header;
-    const scpi_bool_t query = scpiHeaderTakeQuery(&rest);
+    match_t match;
 
-    if (query != scpiPatternIsQuery(pattern) || headerLength(&rest) == 0) {
+    match.header = *header;
+    match.query = scpiHeaderTakeQuery(&match.header);
+    match.sink = sink;
+    if (headerLength(&match.header) == 0 ||
+        (headerAt(&match.header, 0) == ':' && headerAt(&match.header, 1) == '*')) {
         return FALSE;
     }
-    if (headerAt(&rest, 0) == ':' && headerAt(&rest, 1) == '*') {
-        return FALSE;
-    }
-    return matchFrom(scpiPatternStart(pattern), &rest, scpiHeaderStart(&rest), sink, 0);
+    return matchFrom(&match, scpiPatternStart(pattern), scpiHeaderStart(&match.header), 0);
 }
 
 scpi_bool_t scpiMatchHeader(const char* pattern, const scpi_header_t* header) {

@@ -170,24 +170,24 @@ static void endResponse(scpi_t* context) {
     }
 }
 
-scpi_bool_t SCPI_Parse(scpi_t* context, char* data, int len) {
+/* Runs a line. `lexed` is the length of its first unit if the parser's state holds that, else 0. */
+static scpi_bool_t runLine(scpi_t* context, char* data, int len, int lexed) {
     line_t line = {NULL, 0, NULL, 0, TRUE};
 
-    if (!context || (!data && len > 0)) {
-        return FALSE;
-    }
     line.unit = data;
     line.len = len;
     context->output_count = 0;
     context->first_output = TRUE;
     while (line.len > 0) {
         const int taken =
-            scpiLexUnit(&context->parser_state, line.unit, line.len, context->options);
+            lexed > 0 ? lexed
+                      : scpiLexUnit(&context->parser_state, line.unit, line.len, context->options);
         if (!runUnit(context, &line, taken)) {
             line.result = FALSE;
         }
         line.unit += taken;
         line.len -= taken;
+        lexed = 0;
     }
     if (!context->first_output) {
         endResponse(context);
@@ -195,14 +195,25 @@ scpi_bool_t SCPI_Parse(scpi_t* context, char* data, int len) {
     return line.result;
 }
 
-/* Length of the first complete line in the buffer, 0 if there is none yet. */
-static int completeLine(scpi_t* context) {
+scpi_bool_t SCPI_Parse(scpi_t* context, char* data, int len) {
+    if (!context || (!data && len > 0)) {
+        return FALSE;
+    }
+    return runLine(context, data, len, 0);
+}
+
+/*
+ * Length of the first complete line in the buffer, 0 if there is none yet. *lastUnit becomes that
+ * of its last unit, which the parser's state then holds.
+ */
+static int completeLine(scpi_t* context, int* lastUnit) {
     const int held = (int)context->buffer.position;
     int scanned = 0;
 
     while (scanned < held) {
-        scanned += scpiLexUnit(&context->parser_state, context->buffer.data + scanned,
-                               held - scanned, context->options);
+        *lastUnit = scpiLexUnit(&context->parser_state, context->buffer.data + scanned,
+                                held - scanned, context->options);
+        scanned += *lastUnit;
         if (context->parser_state.programHeader.type != SCPI_TOKEN_INVALID &&
             context->parser_state.termination == SCPI_MESSAGE_TERMINATION_NL) {
             return scanned;
@@ -234,10 +245,12 @@ static void dropLine(scpi_t* context, size_t len) {
 
 static scpi_bool_t runCompleteLines(scpi_t* context) {
     scpi_bool_t result = TRUE;
+    int lastUnit = 0;
     int len;
 
-    while ((len = completeLine(context)) > 0) {
-        result = SCPI_Parse(context, context->buffer.data, len);
+    while ((len = completeLine(context, &lastUnit)) > 0) {
+        /* A line of one unit, as most are, has been lexed with that. */
+        result = runLine(context, context->buffer.data, len, lastUnit == len ? len : 0);
         dropLine(context, (size_t)len);
     }
     return result;

@@ -3,12 +3,11 @@
  */
 #include "scpi/units.h"
 
+#include "characters.h"
 #include "lexer.h"
 #include "scpi/error.h"
 #include "scpi/parser.h"
 #include "scpi/utils.h"
-
-#include <ctype.h>
 
 /* Only these names exist, there is no general rule for prefixes: MHZ is mega, MV is milli. */
 /* clang-format off */
@@ -163,7 +162,7 @@ const scpi_choice_def_t scpi_special_numbers_def[] = {
 static scpi_bool_t isName(const char* name, const char* text, size_t len) {
     size_t i;
     for (i = 0; i < len && name[i]; i++) {
-        if (toupper((unsigned char)name[i]) != toupper((unsigned char)text[i])) {
+        if (scpiToUpper(name[i]) != scpiToUpper(text[i])) {
             return FALSE;
         }
     }
