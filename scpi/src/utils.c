@@ -3,6 +3,8 @@
  */
 #include "scpi/utils.h"
 
+#include "decimal.h"
+
 #include <stdio.h>
 #include <string.h>
 
@@ -67,5 +69,13 @@ size_t SCPI_FloatToStr(float val, char* str, size_t len) {
 }
 
 size_t SCPI_DoubleToStr(double val, char* str, size_t len) {
-    return writtenLength(snprintf(str, len, "%.15lg", val), len);
+    char text[SCPI_DECIMAL_SIZE];
+    const size_t count = scpiDecimalText(val, text);
+
+    if (count == 0 || count >= len) {
+        return writtenLength(snprintf(str, len, "%.15lg", val), len);
+    }
+    memcpy(str, text, count);
+    str[count] = '\0';
+    return count;
 }

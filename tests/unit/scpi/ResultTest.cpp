@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cmath>
+#include <random>
 
 using namespace std::string_view_literals;
 
@@ -120,6 +121,62 @@ TEST(ScpiUtils, CutsFloatingNumbersAndAlwaysEndsThem) {
     EXPECT_EQ(SCPI_FloatToStr(0.25F, text.data(), text.size()), 4u);
     EXPECT_STREQ(text.data(), "0.25");
     EXPECT_EQ(SCPI_DoubleToStr(1, nullptr, 0), 0u);
+}
+
+void expectAsPrintf(double value) {
+    std::array<char, 40> text{};
+    std::array<char, 40> expected{};
+    const int length = snprintf(expected.data(), expected.size(), "%.15g", value);
+    ASSERT_EQ(SCPI_DoubleToStr(value, text.data(), text.size()), static_cast<size_t>(length));
+    ASSERT_STREQ(text.data(), expected.data());
+}
+
+// Where the digits are the library's own and where printf's begin, halves, and carries.
+TEST(ScpiUtils, WritesDoublesAsPrintfDoesWhereverTheRulesChange) {
+    const double values[] = {0,
+                             1e-4,
+                             0.001,
+                             0.1,
+                             0.5,
+                             1,
+                             9.9999999999999995,
+                             25.37,
+                             100,
+                             0.1 + 0.2,
+                             1000000.0000000005,
+                             12345678.1234375,
+                             99999999999999.5,
+                             1e14,
+                             123456789012345.5,
+                             1e15,
+                             std::ldexp(1, -52),
+                             std::ldexp(1, -53),
+                             1e300,
+                             INFINITY,
+                             NAN};
+    for (const double value : values) {
+        double above = value;
+        double below = value;
+        for (int i = 0; i < 100; i++) {
+            for (const double near : {above, -above, below, -below}) {
+                expectAsPrintf(near);
+            }
+            above = std::nextafter(above, HUGE_VAL);
+            below = std::nextafter(below, -HUGE_VAL);
+        }
+    }
+}
+
+TEST(ScpiUtils, WritesDoublesOfEverySizeAsPrintfDoes) {
+    std::mt19937_64 random(11);
+    std::uniform_real_distribution<double> exponent(-6, 17);
+    for (int i = 0; i < 20000; i++) {
+        const double value = std::pow(10, exponent(random));
+        expectAsPrintf(value);
+        expectAsPrintf(-static_cast<double>(static_cast<float>(value)));
+        // Short fractions, whose fifteenth digit is often followed by exactly a half.
+        expectAsPrintf(std::floor(value) + static_cast<double>(random() % 64) / 64);
+    }
 }
 
 TEST(ScpiUtils, WritesExtremesInEveryBase) {
