@@ -197,8 +197,11 @@ TEST_F(LegacyPort, TheFirstDisplaysSensorAnswersAndTheOtherWhenItIsPulled) {
     ASSERT_TRUE(host.send("ENT"));
     EXPECT_EQ(host.readLine(quiet_ms), "");
     plugFirst("serial1", std::string("5132 fwd=25") + quickSensor, 2);
-    EXPECT_EQ(host.readLine(), watts(25)) << "asked without a sensor: the first reading answers";
+    // What was asked without a sensor is answered by the first reading if the display has the
+    // sensor by then, and otherwise not at all.
+    host.discard();
     EXPECT_EQ(host.ask("ENT"), watts(25));
+    host.discard();
     plug("serial2", std::string("5132 fwd=40") + quickSensor);
     ASSERT_TRUE(shows("upper.fwd.value", "  40.00", readingLimit_ms));
     EXPECT_EQ(host.ask("ENT"), watts(40));
