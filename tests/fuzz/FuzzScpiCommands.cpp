@@ -17,10 +17,13 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <string_view>
+#include <syslog.h>
 
 namespace {
 
 std::atomic<int32_t> nowhere{-1};
+scpi_t meterContext;
+ScpiLink meterLink;
 
 void plug(uint32_t port, uint32_t channel, CONNECTED_SENSORS* detected) {
     detected->detectedSensors |= sensorPort_bit(port);
@@ -29,11 +32,13 @@ void plug(uint32_t port, uint32_t channel, CONNECTED_SENSORS* detected) {
     SensorInstance_SetLogicalChannel(port, channel);
 }
 
-/// Everything but the link, once. Files and commands go into the world that the process runs in.
+/// Once: a link, too, lives as long as the instrument. Files and commands go into the world that
+/// the process runs in.
 bool prepare() {
     if (World_folder().empty()) {
         abort();
     }
+    setlogmask(LOG_MASK(LOG_EMERG)); // a file that grows with every error costs most of the time
     nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     LogManager_create();
     World_writeFile("/etc/network/interfaces", "iface eth0 inet dhcp\n\nauto eth0:0\n");
@@ -42,6 +47,10 @@ bool prepare() {
     plug(sensorPort_USB1, 0, &detected);
     plug(sensorPort_Serial1, 1, &detected);
     sensorUsbHandlerData[0].sensorConfigs.bSupportsTriggeredGates = true;
+    static char input[scpiInputBufferSize];
+    static scpi_error_t queue[scpiErrorQueueSize];
+    ScpiLink_initialize(&meterLink, &meterContext, input, queue);
+    meterLink.descriptor = &nowhere;
     return true;
 }
 
@@ -52,25 +61,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!isPrepared || size < 2) {
         return 0;
     }
-    static scpi_t context;
-    static ScpiLink link;
-    static char input[scpiInputBufferSize];
-    static scpi_error_t queue[scpiErrorQueueSize];
     const bool pulseMode = (data[0] & 1U) != 0;
     if (configuration_getPulseMode() != pulseMode) {
         configuration_setPulseMode(pulseMode);
     }
     initScpiParser();
-    ScpiLink_initialize(&link, &context, input, queue);
-    link.descriptor = &nowhere;
     std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
     while (!bytes.empty()) {
         const std::string_view piece = bytes.substr(0, 1U + data[0]);
-        ScpiLink_receive(&link, piece);
+        ScpiLink_receive(&meterLink, piece);
         bytes.remove_prefix(piece.size());
     }
-    ScpiLink_runPending(&link);
-    SCPI_ErrorClear(&context);
+    ScpiLink_runPending(&meterLink);
+    ScpiLink_discard(&meterLink);
+    SCPI_ErrorClear(&meterContext);
     destroyScpiParser();
     return 0;
 }
