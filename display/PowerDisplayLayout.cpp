@@ -39,7 +39,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
      .power = {.height = 106,
                .caption = {16, 28, 104, 50}, .value = {124, -7, 548, 106}, .units = {684, 14, 100, 78},
                .scale = {796, 14, 212, 78},
-               .captionSize = 36, .valueSize = 116, .unitsSize = 38},
+               .captionSize = 36, .valueSize = 104, .unitsSize = 38},
      .match = {.height = 58,
                .caption = {16, 3, 140, 52}, .value = {352, -2, 320, 58}, .units = {684, 3, 100, 52},
                .scale = {},

@@ -288,6 +288,27 @@ TEST_F(PulseGeometry, PowersAreTheLargestFigures) {
     }
 }
 
+/// What a label really paints, which may be more than its place.
+GdkRectangle inkOf(GtkWidget* label) {
+    PangoRectangle ink;
+    pango_layout_get_pixel_extents(gtk_label_get_layout(GTK_LABEL(label)), &ink, nullptr);
+    int x = 0;
+    int y = 0;
+    gtk_label_get_layout_offsets(GTK_LABEL(label), &x, &y);
+    return {x + ink.x, y + ink.y, ink.width, ink.height};
+}
+
+void expectInkApart() {
+    const std::vector<GtkWidget*> labels = Gui_shownWidgets(GTK_TYPE_LABEL);
+    for (size_t i = 0; i < labels.size(); ++i) {
+        for (size_t j = i + 1; j < labels.size(); ++j) {
+            EXPECT_FALSE(overlaps(inkOf(labels[i]), inkOf(labels[j])))
+                << gtk_label_get_text(GTK_LABEL(labels[i])) << " and "
+                << gtk_label_get_text(GTK_LABEL(labels[j]));
+        }
+    }
+}
+
 std::vector<guint8> pixels() {
     GdkPixbuf* picture = Gui_picture();
     const guint8* first = gdk_pixbuf_read_pixels(picture);
@@ -309,6 +330,8 @@ TEST_F(Geometry, AnOverRangeIsDrawnWholeAndLeavesNothing) {
         for (const float power_W : {25.0F, 5000.0F, 20.0F}) {
             read(screen.instance, power_W, power_W);
             EXPECT_TRUE(pixels() == pixelsDrawnAnew()) << screen.name << " " << power_W;
+            SCOPED_TRACE(screen.name);
+            expectInkApart();
         }
     }
 }
@@ -351,6 +374,7 @@ TEST_F(PulseGeometry, AnOverRangeIsDrawnWholeAndLeavesNothing) {
             measurements.rflPwrVal = power_W;
             read(measurements, screen.instance);
             EXPECT_TRUE(pixels() == pixelsDrawnAnew()) << power_W;
+            expectInkApart();
         }
     }
 }
