@@ -3,59 +3,24 @@
 // and whether a configuration waits; each message of the input begins with its length.
 #include "Configuration.h"
 #include "FuzzTime.h"
+#include "FuzzUsbDevice.h"
 #include "PulseConfig.h"
 #include "SensorPortHandler.h"
 #include "UsbSensorConfig.h"
 #include "UsbSensorHandler.h"
 #include "World.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr int mostSteps = 48;
 constexpr int mostRestarts = 3;
-constexpr size_t mostMessages = 200;
+constexpr size_t lengthUnit = 1;
 
-/// A device that has all its answers ready and never makes anyone wait.
-class Device {
-public:
-    Device() {
-        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data());
-    }
-    ~Device() {
-        close(ends[0]);
-        close(ends[1]);
-    }
-    Device(const Device&) = delete;
-    Device& operator=(const Device&) = delete;
-    int fd() const {
-        return ends[0];
-    }
-    void reply(const uint8_t* data, size_t size) const {
-        size_t count = 0;
-        for (size_t at = 0; at + 1 < size && count < mostMessages; ++count) {
-            const size_t length = std::clamp<size_t>(data[at], 1, size - at - 1);
-            send(ends[1], data + at + 1, length, MSG_NOSIGNAL);
-            at += length + 1;
-        }
-    }
-    void listen() const {
-        std::array<char, 256> heard;
-        while (recv(ends[1], heard.data(), heard.size(), 0) > 0) {
-        }
-    }
-
-private:
-    std::array<int, 2> ends = {-1, -1};
-};
+;
 
 bool prepare() {
     if (World_folder().empty()) {
@@ -102,8 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         configuration_setPulseMode(pulseMode);
     }
     FuzzTime_reset();
-    const Device device;
-    device.reply(data + 2, size - 2);
+    const FuzzUsbDevice device;
+    device.reply(data + 2, size - 2, lengthUnit);
     USB_HANDLER_DATA_STRUCT& handler = sensorUsbHandlerData[0];
     beginConnection(&handler, device.fd(), data);
     int restarts = 0;
