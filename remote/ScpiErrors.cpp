@@ -35,6 +35,11 @@ void push(scpi_t* context, int16_t code, const char* text) {
 
 } // namespace
 
+scpi_result_t scpi_refuse(scpi_t* context, int16_t code) {
+    SCPI_ErrorPush(context, code);
+    return SCPI_RES_ERR;
+}
+
 void pushCustomScpiError(scpi_t* context, int16_t code) {
     const scpi_user_error_t* row = findRow(code);
     if (row == nullptr) {

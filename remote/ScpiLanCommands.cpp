@@ -4,6 +4,7 @@
 #include "PulseConfig.h"
 #include "ScpiAnswers.h"
 #include "ScpiCallback.h"
+#include "ScpiErrors.h"
 #include "ScpiLink.h"
 #include "ScpiRecord.h"
 #include "SerialPort.h"
@@ -21,15 +22,6 @@ constexpr int32_t methodStatic = 1;
 constexpr size_t shortestAddress = 7; ///< as in 1.2.3.4
 
 using LanText = char[scpiLanTextSize];
-
-bool isQuery(const scpi_t* context) {
-    return ScpiLink_lineContains(context, "?");
-}
-
-scpi_result_t refuseValue(scpi_t* context) {
-    SCPI_ErrorPush(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
-    return SCPI_RES_ERR;
-}
 
 LANCONFIG_IP_S stagedLan() {
     SCPI_S* record = scpi;
@@ -73,7 +65,7 @@ scpi_result_t stageText(scpi_t* context, LanText LANCONFIG_IP_S::*member, Check 
         const ScopedLock lock(record->lock);
         copyText(record->newLan.*member, staged);
     }
-    return accepted ? SCPI_RES_OK : refuseValue(context);
+    return accepted ? SCPI_RES_OK : scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
 }
 
 /// "eth0" as the interfaces file configures it.
@@ -149,12 +141,13 @@ void clearAllStaged() {
 } // namespace
 
 scpi_result_t SCPI_SystemCommLanAddress(scpi_t* context) {
-    return isQuery(context) ? scpi_answerText(context, get_ip_address(lanInterface))
-                            : stageText(context, &LANCONFIG_IP_S::address, scpi.load()->checkIp);
+    return ScpiLink_isQuery(context)
+               ? scpi_answerText(context, get_ip_address(lanInterface))
+               : stageText(context, &LANCONFIG_IP_S::address, scpi.load()->checkIp);
 }
 
 scpi_result_t SCPI_SystemCommLanGateway(scpi_t* context) {
-    if (!isQuery(context)) {
+    if (!ScpiLink_isQuery(context)) {
         return stageText(context, &LANCONFIG_IP_S::gateway, scpi.load()->checkIp);
     }
     const char* gateway = get_gateway(lanInterface);
@@ -166,12 +159,12 @@ scpi_result_t SCPI_SystemCommLanMask(scpi_t* context) {
     const auto isMask = [record](const char* text) {
         return record->checkIp(text) && record->checkNetmask(text);
     };
-    return isQuery(context) ? scpi_answerText(context, get_netmask(lanInterface))
-                            : stageText(context, &LANCONFIG_IP_S::netmask, isMask);
+    return ScpiLink_isQuery(context) ? scpi_answerText(context, get_netmask(lanInterface))
+                                     : stageText(context, &LANCONFIG_IP_S::netmask, isMask);
 }
 
 scpi_result_t SCPI_SystemCommLanDhcpState(scpi_t* context) {
-    if (isQuery(context)) {
+    if (ScpiLink_isQuery(context)) {
         return scpi_answerInteger(context, configuredLan().method == methodDhcp ? 1 : 0);
     }
     scpi_parameter_t parameter{};
@@ -181,7 +174,7 @@ scpi_result_t SCPI_SystemCommLanDhcpState(scpi_t* context) {
     }
     if (!SCPI_ParamIsNumber(&parameter, FALSE) ||
         !SCPI_ParamToDouble(context, &parameter, &number) || (number != 0 && number != 1)) {
-        return refuseValue(context);
+        return scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
     }
     SCPI_S* record = scpi;
     const ScopedLock lock(record->lock);
@@ -197,7 +190,7 @@ scpi_result_t SCPI_SystemCommLanRestart(scpi_t* context) {
     LANCONFIG_IP_S lan = stagedLan();
     if (!completeLan(&lan, configuredLan())) {
         clearStaged(true);
-        return refuseValue(context);
+        return scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
     }
     // The staged method stays for the next restart.
     clearStaged(false);

@@ -5,7 +5,6 @@
 #include "message.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
@@ -146,7 +145,7 @@ void rememberLine(ScpiLink* link, std::string_view bytes) {
     const size_t held = std::min(pending.position, link->line.size());
     const size_t added = std::min(bytes.size(), link->line.size() - held);
     const auto upper = [](char c) {
-        return static_cast<char>(toupper(static_cast<unsigned char>(c)));
+        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
     };
     std::transform(pending.data, pending.data + held, link->line.begin(), upper);
     std::transform(bytes.data(), bytes.data() + added, link->line.data() + held, upper);
@@ -236,4 +235,8 @@ std::string_view ScpiLink_receivedLine(const scpi_t* context) {
 
 bool ScpiLink_lineContains(const scpi_t* context, std::string_view text) {
     return ScpiLink_receivedLine(context).find(text) != std::string_view::npos;
+}
+
+bool ScpiLink_isQuery(const scpi_t* context) {
+    return ScpiLink_lineContains(context, "?");
 }

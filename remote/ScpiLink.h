@@ -56,4 +56,7 @@ std::string_view ScpiLink_receivedLine(const scpi_t* context);
 /// The received line holds the text.
 bool ScpiLink_lineContains(const scpi_t* context, std::string_view text);
 
+/// A question mark stands anywhere in the received line: what commands that set and query go by.
+bool ScpiLink_isQuery(const scpi_t* context);
+
 #endif

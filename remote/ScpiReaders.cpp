@@ -13,11 +13,6 @@
 
 namespace {
 
-scpi_result_t refuse(scpi_t* context, int16_t error) {
-    SCPI_ErrorPush(context, error);
-    return SCPI_RES_ERR;
-}
-
 scpi_result_t refuseChannel(scpi_t* context, scpiCustomError error) {
     pushCustomScpiError(context, error);
     return SCPI_RES_ERR;
@@ -124,7 +119,7 @@ scpi_result_t SCPI_ReadChannelParameter(scpi_t* context, size_t* channel) {
     if (SCPI_Parameter(context, &parameter, FALSE)) {
         if (!SCPI_ParamIsNumber(&parameter, FALSE) ||
             !SCPI_ParamToDouble(context, &parameter, &number) || !std::isfinite(number)) {
-            return refuse(context, SCPI_ERROR_PARAMETER_ERROR);
+            return scpi_refuse(context, SCPI_ERROR_PARAMETER_ERROR);
         }
     } else if (SCPI_ParamErrorOccurred(context)) {
         return SCPI_RES_ERR;

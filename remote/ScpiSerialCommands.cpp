@@ -2,6 +2,7 @@
 #include "Configuration.h"
 #include "ScpiAnswers.h"
 #include "ScpiCallback.h"
+#include "ScpiErrors.h"
 #include "ScpiLink.h"
 #include "ScpiRecord.h"
 #include "ScpiSerialTables.h"
@@ -35,15 +36,6 @@ Staged takeStaged() {
     record->newTty = {};
     record->newTtyBits = {};
     return staged;
-}
-
-bool isQuery(const scpi_t* context) {
-    return ScpiLink_lineContains(context, "?");
-}
-
-scpi_result_t refuseValue(scpi_t* context) {
-    SCPI_ErrorPush(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
-    return SCPI_RES_ERR;
 }
 
 /// A mandatory number without its fraction; -1 for whatever is no number or none of the tables'.
@@ -89,7 +81,7 @@ scpi_result_t stage(scpi_t* context, const Item (&table)[Count], int32_t TTY_CON
         numbers.*number = item == nullptr ? 0 : item->value;
         flags.*bits = item == nullptr ? 0 : item->*code;
     });
-    return item == nullptr ? refuseValue(context) : SCPI_RES_OK;
+    return item == nullptr ? scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE) : SCPI_RES_OK;
 }
 
 template <size_t Count>
@@ -156,7 +148,8 @@ scpi_result_t stageParity(scpi_t* context) {
         });
     }
     // A longer word is refused, though its first letter has been staged: deliberate.
-    return row == 0 || length != 1 ? refuseValue(context) : SCPI_RES_OK;
+    return row == 0 || length != 1 ? scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
+                                   : SCPI_RES_OK;
 }
 
 void replaceFlags(termios* settings, tcflag_t mask, tcflag_t flags) {
@@ -182,25 +175,25 @@ void putStaged(termios* settings, const Staged& staged) {
 } // namespace
 
 scpi_result_t SCPI_SystemCommRs232Baud(scpi_t* context) {
-    return isQuery(context) ? answerBaud(context)
-                            : stage(context, baud_table, &TTY_CONFIG_S::speed,
-                                    &TTY_CONFIG_BITS_S::speed, &baud_item_t::code);
+    return ScpiLink_isQuery(context) ? answerBaud(context)
+                                     : stage(context, baud_table, &TTY_CONFIG_S::speed,
+                                             &TTY_CONFIG_BITS_S::speed, &baud_item_t::code);
 }
 
 scpi_result_t SCPI_SystemCommRs232Length(scpi_t* context) {
-    return isQuery(context) ? answerFlags(context, csize_table, CSIZE)
-                            : stage(context, csize_table, &TTY_CONFIG_S::size,
-                                    &TTY_CONFIG_BITS_S::size, &flag_item_t::flags);
+    return ScpiLink_isQuery(context) ? answerFlags(context, csize_table, CSIZE)
+                                     : stage(context, csize_table, &TTY_CONFIG_S::size,
+                                             &TTY_CONFIG_BITS_S::size, &flag_item_t::flags);
 }
 
 scpi_result_t SCPI_SystemCommRs232Stopbits(scpi_t* context) {
-    return isQuery(context) ? answerFlags(context, cstopb_table, CSTOPB)
-                            : stage(context, cstopb_table, &TTY_CONFIG_S::stopb,
-                                    &TTY_CONFIG_BITS_S::stopb, &flag_item_t::flags);
+    return ScpiLink_isQuery(context) ? answerFlags(context, cstopb_table, CSTOPB)
+                                     : stage(context, cstopb_table, &TTY_CONFIG_S::stopb,
+                                             &TTY_CONFIG_BITS_S::stopb, &flag_item_t::flags);
 }
 
 scpi_result_t SCPI_SystemCommRs232Parity(scpi_t* context) {
-    return isQuery(context) ? answerParity(context) : stageParity(context);
+    return ScpiLink_isQuery(context) ? answerParity(context) : stageParity(context);
 }
 
 scpi_result_t SCPI_SystemCommRs232Flowcontrol(scpi_t* context) {

@@ -153,7 +153,7 @@ void startServer() {
         SensorManager_UpdatePhysicalSensors(&record);
         SensorInstance_SetLogicalChannel(sensorPort_Serial1, sensorLogicalChannel1);
         SENSOR_MEASUREMENTS reading = sensorMeasurements_none();
-        reading.fwdPwrVal = 25;
+        reading.fwdPwrVal = 25.37F;
         scpiUpdateMeasurement(sensorPort_Serial1, reading);
         static pthread_t thread;
         return Thread_start(&thread, "scpiTcp", scpiTcpServerThread) == 0;
