@@ -253,6 +253,10 @@ static scpi_bool_t matchFrom(const match_t* match, scpi_place_t place, size_t po
     if (pos == SCPI_HEADER_END) {
         return endMatches(match, place);
     }
+    /* Most optional nodes are left out, which the first letter tells. */
+    if (place.opens && scpiToUpper(*place.at) != scpiToUpper(headerAt(&match->header, pos))) {
+        return matchWithout(match, place, pos, index);
+    }
     if (!scpiPatternNode(place, &node)) {
         return FALSE;
     }
