@@ -205,6 +205,14 @@ ShownValues ExpectedTexts_power(double power_W, double sensorMax_W, bool isdBm,
     return values;
 }
 
+ShownValues ExpectedTexts_gatedPower(double power_W, double sensorMax_W, bool isdBm) {
+    constexpr double least_W = 1e-9;
+    constexpr double most_W = 1000;
+    const bool isOver = power_W >= sensorMax_W * overload * (1 - readingTolerance);
+    const double shown_W = isdBm && !isOver ? std::clamp(power_W, least_W, most_W) : power_W;
+    return ExpectedTexts_power(shown_W, sensorMax_W, isdBm, {});
+}
+
 ShownValues ExpectedTexts_match(double forward_W, double reflected_W, int matchType) {
     ShownValues values;
     for (const double forward : around(forward_W)) {

@@ -25,6 +25,9 @@ struct ShownScale {
 ShownValues ExpectedTexts_power(double power_W, double sensorMax_W, bool isdBm,
                                 const ShownScale& scale);
 
+/// A gated power in its automatic range. In dBm, gated powers stop at 60 both ways.
+ShownValues ExpectedTexts_gatedPower(double power_W, double sensorMax_W, bool isdBm);
+
 /// The match of a pair of powers; 0 is VSWR, 1 return loss, 2 the reflection coefficient.
 ShownValues ExpectedTexts_match(double forward_W, double reflected_W, int matchType);
 

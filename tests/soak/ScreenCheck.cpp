@@ -162,8 +162,9 @@ void checkGatedMean(Look& look, const ShownPort& shown) {
     }
     ShownValues expected;
     for (const TruthValue& value : Truth_shownValues(look.soak.truth, shown.port)) {
-        append(expected, ExpectedTexts_power(value.forward_W * sensor.period_s / sensor.width_s,
-                                             sensor.max_W, look.soak.settings.isdBm, {}));
+        append(expected,
+               ExpectedTexts_gatedPower(value.forward_W * sensor.period_s / sensor.width_s,
+                                        sensor.max_W, look.soak.settings.isdBm));
     }
     compare(look, "gated mean", mean, find(look.widgets, "pulse.btnGatedUnits.text", shown.region),
             expected);

@@ -51,6 +51,15 @@ TEST(SoakTexts, APowerMayRestInTwoRangesWithinTheHysteresisOnly) {
     }
 }
 
+TEST(SoakTexts, AGatedPowerStopsAtSixtyDecibels) {
+    constexpr double max_W = 5000;
+    EXPECT_THAT(textsOf(ExpectedTexts_gatedPower(3012, max_W, true)), ElementsAre("  60.00 dBm"));
+    EXPECT_THAT(textsOf(ExpectedTexts_gatedPower(1e-12, max_W, true)), ElementsAre(" -60.00 dBm"));
+    EXPECT_THAT(textsOf(ExpectedTexts_gatedPower(53.6, max_W, true)), ElementsAre("  47.29 dBm"));
+    EXPECT_THAT(textsOf(ExpectedTexts_gatedPower(3012, max_W, false)), ElementsAre("  3.012 kW"));
+    EXPECT_THAT(textsOf(ExpectedTexts_gatedPower(6001, max_W, true)), ElementsAre("  Range dBm"));
+}
+
 TEST(SoakTexts, BeyondALimitThereIsNoNumber) {
     EXPECT_THAT(textsOf(ExpectedTexts_power(1201, anyMax_W, true, {})), ElementsAre("  Range dBm"));
     const ShownScale manual{false, 5};
