@@ -68,6 +68,6 @@ TEST(SensorInput, AKeyOfTheOtherFamilyIsUnknown) {
     std::string error;
     EXPECT_FALSE(setKey(serial, "period", "1ms", error));
     EXPECT_THAT(error, HasSubstr("a serial sensor has baud, current, boot"));
-    EXPECT_FALSE(setKey(usb, "boot", "1s", error));
+    EXPECT_FALSE(setKey(usb, "baud", "9600", error));
     EXPECT_THAT(error, HasSubstr("a USB sensor has period, width"));
 }
