@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -119,6 +120,28 @@ TEST_F(FileReplace, RefusesAPathThatIsTooLong) {
     EXPECT_EQ(errno, ENAMETOOLONG);
     EXPECT_FALSE(replace(std::string(250, 'x'), "new\n")); // the sibling's name does not fit
     EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST_F(FileReplace, RefusesALinkWhoseTargetsPathIsTooLong) {
+    std::filesystem::create_symlink(std::string(PATH_MAX - 8, 'x'), pathOf("link"));
+    EXPECT_FALSE(replace("link", "new\n"));
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    EXPECT_THAT(names(), ElementsAre("link"));
+}
+
+TEST_F(FileReplace, RefusesAPathWithoutRoomForTheSiblings) {
+    const size_t length = pathOf("settings").size();
+    const size_t detours = (PATH_MAX - 1 - length) / 2;
+    std::string longName;
+    for (size_t i = 0; i < detours; ++i) {
+        longName += "./";
+    }
+    longName += "settings";
+    write("settings", "old\n");
+    EXPECT_FALSE(replace(longName, "new\n"));
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    EXPECT_EQ(read("settings"), "old\n");
+    EXPECT_THAT(names(), ElementsAre("settings"));
 }
 
 TEST_F(FileReplace, TellsThatTheFolderIsMissing) {
