@@ -232,6 +232,13 @@ TEST_F(FileReplace, WritesIntoSomethingThatIsNoRegularFile) {
     EXPECT_THAT(names(), ElementsAre("pipe"));
 }
 
+TEST_F(FileReplace, RefusesAFolder) {
+    std::filesystem::create_directory(pathOf("folder"));
+    EXPECT_FALSE(replace("folder", "new\n"));
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_THAT(names(), ElementsAre("folder"));
+}
+
 TEST_F(FileReplace, NeverWritesIntoASiblingThatIsThereAlready) {
     ASSERT_TRUE(replace("settings", "old\n"));
     const std::string lastSibling = WrappedCalls_lastRenamed();
@@ -270,6 +277,17 @@ TEST_F(FileReplace, RemovesTheSiblingsOfDeadWritersOnly) {
     }
     File_removeAbandonedSiblings(pathOf("settings").c_str());
     EXPECT_THAT(names(), testing::UnorderedElementsAreArray(kept));
+}
+
+TEST_F(FileReplace, RemovesNothingWhereAPathLeadsNowhere) {
+    write("one.new.1.1", "");
+    std::filesystem::create_symlink("two", pathOf("one"));
+    std::filesystem::create_symlink("one", pathOf("two"));
+    for (const std::string& name :
+         {std::string("one"), std::string("missing/settings"), std::string(5000, 'x')}) {
+        File_removeAbandonedSiblings(pathOf(name).c_str());
+        EXPECT_THAT(names(), ElementsAre("one", "one.new.1.1", "two")) << name;
+    }
 }
 
 TEST_F(FileReplace, ReaderSeesTheOldOrTheNewContentWhole) {
