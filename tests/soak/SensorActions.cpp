@@ -94,12 +94,14 @@ TruthValue pickPowers(Soak& soak, const PortTruth& sensor) {
     return {forward_W, reflected_W, std::nullopt};
 }
 
+bool isEmpty(Soak& soak, const std::string& port) {
+    std::string status;
+    return Bench_do(soak.bench, "status", &status) &&
+           status.find(port + ": no sensor") != std::string::npos;
+}
+
 void pullCut(Soak& soak, size_t port) {
-    const std::string empty = soak.truth.ports.at(port).bench + ": no sensor";
-    const auto isPulled = [&] {
-        std::string status;
-        return Bench_do(soak.bench, "status", &status) && status.find(empty) != std::string::npos;
-    };
+    const auto isPulled = [&] { return isEmpty(soak, soak.truth.ports.at(port).bench); };
     if (Bench_waitUntil(isPulled, Soak_limit_ms(soak, cutLimit))) {
         Truth_unplug(soak.truth, port);
     } else {
@@ -186,10 +188,14 @@ bool SensorActions_replug(Soak& soak) {
         return false;
     }
     const auto index = static_cast<size_t>(port);
+    const std::string bench = soak.truth.ports.at(index).bench;
     if (!command(soak, "sensor: quick replug",
-                 BenchText_format("replug %s %dms", soak.truth.ports.at(index).bench.c_str(),
-                                  Soak_pick(soak, 20, 900)))) {
+                 BenchText_format("replug %s %dms", bench.c_str(), Soak_pick(soak, 20, 900)))) {
         return false;
+    }
+    // Until it is back nothing can be set on it.
+    if (!Bench_waitUntil([&] { return !isEmpty(soak, bench); }, Soak_limit_ms(soak, 1))) {
+        Report_finding(soak.report, "bench", bench + " does not come back");
     }
     soak.truth.ports.at(index).connected = SoakClock::now();
     soak.truth.presenceChanged = SoakClock::now();
