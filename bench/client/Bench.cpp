@@ -317,6 +317,7 @@ ProgramUse Bench_programUse(const Bench& bench) {
     ProgramUse use{};
     use.threads = static_cast<int>(numberAfter(status, "Threads:"));
     use.resident_kB = numberAfter(status, "VmRSS:");
+    use.own_kB = use.resident_kB - numberAfter(status, "RssFile:");
     use.processorTime_s = processorTime_s(WorldFolder_readFile(folder + "/stat"));
     std::error_code error;
     for (fs::directory_iterator it(folder + "/fd", error); it != fs::directory_iterator();

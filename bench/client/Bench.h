@@ -86,6 +86,7 @@ struct ProgramUse {
     int threads;
     int descriptors;
     long resident_kB;
+    long own_kB;            ///< of it what is no file's: code is loaded page by page as it is used
     double processorTime_s; ///< user and system
 };
 ProgramUse Bench_programUse(const Bench& bench);

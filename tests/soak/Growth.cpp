@@ -98,16 +98,17 @@ void Growth_measure(Growth& growth, Soak& soak, bool isWarm) {
     growth.most.threads = std::max(growth.most.threads, growth.last.threads);
     growth.most.descriptors = std::max(growth.most.descriptors, growth.last.descriptors);
     growth.most.resident_kB = std::max(growth.most.resident_kB, growth.last.resident_kB);
+    growth.most.own_kB = std::max(growth.most.own_kB, growth.last.own_kB);
     if (!growth.start && isWarm) {
         growth.start = growth.last;
     }
-    printf("%8.0f s at rest: %d threads, %d descriptors, %ld kB, %.1f s of processor time\n",
+    printf("%8.0f s at rest: %d threads, %d descriptors, %ld kB (%ld of its own), "
+           "%.1f s of processor time\n",
            Report_elapsed_s(soak.report), growth.last.threads, growth.last.descriptors,
-           growth.last.resident_kB, growth.last.processorTime_s);
+           growth.last.resident_kB, growth.last.own_kB, growth.last.processorTime_s);
     fflush(stdout);
     if (growth.start) {
-        expectAtMost(soak, "memory (kB)", growth.last.resident_kB, growth.start->resident_kB,
-                     libraries_kB);
+        expectAtMost(soak, "memory (kB)", growth.last.own_kB, growth.start->own_kB, libraries_kB);
         expectAtMost(soak, "descriptors", growth.last.descriptors, growth.start->descriptors, 0);
         expectAtMost(soak, "threads", growth.last.threads, growth.start->threads, poolThreads);
     }
@@ -137,6 +138,8 @@ void Growth_print(const Growth& growth) {
     printf("\nAt rest (%d times)      start        end       most\n", growth.restCount);
     printf("  resident memory (kB) %8ld %10ld %10ld\n", start.resident_kB, growth.last.resident_kB,
            growth.most.resident_kB);
+    printf("  of its own (kB)      %8ld %10ld %10ld\n", start.own_kB, growth.last.own_kB,
+           growth.most.own_kB);
     printf("  descriptors          %8d %10d %10d\n", start.descriptors, growth.last.descriptors,
            growth.most.descriptors);
     printf("  threads              %8d %10d %10d\n", start.threads, growth.last.threads,
