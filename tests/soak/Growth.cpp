@@ -15,19 +15,21 @@ namespace {
 constexpr long libraries_kB = 4096;
 /// Idle threads of the libraries' own pools come and go.
 constexpr int poolThreads = 2;
-constexpr uint32_t restLimit_ms = 5000;
+constexpr double replyLimit = 12; ///< two replies that never come, on the meter's clock
 /// Threads beat every 5 s; two beats may be late.
 constexpr double heartbeatLimit = 15;
 
-ProgramUse useAtRest(const Soak& soak) {
+/// A handler may still wait for a reply of the sensor that has just been pulled, and holds its port
+/// open so long: descriptors above the start's are given the time to go.
+ProgramUse useAtRest(const Soak& soak, const std::optional<ProgramUse>& start) {
     ProgramUse last = Bench_programUse(soak.bench);
     const auto isSteady = [&] {
         const ProgramUse now = Bench_programUse(soak.bench);
         const bool isSame = now.threads == last.threads && now.descriptors == last.descriptors;
         last = now;
-        return isSame;
+        return isSame && (!start || now.descriptors <= start->descriptors);
     };
-    Bench_waitUntil(isSteady, restLimit_ms);
+    Bench_waitUntil(isSteady, Soak_limit_ms(soak, replyLimit));
     return last;
 }
 
@@ -93,7 +95,7 @@ void checkThreads(Soak& soak) {
 } // namespace
 
 void Growth_measure(Growth& growth, Soak& soak, bool isWarm) {
-    growth.last = useAtRest(soak);
+    growth.last = useAtRest(soak, growth.start);
     ++growth.restCount;
     growth.most.threads = std::max(growth.most.threads, growth.last.threads);
     growth.most.descriptors = std::max(growth.most.descriptors, growth.last.descriptors);
