@@ -278,8 +278,8 @@ private:
     void run() {
         while (!isStopping) {
             const int number = (reading + 1) % count;
-            reading = number;
             sensorPort_beginReading(0);
+            reading = number; // not before: a request in between is answered by this reading
             SerialSensors_store(0, 20.0F + static_cast<float>(number) * 0.01F, 0.0F);
             sensorPort_countReading(0, true);
             sensorPort_tellOfReading();
