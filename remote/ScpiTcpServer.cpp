@@ -77,9 +77,6 @@ bool serveOnce(int client) {
     if (count > 0) {
         return ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
     }
-    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-        return true;
-    }
     if (count < 0) {
         DIAGNOSTIC("recv() failed");
     }
