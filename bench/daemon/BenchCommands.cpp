@@ -18,7 +18,7 @@ CommandOutcome status(BenchDaemon& daemon, const CommandWords&) {
     const std::string pid = WorldFolder_readFile(daemon.world + "/program.pid");
     text += "program: " + (pid.empty() ? "not running\n" : pid);
     const BenchClockReading clock = BenchClock_read(*daemon.clock);
-    text += BenchText_format("clock: speed=%g ahead=%gs\n", clock.speed,
+    text += BenchText_format("clock: speed=%g ahead=%.3fs\n", clock.speed,
                              static_cast<double>(clock.ahead_ns + clock.wallOffset_ns) / 1e9);
     return CommandOutcome_accept(text + PortCommands_status(daemon) +
                                  Supply_describe(daemon.supply));

@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
@@ -95,6 +97,24 @@ protected:
         }
         return found;
     }
+    /// How far the meter's clock has come beyond the last beginning of its 32-bit count.
+    double sinceWrap_ms() {
+        std::string status;
+        EXPECT_TRUE(Bench_do(bench, "status", &status));
+        const char* const label = "ahead=";
+        const size_t at = status.find(label);
+        EXPECT_NE(at, std::string::npos);
+        const double ahead_ms =
+            std::strtod(status.c_str() + at + std::strlen(label), nullptr) * 1000;
+        return std::fmod(realWallClock_ms() + ahead_ms, wrap_ms);
+    }
+    static double realWallClock_ms() {
+        return std::chrono::duration<double, std::milli>(
+                   std::chrono::system_clock::now().time_since_epoch())
+            .count();
+    }
+
+    static constexpr double wrap_ms = 4294967296.0;
 };
 
 } // namespace
@@ -187,7 +207,7 @@ TEST_F(SystemFaults, AScreenServerThatEndsTakesTheMeterAlong) {
 
 TEST_F(SystemFaults, AClockThatIsSteppedByHoursIsNotNoticed) {
     startMeasuring();
-    setSpeed(1); // a raced clock lets a slow machine's replies come too late
+    setSpeed(slowly); // a raced clock lets a busy machine's replies come too late
     const size_t before = identifications();
     ScpiClient client(bench);
     for (const char* step : {"3h", "-26h", "48h"}) {
@@ -200,23 +220,27 @@ TEST_F(SystemFaults, AClockThatIsSteppedByHoursIsNotNoticed) {
 }
 
 TEST_F(SystemFaults, TheWrapOfThe32BitClockIsNotNoticed) {
-    // The meter comes up shortly before its clock of milliseconds begins at zero again. In real
-    // time: a raced clock lets a slow machine's replies come too late.
-    constexpr int64_t wrap_ms = int64_t{1} << 32;
-    constexpr int64_t early_ms = 20'000;
-    constexpr int64_t late_ms = 10'000;
-    const int64_t now_ms = std::chrono::duration_cast<std::chrono::milliseconds>(
-                               std::chrono::system_clock::now().time_since_epoch())
-                               .count();
-    const int64_t step_s = (wrap_ms - now_ms % wrap_ms - early_ms) / 1000;
-    const Stopwatch watch;
-    start({.commands = {"clock step " + std::to_string(step_s) + "s"}});
+    // The meter comes up before its clock of milliseconds begins at zero again. The last seconds
+    // and the first ones pass slowly: replies that a busy machine keeps must not come too late.
+    constexpr double early_ms = 120'000;
+    constexpr double slow_ms = 2000;
+    const double before_ms = wrap_ms - std::fmod(realWallClock_ms(), wrap_ms) - early_ms;
+    start({.commands = {"clock step " + std::to_string(std::lround(before_ms / 1000)) + "s",
+                        "clock speed 2"}});
     plugFirst("serial1", "5132 fwd=25");
+    double left_ms = wrap_ms - sinceWrap_ms();
+    ASSERT_LE(left_ms, early_ms) << "the meter was measuring too late";
+    while (left_ms > slow_ms && !HasFailure()) {
+        setSpeed(left_ms / slow_ms); // it takes a real two seconds to pass the wrap unseen
+        left_ms = wrap_ms - sinceWrap_ms();
+    }
+    setSpeed(slowly);
     const size_t before = identifications();
+    ASSERT_LT(wrap_ms - sinceWrap_ms(), slow_ms);
     bool isOver = false;
     while (!isOver && !HasFailure()) {
-        isOver = watch.elapsed_ms() > early_ms + late_ms;
         EXPECT_TRUE(measures("serial1", "single.fwd.value"));
+        isOver = sinceWrap_ms() > slow_ms && sinceWrap_ms() < early_ms;
     }
     EXPECT_EQ(identifications(), before);
     EXPECT_EQ(Bench_countInSyslog(bench, "USER_WARNING"), 0U);

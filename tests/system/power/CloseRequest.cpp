@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <string>
 
 namespace {
 
@@ -33,9 +34,12 @@ bool sendDeleteWindow(Display* display, Window window) {
 
 } // namespace
 
-bool CloseRequest_send(const std::string& world) {
+bool CloseRequest_send(Bench& bench) {
+    if (!Bench_do(bench, "clock speed 1")) {
+        return false;
+    }
     std::string displayName;
-    std::ifstream(world + "/display") >> displayName;
+    std::ifstream(bench.world + "/display") >> displayName;
     Display* display = XOpenDisplay(displayName.c_str());
     if (display == nullptr) {
         return false;

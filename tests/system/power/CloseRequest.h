@@ -1,10 +1,12 @@
 #ifndef TESTS_SYSTEM_POWER_CLOSE_REQUEST_H
 #define TESTS_SYSTEM_POWER_CLOSE_REQUEST_H
 
-#include <string>
+#include "Bench.h"
 
-/// Asks the main window of the program in a world to close, as a window manager does. False when
-/// there is no such window on its screen.
-bool CloseRequest_send(const std::string& world);
+/// Asks the program's main window to close, as a window manager does. From then on the meter's
+/// clock runs in real time: the program waits six seconds for the switching off, which takes half
+/// of them, and on a raced clock a busy machine eats up the rest. False when no such window is on
+/// the screen.
+bool CloseRequest_send(Bench& bench);
 
 #endif

@@ -90,7 +90,7 @@ protected:
 
 TEST_P(OpenDialog, TheMainWindowIsClosedAndTheProgramEndsWithOneShutdown) {
     startAndOpen("clock speed 10");
-    ASSERT_TRUE(CloseRequest_send(bench.world));
+    ASSERT_TRUE(CloseRequest_send(bench));
     EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
 }
@@ -138,7 +138,7 @@ protected:
         ASSERT_TRUE(Bench_waitForVisible(bench, shown, true, limit_ms));
     }
     void expectClosing() {
-        ASSERT_TRUE(CloseRequest_send(bench.world));
+        ASSERT_TRUE(CloseRequest_send(bench));
         EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
         EXPECT_EQ(Bench_commands(bench), oneShutdown);
     }
@@ -168,8 +168,7 @@ TEST_F(DialogOfItsOwn, TheMainWindowIsClosedWhileNetworkingIsRestarted) {
         ASSERT_TRUE(Bench_tap(bench, step)) << step;
     }
     ASSERT_TRUE(Bench_waitForVisible(bench, "ethProgress", true, limit_ms));
-    ASSERT_TRUE(CloseRequest_send(bench.world));
-    ASSERT_TRUE(Bench_do(bench, "clock speed 1"));
+    ASSERT_TRUE(CloseRequest_send(bench));
     EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
     const std::vector<std::string> commands = Bench_commands(bench);
     EXPECT_EQ(std::ranges::count(commands, oneShutdown.front()), 1);

@@ -56,7 +56,7 @@ TEST_F(SwitchingOff, PressOfTheSwitchEndsInTheRecordedSequenceOnce) {
 
 TEST_F(SwitchingOff, ClosedWindowWithoutSensorSwitchesOffAndLeavesWithZero) {
     start({"clock speed 10"});
-    ASSERT_TRUE(CloseRequest_send(bench.world));
+    ASSERT_TRUE(CloseRequest_send(bench));
     EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
 }
@@ -66,7 +66,7 @@ TEST_F(SwitchingOff, ClosedWindowWithSensorsSwitchesOffAndLeavesWithZero) {
     ASSERT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", true, limit_ms));
     ASSERT_TRUE(Bench_tap(bench, "sensorSettingsDialog_ok"));
     ASSERT_TRUE(Bench_waitForVisible(bench, "upper.fwd.value", true, limit_ms));
-    ASSERT_TRUE(CloseRequest_send(bench.world));
+    ASSERT_TRUE(CloseRequest_send(bench));
     EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
 }
@@ -82,7 +82,7 @@ TEST_F(SwitchingOff, WindowClosedBehindADialogSwitchesOffAndLeavesWithZero) {
     for (const auto& test : cases) {
         start(test.commands);
         ASSERT_TRUE(Bench_waitForVisible(bench, test.dialog, true, limit_ms));
-        ASSERT_TRUE(CloseRequest_send(bench.world));
+        ASSERT_TRUE(CloseRequest_send(bench));
         EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0) << test.dialog;
         EXPECT_EQ(Bench_commands(bench), oneShutdown) << test.dialog;
         Bench_stop(bench);
@@ -114,7 +114,7 @@ TEST_F(SwitchingOff, TheEndOfTheSwitchsDeviceIsNoPress) {
 TEST_F(SwitchingOff, WindowClosedManyTimesEndsOnce) {
     start({"clock speed 10"});
     for (int time = 0; time < 5; ++time) {
-        ASSERT_TRUE(CloseRequest_send(bench.world));
+        ASSERT_TRUE(CloseRequest_send(bench));
     }
     EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
