@@ -303,7 +303,7 @@ bool isReadyNow(uint32_t port) {
 TEST(UsbSensorThreads, ServeSensorsThroughEveryPluggingAndPulling) {
     prepareFiles();
     SensorManager_Create();
-    World_setSpeed(20);
+    World_setSpeed(8);
     PortHandlers_startOnce();
     CONNECTED_SENSORS record{};
     const auto poll = [&record] { record = detect(record); };
