@@ -7,7 +7,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -62,6 +64,12 @@ void arrangeDescriptors(const ChildOptions& options) {
     _exit(127);
 }
 
+bool endsSoon(int process) {
+    constexpr int soon_ms = 500;
+    pollfd ended{process, POLLIN, 0};
+    return poll(&ended, 1, soon_ms) > 0;
+}
+
 } // namespace
 
 pid_t ChildProcess_start(const std::vector<std::string>& arguments,
@@ -76,9 +84,17 @@ pid_t ChildProcess_start(const std::vector<std::string>& arguments,
 }
 
 void ChildProcess_kill(pid_t child, int signal) {
-    if (child <= 0 || kill(child, signal) != 0) {
+    if (child <= 0) {
         return;
     }
-    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    const int process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+    bool isTold = false;
+    do {
+        isTold = kill(child, signal) == 0;
+    } while (isTold && process >= 0 && !endsSoon(process));
+    if (process >= 0) {
+        close(process);
+    }
+    while (isTold && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
 }

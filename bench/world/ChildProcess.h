@@ -25,7 +25,8 @@ pid_t ChildProcess_start(const std::vector<std::string>& arguments,
                          const std::vector<ChildEnvironment>& environment,
                          const ChildOptions& options = {});
 
-/// Sends the signal, which must end the child, and waits for that. A number below 1 is no child.
+/// Sends the signal, which must end the child, until it has ended: an X server that is told to just
+/// before it begins to wait for its clients overlooks that. A number below 1 is no child.
 void ChildProcess_kill(pid_t child, int signal);
 
 #endif
