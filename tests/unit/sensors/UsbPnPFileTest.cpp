@@ -164,7 +164,7 @@ TEST_F(UsbPnPTransfer, FailsWhenAnAnswerDoesNotFit) {
         {"PNP:FILE:BLOC:DATA?", "no header"},
         {"PNP:FILE:BLOC:DATA?", "#3000"},
     };
-    World_setSpeed(8);
+    World_setSpeed(usbDevice_speed);
     for (const FailureCase& one : cases) {
         device.setReply("PNP:AVA?", "1");
         device.setReply("PNP:FILE:SIZE?", "4");

@@ -47,7 +47,7 @@ protected:
         EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
         told = 0;
         sensorPortHandler_registerReadingListener([] { ++told; });
-        World_setSpeed(8);
+        World_setSpeed(usbDevice_speed);
         World_clearSyslog();
     }
     ~UsbSensor() override {

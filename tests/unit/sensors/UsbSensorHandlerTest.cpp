@@ -303,7 +303,7 @@ bool isReadyNow(uint32_t port) {
 TEST(UsbSensorThreads, ServeSensorsThroughEveryPluggingAndPulling) {
     prepareFiles();
     SensorManager_Create();
-    World_setSpeed(8);
+    World_setSpeed(usbDevice_speed);
     PortHandlers_startOnce();
     CONNECTED_SENSORS record{};
     const auto poll = [&record] { record = detect(record); };

@@ -14,9 +14,6 @@ namespace {
 
 using Messages = std::vector<std::string>;
 
-/// The five seconds of a transfer take one; what a busy machine answers is still in time.
-constexpr double quickly = 5;
-
 class UsbTmc : public testing::Test {
 protected:
     UsbTmc() {
@@ -84,7 +81,7 @@ TEST_F(UsbTmc, ClearingStopsAtTheFirstFailure) {
 }
 
 TEST_F(UsbTmc, AReadThatFailsClearsTheDevice) {
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     EXPECT_EQ(UsbTmcPort_Receive(fd, buffer.data(), 64), -1);
     EXPECT_EQ(errno, ETIMEDOUT);
     EXPECT_EQ(device.messages(), Messages{"<C>"});
@@ -134,7 +131,7 @@ TEST_F(UsbTmc, AReplyFillsTheFieldOfItsTypeAndClearsTheOthers) {
 }
 
 TEST_F(UsbTmc, AQueryWithoutAnAnswerLeavesAClearedRecord) {
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     device.setReply("*STB?", "");
     qry_type reply;
     reply.ival = 77;
@@ -193,7 +190,7 @@ TEST_F(UsbTmc, TheAutomaticTriggerLevelIsNotSentWithoutAText) {
 }
 
 TEST_F(UsbTmc, ASettingThatCannotBeReadBackIsNotSent) {
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     device.setReply("SENS:FREQ?", "");
     EXPECT_EQ(command(C_SENSE_FREQ, 0, 1.0F, ""), -1);
     EXPECT_EQ(device.messages(), (Messages{"SENS:FREQ?", "<C>"}));
@@ -241,7 +238,7 @@ TEST_F(UsbTmc, DrainingTellsTheLastNegativeErrorOrTheCount) {
 }
 
 TEST_F(UsbTmc, DrainingWithoutAnAnswerFails) {
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     device.setReply("SYST:ERR:COUN?", "");
     EXPECT_EQ(clearSysErrCount(fd, buffer.data()), -1);
     qry_type reply;
@@ -252,7 +249,7 @@ TEST_F(UsbTmc, DrainingEndsWhateverCountTheSensorClaims) {
     device.setErrorCount("2147483647");
     EXPECT_EQ(clearSysErrCount(fd, buffer.data()), 2147483647);
     EXPECT_EQ(device.messages().size(), 257U);
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     device.clearMessages();
     device.setListener([this](const std::string& message) {
         if (message == "SYST:ERR?") {
@@ -276,7 +273,7 @@ TEST_F(UsbTmc, AMeasurementIsCompleteOnceTheAnswerIsOne) {
 }
 
 TEST_F(UsbTmc, AMeasurementThatNeverCompletesTimesOutAfter1200Tries) {
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     device.setRawReply("*OPC?", "1"); // without a line end it is another answer
     EXPECT_EQ(handleInitCmd(fd, buffer.data()), 0);
     EXPECT_EQ(device.messages().size(), 1201U);
@@ -320,7 +317,7 @@ TEST_F(UsbTmc, APulledSensorIsNoticedByTheNextCall) {
 }
 
 TEST_F(UsbTmc, ATimeOutIsNoUnplugging) {
-    World_setSpeed(quickly);
+    World_setSpeed(usbDevice_speed);
     device.setReply("*STB?", "");
     qry_type reply;
     handleQuery(fd, buffer.data(), Q_COMMON_STB, &reply);
