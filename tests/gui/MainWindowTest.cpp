@@ -268,4 +268,28 @@ TEST(GdkLockDeathTest, AMisuseEndsADebugBuild) {
 }
 #endif
 
+/// Background of a button of this name. It stands outside the main window, whose own sheet paints
+/// all buttons.
+std::string backgroundOfButton(const char* name) {
+    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    GtkWidget* button = gtk_button_new();
+    gtk_widget_set_name(button, name);
+    gtk_container_add(GTK_CONTAINER(window), button);
+    GdkRGBA* colour = nullptr;
+    gtk_style_context_get(gtk_widget_get_style_context(button), GTK_STATE_FLAG_NORMAL,
+                          GTK_STYLE_PROPERTY_BACKGROUND_COLOR, &colour, nullptr);
+    char* text = gdk_rgba_to_string(colour);
+    const std::string background = text;
+    g_free(text);
+    gdk_rgba_free(colour);
+    gtk_widget_destroy(window);
+    return background;
+}
+
+TEST_F(MainWindow, TheMisspeltStyleLeavesTheActiveButtonAlone) {
+    EXPECT_EQ(backgroundOfButton("pulseDisplayctive"), "rgb(0,0,0)");
+    EXPECT_NE(backgroundOfButton("pulseDisplayActive"), "rgb(0,0,0)");
+    EXPECT_EQ(backgroundOfButton("pulseDisplayActive"), backgroundOfButton("any"));
+}
+
 } // namespace

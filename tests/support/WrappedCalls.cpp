@@ -110,9 +110,14 @@ int __real_getifaddrs(ifaddrs**);
 int __real_getnameinfo(const sockaddr*, socklen_t, char*, socklen_t, char*, socklen_t, int);
 
 void* __real_calloc(size_t, size_t);
+int __real_listen(int, int);
 
 void* __wrap_calloc(size_t count, size_t size) {
     return failsWithErrno(Call::allocateMemory) ? nullptr : __real_calloc(count, size);
+}
+
+int __wrap_listen(int fd, int backlog) {
+    return failsWithErrno(Call::listenSocket) ? -1 : __real_listen(fd, backlog);
 }
 
 int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {

@@ -24,6 +24,7 @@ enum class Call {
     listInterfaces,
     nameAddress,
     allocateMemory, ///< calloc
+    listenSocket,
     count
 };
 

@@ -185,6 +185,9 @@ TEST(ScpiMeasure, TakesTheStateFromTheFirstPieceThatNamesOne) {
     for (const LineState& line : lines) {
         EXPECT_EQ(triggeredGateIndexOf(line.line), line.index) << line.line;
     }
+    RemoteInstrument instrument;
+    instrument.send("MEAS:STAT3?");
+    EXPECT_EQ(getTiggeredGateIndex(&instrument.context), 2U);
 }
 
 TEST(ScpiMeasure, ChecksItsConditionsInTheirOrder) {

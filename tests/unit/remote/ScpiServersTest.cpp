@@ -10,6 +10,7 @@
 #include "SerialConfig.h"
 #include "SerialPort.h"
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
@@ -115,6 +116,15 @@ TEST(ScpiServersStart, EndsTheProgramWhenThePortIsTaken) {
     EXPECT_TRUE(World_syslogContains("bind() failed"));
 }
 
+TEST(ScpiServersStart, GoesOnWhenListeningFails) {
+    World_clearSyslog();
+    WrappedCalls_fail(Call::listenSocket, EADDRINUSE);
+    const ScopedFd server(createTcpServer(scpiTcpPort));
+    WrappedCalls_reset();
+    EXPECT_TRUE(server.isOpen());
+    EXPECT_FALSE(World_syslogContains("listen() failed"));
+}
+
 TEST(ScpiServersStart, LeavesTheSerialPortToTheLegacyProtocol) {
     World_unplugTerminal(serialCommandPortName);
     EXPECT_EQ(exitStatusOf([] {
@@ -174,6 +184,14 @@ TEST_F(ScpiServers, AnswerOnBothLinks) {
     const std::string identity = client.ask("*IDN?");
     EXPECT_EQ(identity.substr(0, 21), "QUORVEL-TECHNOLOGIES,");
     ASSERT_TRUE(World_waitUntil([&] { return askTerminal("*IDN?") == identity; }, limit_ms));
+}
+
+TEST_F(ScpiServers, GiveTheTerminalItsSpecialCharacters) {
+    termios settings{};
+    ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
+    EXPECT_EQ(settings.c_cc[VEOF], 0x04);
+    EXPECT_EQ(settings.c_cc[VEOL], 0x10);
+    EXPECT_EQ(settings.c_cc[VEOL2], 0x00);
 }
 
 TEST_F(ScpiServers, KeepTheirErrorQueuesApart) {

@@ -106,6 +106,7 @@ TEST(UsbTmcCommands, CommandsKeepTheirNumbersAndTexts) {
     for (size_t row = 0; row < std::size(texts); ++row) {
         EXPECT_STREQ(sensor_cmd_param[row].text, texts[row]);
     }
+    EXPECT_STREQ(sensor_cmd_param[C_SENSE_RELFECT_EN].text, "SENS:REFL:ENAB");
 }
 
 TEST(UsbTmcCommands, QueriesKeepTheirNumbersAndTexts) {
@@ -179,6 +180,7 @@ TEST(UsbTmcCommands, QueriesKeepTheirNumbersAndTexts) {
     for (size_t row = 0; row < std::size(texts); ++row) {
         EXPECT_STREQ(sensor_qry_param[row].text, texts[row]);
     }
+    EXPECT_STREQ(sensor_qry_param[Q_SENSE_RELECTED_EN].text, "SENS:REFL:ENAB?");
 }
 
 TEST(UsbTmcCommands, RepliesAreTextsForTheseQueriesAndIntegersForThose) {
