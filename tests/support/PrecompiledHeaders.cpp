@@ -1,0 +1,1 @@
+// Nothing: it makes the headers that the tests have in common a target.
