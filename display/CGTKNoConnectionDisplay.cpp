@@ -1,7 +1,7 @@
 #include "CGTKNoConnectionDisplay.h"
 
 #include "GtkHelpers.h"
-#include "MainWindow.h"
+#include "ScreenSize.h"
 #include "message.h"
 
 #include <cstring>

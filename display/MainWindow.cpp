@@ -5,6 +5,7 @@
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
 #include "PulseDisplay.h"
+#include "ScreenSize.h"
 #include "ScreenView.h"
 #include "StyleSheet.h"
 

@@ -10,16 +10,11 @@
 /// The instrument's one window. It holds every screen from start-up on; screens are only shown,
 /// hidden and relabelled. GDK lock held.
 
-constexpr int screenWidth = 1024;
-constexpr int screenHeight = 768;
-constexpr int topLineHeight = 80;
-constexpr int halfScreenHeight = 344;
-
 /// Every container of the window.
 struct MAIN_WINDOW {
     GtkWidget* mainWindow;
     GtkWidget* entireScreenContainer;
-    GtkWidget* topFixedLine; ///< GtkFixed of 1024 x 80 for the battery icon and the menu buttons
+    GtkWidget* topFixedLine; ///< GtkFixed for the battery icon and the menu buttons
     GtkWidget* singleSensorContainer;
     GtkWidget* noConnectionScreen;
     GtkWidget* singleMeasurementView;

@@ -5,8 +5,8 @@
 
 #include <array>
 
-/// Where everything stands on the CW screens, in pixels. The full screen has 1024 x 688 below the
-/// status line, each half 1024 x 344.
+/// Where everything stands on the CW screens, in pixels, within the full screen or the half that
+/// ScreenSize.h leaves below the status line.
 
 constexpr int powerDisplayLineCount = 6;
 

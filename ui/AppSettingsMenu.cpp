@@ -3,6 +3,7 @@
 #include "AppFlags.h"
 #include "Configuration.h"
 #include "DisplaySettings.h"
+#include "ScreenSize.h"
 #include "message.h"
 
 #include <array>
@@ -25,8 +26,6 @@ GtkWidget* checkBoxPulseMode = nullptr;
 namespace {
 
 constexpr int windowWidth = 560;
-constexpr int windowHeight = 768;
-constexpr int screenWidth_px = 1024;
 constexpr int margin = 16;
 constexpr int controlHeight = 56;
 constexpr int columnCount = 6;
@@ -231,7 +230,7 @@ gboolean onButtonPress(GtkWidget* window, GdkEventButton* event, gpointer /*data
     int top = 0;
     gdk_window_get_origin(gtk_widget_get_window(window), &left, &top);
     const bool isInside = event->x_root >= left && event->x_root < left + windowWidth &&
-                          event->y_root >= top && event->y_root < top + windowHeight;
+                          event->y_root >= top && event->y_root < top + screenHeight;
     if (gtk_init_done && !isInside) {
         AppSettingsMenu_hide();
     }
@@ -268,7 +267,7 @@ void AppSettingsMenu_create(GtkWindow* parent) {
     gtk_window_set_transient_for(window, parent);
     gtk_window_set_keep_above(window, TRUE);
     gtk_window_set_modal(window, TRUE);
-    gtk_window_set_default_size(window, windowWidth, windowHeight);
+    gtk_window_set_default_size(window, windowWidth, screenHeight);
     GtkWidget* box = appSettingsBox();
     gtk_container_add(GTK_CONTAINER(rightSettingsWindow), box);
     gtk_widget_show_all(box);
@@ -319,9 +318,9 @@ void AppSettingsMenu_show() {
         return;
     }
     AppSettingsMenu_setParameters();
-    gtk_window_move(GTK_WINDOW(rightSettingsWindow), screenWidth_px - windowWidth, 0);
+    gtk_window_move(GTK_WINDOW(rightSettingsWindow), screenWidth - windowWidth, 0);
     gtk_widget_show(rightSettingsWindow);
-    gtk_window_move(GTK_WINDOW(rightSettingsWindow), screenWidth_px - windowWidth, 0);
+    gtk_window_move(GTK_WINDOW(rightSettingsWindow), screenWidth - windowWidth, 0);
     gtk_window_present(GTK_WINDOW(rightSettingsWindow));
     isVisible = true;
 }

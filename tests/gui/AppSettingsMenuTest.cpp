@@ -3,6 +3,7 @@
 #include "DisplaySettings.h"
 #include "MenuFixture.h"
 #include "ScreenFixture.h"
+#include "ScreenSize.h"
 #include "XServer.h"
 #include "gtkTimePowerGraph.h"
 

@@ -3,6 +3,7 @@
 
 #include "OtherResources.h"
 #include "ScreenFixture.h"
+#include "ScreenSize.h"
 
 #include <cstdlib>
 #include <string>

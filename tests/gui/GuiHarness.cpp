@@ -2,6 +2,7 @@
 
 #include "GdkLock.h"
 #include "GtkHelpers.h"
+#include "ScreenSize.h"
 #include "XServer.h"
 
 #include <gtest/gtest.h>

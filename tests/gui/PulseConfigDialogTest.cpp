@@ -4,6 +4,7 @@
 #include "PulseConfig.h"
 #include "PulseConfigSending.h"
 #include "PulseFixture.h"
+#include "ScreenSize.h"
 #include "XServer.h"
 
 #include <array>

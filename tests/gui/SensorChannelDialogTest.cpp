@@ -5,6 +5,7 @@
 #include "GtkHelpers.h"
 #include "GuiHarness.h"
 #include "OtherResources.h"
+#include "ScreenSize.h"
 #include "SensorPortHandler.h"
 #include "World.h"
 #include "XServer.h"
