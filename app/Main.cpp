@@ -107,6 +107,7 @@ void runMainLoop() {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    Process_setUpInherited();
     CrashHandler_openLog();
     CrashHandler_install();
     StackLimit_raise();
