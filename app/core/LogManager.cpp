@@ -1,6 +1,7 @@
 #include "LogManager.h"
 
 #include "Threads.h"
+#include "TraceOutput.h"
 
 #include <array>
 #include <atomic>
@@ -18,6 +19,7 @@ namespace {
 constexpr const char* traceMarkerFile = "/tmp/debug";
 constexpr const char* configurationFile = "/tmp/logConfig";
 constexpr uint32_t routingPeriod_ms = 1000;
+constexpr uint32_t flushLimit_ms = 250;
 constexpr size_t configurationLineSize = 100; // 99 characters and a terminator
 
 /// Names by which the configuration file selects a category. AllCategories has none.
@@ -37,7 +39,7 @@ using CategoryFlags = std::array<uint8_t, CategoryCount>;
 constexpr CategoryFlags defaultCategories{};
 
 std::array<std::atomic<uint8_t>, CategoryCount> enabledCategories{};
-std::atomic<FILE*> outfp{nullptr};
+std::atomic<FILE*> outfp{nullptr}; // standard output or the null device
 FILE* devNullFp = nullptr;
 
 bool isEnabled(unsigned category) {
@@ -51,18 +53,9 @@ void storeCategories(const CategoryFlags& flags) {
     }
 }
 
-/// Writes the text with each "%%" as "%". The stream's lock is held over all pieces, so that the
-/// messages of two threads do not mix.
-void writeUnescaped(FILE* output, const char* text) {
-    flockfile(output);
-    const char* at = text;
-    for (const char* percent = strstr(at, "%%"); percent != nullptr; percent = strstr(at, "%%")) {
-        fwrite_unlocked(at, 1, static_cast<size_t>(percent + 1 - at), output);
-        at = percent + 2;
-    }
-    fwrite_unlocked(at, 1, strlen(at), output);
-    fflush_unlocked(output);
-    funlockfile(output);
+/// Nobody sees what goes to the null device, so nothing is sent there.
+bool isTraceShown() {
+    return outfp.load(std::memory_order_relaxed) == stdout;
 }
 
 void composeAndWrite(unsigned category, const char* format, va_list arguments) {
@@ -113,29 +106,28 @@ void logManager_fprintf_wrapper(const char* format, ...) {
 }
 
 void logManager_fprintf(const char* format, ...) {
-    FILE* output = outfp;
-    if (!isEnabled(NoCategory) || output == nullptr) {
+    if (!isEnabled(NoCategory) || !isTraceShown()) {
         return;
     }
+    char* text = nullptr;
     va_list arguments;
     va_start(arguments, format);
-    vfprintf(output, format, arguments);
+    const int length = vasprintf(&text, format, arguments);
     va_end(arguments);
-    fflush(output);
+    if (length >= 0) {
+        TraceOutput_write(text, false);
+        free(text);
+    }
 }
 
 void logManager_log_out(const char* text) {
-    FILE* output = outfp;
-    if (output != nullptr) {
-        writeUnescaped(output, text);
+    if (isTraceShown()) {
+        TraceOutput_write(text, true);
     }
 }
 
-void LogManager_flush() {
-    FILE* output = outfp;
-    if (output != nullptr) {
-        fflush(output);
-    }
+bool LogManager_flush() {
+    return TraceOutput_flush(flushLimit_ms);
 }
 
 int LookupCategory(const char* name) {

@@ -2,7 +2,8 @@
 #define APP_CORE_LOG_MANAGER_H
 
 /// Categories of the debug trace. A category is off until "/tmp/logConfig" names it, and the trace
-/// reaches standard output only while "/tmp/debug" exists.
+/// reaches standard output only while "/tmp/debug" exists. No function of this module waits for who
+/// reads the trace, save LogManager_flush.
 enum lmCategories : unsigned {
     NoCategory,
     ThreadMonitor,
@@ -32,15 +33,16 @@ void logManager_printToLog(unsigned category, const char* format, ...)
 /// The same, for NoCategory.
 void logManager_fprintf_wrapper(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// Writes directly, without composing the message first, if NoCategory is on.
+/// The same, but the text is written as it is: "%%" in it stays.
 void logManager_fprintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Writes a composed text to the current output. The text is formatted once more on its way:
 /// "%%" comes out as "%"; any other conversion has no argument and is written as it stands.
 void logManager_log_out(const char* text);
 
-/// Flushes what the trace has written so far.
-void LogManager_flush();
+/// Waits until the trace so far has been written, a quarter of a second at most: false if somebody
+/// has stopped reading it.
+bool LogManager_flush();
 
 /// Index of the category whose configuration name is exactly `name`, or -1.
 int LookupCategory(const char* name);

@@ -37,6 +37,8 @@ bool prepare() {
 }
 
 off_t traced() {
+    while (!LogManager_flush()) {
+    }
     return lseek(STDOUT_FILENO, 0, SEEK_CUR);
 }
 

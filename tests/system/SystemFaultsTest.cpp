@@ -16,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <sstream>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 
 namespace {
@@ -67,6 +68,10 @@ protected:
     }
     void giveDescriptors(const rlimit& limit) {
         EXPECT_EQ(prlimit(Bench_programId(bench), RLIMIT_NOFILE, &limit, nullptr), 0);
+    }
+    static std::string program() {
+        return std::filesystem::read_symlink("/proc/self/exe").parent_path() /
+               "QuorvelPowerMeterApp";
     }
     /// How often the meter said that it could not save.
     size_t timesTold() {
@@ -247,4 +252,46 @@ TEST_F(SystemFaults, TheWrapOfThe32BitClockIsNotNoticed) {
     }
     EXPECT_EQ(identifications(), before);
     EXPECT_EQ(Bench_countInSyslog(bench, "USER_WARNING"), 0U);
+}
+
+TEST_F(SystemFaults, AnIgnoredSigchldDoesNotRepeatTheSwitchingOff) {
+    start({.commands = {"clock speed 10"},
+           .program = "/usr/bin/env",
+           .programArguments = {"--ignore-signal=CHLD", program()}});
+    ASSERT_TRUE(Bench_do(bench, "switch"));
+    // The thread carries on polling; a command that seems to have failed would be repeated.
+    ASSERT_TRUE(Bench_waitUntil(
+        [&] { return Bench_countInSyslog(bench, "shutdown signal detected...") >= 12; },
+        readingLimit_ms));
+    EXPECT_EQ(Bench_commands(bench), std::vector<std::string>{"shutdown"});
+}
+
+TEST_F(SystemFaults, WhatIsMeantForClosedStandardDescriptorsGoesToNoPort) {
+    start(
+        {.program = "/bin/sh", .programArguments = {"-c", "exec \"$0\" <&- >&- 2>&-", program()}});
+    plugFirst("serial1", "5132 fwd=25");
+    const std::string folder = "/proc/" + std::to_string(Bench_programId(bench)) + "/fd/";
+    for (const char* descriptor : {"0", "1", "2"}) {
+        EXPECT_EQ(std::filesystem::read_symlink(folder + descriptor), "/dev/null") << descriptor;
+    }
+    EXPECT_TRUE(shows("single.fwd.value", "  25.00"));
+}
+
+TEST_F(SystemFaults, ATraceThatNobodyReadsHoldsNothingUp) {
+    start({.commands = {"clock speed 20"}, .prepare = [](const std::string& world) {
+               WorldFolder_write(world, "/tmp/debug", "");
+               WorldFolder_write(world, "/tmp/logConfig",
+                                 "None\nThreadMonitor\nSensorCommunications\nSensorDetection\n"
+                                 "BatteryMonitor\n");
+           }});
+    plugFirst("serial1", "5132 fwd=25");
+    const auto isPipeFull = [&] {
+        constexpr int nearlyFull = 60000; // of 65536: a line is written whole, or waits
+        int waiting = 0;
+        return ioctl(bench.output, FIONREAD, &waiting) == 0 && waiting >= nearlyFull;
+    };
+    ASSERT_TRUE(Bench_waitUntil(isPipeFull, readingLimit_ms));
+    EXPECT_TRUE(measures("serial1", "single"));
+    ASSERT_TRUE(Bench_do(bench, "switch"));
+    EXPECT_TRUE(Bench_waitUntil([&] { return !Bench_commands(bench).empty(); }, readingLimit_ms));
 }
