@@ -52,8 +52,9 @@ function(quorvel_library name)
     endif()
 endfunction()
 
-# A trace through a test needs its lines; its variables double the time of compiling.
-set(QUORVEL_TEST_DEBUG_INFORMATION -g1)
+# A trace through a test needs its lines; its variables double the time of compiling. GTK asks for
+# -pthread, and a precompiled header serves those alone who have been asked for the same.
+set(QUORVEL_TEST_OPTIONS -g1 -pthread)
 
 # quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b]
 #              [ALONE])
@@ -85,7 +86,7 @@ function(quorvel_test name)
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE quorvel_options test_support ${ARG_USES} GTest::gmock_main)
     target_precompile_headers(${name} REUSE_FROM test_headers)
-    target_compile_options(${name} PRIVATE ${QUORVEL_TEST_DEBUG_INFORMATION})
+    target_compile_options(${name} PRIVATE ${QUORVEL_TEST_OPTIONS})
     add_dependencies(${name} quorvelbench)
     include(GoogleTest)
     gtest_discover_tests(
