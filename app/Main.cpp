@@ -81,6 +81,7 @@ void buildScreens() {
     MainWindow_registerCallbacks(callbacks);
     createGTKDisplays();
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
+    Process_rememberStart();
     checkModelForBattery();
     ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
     initAbout();

@@ -2,11 +2,19 @@
 
 #include "LogManager.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <unistd.h>
+
+namespace {
+
+std::atomic<int64_t> startTime_s{0};
+
+} // namespace
 
 void Process_setUpInherited() {
     signal(SIGCHLD, SIG_DFL);
@@ -16,6 +24,14 @@ void Process_setUpInherited() {
             [[maybe_unused]] const int device = open("/dev/null", O_RDWR);
         }
     }
+}
+
+void Process_rememberStart() {
+    startTime_s = time(nullptr);
+}
+
+int64_t Process_startTime_s() {
+    return startTime_s;
 }
 
 void Process_leave(int status) {

@@ -28,6 +28,7 @@ GtkWidget* loadImage(const char* file) {
     GdkPixbuf* picture = gdk_pixbuf_new_from_file(file, nullptr);
     if (picture == nullptr) {
         printf("Cannot read %s\n", file);
+        fflush(stdout);
         return nullptr;
     }
     GtkWidget* image = gtk_image_new_from_pixbuf(picture);

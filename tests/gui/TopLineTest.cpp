@@ -87,7 +87,6 @@ TEST(TopLineDeathTest, EveryMissingImageIsTold) {
         if (chdir("/") == 0) {
             loadBatteryImages();
         }
-        fflush(stdout);
         _exit(0);
     };
     EXPECT_EXIT(loadWithoutFiles(), testing::ExitedWithCode(0),

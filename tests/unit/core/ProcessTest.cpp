@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <sys/wait.h>
@@ -68,4 +69,12 @@ TEST(Process, AChildsStatusIsKeptForWhoStartedIt) {
                   return statusOf([] { return 42; });
               }),
               42);
+}
+
+TEST(Process, TheStartIsRememberedInSecondsSince1970) {
+    EXPECT_EQ(Process_startTime_s(), 0);
+    const time_t before = time(nullptr);
+    Process_rememberStart();
+    EXPECT_GE(Process_startTime_s(), before);
+    EXPECT_LE(Process_startTime_s(), time(nullptr));
 }
