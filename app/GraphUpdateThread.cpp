@@ -5,6 +5,7 @@
 #include "Heartbeat.h"
 #include "SensorHandOff.h"
 #include "SensorPortHandler.h"
+#include "SensorRecords.h"
 #include "message.h"
 
 namespace {

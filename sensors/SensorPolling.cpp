@@ -152,12 +152,12 @@ void pollUsbTmcMonitor(CONNECTED_SENSORS* record) {
             return;
         }
     }
-    for (uint32_t slot = 0; slot < usbSlotCount; ++slot) {
+    for (uint32_t slot = 0; slot < usbSensorCount; ++slot) {
         if (!recoverSlot(slot)) {
             return;
         }
     }
-    for (uint32_t slot = 0; slot < usbSlotCount; ++slot) {
+    for (uint32_t slot = 0; slot < usbSensorCount; ++slot) {
         if (usbSlot_isOpen(slot)) {
             record->detectedSensors |= sensorPort_bit(sensorPort_USB1 + slot);
         }

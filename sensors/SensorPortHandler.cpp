@@ -1,6 +1,7 @@
 #include "SensorPortHandler.h"
 
 #include "Process.h"
+#include "SensorRecords.h"
 #include "SerialPort.h"
 #include "SerialSensorHandler.h"
 #include "Threads.h"
@@ -12,26 +13,14 @@
 
 namespace {
 
-/// Where a port's handler keeps what others copy.
-struct PortRecords {
-    SENSOR_STATUS* status;
-    SENSOR_MEASUREMENTS* measurements;
-    SENSOR_IDENTITY* identity;
-    char* serialNumber; ///< sensorSerialNumberSize characters
-};
-
-template <typename Handler> PortRecords recordsOf(Handler& handler) {
-    return {&handler.sensorStatus, &handler.sensorMeasurements, &handler.sensorIdentity,
-            handler.serialNumber};
-}
-
 /// The records of a port; all null for a port without a handler.
-PortRecords recordsOfPort(uint32_t port) {
+SensorRecords recordsOfPort(uint32_t port) {
     if (port < serialSensorCount) {
-        return recordsOf(sensorSerialHandlerData[port]);
+        return SensorRecords_of(port, &sensorSerialHandlerData[port]);
     }
-    return sensorPort_isUsb(port) ? recordsOf(sensorUsbHandlerData[port - sensorPort_USB1])
-                                  : PortRecords{};
+    return sensorPort_isUsb(port)
+               ? SensorRecords_of(port, &sensorUsbHandlerData[port - sensorPort_USB1])
+               : SensorRecords{};
 }
 
 void* runSerialHandler(void* handler) {
@@ -64,7 +53,7 @@ void startHandler(pthread_t* thread, const char* name, void* (*run)(void*), void
 }
 
 float powerLimit(uint32_t port, float PULSE_RANGES::*limit) {
-    const PortRecords records = recordsOfPort(port);
+    const SensorRecords records = recordsOfPort(port);
     if (records.identity == nullptr) {
         return 0.0F;
     }
@@ -88,7 +77,7 @@ void sensorPortHandler_createAll() {
 }
 
 SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port) {
-    const PortRecords records = recordsOfPort(port);
+    const SensorRecords records = recordsOfPort(port);
     if (records.status == nullptr || !sensorPort_isServed(port)) {
         return {};
     }
@@ -97,7 +86,7 @@ SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port) {
 }
 
 SENSOR_MEASUREMENTS sensorPortHandler_getSensorMeasurements(uint32_t port) {
-    const PortRecords records = recordsOfPort(port);
+    const SensorRecords records = recordsOfPort(port);
     if (records.measurements == nullptr) {
         return sensorMeasurements_none();
     }
@@ -119,7 +108,7 @@ void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* iden
     if (serialSize > 0) {
         serialNumber[0] = '\0';
     }
-    const PortRecords records = recordsOfPort(port);
+    const SensorRecords records = recordsOfPort(port);
     if (records.identity == nullptr) {
         return;
     }
@@ -134,10 +123,6 @@ void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t port) 
         const ScopedLock lock(sensorPortConfigMutex[port]);
         *configs = sensorUsbHandlerData[port - sensorPort_USB1].sensorConfigs;
     }
-}
-
-void sensorPortHandler_setMeasurementsToDefault(SENSOR_MEASUREMENTS* measurements) {
-    *measurements = sensorMeasurements_none();
 }
 
 void SensorPortHandler_setSimulatedMeasurements(uint32_t channel, float fwd_W, float rfl_W,

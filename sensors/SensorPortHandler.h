@@ -28,9 +28,6 @@ void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* iden
 /// Copies a USB port's configuration; a serial port gives a zeroed record.
 void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t port);
 
-/// A record without readings: all zero, but forward, reflected, frequency and temperature NaN.
-void sensorPortHandler_setMeasurementsToDefault(SENSOR_MEASUREMENTS* measurements);
-
 /// Demonstration without sensors: gives port 0 or 1 the model "5134", the serial number "200201170"
 /// and these readings. Any thread.
 void SensorPortHandler_setSimulatedMeasurements(uint32_t channel, float fwd_W, float rfl_W,

@@ -16,6 +16,8 @@ enum SensorPort : uint32_t {
     sensorPort_None = 255
 };
 constexpr uint32_t sensorPortCount = 4;
+constexpr uint32_t serialSensorCount = 2;
+constexpr uint32_t usbSensorCount = 2;
 
 /// A port's bit in the detection record.
 constexpr uint32_t sensorPortBit_Serial1 = 0x01;

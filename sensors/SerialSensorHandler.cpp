@@ -2,7 +2,8 @@
 
 #include "CSimpleTimer.h"
 #include "LogManager.h"
-#include "SensorPortHandler.h"
+#include "SensorPortSignals.h"
+#include "SensorRecords.h"
 #include "SerialPort.h"
 #include "SerialSensorProtocol.h"
 #include "Threads.h"
@@ -10,18 +11,8 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
 
 namespace {
-
-constexpr float defaultMaxPower_W = 199990.0F;
-constexpr uint32_t settlingPause_ms = 100;
-
-constexpr SENSOR_IDENTITY emptyIdentity() {
-    SENSOR_IDENTITY empty{};
-    empty.sensorPower.max = defaultMaxPower_W;
-    return empty;
-}
 
 /// Records are read by other threads before the handler's thread exists.
 constexpr SERIAL_HANDLER_DATA_STRUCT emptyHandler(int channel) {
@@ -29,7 +20,7 @@ constexpr SERIAL_HANDLER_DATA_STRUCT emptyHandler(int channel) {
     empty.serialPort.channelIndex = channel;
     empty.serialPort.fd = -1;
     empty.sensorMeasurements = sensorMeasurements_none();
-    empty.sensorIdentity = emptyIdentity();
+    empty.sensorIdentity = SensorRecords_noIdentity();
     return empty;
 }
 
@@ -52,9 +43,12 @@ const char* stateName(int state) {
                : "unknown";
 }
 
+SensorRecords recordsOf(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    return SensorRecords_of(portOf(handler), handler);
+}
+
 void setStatus(SERIAL_HANDLER_DATA_STRUCT* handler, SensorStatus status) {
-    const ScopedLock lock(sensorPortInfoMutex[portOf(handler)]);
-    handler->sensorStatus.status = status;
+    SensorRecords_setStatus(recordsOf(handler), status);
 }
 
 void setReady(SERIAL_HANDLER_DATA_STRUCT* handler) {
@@ -93,26 +87,13 @@ SENSOR_IDENTITY storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler) {
     return handler->sensorIdentity;
 }
 
-/// Stores the digits of the memory that was read. A re-synchronisation reads them again: the number
-/// starts empty, or they would be appended to it.
-void storeSerialNumber(SERIAL_HANDLER_DATA_STRUCT* handler) {
-    const ScopedLock lock(sensorPortInfoMutex[portOf(handler)]);
-    handler->serialNumber[0] = '\0';
-    validateSerialNumber(handler->serialNumber, handler->serialPort.rxBuffer);
-}
-
 sensorSerCommState identifyState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
     if (!handleCommandI(port.fd, port.rxBuffer)) {
         return stateSerFlush;
     }
     const SENSOR_IDENTITY identity = storeIdentity(handler);
-    logManager_printToLog(
-        SensorCommunications,
-        "sensorSerialHandler: port %u: model = %s, firmware = %s, power = %g..%g W\n",
-        portOf(handler), identity.sensorModel, identity.sensorFirmwareRevision,
-        static_cast<double>(identity.sensorPower.min),
-        static_cast<double>(identity.sensorPower.max));
+    SensorRecords_logIdentity(portOf(handler), identity);
     if (!serialModelHasNoSerialNumber(identity.sensorModel)) {
         return stateSerSerialNum;
     }
@@ -125,7 +106,7 @@ sensorSerCommState serialNumState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     if (!handleCommandZ(port.fd, port.rxBuffer, serialNumberAddress, serialNumberCount)) {
         return stateSerFlush;
     }
-    storeSerialNumber(handler);
+    SensorRecords_storeSerialNumber(recordsOf(handler), port.rxBuffer);
     setReady(handler);
     return stateSerFwd;
 }
@@ -168,13 +149,8 @@ sensorSerCommState framingSyncState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     if (!handleCommandS(port.fd, port.rxBuffer)) {
         return stateSerFlush;
     }
-    const uint32_t finish = getTime_ms();
-    handler->finish_time_ms = finish;
-    // Both times come from a 32-bit clock that wraps, so the difference is taken in 32 bits.
-    handler->measCycle_time_ms = finish - static_cast<uint32_t>(handler->start_time_ms);
-    logManager_printToLog(SensorCommunications,
-                          "sensorSerialHandler: port %u: measuring cycle = %.0f ms\n",
-                          portOf(handler), handler->measCycle_time_ms);
+    handler->measCycle_time_ms =
+        SensorRecords_endCycle(portOf(handler), handler->start_time_ms, &handler->finish_time_ms);
     return stateSerFwd;
 }
 
@@ -201,7 +177,7 @@ void beginConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     handler->sensorState = stateSerFlush;
     handler->serialPort.portState = sensorPortConnected;
     sensorPort_setServedConnection(portOf(handler), connection);
-    Thread_sleep_ms(settlingPause_ms);
+    Thread_sleep_ms(sensorSettlingPause_ms);
 }
 
 /// Talks to one sensor from its plugging to its pulling. A sensor that was replaced while a step
@@ -224,14 +200,7 @@ void sensorSerialHandler_initSensorData(SERIAL_HANDLER_DATA_STRUCT* handler, con
 }
 
 void sensorSerialHandler_resetSensorInformation(SERIAL_HANDLER_DATA_STRUCT* handler) {
-    const uint32_t port = portOf(handler);
-    {
-        const ScopedLock lock(sensorPortInfoMutex[port]);
-        handler->sensorIdentity = emptyIdentity();
-        memset(handler->serialNumber, 0, sizeof handler->serialNumber);
-    }
-    const ScopedLock lock(sensorPortMeasureMutex[port]);
-    sensorPortHandler_setMeasurementsToDefault(&handler->sensorMeasurements);
+    SensorRecords_reset(recordsOf(handler));
 }
 
 void sensorSerialHandlerThread(SERIAL_HANDLER_DATA_STRUCT* handler) {

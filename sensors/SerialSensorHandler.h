@@ -9,8 +9,6 @@
 /// The handler of one RS232 port: a thread that identifies the CW sensor on it and reads forward
 /// power, reflected power, frequency and temperature for as long as it is connected.
 
-constexpr uint32_t serialSensorCount = 2;
-
 enum sensorSerCommState : int {
     stateSerConnect = 0,
     stateSerFlush = 1,
@@ -33,20 +31,27 @@ struct SERIAL_PORT_DATA_STRUCT {
     int fd; ///< -1 when not open
 };
 
-/// Identity, serial number and status are guarded by the port's sensorPortInfoMutex, measurements
-/// by its sensorPortMeasureMutex; everything else belongs to the handler's thread.
+/// But for the demonstration without sensors, only the handler's thread writes; so it reads its own
+/// fields without their locks.
 struct SERIAL_HANDLER_DATA_STRUCT {
+    // Of the thread that starts the handler.
     pthread_t thread_id;
+
+    // Of the handler's thread alone.
     sensorSerCommState sensorState;
     bool isInitialized;
-    SENSOR_STATUS sensorStatus;
     SERIAL_PORT_DATA_STRUCT serialPort;
     double start_time_ms;
     double finish_time_ms;
     double measCycle_time_ms;
-    SENSOR_MEASUREMENTS sensorMeasurements;
+
+    // Under the port's sensorPortInfoMutex.
+    SENSOR_STATUS sensorStatus;
     SENSOR_IDENTITY sensorIdentity;
     char serialNumber[sensorSerialNumberSize];
+
+    // Under the port's sensorPortMeasureMutex.
+    SENSOR_MEASUREMENTS sensorMeasurements;
 };
 
 extern SERIAL_HANDLER_DATA_STRUCT sensorSerialHandlerData[serialSensorCount];

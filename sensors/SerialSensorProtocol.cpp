@@ -27,7 +27,6 @@ constexpr uint32_t deadLinePause_ms = 100;
 constexpr int flushReadSize = 32;
 constexpr int measurementSize = 4;
 constexpr uint32_t maxMemoryRead = 62; ///< so that text and terminator fit a 64-byte buffer
-constexpr size_t serialDigits = 9;
 
 constexpr size_t modelSize = 8;
 constexpr size_t firmwareAt = 8;
@@ -174,18 +173,6 @@ void parseIdentity(const char* buffer, SENSOR_IDENTITY* identity) {
     identity->sensorSupportedCommands[commandsSize] = '\0';
     identity->sensorPower.max = parseMeasurement(buffer + maxPowerAt);
     identity->sensorPower.min = parseMeasurement(buffer + minPowerAt);
-}
-
-void validateSerialNumber(char* serialNumber, const char* buffer) {
-    size_t length = strnlen(serialNumber, serialDigits);
-    // All nine bytes count, even those past the text's end: intended.
-    for (size_t index = 0; index < serialDigits; ++index) {
-        const char letter = buffer[index];
-        if (letter >= '0' && letter <= '9' && length < serialDigits) {
-            serialNumber[length++] = letter;
-            serialNumber[length] = '\0';
-        }
-    }
 }
 
 bool strContainsList(const char* str, const char* list, uint32_t count) {

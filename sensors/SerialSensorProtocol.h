@@ -43,10 +43,6 @@ float parseMeasurement(const char* buffer);
 /// Positions of the supported commands that hold a blank keep their previous content.
 void parseIdentity(const char* buffer, SENSOR_IDENTITY* identity);
 
-/// Appends the digits among the buffer's first nine bytes to the serial number, which never grows
-/// beyond nine digits. Without a digit nothing is written.
-void validateSerialNumber(char* serialNumber, const char* buffer);
-
 /// True when every one of the first `count` characters of `list` occurs in `str`.
 bool strContainsList(const char* str, const char* list, uint32_t count);
 

@@ -180,11 +180,6 @@ void sendAll(Sending* sending, const SENSOR_CONFIGS& configs) {
     sendGates(sending, configs);
 }
 
-SENSOR_CONFIGS configsOf(USB_HANDLER_DATA_STRUCT* handler) {
-    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
-    return handler->sensorConfigs;
-}
-
 /// A configuration that waits is taken for sending: copied and unmarked together, so that a change
 /// made while it is being sent waits again. False when none waits.
 bool takeForSending(USB_HANDLER_DATA_STRUCT* handler, SENSOR_CONFIGS* configs) {
@@ -387,7 +382,7 @@ bool sensorPortHandler_sendConfigToSensor(USB_HANDLER_DATA_STRUCT* handler) {
 bool usbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler) {
     USBTMC_PARAM_ERRORS errors{};
     Sending sending = {handler, &errors, true};
-    if (configsOf(handler).bSupportsAutoPeriod) {
+    if (UsbSensorRecord_copyConfigs(handler).bSupportsAutoPeriod) {
         const std::array<cmd_type, cwRows.size()> values = {integer(false), integer(false),
                                                             number(cwPeriod_s), number(cwPeriod_s)};
         for (size_t row = 0; row < cwRows.size(); ++row) {
@@ -402,7 +397,7 @@ bool sensorPortHandler_readSensorConfig(USB_HANDLER_DATA_STRUCT* handler) {
     const uint32_t port = sensorUsbHandler_port(handler);
     SENSOR_CONFIGS configs{};
     Reading reading = {handler, true};
-    readAll(&reading, configsOf(handler), &configs);
+    readAll(&reading, UsbSensorRecord_copyConfigs(handler), &configs);
     const ScopedLock lock(sensorPortConfigMutex[port]);
     const bool isRequestWaiting = handler->requestNumber != handler->sendingNumber;
     if (reading.isAlive && !isRequestWaiting) {

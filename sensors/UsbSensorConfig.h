@@ -1,7 +1,7 @@
 #ifndef SENSORS_USB_SENSOR_CONFIG_H
 #define SENSORS_USB_SENSOR_CONFIG_H
 
-#include "UsbSensorHandler.h"
+#include "UsbSensorRecord.h"
 
 #include <atomic>
 

@@ -1,16 +1,15 @@
 #include "UsbSensorHandler.h"
 
-#include "CSimpleTimer.h"
 #include "Configuration.h"
 #include "LogManager.h"
-#include "Numbers.h"
 #include "PulseConfig.h"
-#include "SensorPortHandler.h"
-#include "SerialSensorProtocol.h"
+#include "SensorPortSignals.h"
+#include "SensorRecords.h"
 #include "Threads.h"
 #include "UsbPnPFile.h"
 #include "UsbSensorConfig.h"
 #include "UsbSensorMeasure.h"
+#include "UsbSensorSlots.h"
 
 #include <array>
 #include <cctype>
@@ -20,8 +19,6 @@
 
 namespace {
 
-constexpr float defaultMaxPower_W = 199990.0F;
-constexpr uint32_t settlingPause_ms = 100;
 constexpr uint32_t noDevicePause_ms = 100;
 constexpr uint32_t clearPause_ms = 1000;
 constexpr uint32_t stepPause_ms = 500;
@@ -30,30 +27,6 @@ constexpr uint32_t statusRetries = 25;
 constexpr uint32_t modelRetries = 5;
 constexpr size_t longestModel = 20;
 constexpr size_t shortestModel = 4;
-
-constexpr SENSOR_IDENTITY emptyIdentity() {
-    SENSOR_IDENTITY empty{};
-    empty.sensorPower.max = defaultMaxPower_W;
-    return empty;
-}
-
-/// Records are read by other threads before the handler's thread exists.
-constexpr USB_HANDLER_DATA_STRUCT emptyHandler(int channel) {
-    USB_HANDLER_DATA_STRUCT empty{};
-    empty.usbPort.channelIndex = channel;
-    empty.usbPort.portClosed = true;
-    empty.usbPort.fd = -1;
-    empty.sensorMeasurements = sensorMeasurements_none();
-    empty.sensorIdentity = emptyIdentity();
-    empty.usbtmcConfigureComplete = PTHREAD_COND_INITIALIZER;
-    return empty;
-}
-
-} // namespace
-
-USB_HANDLER_DATA_STRUCT sensorUsbHandlerData[usbSensorCount] = {emptyHandler(0), emptyHandler(1)};
-
-namespace {
 
 /// What a family of models can do. A model that no row names can do everything.
 struct ModelRow {
@@ -81,9 +54,12 @@ size_t trimmedLength(const char* text, size_t longest) {
     return length;
 }
 
+SensorRecords recordsOf(USB_HANDLER_DATA_STRUCT* handler) {
+    return SensorRecords_of(sensorUsbHandler_port(handler), handler);
+}
+
 void setStatus(USB_HANDLER_DATA_STRUCT* handler, SensorStatus status) {
-    const ScopedLock lock(sensorPortInfoMutex[sensorUsbHandler_port(handler)]);
-    handler->sensorStatus.status = status;
+    SensorRecords_setStatus(recordsOf(handler), status);
 }
 
 /// Identification and configuration have finished.
@@ -198,9 +174,7 @@ sensorUsbCommState serialNumberStep(USB_HANDLER_DATA_STRUCT* handler) {
     if (!ask(handler, Q_SYSTEM_SERIAL_NUM, &reply)) {
         return stateUsbStart;
     }
-    const ScopedLock lock(sensorPortInfoMutex[sensorUsbHandler_port(handler)]);
-    handler->serialNumber[0] = '\0';
-    validateSerialNumber(handler->serialNumber, reply.sval);
+    SensorRecords_storeSerialNumber(recordsOf(handler), reply.sval);
     handler->usbtmcSubstate = 2;
     return stateUsbIdent;
 }
@@ -216,14 +190,9 @@ sensorUsbCommState firmwareStep(USB_HANDLER_DATA_STRUCT* handler) {
     return stateUsbIdent;
 }
 
-void logIdentity(const USB_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& identity) {
-    logManager_printToLog(SensorCommunications,
-                          "sensorUsbHandler: port %u: model = %s, firmware = %s, power = %g..%g "
-                          "W\n",
-                          sensorUsbHandler_port(handler), identity.sensorModel,
-                          identity.sensorFirmwareRevision,
-                          static_cast<double>(identity.sensorPower.min),
-                          static_cast<double>(identity.sensorPower.max));
+void storeIdentity(USB_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& identity) {
+    const ScopedLock lock(sensorPortInfoMutex[sensorUsbHandler_port(handler)]);
+    handler->sensorIdentity = identity;
 }
 
 sensorUsbCommState limitsStep(USB_HANDLER_DATA_STRUCT* handler) {
@@ -232,9 +201,8 @@ sensorUsbCommState limitsStep(USB_HANDLER_DATA_STRUCT* handler) {
     if (getMinMaxParameters(handler->usbPort.fd, block.data(), &identity) < 0) {
         return stateUsbStart;
     }
-    const ScopedLock lock(sensorPortInfoMutex[sensorUsbHandler_port(handler)]);
-    handler->sensorIdentity = identity;
-    logIdentity(handler, identity);
+    storeIdentity(handler, identity);
+    SensorRecords_logIdentity(sensorUsbHandler_port(handler), identity);
     return stateUsbGetConfig;
 }
 
@@ -391,7 +359,7 @@ void beginConnection(USB_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     setPortState(handler, sensorPortConnected);
     usbSensorConfig_setServing(handler, true);
     sensorPort_setServedConnection(sensorUsbHandler_port(handler), connection);
-    Thread_sleep_ms(settlingPause_ms);
+    Thread_sleep_ms(sensorSettlingPause_ms);
 }
 
 void endConnection(USB_HANDLER_DATA_STRUCT* handler) {
@@ -412,10 +380,6 @@ void giveUpDevice(USB_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
 
 } // namespace
 
-uint32_t sensorUsbHandler_port(const USB_HANDLER_DATA_STRUCT* handler) {
-    return handler->usbPort.channelIndex == 0 ? sensorPort_USB1 : sensorPort_USB2;
-}
-
 void sensorUsbHandler_initSensorData(USB_HANDLER_DATA_STRUCT* handler, const char* portName) {
     snprintf(handler->usbPort.usbPortName, sizeof handler->usbPort.usbPortName, "%s", portName);
     handler->usbPort.fd = -1;
@@ -424,14 +388,7 @@ void sensorUsbHandler_initSensorData(USB_HANDLER_DATA_STRUCT* handler, const cha
 }
 
 void sensorUsbHandler_resetSensorInformation(USB_HANDLER_DATA_STRUCT* handler) {
-    const uint32_t port = sensorUsbHandler_port(handler);
-    {
-        const ScopedLock lock(sensorPortInfoMutex[port]);
-        handler->sensorIdentity = emptyIdentity();
-        memset(handler->serialNumber, 0, sizeof handler->serialNumber);
-    }
-    const ScopedLock lock(sensorPortMeasureMutex[port]);
-    sensorPortHandler_setMeasurementsToDefault(&handler->sensorMeasurements);
+    SensorRecords_reset(recordsOf(handler));
 }
 
 void sensorUsbHandlerThread(USB_HANDLER_DATA_STRUCT* handler) {

@@ -1,9 +1,9 @@
 #include "UsbSensorMeasure.h"
 
 #include "CSimpleTimer.h"
-#include "LogManager.h"
 #include "Numbers.h"
 #include "SensorPortSignals.h"
+#include "SensorRecords.h"
 #include "Threads.h"
 
 namespace {
@@ -139,21 +139,6 @@ void fetchPulse(Handler* handler) {
     fetchInto(handler, Q_FETCH_DUTY_CYCLE, &SENSOR_MEASUREMENTS::dutyCycleVal);
 }
 
-SENSOR_CONFIGS configsOf(Handler* handler) {
-    const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
-    return handler->sensorConfigs;
-}
-
-void finishCycle(Handler* handler) {
-    const uint32_t finish = getTime_ms();
-    handler->finish_time_ms = finish;
-    // Both times come from a 32-bit clock that wraps, so the difference is taken in 32 bits.
-    handler->measCycle_time_ms = finish - static_cast<uint32_t>(handler->start_time_ms);
-    logManager_printToLog(SensorCommunications,
-                          "sensorUsbHandler: port %u: measuring cycle = %.0f ms\n",
-                          sensorUsbHandler_port(handler), handler->measCycle_time_ms);
-}
-
 } // namespace
 
 sensorUsbCommState usbSensorMeasure_init(Handler* handler) {
@@ -190,12 +175,13 @@ sensorUsbCommState usbSensorMeasure_cw(Handler* handler) {
     if (!handler->sensorPulseModeEnabled) {
         signalIfNew(handler);
     }
-    finishCycle(handler);
+    handler->measCycle_time_ms =
+        SensorRecords_endCycle(port, handler->start_time_ms, &handler->finish_time_ms);
     return isRead ? stateUsbPulseMeasure : stateUsbStart;
 }
 
 sensorUsbCommState usbSensorMeasure_pulse(Handler* handler) {
-    const SENSOR_CONFIGS configs = configsOf(handler);
+    const SENSOR_CONFIGS configs = UsbSensorRecord_copyConfigs(handler);
     if ((handler->sensorMeasurements.questionable & pulseInvalidBit) != 0) {
         zeroPulseValues(handler, configs.bSupportsTriggeredGates);
     } else {

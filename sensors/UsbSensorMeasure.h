@@ -1,7 +1,7 @@
 #ifndef SENSORS_USB_SENSOR_MEASURE_H
 #define SENSORS_USB_SENSOR_MEASURE_H
 
-#include "UsbSensorHandler.h"
+#include "UsbSensorRecord.h"
 
 /// The measuring states of a USB sensor's handler: each runs its state's step and returns the state
 /// that follows. Handler's thread.

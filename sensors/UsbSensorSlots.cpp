@@ -20,7 +20,7 @@ struct UsbSlot {
 
 /// Taken inside no other lock but the sensor manager's, and around none but a port's.
 pthread_mutex_t slotMutex = PTHREAD_MUTEX_INITIALIZER;
-std::array<UsbSlot, usbSlotCount> slots = {{{{}, -1, 0, 0, false}, {{}, -1, 0, 0, false}}};
+std::array<UsbSlot, usbSensorCount> slots = {{{{}, -1, 0, 0, false}, {{}, -1, 0, 0, false}}};
 
 bool hasName(const UsbSlot& slot) {
     return slot.name[0] != '\0';
@@ -77,12 +77,12 @@ void usbSlot_release(const char* name) {
 
 bool usbSlot_isOpen(uint32_t slot) {
     const ScopedLock lock(slotMutex);
-    return slot < usbSlotCount && hasName(slots[slot]);
+    return slot < usbSensorCount && hasName(slots[slot]);
 }
 
 UsbSlotLoss usbSlot_getLoss(uint32_t slot, char* name, uint32_t size) {
     const ScopedLock lock(slotMutex);
-    if (slot >= usbSlotCount || !slots[slot].isLost || !hasName(slots[slot])) {
+    if (slot >= usbSensorCount || !slots[slot].isLost || !hasName(slots[slot])) {
         return UsbSlotLoss::none;
     }
     snprintf(name, size, "%s", slots[slot].name.data());
@@ -92,14 +92,14 @@ UsbSlotLoss usbSlot_getLoss(uint32_t slot, char* name, uint32_t size) {
 
 void usbSlot_offerAgain(uint32_t slot, int fd) {
     const ScopedLock lock(slotMutex);
-    if (slot < usbSlotCount) {
+    if (slot < usbSensorCount) {
         setDevice(&slots[slot], fd);
     }
 }
 
 void usbSlot_forgetLoss(uint32_t slot) {
     const ScopedLock lock(slotMutex);
-    if (slot < usbSlotCount) {
+    if (slot < usbSensorCount) {
         slots[slot].isLost = false;
     }
 }

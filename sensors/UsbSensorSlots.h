@@ -8,8 +8,6 @@
 /// closes them. Detection only requests that. So no call ever reaches a descriptor number that has
 /// been given to another file. Slots are 0 and 1; all functions lock for copying only.
 
-constexpr uint32_t usbSlotCount = 2;
-
 // For detection.
 
 /// True when a slot has this node open.

@@ -1,5 +1,6 @@
 // What a serial sensor replies: any bytes give a terminated identity, nine digits at most, and
 // numbers.
+#include "SensorRecords.h"
 #include "SerialSensorProtocol.h"
 
 #include <algorithm>

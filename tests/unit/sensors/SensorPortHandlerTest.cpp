@@ -1,5 +1,6 @@
 #include "SensorPortHandler.h"
 
+#include "SensorRecords.h"
 #include "SerialSensorHandler.h"
 #include "Threads.h"
 

@@ -2,6 +2,7 @@
 
 #include "Channel.h"
 #include "CvrtFloat.h"
+#include "SensorRecords.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
