@@ -53,8 +53,6 @@ struct gtkPowerDisplay_PulseState {
     rfPowerScale powerScale;
 };
 
-constexpr uint32_t pulseStateCount = 4;
-
 struct CGTKPowerDisplay {
     uint32_t sensorChannel; ///< SensorPort
     uint32_t displayIndex;  ///< 0 upper, 1 lower

@@ -82,9 +82,7 @@ void sensorPortHandler_loadSensorConfig(SENSOR_CONFIGS* configs) {
                    pulseConfigFileName.data(), errno, strerror(errno));
         setPulseSensorConfig(&loaded);
     }
-    loaded.bSupportsAutoPeriod = configs->bSupportsAutoPeriod;
-    loaded.bSupportsAutoTiggerLevel = configs->bSupportsAutoTiggerLevel;
-    loaded.bSupportsTriggeredGates = configs->bSupportsTriggeredGates;
+    SensorConfigs_takeCapabilities(&loaded, *configs);
     *configs = loaded;
 }
 

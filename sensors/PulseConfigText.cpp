@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr uint8_t stateCount = 4;
-
 using NumberOf = double (*)(const SENSOR_CONFIGS&);
 using TakeNumber = void (*)(SENSOR_CONFIGS&, double);
 
@@ -62,7 +60,8 @@ constexpr std::array<MemberRow, 10> membersBeforeStates = {{
     byteRow<&SENSOR_CONFIGS::numStates>("numStates"),
 }};
 
-constexpr std::array<const char*, stateCount> stateKeys = {"state1", "state2", "state3", "state4"};
+constexpr std::array<const char*, pulseStateCount> stateKeys = {"state1", "state2", "state3",
+                                                                "state4"};
 
 constexpr std::array<MemberRow, 2> membersAfterStates = {{
     floatRow<&SENSOR_CONFIGS::gateBegin>("gateBegin"),
@@ -85,7 +84,7 @@ SENSOR_CONFIGS configsFrom(const json_t* object) {
         row.set(configs, numberAt(object, row.key));
     }
     // More states than there are would lead readers beyond the table.
-    configs.numStates = std::min(configs.numStates, stateCount);
+    configs.numStates = std::min<uint8_t>(configs.numStates, pulseStateCount);
     for (size_t state = 0; state < stateKeys.size(); ++state) {
         configs.pulseStates[state] = stateFrom(json_object_get(object, stateKeys[state]));
     }

@@ -4,6 +4,7 @@
 #include "PulseConfigUnits.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -12,7 +13,6 @@ namespace {
 
 constexpr double largestGateDelay_s = 0.0009;
 constexpr double microsecondsPerSecond = 1000000.0;
-constexpr uint32_t mostStates = 4;
 constexpr float unusedStateEnd_s = 0.001F;
 
 [[gnu::format(printf, 2, 0)]] void writeMessage(PulseConfigFailure* failure, const char* format,
@@ -37,50 +37,54 @@ bool isWithin(double value, double min, double max) {
     return !less(value, min) && !greater(value, max);
 }
 
-bool checkFrequency(const SENSOR_CONFIGS& config, const PULSE_RANGES& range,
-                    PulseConfigFailure* failure) {
-    const double min = range.min;
-    const double max = range.max;
-    return config.bAutoFrequency || isWithin(config.freqVal, min, max) ||
-           fail(failure, PulseConfigField::frequency, 0,
-                "The frequency value must be between %f and %f Hz.", min, max);
+/// A number that has to be within the sensor's limits.
+struct LimitRow {
+    PulseConfigField field;
+    const char* words;
+    const char* unit;
+    bool SENSOR_CONFIGS::*isAutomatic; ///< then the number does not count; null: it always does
+    float SENSOR_CONFIGS::*value;
+    PULSE_RANGES SENSOR_IDENTITY::*range;
+    bool isFromZero; ///< instead of the range's minimum
+};
+
+/// In the order of their checks.
+constexpr std::array<LimitRow, 4> limitRows = {{
+    {PulseConfigField::frequency, "frequency", "Hz", &SENSOR_CONFIGS::bAutoFrequency,
+     &SENSOR_CONFIGS::freqVal, &SENSOR_IDENTITY::sensorFrequency, false},
+    {PulseConfigField::period, "pulse period", "s", &SENSOR_CONFIGS::bAutoPeriod,
+     &SENSOR_CONFIGS::prdVal, &SENSOR_IDENTITY::sensorPulsePeriod, false},
+    {PulseConfigField::level, "trigger level", "W", &SENSOR_CONFIGS::bAutoTriggerLevel,
+     &SENSOR_CONFIGS::trigLevelVal, &SENSOR_IDENTITY::sensorPower, true},
+    {PulseConfigField::delay, "trigger delay", "s", nullptr, &SENSOR_CONFIGS::trigDelayVal,
+     &SENSOR_IDENTITY::sensorTriggerDelay, false},
+}};
+constexpr const LimitRow& frequencyRow = limitRows[0];
+
+bool failLimits(PulseConfigFailure* failure, PulseConfigField field, const char* words, double min,
+                double max, const char* unit) {
+    return fail(failure, field, 0, "The %s value must be between %f and %f %s.", words, min, max,
+                unit);
 }
 
-bool checkPeriod(const SENSOR_CONFIGS& config, const PULSE_RANGES& range,
+bool checkLimits(const LimitRow& row, const SENSOR_CONFIGS& config, const SENSOR_IDENTITY& limits,
                  PulseConfigFailure* failure) {
-    const double min = range.min;
+    const PULSE_RANGES& range = limits.*row.range;
+    const double min = row.isFromZero ? 0.0 : static_cast<double>(range.min);
     const double max = range.max;
-    return config.bAutoPeriod || isWithin(config.prdVal, min, max) ||
-           fail(failure, PulseConfigField::period, 0,
-                "The pulse period value must be between %f and %f s.", min, max);
-}
-
-bool checkLevel(const SENSOR_CONFIGS& config, const PULSE_RANGES& range,
-                PulseConfigFailure* failure) {
-    const double max = range.max;
-    return config.bAutoTriggerLevel || isWithin(config.trigLevelVal, 0.0, max) ||
-           fail(failure, PulseConfigField::level, 0,
-                "The trigger level value must be between %f and %f W.", 0.0, max);
-}
-
-bool checkDelay(const SENSOR_CONFIGS& config, const PULSE_RANGES& range,
-                PulseConfigFailure* failure) {
-    const double min = range.min;
-    const double max = range.max;
-    return isWithin(config.trigDelayVal, min, max) ||
-           fail(failure, PulseConfigField::delay, 0,
-                "The trigger delay value must be between %f and %f s.", min, max);
+    const bool isAutomatic = row.isAutomatic != nullptr && config.*row.isAutomatic;
+    return isAutomatic || isWithin(config.*row.value, min, max) ||
+           failLimits(failure, row.field, row.words, min, max, row.unit);
 }
 
 bool checkGate(const SENSOR_CONFIGS& config, PulseConfigFailure* failure) {
     constexpr double largest_us = largestGateDelay_s * microsecondsPerSecond;
     if (!isWithin(config.gateBegin, 0.0, largestGateDelay_s)) {
-        return fail(failure, PulseConfigField::gateBegin, 0,
-                    "The gate begin delay value must be between %f and %f us.", 0.0, largest_us);
+        return failLimits(failure, PulseConfigField::gateBegin, "gate begin delay", 0.0, largest_us,
+                          "us");
     }
     return isWithin(config.gateEnd, -largestGateDelay_s, 0.0) ||
-           fail(failure, PulseConfigField::gateEnd, 0,
-                "The gate end delay value must be between %f and %f us.", -largest_us, 0.0);
+           failLimits(failure, PulseConfigField::gateEnd, "gate end delay", -largest_us, 0.0, "us");
 }
 
 /// One state against the longest period.
@@ -105,7 +109,7 @@ bool checkState(const PULSE_STATE_INTVL& state, uint32_t index, double longest_s
 }
 
 uint32_t stateCountOf(const SENSOR_CONFIGS& config) {
-    return std::min<uint32_t>(config.numStates, mostStates);
+    return std::min<uint32_t>(config.numStates, pulseStateCount);
 }
 
 bool checkEachState(const SENSOR_CONFIGS& config, double longest_s, PulseConfigFailure* failure) {
@@ -118,7 +122,7 @@ bool checkEachState(const SENSOR_CONFIGS& config, double longest_s, PulseConfigF
 }
 
 void resetUnusedStates(SENSOR_CONFIGS* config) {
-    for (uint32_t i = stateCountOf(*config); i < mostStates; ++i) {
+    for (uint32_t i = stateCountOf(*config); i < pulseStateCount; ++i) {
         config->pulseStates[i].begin = 0.0F;
         config->pulseStates[i].end = unusedStateEnd_s;
     }
@@ -152,15 +156,15 @@ bool checkStates(SENSOR_CONFIGS* config, double longest_s, double typedPeriod_s,
 
 bool PulseConfigValidation_check3163(const SENSOR_CONFIGS& config, const SENSOR_IDENTITY& limits,
                                      PulseConfigFailure* failure) {
-    return checkFrequency(config, limits.sensorFrequency, failure) && checkGate(config, failure);
+    return checkLimits(frequencyRow, config, limits, failure) && checkGate(config, failure);
 }
 
 bool PulseConfigValidation_check3164(SENSOR_CONFIGS* config, const SENSOR_IDENTITY& limits,
                                      double typedPeriod_s, PulseConfigFailure* failure) {
-    if (!checkFrequency(*config, limits.sensorFrequency, failure) ||
-        !checkPeriod(*config, limits.sensorPulsePeriod, failure) ||
-        !checkLevel(*config, limits.sensorPower, failure) ||
-        !checkDelay(*config, limits.sensorTriggerDelay, failure)) {
+    const auto isWithinLimits = [&](const LimitRow& row) {
+        return checkLimits(row, *config, limits, failure);
+    };
+    if (!std::all_of(limitRows.begin(), limitRows.end(), isWithinLimits)) {
         return false;
     }
     if (!config->bModelIsTriggeredGates) {

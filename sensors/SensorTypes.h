@@ -62,6 +62,9 @@ struct CONNECTED_SENSORS {
     bool promptForlogicalChannel;    ///< the user must be asked for a channel
 };
 
+/// Measurement states of a pulse.
+constexpr uint32_t pulseStateCount = 4;
+
 struct PULSE_STATES {
     float min;  ///< W
     float max;  ///< W
@@ -79,7 +82,7 @@ struct SENSOR_MEASUREMENTS {
     float prfVal;       ///< Hz
     float widthVal;     ///< s
     float dutyCycleVal; ///< percent
-    PULSE_STATES pulseStates[4];
+    PULSE_STATES pulseStates[pulseStateCount];
     float gateMean; ///< W
     float gateMax;  ///< W
     float gateMin;  ///< W
@@ -113,12 +116,12 @@ struct SENSOR_IDENTITY {
     char sensorModel[21];
     char sensorFirmwareRevision[49];
     char sensorSupportedCommands[17];
-    PULSE_RANGES sensorPower;          ///< W
-    PULSE_RANGES sensorPrf;            ///< Hz
-    PULSE_RANGES sensorFrequency;      ///< Hz
-    PULSE_RANGES sensorPulsePeriod;    ///< s
-    PULSE_RANGES sensorTriggerDelay;   ///< s
-    PULSE_DELAY_RANGES pulseStates[4]; ///< s
+    PULSE_RANGES sensorPower;                        ///< W
+    PULSE_RANGES sensorPrf;                          ///< Hz
+    PULSE_RANGES sensorFrequency;                    ///< Hz
+    PULSE_RANGES sensorPulsePeriod;                  ///< s
+    PULSE_RANGES sensorTriggerDelay;                 ///< s
+    PULSE_DELAY_RANGES pulseStates[pulseStateCount]; ///< s
 };
 
 /// Digits of a sensor's serial number and their terminator.
@@ -144,10 +147,18 @@ struct SENSOR_CONFIGS {
     float trigDelayVal; ///< s
     uint8_t trigSlope;  ///< 1 = positive
     bool bModelIsTriggeredGates;
-    PULSE_STATE_INTVL pulseStates[4];
+    PULSE_STATE_INTVL pulseStates[pulseStateCount];
     uint8_t numStates;
     float gateBegin; ///< s
     float gateEnd;   ///< s
 };
+
+/// Gives a configuration the capability flags of another one.
+constexpr void SensorConfigs_takeCapabilities(SENSOR_CONFIGS* configs,
+                                              const SENSOR_CONFIGS& source) {
+    configs->bSupportsAutoPeriod = source.bSupportsAutoPeriod;
+    configs->bSupportsAutoTiggerLevel = source.bSupportsAutoTiggerLevel;
+    configs->bSupportsTriggeredGates = source.bSupportsTriggeredGates;
+}
 
 #endif

@@ -11,9 +11,7 @@
 
 namespace {
 
-constexpr float hzPerMHz = 1e6F;
 constexpr float cwPeriod_s = 0.01F;
-constexpr uint32_t stateCount = 4;
 
 /// What is said when a setting fails. "%d" stands for the number of a measurement state.
 struct SettingRow {
@@ -151,7 +149,7 @@ void sendTrigger(Sending* sending, const SENSOR_CONFIGS& configs) {
 }
 
 void sendStates(Sending* sending, const SENSOR_CONFIGS& configs) {
-    for (uint32_t state = 0; state < stateCount; ++state) {
+    for (uint32_t state = 0; state < pulseStateCount; ++state) {
         const PULSE_STATE_INTVL& interval = configs.pulseStates[state];
         if (interval.bEnabled) {
             send(sending, C_CALCULATE_STATE1_BEGIN, number(interval.begin), state);
@@ -244,7 +242,7 @@ qry_type askState(Reading* reading, sensor_qry_e first, uint32_t state, const ch
 }
 
 void readStates(Reading* reading, SENSOR_CONFIGS* configs) {
-    for (uint32_t state = 0; state < stateCount; ++state) {
+    for (uint32_t state = 0; state < pulseStateCount; ++state) {
         PULSE_STATE_INTVL& interval = configs->pulseStates[state];
         interval.bEnabled = askState(reading, Q_CALCULATE_STATE1_EN, state, "enable").ival != 0;
         interval.begin = askState(reading, Q_CALCULATE_STATE1_BEGIN, state, "begin").fval;
@@ -264,9 +262,7 @@ void readTrigger(Reading* reading, SENSOR_CONFIGS* configs) {
 }
 
 void readAll(Reading* reading, const SENSOR_CONFIGS& present, SENSOR_CONFIGS* configs) {
-    configs->bSupportsAutoPeriod = present.bSupportsAutoPeriod;
-    configs->bSupportsAutoTiggerLevel = present.bSupportsAutoTiggerLevel;
-    configs->bSupportsTriggeredGates = present.bSupportsTriggeredGates;
+    SensorConfigs_takeCapabilities(configs, present);
     if (configs->bSupportsAutoPeriod) {
         readPeriod(reading, configs);
     }
@@ -317,9 +313,7 @@ USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& con
         return gone;
     }
     SENSOR_CONFIGS wanted = config;
-    wanted.bSupportsAutoPeriod = handler->sensorConfigs.bSupportsAutoPeriod;
-    wanted.bSupportsAutoTiggerLevel = handler->sensorConfigs.bSupportsAutoTiggerLevel;
-    wanted.bSupportsTriggeredGates = handler->sensorConfigs.bSupportsTriggeredGates;
+    SensorConfigs_takeCapabilities(&wanted, handler->sensorConfigs);
     handler->sensorConfigs = wanted;
     handler->newConfig = true;
     const uint32_t request = ++handler->requestNumber;

@@ -8,12 +8,10 @@
 
 namespace {
 
-constexpr float hzPerMHz = 1e6F;
 constexpr float microsecondsPerSecond = 1e6F;
 constexpr int errorQueueBit = 4;
 constexpr int questionableBit = 8;
 constexpr int pulseInvalidBit = 0x200; ///< of the questionable register: no pulse was found
-constexpr uint32_t stateCount = 4;
 
 using Handler = USB_HANDLER_DATA_STRUCT;
 
@@ -94,7 +92,7 @@ void zeroPulseValues(Handler* handler, bool hasStates) {
           &SENSOR_MEASUREMENTS::gateMin}) {
         measurements.*field = 0.0F;
     }
-    for (uint32_t state = 0; hasStates && state < stateCount; ++state) {
+    for (uint32_t state = 0; hasStates && state < pulseStateCount; ++state) {
         measurements.pulseStates[state] = {};
     }
 }
@@ -117,7 +115,7 @@ void fetchState(Handler* handler, uint32_t state) {
 }
 
 void fetchStates(Handler* handler) {
-    for (uint32_t state = 0; state < stateCount; ++state) {
+    for (uint32_t state = 0; state < pulseStateCount; ++state) {
         float isEnabled = 0.0F;
         if (fetch(handler, sensor_qry_ofState(Q_CALCULATE_STATE1_EN, state), &isEnabled) &&
             isEnabled != 0.0F) {

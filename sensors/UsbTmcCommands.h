@@ -7,6 +7,9 @@
 /// What a USB sensor understands: its commands and queries, as two tables that are indexed by their
 /// identifiers.
 
+/// Frequencies go over the wire in megahertz.
+constexpr float hzPerMHz = 1e6F;
+
 enum sensor_qry_e : uint32_t {
     Q_COMMON_STB = 0,
     Q_OPERATION_COMPLETE = 1,
