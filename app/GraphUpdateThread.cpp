@@ -18,7 +18,7 @@ void sampleSlot(uint32_t slot, uint32_t detectedSensors, SENSOR_MEASUREMENTS* fe
     if (port == sensorPort_None || sensorPortHandler_getSensorStatus(port).status != isReady) {
         return;
     }
-    if ((detectedSensors & sensorPort_bit(port)) != 0) {
+    if ((detectedSensors & SensorPort_bit(port)) != 0) {
         *fetched = sensorPortHandler_getSensorMeasurements(port);
     }
     const float power_W =

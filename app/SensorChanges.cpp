@@ -13,7 +13,7 @@ constexpr std::array<uint32_t, sensorPortCount> portOrder = {
     sensorPort_USB1, sensorPort_USB2, sensorPort_Serial1, sensorPort_Serial2};
 
 bool isIn(uint32_t portBits, uint32_t port) {
-    return (portBits & sensorPort_bit(port)) != 0;
+    return (portBits & SensorPort_bit(port)) != 0;
 }
 
 /// True when a port is shown on another display than its channel's.
@@ -32,7 +32,7 @@ void moveMisplacedSensors() {
     uint32_t moved = 0;
     for (const uint32_t port : portOrder) {
         if (isMisplaced(port)) {
-            moved |= sensorPort_bit(port);
+            moved |= SensorPort_bit(port);
             CSensorDisplayFSM_disconnect(port);
         }
     }

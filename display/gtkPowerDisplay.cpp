@@ -382,7 +382,7 @@ void CGTKPowerDisplay_updateMeasurements(CGTKPowerDisplay* display,
                                          const SENSOR_MEASUREMENTS& measurements) {
     CGTKPowerDisplay_logMeasurements(measurements);
     CGTKPowerDisplay_updateLines(display);
-    setWidgetVisible(display->pGridAttr, sensorPort_isUsb(display->sensorChannel));
+    setWidgetVisible(display->pGridAttr, SensorPort_isUsb(display->sensorChannel));
     const float fwd_W = measurements.fwdPwrVal;
     const float rfl_W = measurements.rflPwrVal;
     if (std::isnan(fwd_W) || std::isnan(rfl_W)) {

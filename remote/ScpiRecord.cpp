@@ -67,7 +67,7 @@ void takeOver(SCPI_S* record, size_t channel, const ChannelOwner& owner, SensorI
     if (!(owners[channel] == owner)) {
         owners[channel] = owner;
         record->configs[channel].state = NotInitialized;
-        record->measurements[channel] = sensorMeasurements_none();
+        record->measurements[channel] = SensorMeasurements_none();
     }
 }
 
@@ -92,7 +92,7 @@ void initScpiParser() {
     record->newLan.method = 0;
     for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
         owners[channel] = noOwner;
-        record->measurements[channel] = sensorMeasurements_none();
+        record->measurements[channel] = SensorMeasurements_none();
     }
     scpi = record;
 }
@@ -158,7 +158,7 @@ ScpiChannelState scpi_channelState(size_t channel) {
 SENSOR_MEASUREMENTS scpi_measurements(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
-        return sensorMeasurements_none();
+        return SensorMeasurements_none();
     }
     const ScopedLock lock(record->lock);
     return record->measurements[channel];

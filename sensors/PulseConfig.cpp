@@ -52,7 +52,7 @@ void sensorPortHandler_setPulseConfigFile(const char* path) {
 void getPulseSensorConfig(SENSOR_CONFIGS* configs) {
     errno = 0;
     const auto text = File_readWhole(pulseConfigFileName.data(), largestFile);
-    const auto read = text.has_value() ? pulseConfigText_parse(*text) : std::nullopt;
+    const auto read = text.has_value() ? PulseConfigText_parse(*text) : std::nullopt;
     if (!read.has_value()) {
         DIAGNOSTIC("Error: Attempt to read the pulse sensor configuration file (%s) failed with "
                    "errno = %d (%s).\n",
@@ -62,7 +62,7 @@ void getPulseSensorConfig(SENSOR_CONFIGS* configs) {
 }
 
 void setPulseSensorConfig(const SENSOR_CONFIGS* configs) {
-    const std::string text = pulseConfigText_compose(*configs);
+    const std::string text = PulseConfigText_compose(*configs);
     createDirectory();
     if (text.empty() || !File_replace(pulseConfigFileName.data(), text)) {
         const int error = text.empty() ? EINVAL : errno; // a value such as NaN has no spelling

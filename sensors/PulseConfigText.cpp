@@ -126,7 +126,7 @@ bool fillObject(json_t* object, const SENSOR_CONFIGS& configs) {
 
 } // namespace
 
-std::optional<SENSOR_CONFIGS> pulseConfigText_parse(std::string_view text) {
+std::optional<SENSOR_CONFIGS> PulseConfigText_parse(std::string_view text) {
     const ScopedNumberLocale numbers;
     json_t* value =
         json_loadb(text.data(), text.size(), JSON_DECODE_ANY | JSON_DECODE_INT_AS_REAL, nullptr);
@@ -138,7 +138,7 @@ std::optional<SENSOR_CONFIGS> pulseConfigText_parse(std::string_view text) {
     return configs;
 }
 
-std::string pulseConfigText_compose(const SENSOR_CONFIGS& configs) {
+std::string PulseConfigText_compose(const SENSOR_CONFIGS& configs) {
     std::string text;
     json_t* object = json_object();
     if (fillObject(object, configs)) {

@@ -11,9 +11,9 @@
 
 /// Takes a text apart: a missing key, or one of another type, reads as 0, and so does a number that
 /// its field cannot hold; there are at most four states. Nothing for a text that is not JSON.
-std::optional<SENSOR_CONFIGS> pulseConfigText_parse(std::string_view text);
+std::optional<SENSOR_CONFIGS> PulseConfigText_parse(std::string_view text);
 
 /// The text of a record; empty when it has a value that JSON cannot hold (NaN).
-std::string pulseConfigText_compose(const SENSOR_CONFIGS& configs);
+std::string PulseConfigText_compose(const SENSOR_CONFIGS& configs);
 
 #endif

@@ -9,7 +9,7 @@ CONNECTED_SENSORS SensorDetect_getConnectedSensors(const CONNECTED_SENSORS& prev
     CONNECTED_SENSORS record{};
     for (const uint32_t port : {sensorPort_Serial1, sensorPort_Serial2}) {
         if (pollI2CCurrentMonitor(port)) {
-            record.detectedSensors |= sensorPort_bit(port);
+            record.detectedSensors |= SensorPort_bit(port);
         }
     }
     pollUsbTmcMonitor(&record);

@@ -63,8 +63,8 @@ bool admitLocked(uint32_t port) {
     if (slot == nullptr) {
         return false;
     }
-    gSensors->sensor[port] = {sensorPort_isUsb(port), sensorActive, port, sensorLogicalNoChannel,
-                              sensorPort_bit(port)};
+    gSensors->sensor[port] = {SensorPort_isUsb(port), sensorActive, port, sensorLogicalNoChannel,
+                              SensorPort_bit(port)};
     *slot = &gSensors->sensor[port];
     ++admissionNumbers[port];
     sensorPortHandler_setIsConnected(port, true);
@@ -77,7 +77,7 @@ bool removeMissingLocked(const CONNECTED_SENSORS& record) {
     const uint32_t missing = gSensors->connectedSensors.detectedSensors & ~record.detectedSensors;
     bool hasChanged = false;
     for (const uint32_t port : removalOrder) {
-        if ((missing & sensorPort_bit(port)) != 0) {
+        if ((missing & SensorPort_bit(port)) != 0) {
             removeLocked(port);
             hasChanged = true;
         }
@@ -91,7 +91,7 @@ bool admitNewLocked(CONNECTED_SENSORS* record) {
     const uint32_t added = record->detectedSensors & ~gSensors->connectedSensors.detectedSensors;
     bool hasChanged = false;
     for (const uint32_t port : admissionOrder) {
-        const uint32_t bit = sensorPort_bit(port);
+        const uint32_t bit = SensorPort_bit(port);
         if ((added & bit) == 0) {
             continue;
         }

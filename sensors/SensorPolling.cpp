@@ -71,7 +71,7 @@ bool openNode(const char* name) {
                               strerror(errno));
         return false;
     }
-    if (!usbSlot_offer(name, fd)) {
+    if (!UsbSensorSlots_offer(name, fd)) {
         UsbTmcPort_Close(fd);
     }
     return true;
@@ -79,10 +79,10 @@ bool openNode(const char* name) {
 
 bool pollNode(const char* name) {
     if (access(name, F_OK) != 0) {
-        usbSlot_release(name);
+        UsbSensorSlots_release(name);
         return true;
     }
-    return usbSlot_hasNode(name) || openNode(name);
+    return UsbSensorSlots_hasNode(name) || openNode(name);
 }
 
 /// A handler that found its device gone while the node is still there gets it anew: a sensor that
@@ -90,7 +90,7 @@ bool pollNode(const char* name) {
 /// its port is connected again. False when the device cannot be opened.
 bool recoverSlot(uint32_t slot) {
     std::array<char, 32> name{};
-    const UsbSlotLoss loss = usbSlot_getLoss(slot, name.data(), name.size());
+    const UsbSlotLoss loss = UsbSensorSlots_getLoss(slot, name.data(), name.size());
     if (loss == UsbSlotLoss::none) {
         return true;
     }
@@ -99,9 +99,9 @@ bool recoverSlot(uint32_t slot) {
         if (fd < 0) {
             return false;
         }
-        usbSlot_offerAgain(slot, fd);
+        UsbSensorSlots_offerAgain(slot, fd);
     }
-    usbSlot_forgetLoss(slot);
+    UsbSensorSlots_forgetLoss(slot);
     if (SensorManager_IsSensorActive(sensorPort_USB1 + slot)) {
         sensorPortHandler_setIsConnected(sensorPort_USB1 + slot, true);
     }
@@ -158,8 +158,8 @@ void pollUsbTmcMonitor(CONNECTED_SENSORS* record) {
         }
     }
     for (uint32_t slot = 0; slot < usbSensorCount; ++slot) {
-        if (usbSlot_isOpen(slot)) {
-            record->detectedSensors |= sensorPort_bit(sensorPort_USB1 + slot);
+        if (UsbSensorSlots_isOpen(slot)) {
+            record->detectedSensors |= SensorPort_bit(sensorPort_USB1 + slot);
         }
     }
 }

@@ -18,7 +18,7 @@ SensorRecords recordsOfPort(uint32_t port) {
     if (port < serialSensorCount) {
         return SensorRecords_of(port, &sensorSerialHandlerData[port]);
     }
-    return sensorPort_isUsb(port)
+    return SensorPort_isUsb(port)
                ? SensorRecords_of(port, &sensorUsbHandlerData[port - sensorPort_USB1])
                : SensorRecords{};
 }
@@ -78,7 +78,7 @@ void sensorPortHandler_createAll() {
 
 SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port) {
     const SensorRecords records = recordsOfPort(port);
-    if (records.status == nullptr || !sensorPort_isServed(port)) {
+    if (records.status == nullptr || !SensorPortSignals_isServed(port)) {
         return {};
     }
     const ScopedLock lock(sensorPortInfoMutex[port]);
@@ -88,7 +88,7 @@ SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port) {
 SENSOR_MEASUREMENTS sensorPortHandler_getSensorMeasurements(uint32_t port) {
     const SensorRecords records = recordsOfPort(port);
     if (records.measurements == nullptr) {
-        return sensorMeasurements_none();
+        return SensorMeasurements_none();
     }
     const ScopedLock lock(sensorPortMeasureMutex[port]);
     return *records.measurements;
@@ -119,7 +119,7 @@ void sensorPortHandler_getSensorInformation(uint32_t port, SENSOR_IDENTITY* iden
 
 void sensorPortHandler_getSensorConfigs(SENSOR_CONFIGS* configs, uint32_t port) {
     *configs = {};
-    if (sensorPort_isUsb(port)) {
+    if (SensorPort_isUsb(port)) {
         const ScopedLock lock(sensorPortConfigMutex[port]);
         *configs = sensorUsbHandlerData[port - sensorPort_USB1].sensorConfigs;
     }

@@ -57,7 +57,7 @@ bool sensorPortHandler_getIsConnected(uint32_t port) {
     return sensorIsConnected[port];
 }
 
-uint32_t sensorPort_waitUntilConnected(uint32_t port) {
+uint32_t SensorPortSignals_waitUntilConnected(uint32_t port) {
     const ScopedLock lock(sensorPortMutex[port]);
     while (!sensorIsConnected[port]) {
         pthread_cond_wait(&connections[port].changed, &sensorPortMutex[port]);
@@ -65,7 +65,7 @@ uint32_t sensorPort_waitUntilConnected(uint32_t port) {
     return connections[port].number;
 }
 
-uint32_t sensorPort_waitUntilConnectedOrWoken(uint32_t port) {
+uint32_t SensorPortSignals_waitUntilConnectedOrWoken(uint32_t port) {
     const ScopedLock lock(sensorPortMutex[port]);
     Connection& connection = connections[port];
     while (!sensorIsConnected[port] && !connection.isWoken) {
@@ -75,7 +75,7 @@ uint32_t sensorPort_waitUntilConnectedOrWoken(uint32_t port) {
     return sensorIsConnected[port] ? connection.number : 0;
 }
 
-void sensorPort_wake(uint32_t port) {
+void SensorPortSignals_wake(uint32_t port) {
     if (port >= sensorPortCount) {
         return;
     }
@@ -84,7 +84,7 @@ void sensorPort_wake(uint32_t port) {
     pthread_cond_broadcast(&connections[port].changed);
 }
 
-bool sensorPort_isSameConnection(uint32_t port, uint32_t connection) {
+bool SensorPortSignals_isSameConnection(uint32_t port, uint32_t connection) {
     if (port >= sensorPortCount) {
         return false;
     }
@@ -92,7 +92,7 @@ bool sensorPort_isSameConnection(uint32_t port, uint32_t connection) {
     return sensorIsConnected[port] && connections[port].number == connection;
 }
 
-bool sensorPort_endConnection(uint32_t port, uint32_t connection) {
+bool SensorPortSignals_endConnection(uint32_t port, uint32_t connection) {
     if (port >= sensorPortCount) {
         return false;
     }
@@ -104,7 +104,7 @@ bool sensorPort_endConnection(uint32_t port, uint32_t connection) {
     return true;
 }
 
-void sensorPort_setServedConnection(uint32_t port, uint32_t connection) {
+void SensorPortSignals_setServedConnection(uint32_t port, uint32_t connection) {
     if (port >= sensorPortCount) {
         return;
     }
@@ -112,7 +112,7 @@ void sensorPort_setServedConnection(uint32_t port, uint32_t connection) {
     connections[port].served = connection;
 }
 
-bool sensorPort_isServed(uint32_t port) {
+bool SensorPortSignals_isServed(uint32_t port) {
     if (port >= sensorPortCount) {
         return false;
     }
@@ -120,20 +120,20 @@ bool sensorPort_isServed(uint32_t port) {
     return sensorIsConnected[port] && connections[port].served == connections[port].number;
 }
 
-void sensorPort_beginReading(uint32_t port) {
+void SensorPortSignals_beginReading(uint32_t port) {
     if (port < sensorPortCount) {
         ++begunReadings[port];
     }
 }
 
-void sensorPort_countReading(uint32_t port, bool isNew) {
+void SensorPortSignals_countReading(uint32_t port, bool isNew) {
     if (port < sensorPortCount && isNew) {
         deliveredReadings[port] = begunReadings[port].load();
         ++readingNumbers[port];
     }
 }
 
-void sensorPort_tellOfReading() {
+void SensorPortSignals_tellOfReading() {
     void (*const listener)() = readingListener;
     if (listener != nullptr) {
         listener();

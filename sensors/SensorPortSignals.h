@@ -27,35 +27,35 @@ bool sensorPortHandler_getIsConnected(uint32_t port);
 
 /// Waits, without cost, until the port is connected. Returns the number of this connection, which
 /// grows with every rise of the flag, from 1 on. Handler threads.
-uint32_t sensorPort_waitUntilConnected(uint32_t port);
+uint32_t SensorPortSignals_waitUntilConnected(uint32_t port);
 
-/// The same for a handler that may be woken for something else: 0 after sensorPort_wake.
-uint32_t sensorPort_waitUntilConnectedOrWoken(uint32_t port);
+/// The same for a handler that may be woken for something else: 0 after SensorPortSignals_wake.
+uint32_t SensorPortSignals_waitUntilConnectedOrWoken(uint32_t port);
 
 /// Wakes a waiting handler, now or when it waits next. Any thread.
-void sensorPort_wake(uint32_t port);
+void SensorPortSignals_wake(uint32_t port);
 
 /// True while the flag has not fallen since the connection of this number began.
-bool sensorPort_isSameConnection(uint32_t port, uint32_t connection);
+bool SensorPortSignals_isSameConnection(uint32_t port, uint32_t connection);
 
 /// Clears the flag if it still belongs to this connection; false if another sensor has been
 /// connected meanwhile, or none is.
-bool sensorPort_endConnection(uint32_t port, uint32_t connection);
+bool SensorPortSignals_endConnection(uint32_t port, uint32_t connection);
 
 /// The handler has put the records of the previous sensor away and serves this connection now.
-void sensorPort_setServedConnection(uint32_t port, uint32_t connection);
+void SensorPortSignals_setServedConnection(uint32_t port, uint32_t connection);
 
 /// True when the port is connected and its records belong to the sensor that is connected now.
-bool sensorPort_isServed(uint32_t port);
+bool SensorPortSignals_isServed(uint32_t port);
 
 /// Tells that a reading begins: nothing of it has been measured yet. Handler threads.
-void sensorPort_beginReading(uint32_t port);
+void SensorPortSignals_beginReading(uint32_t port);
 
 /// Counts a reading that is new. Handler threads, without any lock.
-void sensorPort_countReading(uint32_t port, bool isNew);
+void SensorPortSignals_countReading(uint32_t port, bool isNew);
 
 /// Tells the listener of a reading. Handler threads, without any lock.
-void sensorPort_tellOfReading();
+void SensorPortSignals_tellOfReading();
 
 /// Number of readings that a port has delivered since the program's start (a forward and reflected
 /// pair counts once). Any thread, no lock.

@@ -13,7 +13,7 @@ constexpr size_t serialDigits = sensorSerialNumberSize - 1;
 
 /// A handler's name in the trace.
 const char* handlerName(uint32_t port) {
-    return sensorPort_isUsb(port) ? "sensorUsbHandler" : "sensorSerialHandler";
+    return SensorPort_isUsb(port) ? "sensorUsbHandler" : "sensorSerialHandler";
 }
 
 } // namespace
@@ -71,5 +71,5 @@ void validateSerialNumber(char* serialNumber, const char* buffer) {
 }
 
 void sensorPortHandler_setMeasurementsToDefault(SENSOR_MEASUREMENTS* measurements) {
-    *measurements = sensorMeasurements_none();
+    *measurements = SensorMeasurements_none();
 }

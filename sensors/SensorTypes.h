@@ -26,14 +26,14 @@ constexpr uint32_t sensorPortBit_USB1 = 0x10;
 constexpr uint32_t sensorPortBit_USB2 = 0x20;
 
 /// Bit of a port, 0 for any other value.
-constexpr uint32_t sensorPort_bit(uint32_t port) {
+constexpr uint32_t SensorPort_bit(uint32_t port) {
     constexpr uint32_t bits[sensorPortCount] = {sensorPortBit_Serial1, sensorPortBit_Serial2,
                                                 sensorPortBit_USB1, sensorPortBit_USB2};
     return port < sensorPortCount ? bits[port] : 0;
 }
 
 /// True for the ports of the CW and pulse sensors.
-constexpr bool sensorPort_isUsb(uint32_t port) {
+constexpr bool SensorPort_isUsb(uint32_t port) {
     return port == sensorPort_USB1 || port == sensorPort_USB2;
 }
 
@@ -92,7 +92,7 @@ struct SENSOR_MEASUREMENTS {
 };
 
 /// A record without readings: all zero, but forward, reflected, frequency and temperature NaN.
-constexpr SENSOR_MEASUREMENTS sensorMeasurements_none() {
+constexpr SENSOR_MEASUREMENTS SensorMeasurements_none() {
     constexpr float noReading = std::numeric_limits<float>::quiet_NaN();
     SENSOR_MEASUREMENTS none{};
     none.fwdPwrVal = noReading;

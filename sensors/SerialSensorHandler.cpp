@@ -19,7 +19,7 @@ constexpr SERIAL_HANDLER_DATA_STRUCT emptyHandler(int channel) {
     SERIAL_HANDLER_DATA_STRUCT empty{};
     empty.serialPort.channelIndex = channel;
     empty.serialPort.fd = -1;
-    empty.sensorMeasurements = sensorMeasurements_none();
+    empty.sensorMeasurements = SensorMeasurements_none();
     empty.sensorIdentity = SensorRecords_noIdentity();
     return empty;
 }
@@ -94,7 +94,7 @@ sensorSerCommState identifyState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     }
     const SENSOR_IDENTITY identity = storeIdentity(handler);
     SensorRecords_logIdentity(portOf(handler), identity);
-    if (!serialModelHasNoSerialNumber(identity.sensorModel)) {
+    if (!SerialSensorProtocol_hasNoSerialNumber(identity.sensorModel)) {
         return stateSerSerialNum;
     }
     setReady(handler);
@@ -114,7 +114,7 @@ sensorSerCommState serialNumState(SERIAL_HANDLER_DATA_STRUCT* handler) {
 sensorSerCommState forwardState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     const uint32_t port = portOf(handler);
     newMeasurementIsAvailable[port] = false;
-    sensorPort_beginReading(port);
+    SensorPortSignals_beginReading(port);
     handler->start_time_ms = getTime_ms();
     if (!measure(handler, "F", &SENSOR_MEASUREMENTS::fwdPwrVal, true)) {
         return stateSerFlush;
@@ -128,8 +128,8 @@ sensorSerCommState reflectedState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     const bool isRead = measure(handler, "R", &SENSOR_MEASUREMENTS::rflPwrVal, true);
     // A forward reading is announced even if the reflected one of the same cycle is missing.
     if (newMeasurementIsAvailable[port]) {
-        sensorPort_countReading(port, true);
-        sensorPort_tellOfReading();
+        SensorPortSignals_countReading(port, true);
+        SensorPortSignals_tellOfReading();
     }
     return isRead ? stateSerFreq : stateSerFlush;
 }
@@ -176,7 +176,7 @@ void beginConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     setStatus(handler, notReady);
     handler->sensorState = stateSerFlush;
     handler->serialPort.portState = sensorPortConnected;
-    sensorPort_setServedConnection(portOf(handler), connection);
+    SensorPortSignals_setServedConnection(portOf(handler), connection);
     Thread_sleep_ms(sensorSettlingPause_ms);
 }
 
@@ -184,7 +184,7 @@ void beginConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
 /// was waiting is noticed by the connection's number.
 void serveConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     beginConnection(handler, connection);
-    while (sensorPort_isSameConnection(portOf(handler), connection)) {
+    while (SensorPortSignals_isSameConnection(portOf(handler), connection)) {
         sensorSerialHandler_handleSensorStates(handler);
     }
     handler->serialPort.portState = sensorPortDisconnected;
@@ -207,7 +207,7 @@ void sensorSerialHandlerThread(SERIAL_HANDLER_DATA_STRUCT* handler) {
     openPort(&handler->serialPort);
     const uint32_t port = portOf(handler);
     for (;;) {
-        serveConnection(handler, sensorPort_waitUntilConnected(port));
+        serveConnection(handler, SensorPortSignals_waitUntilConnected(port));
     }
 }
 

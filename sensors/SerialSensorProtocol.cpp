@@ -181,7 +181,7 @@ bool strContainsList(const char* str, const char* list, uint32_t count) {
                        [str](char letter) { return strchr(str, letter) != nullptr; });
 }
 
-bool serialModelHasNoSerialNumber(const char* model) {
+bool SerialSensorProtocol_hasNoSerialNumber(const char* model) {
     constexpr std::array<std::string_view, 2> beginnings = {"5132A200", "SMK"};
     const std::string_view text(model);
     return std::any_of(beginnings.begin(), beginnings.end(),

@@ -47,6 +47,6 @@ void parseIdentity(const char* buffer, SENSOR_IDENTITY* identity);
 bool strContainsList(const char* str, const char* list, uint32_t count);
 
 /// True for the models without a serial number in their memory.
-bool serialModelHasNoSerialNumber(const char* model);
+bool SerialSensorProtocol_hasNoSerialNumber(const char* model);
 
 #endif

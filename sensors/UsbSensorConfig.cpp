@@ -98,8 +98,8 @@ void sendRow(Sending* sending, const SettingRow& row, cmd_type value, uint32_t s
     USB_PORT_DATA_STRUCT& port = sending->handler->usbPort;
     const int channel = channelOf(sending->handler);
     const Text words = withState(row.words, state);
-    const enUSBTMCErrors status =
-        handleCmdWithStatus(port.fd, port.rxBuffer, sensor_cmd_ofState(row.command, state), &value);
+    const enUSBTMCErrors status = handleCmdWithStatus(
+        port.fd, port.rxBuffer, UsbTmcCommands_commandOfState(row.command, state), &value);
     if (status == usbtmc_transportError) {
         USER_ERROR("USB sensor %d %s failed with a transport error %d.\n", channel, words.data(),
                    static_cast<int>(status));
@@ -238,7 +238,7 @@ float askPeriod(Reading* reading) {
 qry_type askState(Reading* reading, sensor_qry_e first, uint32_t state, const char* what) {
     std::array<char, 32> words{};
     snprintf(words.data(), words.size(), "state %u %s", state, what);
-    return ask(reading, sensor_qry_ofState(first, state), words.data());
+    return ask(reading, UsbTmcCommands_queryOfState(first, state), words.data());
 }
 
 void readStates(Reading* reading, SENSOR_CONFIGS* configs) {
@@ -277,7 +277,7 @@ void readAll(Reading* reading, const SENSOR_CONFIGS& present, SENSOR_CONFIGS* co
 }
 
 USB_HANDLER_DATA_STRUCT* handlerOf(uint32_t channel) {
-    return sensorPort_isUsb(channel) ? &sensorUsbHandlerData[channel - sensorPort_USB1] : nullptr;
+    return SensorPort_isUsb(channel) ? &sensorUsbHandlerData[channel - sensorPort_USB1] : nullptr;
 }
 
 bool isCancelled(const SensorConfigsWait* wait) {
@@ -373,7 +373,7 @@ bool sensorPortHandler_sendConfigToSensor(USB_HANDLER_DATA_STRUCT* handler) {
     return sending.isAlive;
 }
 
-bool usbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler) {
+bool UsbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler) {
     USBTMC_PARAM_ERRORS errors{};
     Sending sending = {handler, &errors, true};
     if (UsbSensorRecord_copyConfigs(handler).bSupportsAutoPeriod) {
@@ -401,7 +401,7 @@ bool sensorPortHandler_readSensorConfig(USB_HANDLER_DATA_STRUCT* handler) {
     return reading.isAlive;
 }
 
-void usbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler) {
+void UsbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler) {
     const USBTMC_PARAM_ERRORS& errors = handler->usbtmc_Errors;
     for (int index = 0; index < errors.count; ++index) {
         USER_ERROR("SCPIErrors: channel %d, error[%d] = %s.\n", channelOf(handler), index,
@@ -409,13 +409,13 @@ void usbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler) {
     }
 }
 
-void usbSensorConfig_complete(USB_HANDLER_DATA_STRUCT* handler) {
+void UsbSensorConfig_complete(USB_HANDLER_DATA_STRUCT* handler) {
     const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
     handler->completedNumber = handler->sendingNumber;
     pthread_cond_broadcast(&handler->usbtmcConfigureComplete);
 }
 
-void usbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing) {
+void UsbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing) {
     const ScopedLock lock(sensorPortConfigMutex[sensorUsbHandler_port(handler)]);
     handler->isServing = isServing;
     // What was asked of a sensor that has gone is not sent to the next one.

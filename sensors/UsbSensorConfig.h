@@ -42,19 +42,19 @@ void usbtmcAddError(USBTMC_PARAM_ERRORS* errors, const char* text);
 bool sensorPortHandler_sendConfigToSensor(USB_HANDLER_DATA_STRUCT* handler);
 
 /// Sends the fixed settings of CW mode to a sensor that has them. False after a transport error.
-bool usbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler);
+bool UsbSensorConfig_sendCw(USB_HANDLER_DATA_STRUCT* handler);
 
 /// Reads the sensor's own configuration and stores it whole, unless a request to send another one
 /// waits. False, with the query's message logged, when a query failed.
 bool sensorPortHandler_readSensorConfig(USB_HANDLER_DATA_STRUCT* handler);
 
 /// Logs every text of the error list.
-void usbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler);
+void UsbSensorConfig_logErrors(const USB_HANDLER_DATA_STRUCT* handler);
 
 /// Tells the waiting callers that what was taken for sending has been sent.
-void usbSensorConfig_complete(USB_HANDLER_DATA_STRUCT* handler);
+void UsbSensorConfig_complete(USB_HANDLER_DATA_STRUCT* handler);
 
 /// A sensor is served from now on, or not any more, which ends all waits.
-void usbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing);
+void UsbSensorConfig_setServing(USB_HANDLER_DATA_STRUCT* handler, bool isServing);
 
 #endif

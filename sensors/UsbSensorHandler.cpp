@@ -253,10 +253,10 @@ sensorUsbCommState sendConfigState(USB_HANDLER_DATA_STRUCT* handler) {
 }
 
 sensorUsbCommState sendConfigCwState(USB_HANDLER_DATA_STRUCT* handler) {
-    if (!usbSensorConfig_sendCw(handler)) {
+    if (!UsbSensorConfig_sendCw(handler)) {
         return stateUsbStart;
     }
-    usbSensorConfig_logErrors(handler);
+    UsbSensorConfig_logErrors(handler);
     setReady(handler);
     return stateUsbInit;
 }
@@ -265,7 +265,7 @@ sensorUsbCommState sendConfigPulseState(USB_HANDLER_DATA_STRUCT* handler) {
     if (!sensorPortHandler_sendConfigToSensor(handler)) {
         return stateUsbStart;
     }
-    usbSensorConfig_complete(handler);
+    UsbSensorConfig_complete(handler);
     setReady(handler);
     return stateUsbInit;
 }
@@ -277,7 +277,7 @@ sensorUsbCommState resendConfigPulseState(USB_HANDLER_DATA_STRUCT* handler) {
     if (handler->usbtmc_Errors.count == 0) {
         return stateUsbInit;
     }
-    usbSensorConfig_logErrors(handler);
+    UsbSensorConfig_logErrors(handler);
     return stateUsbGetConfig;
 }
 
@@ -300,9 +300,9 @@ constexpr std::array<StateRow, 12> stateRows = {{
     {"stateUsbSendConfigCW", sendConfigCwState},
     {"stateUsbSendConfigPulse", sendConfigPulseState},
     {"stateUsbResendConfigPulse", resendConfigPulseState},
-    {"stateUsbInit", usbSensorMeasure_init},
-    {"stateUsbCwMeasure", usbSensorMeasure_cw},
-    {"stateUsbPulseMeasure", usbSensorMeasure_pulse},
+    {"stateUsbInit", UsbSensorMeasure_init},
+    {"stateUsbCwMeasure", UsbSensorMeasure_cw},
+    {"stateUsbPulseMeasure", UsbSensorMeasure_pulse},
     {"stateUsbIdle", idleState},
 }};
 
@@ -334,7 +334,8 @@ void useDevice(USB_HANDLER_DATA_STRUCT* handler, int fd) {
 /// Follows what detection has done to the slot. This thread alone closes the device, so that its
 /// descriptor's number cannot have become another file's while it is used.
 void followSlot(USB_HANDLER_DATA_STRUCT* handler) {
-    const UsbSlotChange change = usbSlot_take(static_cast<uint32_t>(handler->usbPort.channelIndex));
+    const UsbSlotChange change =
+        UsbSensorSlots_take(static_cast<uint32_t>(handler->usbPort.channelIndex));
     if (change.hasChanged) {
         useDevice(handler, change.fd);
     }
@@ -357,13 +358,13 @@ void beginConnection(USB_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     handler->sensorState = stateUsbStart;
     handler->usbtmcSubstate = 0;
     setPortState(handler, sensorPortConnected);
-    usbSensorConfig_setServing(handler, true);
-    sensorPort_setServedConnection(sensorUsbHandler_port(handler), connection);
+    UsbSensorConfig_setServing(handler, true);
+    SensorPortSignals_setServedConnection(sensorUsbHandler_port(handler), connection);
     Thread_sleep_ms(sensorSettlingPause_ms);
 }
 
 void endConnection(USB_HANDLER_DATA_STRUCT* handler) {
-    usbSensorConfig_setServing(handler, false);
+    UsbSensorConfig_setServing(handler, false);
     setPortState(handler, sensorPortDisconnected);
     followSlot(handler);
 }
@@ -372,9 +373,9 @@ void endConnection(USB_HANDLER_DATA_STRUCT* handler) {
 void giveUpDevice(USB_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     const uint32_t port = sensorUsbHandler_port(handler);
     logManager_printToLog(SensorCommunications, "sensorUsbHandler: port %u: unplugged\n", port);
-    const bool wasLast = sensorPort_endConnection(port, connection);
+    const bool wasLast = SensorPortSignals_endConnection(port, connection);
     if (wasLast) {
-        usbSlot_reportLost(static_cast<uint32_t>(handler->usbPort.channelIndex));
+        UsbSensorSlots_reportLost(static_cast<uint32_t>(handler->usbPort.channelIndex));
     }
 }
 
@@ -394,7 +395,7 @@ void sensorUsbHandler_resetSensorInformation(USB_HANDLER_DATA_STRUCT* handler) {
 void sensorUsbHandlerThread(USB_HANDLER_DATA_STRUCT* handler) {
     const uint32_t port = sensorUsbHandler_port(handler);
     for (;;) {
-        const uint32_t connection = sensorPort_waitUntilConnectedOrWoken(port);
+        const uint32_t connection = SensorPortSignals_waitUntilConnectedOrWoken(port);
         followSlot(handler);
         if (connection != 0) {
             sensorUsbHandler_serveConnection(handler, connection);
@@ -405,7 +406,8 @@ void sensorUsbHandlerThread(USB_HANDLER_DATA_STRUCT* handler) {
 void sensorUsbHandler_serveConnection(USB_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     beginConnection(handler, connection);
     bool isPlugged = true;
-    while (isPlugged && sensorPort_isSameConnection(sensorUsbHandler_port(handler), connection)) {
+    while (isPlugged &&
+           SensorPortSignals_isSameConnection(sensorUsbHandler_port(handler), connection)) {
         isPlugged = sensorUsbHandler_handleSensorStates(handler);
     }
     if (!isPlugged) {

@@ -53,7 +53,7 @@ bool fetchInto(Handler* handler, sensor_qry_e query, float SENSOR_MEASUREMENTS::
 
 void signalIfNew(Handler* handler) {
     if (newMeasurementIsAvailable[sensorUsbHandler_port(handler)]) {
-        sensorPort_tellOfReading();
+        SensorPortSignals_tellOfReading();
     }
 }
 
@@ -107,7 +107,7 @@ void fetchState(Handler* handler, uint32_t state) {
                                      {Q_FETCH_STATE1_MIN, &PULSE_STATES::min}};
     for (const StateValue& one : values) {
         float value = 0.0F;
-        if (fetch(handler, sensor_qry_ofState(one.query, state), &value)) {
+        if (fetch(handler, UsbTmcCommands_queryOfState(one.query, state), &value)) {
             const ScopedLock lock(sensorPortMeasureMutex[sensorUsbHandler_port(handler)]);
             handler->sensorMeasurements.pulseStates[state].*one.field = value;
         }
@@ -117,7 +117,7 @@ void fetchState(Handler* handler, uint32_t state) {
 void fetchStates(Handler* handler) {
     for (uint32_t state = 0; state < pulseStateCount; ++state) {
         float isEnabled = 0.0F;
-        if (fetch(handler, sensor_qry_ofState(Q_CALCULATE_STATE1_EN, state), &isEnabled) &&
+        if (fetch(handler, UsbTmcCommands_queryOfState(Q_CALCULATE_STATE1_EN, state), &isEnabled) &&
             isEnabled != 0.0F) {
             fetchState(handler, state);
         }
@@ -139,10 +139,10 @@ void fetchPulse(Handler* handler) {
 
 } // namespace
 
-sensorUsbCommState usbSensorMeasure_init(Handler* handler) {
+sensorUsbCommState UsbSensorMeasure_init(Handler* handler) {
     USB_PORT_DATA_STRUCT& port = handler->usbPort;
     newMeasurementIsAvailable[sensorUsbHandler_port(handler)] = false;
-    sensorPort_beginReading(sensorUsbHandler_port(handler));
+    SensorPortSignals_beginReading(sensorUsbHandler_port(handler));
     handler->start_time_ms = getTime_ms();
     const int result = handleInitCmd(port.fd, port.rxBuffer);
     if (result <= 0) {
@@ -159,7 +159,7 @@ sensorUsbCommState usbSensorMeasure_init(Handler* handler) {
     return stateUsbCwMeasure;
 }
 
-sensorUsbCommState usbSensorMeasure_cw(Handler* handler) {
+sensorUsbCommState UsbSensorMeasure_cw(Handler* handler) {
     const uint32_t port = sensorUsbHandler_port(handler);
     if (fetchInto(handler, Q_FETCH_FORWARD_AVERAGE, &SENSOR_MEASUREMENTS::fwdPwrVal)) {
         newMeasurementIsAvailable[port] = true;
@@ -169,7 +169,7 @@ sensorUsbCommState usbSensorMeasure_cw(Handler* handler) {
     // The temperature alone decides how it goes on: deliberate.
     const bool isRead =
         fetchInto(handler, Q_FETCH_TEMPERATURE, &SENSOR_MEASUREMENTS::temperatureVal);
-    sensorPort_countReading(port, newMeasurementIsAvailable[port]);
+    SensorPortSignals_countReading(port, newMeasurementIsAvailable[port]);
     if (!handler->sensorPulseModeEnabled) {
         signalIfNew(handler);
     }
@@ -178,7 +178,7 @@ sensorUsbCommState usbSensorMeasure_cw(Handler* handler) {
     return isRead ? stateUsbPulseMeasure : stateUsbStart;
 }
 
-sensorUsbCommState usbSensorMeasure_pulse(Handler* handler) {
+sensorUsbCommState UsbSensorMeasure_pulse(Handler* handler) {
     const SENSOR_CONFIGS configs = UsbSensorRecord_copyConfigs(handler);
     if ((handler->sensorMeasurements.questionable & pulseInvalidBit) != 0) {
         zeroPulseValues(handler, configs.bSupportsTriggeredGates);

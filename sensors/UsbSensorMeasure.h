@@ -7,12 +7,12 @@
 /// that follows. Handler's thread.
 
 /// Triggers a measurement, waits for its end, and reads the sensor's status.
-sensorUsbCommState usbSensorMeasure_init(USB_HANDLER_DATA_STRUCT* handler);
+sensorUsbCommState UsbSensorMeasure_init(USB_HANDLER_DATA_STRUCT* handler);
 
 /// Fetches forward and reflected power, frequency and temperature.
-sensorUsbCommState usbSensorMeasure_cw(USB_HANDLER_DATA_STRUCT* handler);
+sensorUsbCommState UsbSensorMeasure_cw(USB_HANDLER_DATA_STRUCT* handler);
 
 /// Fetches the pulse values, and those of the triggered states or of the gate.
-sensorUsbCommState usbSensorMeasure_pulse(USB_HANDLER_DATA_STRUCT* handler);
+sensorUsbCommState UsbSensorMeasure_pulse(USB_HANDLER_DATA_STRUCT* handler);
 
 #endif

@@ -12,7 +12,7 @@ constexpr USB_HANDLER_DATA_STRUCT emptyHandler(int channel) {
     empty.usbPort.channelIndex = channel;
     empty.usbPort.portClosed = true;
     empty.usbPort.fd = -1;
-    empty.sensorMeasurements = sensorMeasurements_none();
+    empty.sensorMeasurements = SensorMeasurements_none();
     empty.sensorIdentity = SensorRecords_noIdentity();
     empty.usbtmcConfigureComplete = PTHREAD_COND_INITIALIZER;
     return empty;

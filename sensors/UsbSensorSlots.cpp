@@ -44,17 +44,17 @@ void setDevice(UsbSlot* slot, int fd) {
     slot->offeredFd = fd;
     ++slot->device;
     slot->isLost = false;
-    sensorPort_wake(sensorPort_USB1 + static_cast<uint32_t>(slot - slots.data()));
+    SensorPortSignals_wake(sensorPort_USB1 + static_cast<uint32_t>(slot - slots.data()));
 }
 
 } // namespace
 
-bool usbSlot_hasNode(const char* name) {
+bool UsbSensorSlots_hasNode(const char* name) {
     const ScopedLock lock(slotMutex);
     return slotOfNode(name) != nullptr;
 }
 
-bool usbSlot_offer(const char* name, int fd) {
+bool UsbSensorSlots_offer(const char* name, int fd) {
     const ScopedLock lock(slotMutex);
     for (UsbSlot& slot : slots) {
         if (!hasName(slot)) {
@@ -66,7 +66,7 @@ bool usbSlot_offer(const char* name, int fd) {
     return false;
 }
 
-void usbSlot_release(const char* name) {
+void UsbSensorSlots_release(const char* name) {
     const ScopedLock lock(slotMutex);
     UsbSlot* slot = slotOfNode(name);
     if (slot != nullptr) {
@@ -75,12 +75,12 @@ void usbSlot_release(const char* name) {
     }
 }
 
-bool usbSlot_isOpen(uint32_t slot) {
+bool UsbSensorSlots_isOpen(uint32_t slot) {
     const ScopedLock lock(slotMutex);
     return slot < usbSensorCount && hasName(slots[slot]);
 }
 
-UsbSlotLoss usbSlot_getLoss(uint32_t slot, char* name, uint32_t size) {
+UsbSlotLoss UsbSensorSlots_getLoss(uint32_t slot, char* name, uint32_t size) {
     const ScopedLock lock(slotMutex);
     if (slot >= usbSensorCount || !slots[slot].isLost || !hasName(slots[slot])) {
         return UsbSlotLoss::none;
@@ -90,21 +90,21 @@ UsbSlotLoss usbSlot_getLoss(uint32_t slot, char* name, uint32_t size) {
                                                          : UsbSlotLoss::replaced;
 }
 
-void usbSlot_offerAgain(uint32_t slot, int fd) {
+void UsbSensorSlots_offerAgain(uint32_t slot, int fd) {
     const ScopedLock lock(slotMutex);
     if (slot < usbSensorCount) {
         setDevice(&slots[slot], fd);
     }
 }
 
-void usbSlot_forgetLoss(uint32_t slot) {
+void UsbSensorSlots_forgetLoss(uint32_t slot) {
     const ScopedLock lock(slotMutex);
     if (slot < usbSensorCount) {
         slots[slot].isLost = false;
     }
 }
 
-UsbSlotChange usbSlot_take(uint32_t slot) {
+UsbSlotChange UsbSensorSlots_take(uint32_t slot) {
     const ScopedLock lock(slotMutex);
     UsbSlot& taken = slots[slot];
     if (taken.takenDevice == taken.device) {
@@ -116,7 +116,7 @@ UsbSlotChange usbSlot_take(uint32_t slot) {
     return {true, fd};
 }
 
-void usbSlot_reportLost(uint32_t slot) {
+void UsbSensorSlots_reportLost(uint32_t slot) {
     const ScopedLock lock(slotMutex);
     slots[slot].isLost = true;
 }

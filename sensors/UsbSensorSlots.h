@@ -11,17 +11,17 @@
 // For detection.
 
 /// True when a slot has this node open.
-bool usbSlot_hasNode(const char* name);
+bool UsbSensorSlots_hasNode(const char* name);
 
 /// Gives a newly opened node to the free slot of the lower number; false when there is none, and
 /// the descriptor stays the caller's.
-bool usbSlot_offer(const char* name, int fd);
+bool UsbSensorSlots_offer(const char* name, int fd);
 
 /// The node has gone: the slot that had it is free again, and its handler is asked to close.
-void usbSlot_release(const char* name);
+void UsbSensorSlots_release(const char* name);
 
 /// True when a device belongs to the slot.
-bool usbSlot_isOpen(uint32_t slot);
+bool UsbSensorSlots_isOpen(uint32_t slot);
 
 /// What has become of a slot's device according to its handler.
 enum class UsbSlotLoss {
@@ -32,13 +32,13 @@ enum class UsbSlotLoss {
 
 /// Tells of a loss, and the slot's node name (at most `size` - 1 characters). A slot without a node
 /// has lost nothing.
-UsbSlotLoss usbSlot_getLoss(uint32_t slot, char* name, uint32_t size);
+UsbSlotLoss UsbSensorSlots_getLoss(uint32_t slot, char* name, uint32_t size);
 
 /// A lost device has been opened again under the same name.
-void usbSlot_offerAgain(uint32_t slot, int fd);
+void UsbSensorSlots_offerAgain(uint32_t slot, int fd);
 
 /// A loss has been dealt with.
-void usbSlot_forgetLoss(uint32_t slot);
+void UsbSensorSlots_forgetLoss(uint32_t slot);
 
 // For the slot's handler thread.
 
@@ -49,9 +49,9 @@ struct UsbSlotChange {
 };
 
 /// Takes the slot's present device if it is another one than the handler has.
-UsbSlotChange usbSlot_take(uint32_t slot);
+UsbSlotChange UsbSensorSlots_take(uint32_t slot);
 
 /// The handler found the device gone: detection shall open it again if the node is still there.
-void usbSlot_reportLost(uint32_t slot);
+void UsbSensorSlots_reportLost(uint32_t slot);
 
 #endif

@@ -237,10 +237,10 @@ inline constexpr std::array<sensor_qry_param_t, Q_END> sensor_qry_param = {{
 }};
 
 /// The command or query of one of the four measurement states (0 to 3), given that of the first.
-constexpr sensor_cmd_e sensor_cmd_ofState(sensor_cmd_e first, uint32_t state) {
+constexpr sensor_cmd_e UsbTmcCommands_commandOfState(sensor_cmd_e first, uint32_t state) {
     return static_cast<sensor_cmd_e>(first + state);
 }
-constexpr sensor_qry_e sensor_qry_ofState(sensor_qry_e first, uint32_t state) {
+constexpr sensor_qry_e UsbTmcCommands_queryOfState(sensor_qry_e first, uint32_t state) {
     return static_cast<sensor_qry_e>(first + state);
 }
 

@@ -159,7 +159,7 @@ bool handleCW(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t
     if (event != evSetPulse) {
         return CSensorDisplayFSM_handleGraphSubStateEvent(instance, event, port);
     }
-    if (!sensorPort_isUsb(instance->port)) {
+    if (!SensorPort_isUsb(instance->port)) {
         return false;
     }
     instance->typeSubState = Pulse;

@@ -171,7 +171,7 @@ void showMeasurementArea(const CSensorDisplayFSM* instance) {
 }
 
 void setSubStatesFromSettings(CSensorDisplayFSM* instance) {
-    if (configuration_getPulseMode() && sensorPort_isUsb(instance->port)) {
+    if (configuration_getPulseMode() && SensorPort_isUsb(instance->port)) {
         instance->typeSubState = Pulse;
         return;
     }

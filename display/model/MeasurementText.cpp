@@ -109,7 +109,7 @@ void makePrintable(std::span<char> text) {
 void writeIdentity(std::span<char> text, uint32_t port, const char* model, const char* serial,
                    uint32_t maxLength) {
     if (model[0] == '\0') {
-        model = sensorPort_isUsb(port) ? "316x" : "513x";
+        model = SensorPort_isUsb(port) ? "316x" : "513x";
     }
     const auto serialLength = static_cast<uint32_t>(strnlen(serial, serialTextLimit));
     // Room for the colon and the blank between the two, and one character to spare.

@@ -6,13 +6,13 @@
 #include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const auto configs = pulseConfigText_parse({reinterpret_cast<const char*>(data), size});
+    const auto configs = PulseConfigText_parse({reinterpret_cast<const char*>(data), size});
     if (!configs.has_value()) {
         return 0;
     }
-    const std::string text = pulseConfigText_compose(*configs);
-    const auto again = pulseConfigText_parse(text);
-    if (configs->numStates > 4 || !again.has_value() || pulseConfigText_compose(*again) != text) {
+    const std::string text = PulseConfigText_compose(*configs);
+    const auto again = PulseConfigText_parse(text);
+    if (configs->numStates > 4 || !again.has_value() || PulseConfigText_compose(*again) != text) {
         abort();
     }
     return 0;

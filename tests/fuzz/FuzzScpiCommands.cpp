@@ -26,8 +26,8 @@ scpi_t meterContext;
 ScpiLink meterLink;
 
 void plug(uint32_t port, uint32_t channel, CONNECTED_SENSORS* detected) {
-    detected->detectedSensors |= sensorPort_bit(port);
-    detected->detectedSensorsChanged = sensorPort_bit(port);
+    detected->detectedSensors |= SensorPort_bit(port);
+    detected->detectedSensorsChanged = SensorPort_bit(port);
     SensorManager_UpdatePhysicalSensors(detected);
     SensorInstance_SetLogicalChannel(port, channel);
 }

@@ -27,6 +27,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         abort();
     }
     strContainsList(identity.sensorSupportedCommands, buffer.data(), 16);
-    serialModelHasNoSerialNumber(identity.sensorModel);
+    SerialSensorProtocol_hasNoSerialNumber(identity.sensorModel);
     return 0;
 }

@@ -152,7 +152,7 @@ void startServer() {
         CONNECTED_SENSORS record{sensorPortBit_Serial1, sensorPortBit_Serial1, false};
         SensorManager_UpdatePhysicalSensors(&record);
         SensorInstance_SetLogicalChannel(sensorPort_Serial1, sensorLogicalChannel1);
-        SENSOR_MEASUREMENTS reading = sensorMeasurements_none();
+        SENSOR_MEASUREMENTS reading = SensorMeasurements_none();
         reading.fwdPwrVal = 25.37F;
         scpiUpdateMeasurement(sensorPort_Serial1, reading);
         static pthread_t thread;

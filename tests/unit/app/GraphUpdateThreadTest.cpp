@@ -33,7 +33,7 @@ protected:
     /// Plays the port's handler once its sensor has been identified.
     static void makeReady(uint32_t port) {
         sensorPortHandler_setIsConnected(port, true);
-        sensorPort_setServedConnection(port, sensorPort_waitUntilConnected(port));
+        SensorPortSignals_setServedConnection(port, SensorPortSignals_waitUntilConnected(port));
         sensorSerialHandlerData[port].sensorStatus.status = isReady;
     }
 

@@ -310,9 +310,9 @@ TEST_F(DisplayFsm, PulseIsForUsbSensorsOnly) {
     for (uint32_t port = 0; port < sensorPortCount; ++port) {
         plugAndMeasure(port, 0, 1.0F);
         CSensorDisplayFSM_setPulse();
-        EXPECT_EQ(upper.typeSubState, sensorPort_isUsb(port) ? Pulse : CW);
+        EXPECT_EQ(upper.typeSubState, SensorPort_isUsb(port) ? Pulse : CW);
         expectScreen(UpperDisplay,
-                     sensorPort_isUsb(port) ? gtkSensorSinglePulse : gtkSensorSingleChannel1);
+                     SensorPort_isUsb(port) ? gtkSensorSinglePulse : gtkSensorSingleChannel1);
         CSensorDisplayFSM_disconnect(port);
     }
 }

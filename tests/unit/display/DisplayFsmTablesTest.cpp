@@ -117,7 +117,7 @@ void checkPair(const Leaf& leaf, SensorDisplayEvents_t event, const Surroundings
            leaf.graphSubState};
     sensorDisplays[around.display].sensorPort = fsm.port;
     viewRecord.calls.clear();
-    const Outcome expected = expectedOutcome(leaf, event, sensorPort_isUsb(around.port),
+    const Outcome expected = expectedOutcome(leaf, event, SensorPort_isUsb(around.port),
                                              around.graphSetting, around.pulseSetting);
 
     const bool handled = CSensorDisplayFSM_handleActivateEvents(&fsm, event, around.port);

@@ -85,12 +85,12 @@ std::string RemoteInstrument::errors() {
 }
 
 void RemoteInstrument::plug(uint32_t port, uint32_t channel) {
-    detect(detected.detectedSensors | sensorPort_bit(port));
+    detect(detected.detectedSensors | SensorPort_bit(port));
     SensorInstance_SetLogicalChannel(port, channel);
 }
 
 void RemoteInstrument::unplug(uint32_t port) {
-    detect(detected.detectedSensors & ~sensorPort_bit(port));
+    detect(detected.detectedSensors & ~SensorPort_bit(port));
 }
 
 void RemoteInstrument::setSensorConfig(uint32_t port, const SENSOR_CONFIGS& config) {
@@ -102,14 +102,14 @@ FakeUsbSensor::FakeUsbSensor(uint32_t usbPort, std::vector<std::string> errors)
     : handler(sensorUsbHandlerData[usbPort - sensorPort_USB1]), port(usbPort),
       refusals(std::move(errors)) {
     sensorUsbHandler_initSensorData(&handler, "/dev/usbtmc0");
-    usbSensorConfig_setServing(&handler, true);
+    UsbSensorConfig_setServing(&handler, true);
     thread = std::thread([this] { serve(); });
 }
 
 FakeUsbSensor::~FakeUsbSensor() {
     isStopping = true;
     thread.join();
-    usbSensorConfig_setServing(&handler, false);
+    UsbSensorConfig_setServing(&handler, false);
 }
 
 SENSOR_CONFIGS FakeUsbSensor::lastConfig() const {
@@ -135,7 +135,7 @@ void FakeUsbSensor::serve() {
     while (!isStopping) {
         if (!isSlow && takeRequest()) {
             ++receivedCount;
-            usbSensorConfig_complete(&handler);
+            UsbSensorConfig_complete(&handler);
         }
         Thread_sleep_ms(servePause_ms);
     }

@@ -354,7 +354,7 @@ TEST(ScpiCommit, KeepsItsSettingsWhileReadingsPourIn) {
     std::atomic<bool> isOver{false};
     std::thread readings([&] {
         while (!isOver) {
-            scpiUpdateMeasurement(sensorPort_USB1, sensorMeasurements_none());
+            scpiUpdateMeasurement(sensorPort_USB1, SensorMeasurements_none());
         }
     });
     for (int connection = 0; connection < 200; ++connection) {

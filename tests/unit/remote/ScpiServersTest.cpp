@@ -235,7 +235,7 @@ TEST_F(ScpiServers, WriteAndReadNumbersWithAPointWhateverTheDesktopDoes) {
     ASSERT_NE(setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
     ASSERT_STREQ(localeconv()->decimal_point, ",");
     RemoteInstrument::plug(sensorPort_USB1, 0);
-    SENSOR_MEASUREMENTS reading = sensorMeasurements_none();
+    SENSOR_MEASUREMENTS reading = SensorMeasurements_none();
     reading.fwdPwrVal = 0.5F;
     scpiUpdateMeasurement(sensorPort_USB1, reading);
     const Client client;

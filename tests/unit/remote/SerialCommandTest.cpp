@@ -138,12 +138,12 @@ TEST_F(LegacyPort, EnterIsAnsweredByTheNextReadingOnly) {
 
 TEST_F(LegacyPort, AReadingThatHadBegunBeforeTheRequestIsNotAnAnswer) {
     SerialSensors_show(UpperDisplay, 0);
-    sensorPort_beginReading(0);
+    SensorPortSignals_beginReading(0);
     SerialSensors_store(0, 1.0F, 0.0F);
     terminal.send("ENT");
     synchronise();
-    sensorPort_countReading(0, true);
-    sensorPort_tellOfReading();
+    SensorPortSignals_countReading(0, true);
+    SensorPortSignals_tellOfReading();
     EXPECT_EQ(terminal.readUntilQuiet(quiet_ms), "");
     SerialSensors_measure(0, 1.5F, 0.0F);
     EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
@@ -199,12 +199,12 @@ TEST_F(LegacyPort, ARequestBehindTheDeliveredReadingIsRemembered) {
     terminal.send("ENT");
     synchronise();
     // Delivered, but its announcement has not reached the output thread yet.
-    sensorPort_beginReading(0);
+    SensorPortSignals_beginReading(0);
     SerialSensors_store(0, 1.5F, 0.0F);
-    sensorPort_countReading(0, true);
+    SensorPortSignals_countReading(0, true);
     terminal.send("ENT");
     synchronise();
-    sensorPort_tellOfReading();
+    SensorPortSignals_tellOfReading();
     EXPECT_EQ(terminal.readLine(), "NFC  1.5000   W\r\n");
     SerialSensors_measure(0, 1.6F, 0.0F);
     EXPECT_EQ(terminal.readLine(), "NFC  1.6000   W\r\n");
@@ -278,11 +278,11 @@ private:
     void run() {
         while (!isStopping) {
             const int number = (reading + 1) % count;
-            sensorPort_beginReading(0);
+            SensorPortSignals_beginReading(0);
             reading = number; // not before: a request in between is answered by this reading
             SerialSensors_store(0, 20.0F + static_cast<float>(number) * 0.01F, 0.0F);
-            sensorPort_countReading(0, true);
-            sensorPort_tellOfReading();
+            SensorPortSignals_countReading(0, true);
+            SensorPortSignals_tellOfReading();
             const timespec pause = {0, 50000};
             nanosleep(&pause, nullptr);
         }

@@ -39,8 +39,8 @@ void SerialSensors_store(uint32_t port, float forward_W, float reflected_W) {
 }
 
 void SerialSensors_measure(uint32_t port, float forward_W, float reflected_W) {
-    sensorPort_beginReading(port);
+    SensorPortSignals_beginReading(port);
     SerialSensors_store(port, forward_W, reflected_W);
-    sensorPort_countReading(port, true);
-    sensorPort_tellOfReading();
+    SensorPortSignals_countReading(port, true);
+    SensorPortSignals_tellOfReading();
 }

@@ -24,7 +24,7 @@ TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
         EXPECT_EQ(sensorPortHandler_getSensorMaxPower(port), 0.0F);
         EXPECT_EQ(sensorPortHandler_getSensorMinPower(port), 0.0F);
         EXPECT_EQ(sensorPortHandler_getReadingNumber(port), 0U);
-        sensorPort_beginReading(port);
+        SensorPortSignals_beginReading(port);
         EXPECT_EQ(sensorPortHandler_getBegunReading(port), 0U);
         EXPECT_FALSE(sensorPortHandler_hasReadingSince(port, 0));
         SENSOR_IDENTITY identity;
@@ -36,10 +36,10 @@ TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
         EXPECT_STREQ(serialNumber.data(), "");
         sensorPortHandler_setIsConnected(port, true);
         EXPECT_FALSE(sensorPortHandler_getIsConnected(port));
-        sensorPort_countReading(port, true);
-        sensorPort_setServedConnection(port, 1);
-        EXPECT_FALSE(sensorPort_isServed(port));
-        EXPECT_FALSE(sensorPort_isSameConnection(port, 0));
+        SensorPortSignals_countReading(port, true);
+        SensorPortSignals_setServedConnection(port, 1);
+        EXPECT_FALSE(SensorPortSignals_isServed(port));
+        EXPECT_FALSE(SensorPortSignals_isSameConnection(port, 0));
     }
 }
 
@@ -89,34 +89,35 @@ TEST(SensorPortHandler, SimulatedReadingsOfAnotherPortAreIgnored) {
 
 TEST(SensorPortSignals, AWaitingHandlerWakesWhenItsSensorIsConnected) {
     std::atomic<uint32_t> connection{0};
-    std::thread handler([&] { connection = sensorPort_waitUntilConnected(sensorPort_USB2); });
+    std::thread handler(
+        [&] { connection = SensorPortSignals_waitUntilConnected(sensorPort_USB2); });
     EXPECT_EQ(connection, 0U);
     sensorPortHandler_setIsConnected(sensorPort_USB2, true);
     handler.join();
-    EXPECT_TRUE(sensorPort_isSameConnection(sensorPort_USB2, connection));
+    EXPECT_TRUE(SensorPortSignals_isSameConnection(sensorPort_USB2, connection));
     sensorPortHandler_setIsConnected(sensorPort_USB2, false);
-    EXPECT_FALSE(sensorPort_isSameConnection(sensorPort_USB2, connection));
+    EXPECT_FALSE(SensorPortSignals_isSameConnection(sensorPort_USB2, connection));
 }
 
 TEST(SensorPortSignals, AReplacedSensorIsANewConnection) {
     sensorPortHandler_setIsConnected(sensorPort_USB2, true);
-    const uint32_t first = sensorPort_waitUntilConnected(sensorPort_USB2);
+    const uint32_t first = SensorPortSignals_waitUntilConnected(sensorPort_USB2);
     sensorPortHandler_setIsConnected(sensorPort_USB2, true);
-    EXPECT_TRUE(sensorPort_isSameConnection(sensorPort_USB2, first)) << "told twice";
+    EXPECT_TRUE(SensorPortSignals_isSameConnection(sensorPort_USB2, first)) << "told twice";
     sensorPortHandler_setIsConnected(sensorPort_USB2, false);
     sensorPortHandler_setIsConnected(sensorPort_USB2, true);
-    EXPECT_FALSE(sensorPort_isSameConnection(sensorPort_USB2, first));
+    EXPECT_FALSE(SensorPortSignals_isSameConnection(sensorPort_USB2, first));
     sensorPortHandler_setIsConnected(sensorPort_USB2, false);
 }
 
 TEST(SensorPortSignals, APortIsServedOnceItsHandlerHasTakenUpTheSensor) {
     sensorPortHandler_setIsConnected(sensorPort_USB2, true);
-    const uint32_t connection = sensorPort_waitUntilConnected(sensorPort_USB2);
-    EXPECT_FALSE(sensorPort_isServed(sensorPort_USB2));
-    sensorPort_setServedConnection(sensorPort_USB2, connection);
-    EXPECT_TRUE(sensorPort_isServed(sensorPort_USB2));
+    const uint32_t connection = SensorPortSignals_waitUntilConnected(sensorPort_USB2);
+    EXPECT_FALSE(SensorPortSignals_isServed(sensorPort_USB2));
+    SensorPortSignals_setServedConnection(sensorPort_USB2, connection);
+    EXPECT_TRUE(SensorPortSignals_isServed(sensorPort_USB2));
     sensorPortHandler_setIsConnected(sensorPort_USB2, false);
-    EXPECT_FALSE(sensorPort_isServed(sensorPort_USB2));
+    EXPECT_FALSE(SensorPortSignals_isServed(sensorPort_USB2));
 }
 
 } // namespace

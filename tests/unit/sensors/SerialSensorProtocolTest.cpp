@@ -328,13 +328,13 @@ TEST(SerialSensorProtocol, AListIsContainedWhenEachOfItsFirstLettersOccurs) {
 }
 
 TEST(SerialSensorProtocol, TwoModelFamiliesHaveNoSerialNumber) {
-    EXPECT_TRUE(serialModelHasNoSerialNumber("5132A200"));
-    EXPECT_TRUE(serialModelHasNoSerialNumber("SMK"));
-    EXPECT_TRUE(serialModelHasNoSerialNumber("SMKanyth"));
-    EXPECT_FALSE(serialModelHasNoSerialNumber("5132A20"));
-    EXPECT_FALSE(serialModelHasNoSerialNumber("5132"));
-    EXPECT_FALSE(serialModelHasNoSerialNumber("SM"));
-    EXPECT_FALSE(serialModelHasNoSerialNumber(""));
+    EXPECT_TRUE(SerialSensorProtocol_hasNoSerialNumber("5132A200"));
+    EXPECT_TRUE(SerialSensorProtocol_hasNoSerialNumber("SMK"));
+    EXPECT_TRUE(SerialSensorProtocol_hasNoSerialNumber("SMKanyth"));
+    EXPECT_FALSE(SerialSensorProtocol_hasNoSerialNumber("5132A20"));
+    EXPECT_FALSE(SerialSensorProtocol_hasNoSerialNumber("5132"));
+    EXPECT_FALSE(SerialSensorProtocol_hasNoSerialNumber("SM"));
+    EXPECT_FALSE(SerialSensorProtocol_hasNoSerialNumber(""));
 }
 
 } // namespace

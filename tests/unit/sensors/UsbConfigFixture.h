@@ -19,14 +19,14 @@ protected:
         handler.usbPort.fd = UsbTmcPort_Open(0, usbPort1Name);
         UsbTmcPort_forgetUnplugged();
         EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
-        usbSensorConfig_setServing(&handler, true);
+        UsbSensorConfig_setServing(&handler, true);
         handler.sensorConfigs = {};
         setCapabilities(true);
         World_clearSyslog();
     }
     ~UsbSensorConfig() override {
         World_setSpeed(1);
-        usbSensorConfig_setServing(&handler, false);
+        UsbSensorConfig_setServing(&handler, false);
         UsbTmcPort_Close(handler.usbPort.fd);
         handler.usbPort.fd = -1;
         handler.usbPort.portState = sensorPortDisconnected;

@@ -58,10 +58,10 @@ TEST_F(UsbConfigRequest, ACallerGetsTheErrorsOfItsOwnSending) {
     const uint32_t number = nextNumber();
     Caller caller(manual());
     ASSERT_TRUE(isRequested(number));
-    usbSensorConfig_complete(&handler); // of a pass that took nothing
+    UsbSensorConfig_complete(&handler); // of a pass that took nothing
     EXPECT_FALSE(caller.isDone);
     EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
-    usbSensorConfig_complete(&handler);
+    UsbSensorConfig_complete(&handler);
     const USBTMC_PARAM_ERRORS& errors = caller.result();
     ASSERT_EQ(errors.count, 1);
     EXPECT_STREQ(errors.errors[0], "Freq is not valid");
@@ -78,7 +78,7 @@ TEST_F(UsbConfigRequest, CapabilitiesStayThoseOfTheSensor) {
     ASSERT_TRUE(isRequested(number));
     EXPECT_FALSE(handler.sensorConfigs.bSupportsAutoPeriod);
     EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
-    usbSensorConfig_complete(&handler);
+    UsbSensorConfig_complete(&handler);
     EXPECT_FALSE(device.hasReceived("SENS:PER?"));
 }
 
@@ -96,12 +96,12 @@ TEST_F(UsbConfigRequest, AConfigurationChangedDuringItsOwnSendingArrives) {
         }
     });
     EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
-    usbSensorConfig_complete(&handler);
+    UsbSensorConfig_complete(&handler);
     EXPECT_FALSE(first.result().sensorHasGone);
     EXPECT_FALSE(second->isDone);
     EXPECT_TRUE(handler.newConfig);
     EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
-    usbSensorConfig_complete(&handler);
+    UsbSensorConfig_complete(&handler);
     EXPECT_FALSE(second->result().sensorHasGone);
     EXPECT_TRUE(device.hasReceived("SENS:FREQ 3.000000"));
 }
@@ -114,7 +114,7 @@ TEST_F(UsbConfigRequest, AWaitingConfigurationIsNotReplacedByTheSensorsOwn) {
     EXPECT_EQ(handler.sensorConfigs.freqVal, 2000000.0F);
     EXPECT_TRUE(handler.newConfig);
     EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
-    usbSensorConfig_complete(&handler);
+    UsbSensorConfig_complete(&handler);
     EXPECT_FALSE(caller.result().sensorHasGone);
     EXPECT_TRUE(device.hasReceived("SENS:FREQ 2.000000"));
 }
@@ -123,7 +123,7 @@ TEST_F(UsbConfigRequest, APulledSensorEndsTheWait) {
     const uint32_t number = nextNumber();
     Caller caller(manual());
     ASSERT_TRUE(isRequested(number));
-    usbSensorConfig_setServing(&handler, false);
+    UsbSensorConfig_setServing(&handler, false);
     EXPECT_TRUE(caller.result().sensorHasGone);
     EXPECT_TRUE(sensorPortHandler_setSensorConfigs(manual(), sensorPort_USB2).sensorHasGone);
 }
@@ -138,7 +138,7 @@ TEST_F(UsbConfigRequest, ACallerCanGiveUpItsWaitAndTheOthersWaitOn) {
     EXPECT_TRUE(first.result().sensorHasGone);
     EXPECT_FALSE(second.isDone);
     EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
-    usbSensorConfig_complete(&handler);
+    UsbSensorConfig_complete(&handler);
     EXPECT_FALSE(second.result().sensorHasGone);
 }
 

@@ -185,7 +185,7 @@ TEST_F(UsbSensorConfig, ASixthErrorIsLoggedButNotCollected) {
     EXPECT_STREQ(handler.usbtmc_Errors.errors[4], "Trigger Level is not valid");
     EXPECT_TRUE(World_syslogContains("USER_WARNING:  USB sensor 3 trigger delay command failed "
                                      "with error 3."));
-    usbSensorConfig_logErrors(&handler);
+    UsbSensorConfig_logErrors(&handler);
     EXPECT_TRUE(
         World_syslogContains("USER_ERROR: SCPIErrors: channel 3, error[0] = Freq is not valid."));
     EXPECT_TRUE(World_syslogContains(
@@ -207,12 +207,12 @@ TEST_F(UsbSensorConfig, ATransportErrorStopsTheSendingAndTheConfigurationWaitsOn
 TEST_F(UsbSensorConfig, CwModeSendsTenMillisecondsToSensorsThatHaveAPeriod) {
     device.setReply("SENS:PER:AUTO?", "1");
     device.setReply("SENS:SWE:TIME:AUTO?", "1");
-    EXPECT_TRUE(usbSensorConfig_sendCw(&handler));
+    EXPECT_TRUE(UsbSensorConfig_sendCw(&handler));
     EXPECT_EQ(sent(), (Messages{"SENS:PER:AUTO 0", "SENS:SWE:TIME:AUTO 0", "SENS:PER 0.010000",
                                 "SENS:SWE:TIME 0.010000"}));
     device.clearMessages();
     setCapabilities(false);
-    EXPECT_TRUE(usbSensorConfig_sendCw(&handler));
+    EXPECT_TRUE(UsbSensorConfig_sendCw(&handler));
     EXPECT_TRUE(device.messages().empty());
 }
 
@@ -223,7 +223,7 @@ TEST_F(UsbSensorConfig, CwModeCollectsItsOwnLabels) {
          {"SENS:PER:AUTO", "SENS:SWE:TIME:AUTO", "SENS:PER", "SENS:SWE:TIME"}) {
         device.refuse(command, -222);
     }
-    EXPECT_TRUE(usbSensorConfig_sendCw(&handler));
+    EXPECT_TRUE(UsbSensorConfig_sendCw(&handler));
     ASSERT_EQ(handler.usbtmc_Errors.count, 4);
     EXPECT_STREQ(handler.usbtmc_Errors.errors[0], "Freq Auto is not valid");
     EXPECT_STREQ(handler.usbtmc_Errors.errors[1], "Sweep Time Auto is not valid");
@@ -249,7 +249,7 @@ TEST_F(UsbSensorConfig, CwModeStopsAtATransportError) {
         World_clearSyslog();
         device.clearMessages();
         device.setReply(one.question, "");
-        EXPECT_FALSE(usbSensorConfig_sendCw(&handler)) << one.question;
+        EXPECT_FALSE(UsbSensorConfig_sendCw(&handler)) << one.question;
         EXPECT_TRUE(World_syslogContains(std::string("USER_ERROR: USB sensor 3 ") + one.words +
                                          " command failed with a transport error 1."))
             << one.question;

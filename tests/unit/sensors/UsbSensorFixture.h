@@ -42,7 +42,7 @@ protected:
         handler.sensorPulseModeEnabled = false;
         handler.usbtmcSubstate = 0;
         sensorUsbHandler_resetSensorInformation(&handler);
-        usbSensorConfig_setServing(&handler, true);
+        UsbSensorConfig_setServing(&handler, true);
         handler.sensorConfigs = {};
         EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
         told = 0;
@@ -53,7 +53,7 @@ protected:
     ~UsbSensor() override {
         World_setSpeed(1);
         sensorPortHandler_registerReadingListener(nullptr);
-        usbSensorConfig_setServing(&handler, false);
+        UsbSensorConfig_setServing(&handler, false);
         UsbTmcPort_Close(handler.usbPort.fd);
         handler.usbPort.fd = -1;
         configuration_setPulseMode(false);
