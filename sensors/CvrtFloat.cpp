@@ -37,7 +37,8 @@ float floatQuorvelToIeee(uint32_t value) {
         mantissa <<= 1;
         --exponent;
     }
-    // Below the normal range there are no denormals: such a value is a zero that keeps its sign.
+    // Below the normal range the sensors know no denormals: such a value is a zero that keeps its
+    // sign (docs/compatibility.md: float-flush).
     if (exponent < -126) {
         return std::bit_cast<float>(sign);
     }
@@ -60,6 +61,7 @@ uint32_t floatIeeeToQuorvel(float value) {
         return fraction == 0 ? sensorWord(127, withSign(fractionMask))
                              : sensorWord(0, mantissaSign);
     }
-    // Magnitudes of 2^127 and above give an exponent of 128, which reads back as -128: intended.
+    // Magnitudes of 2^127 and above give an exponent of 128, which the sensors' eight bits hold as
+    // -128 (docs/compatibility.md: float-wrap).
     return sensorWord(field - 126, withSign((fraction + hiddenBit) >> 1));
 }

@@ -8,7 +8,8 @@
 /// shown in any unit of its kind. Pure functions.
 
 /// What a number in a unit is multiplied by to be in Hz, s or W. Only the beginning of the text
-/// counts, in capitals or not, so "MW" is a milliwatt, deliberately.
+/// counts, in capitals or not. So "MW" is a milliwatt, as existing test programs know it
+/// (docs/compatibility.md: dialog-milliwatt).
 double frequencyMultiplier(const char* unitText);
 double timeMultiplier(const char* unitText);
 double powerMultiplier(const char* unitText);

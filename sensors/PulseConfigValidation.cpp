@@ -148,6 +148,8 @@ bool checkSpan(const SENSOR_CONFIGS& config, double period_s, PulseConfigFailure
 bool checkStates(SENSOR_CONFIGS* config, double longest_s, double typedPeriod_s,
                  PulseConfigFailure* failure) {
     const bool areValid = checkEachState(*config, longest_s, failure);
+    // Even after a failure, which existing test programs rely on
+    // (docs/compatibility.md: unused-states-reset).
     resetUnusedStates(config);
     return areValid && checkSpan(*config, typedPeriod_s, failure);
 }
@@ -187,7 +189,8 @@ bool PulseConfigValidation_canBeNegative(PulseConfigField field, bool levelIsdBm
 
 void PulseConfigValidation_parameterErrors(std::span<const char[32]> errors,
                                            char (&text)[parameterErrorsTextSize]) {
-    // The spelling is deliberately kept.
+    // Existing test programs know the text so, its slips of spelling and its order of line feed and
+    // carriage return included (docs/compatibility.md: occured, parmaeter).
     std::snprintf(text, sizeof text,
                   "Parameter Errors occured in the sensor.\n\r"
                   "See the manual for valid parmaeter ranges:\n\r");

@@ -63,7 +63,8 @@ void takeMonitor(const char* entry) {
     }
 }
 
-/// Gives a node that has appeared to the free slot; false when it cannot be opened.
+/// Gives a node that has appeared to the free slot; false when it cannot be opened, which ends the
+/// poll for both sensors (docs/compatibility.md: first-is-usb1, failed-open-hides-both).
 bool openNode(const char* name) {
     const int fd = UsbTmcPort_Open(0, name);
     if (fd < 0) {

@@ -149,9 +149,12 @@ uint32_t sensorPortHandler_getBegunReading(uint32_t port) {
 }
 
 bool sensorPortHandler_hasReadingSince(uint32_t port, uint32_t begunReading) {
+    if (port >= sensorPortCount) {
+        return false;
+    }
     // Right across the numbers' wrap.
-    return port<sensorPortCount&& static_cast<int32_t>(deliveredReadings[port].load() -
-                                                       begunReading)> 0;
+    const auto distance = static_cast<int32_t>(deliveredReadings[port].load() - begunReading);
+    return distance > 0;
 }
 
 void sensorPortHandler_registerReadingListener(void (*listener)()) {

@@ -60,7 +60,8 @@ double SensorRecords_endCycle(uint32_t port, double start_time_ms, double* finis
 
 void validateSerialNumber(char* serialNumber, const char* buffer) {
     size_t length = strnlen(serialNumber, serialDigits);
-    // All nine bytes count, even those past the text's end: intended.
+    // All nine bytes count, even those past the text's end: what a sensor's memory does not give is
+    // taken from what stood there (docs/compatibility.md: digits-of-nine).
     for (size_t index = 0; index < serialDigits; ++index) {
         const char letter = buffer[index];
         if (letter >= '0' && letter <= '9' && length < serialDigits) {

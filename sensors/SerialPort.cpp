@@ -135,7 +135,8 @@ void tty_set_attributes(int32_t fd) {
     settings.c_iflag &=
         ~static_cast<tcflag_t>(BRKINT | INPCK | ISTRIP | ICRNL | IXON | IXANY | IXOFF);
     settings.c_oflag &= ~static_cast<tcflag_t>(OPOST | ONLCR);
-    // Hardware flow control is left as the device had it.
+    // Hardware flow control is left as the device had it
+    // (docs/compatibility.md: flow-control-left).
     settings.c_cflag |= CS8 | CREAD | CLOCAL;
     settings.c_cflag &= ~static_cast<tcflag_t>(PARENB | CSTOPB);
     settings.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHONL | IEXTEN);

@@ -57,7 +57,7 @@ void setReady(SERIAL_HANDLER_DATA_STRUCT* handler) {
 }
 
 /// Runs one measuring command and stores its value, squared for the powers: the sensor sends the
-/// square root of the power.
+/// square root of the power (docs/compatibility.md: squared-power).
 bool measure(SERIAL_HANDLER_DATA_STRUCT* handler, const char* command,
              float SENSOR_MEASUREMENTS::*field, bool isSquareRoot) {
     SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
@@ -126,7 +126,8 @@ sensorSerCommState forwardState(SERIAL_HANDLER_DATA_STRUCT* handler) {
 sensorSerCommState reflectedState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     const uint32_t port = portOf(handler);
     const bool isRead = measure(handler, "R", &SENSOR_MEASUREMENTS::rflPwrVal, true);
-    // A forward reading is announced even if the reflected one of the same cycle is missing.
+    // A forward reading is announced even if the reflected one of the same cycle is missing
+    // (docs/compatibility.md: reading-without-reflected).
     if (newMeasurementIsAvailable[port]) {
         SensorPortSignals_countReading(port, true);
         SensorPortSignals_tellOfReading();

@@ -13,7 +13,8 @@
 
 namespace {
 
-/// Deliberately fixed: data begins here whatever the header's own count of digits says.
+/// The sensors' headers are "#3" and three digits: data begins here whatever count of digits a
+/// header tells (docs/compatibility.md: data-at-five).
 constexpr size_t dataAt = 5;
 
 /// No file that fits has more blocks; a sensor that claims so is not believed.

@@ -40,7 +40,8 @@ constexpr std::array<SettingRow, 17> settingRows = {{
     {C_CALC_GATE_END_DELAY, "gate end delay command", "Gate End is not valid"},
 }};
 
-/// The rows of CW mode. Both period commands' labels are deliberately those of the frequency.
+/// The rows of CW mode. Both period commands have the frequency's label, by which their errors are
+/// known (docs/compatibility.md: cw-labels).
 constexpr std::array<SettingRow, 4> cwRows = {{
     {C_SENSE_PER_AUTO, "period auto command", "Freq Auto is not valid"},
     {C_SENSE_SWE_TIME_AUTO, "sweep time auto command", "Sweep Time Auto is not valid"},
@@ -139,11 +140,13 @@ void sendPeriod(Sending* sending, const SENSOR_CONFIGS& configs) {
 
 void sendTrigger(Sending* sending, const SENSOR_CONFIGS& configs) {
     send(sending, C_TRIGGER_SOURCE, text("INT"));
-    // A text command that is given a number: the sensor gets it only if it cannot be read back.
+    // A text command that is given a number: it is never sent
+    // (docs/compatibility.md: auto-level-not-sent).
     send(sending, C_TRIGGER_LEVEL_AUTO, integer(configs.bAutoTriggerLevel));
     if (!configs.bAutoTriggerLevel) {
         send(sending, C_TRIGGER_LEVEL, number(configs.trigLevelVal));
     }
+    // Like the source, sent every time (docs/compatibility.md: texts-always-sent).
     send(sending, C_TRIGGER_SLOPE, text(configs.trigSlope == 1 ? "POS" : "NEG"));
     send(sending, C_TRIGGER_DELAY, number(configs.trigDelayVal));
 }
@@ -209,7 +212,8 @@ struct Reading {
     bool isAlive;
 };
 
-/// A reply of exactly one byte counts as failed: deliberate.
+/// A reply of exactly one byte counts as failed, none at all reads as 0: a sensor that leaves a
+/// question unanswered is configured all the same (docs/compatibility.md: one-byte-fails).
 qry_type ask(Reading* reading, sensor_qry_e query, const char* words) {
     qry_type reply{};
     if (!reading->isAlive) {
@@ -261,6 +265,8 @@ void readTrigger(Reading* reading, SENSOR_CONFIGS* configs) {
     configs->trigDelayVal = ask(reading, Q_TRIGGER_DELAY, "trigger delay").fval;
 }
 
+/// What is not asked for is 0 in the record: the trigger's slope, the kind of the gates, the number
+/// of states and the gate's times (docs/compatibility.md: read-forgets-gate).
 void readAll(Reading* reading, const SENSOR_CONFIGS& present, SENSOR_CONFIGS* configs) {
     SensorConfigs_takeCapabilities(configs, present);
     if (configs->bSupportsAutoPeriod) {

@@ -28,7 +28,8 @@ constexpr uint32_t modelRetries = 5;
 constexpr size_t longestModel = 20;
 constexpr size_t shortestModel = 4;
 
-/// What a family of models can do. A model that no row names can do everything.
+/// What a family of models can do. A model that no row names can do everything
+/// (docs/compatibility.md: model-by-text).
 struct ModelRow {
     std::string_view text; ///< contained in the model's text
     bool hasPulseFeatures; ///< automatic period and trigger level, triggered gates
@@ -131,7 +132,8 @@ sensorUsbCommState clearStatusStep(USB_HANDLER_DATA_STRUCT* handler) {
     Thread_sleep_ms(stepPause_ms);
     handler->usbtmcSubstate = 0;
     handler->usbtmcRetryCount = modelRetries;
-    // After a fall back the identification is skipped: what it found then must stay.
+    // After a fall back the identification is skipped: what it found then must stay
+    // (docs/compatibility.md: identified-once).
     if (!handler->usbPort.configDone) {
         clearModel(handler);
     }

@@ -166,7 +166,8 @@ sensorUsbCommState UsbSensorMeasure_cw(Handler* handler) {
     }
     fetchInto(handler, Q_FETCH_REFLECTED_AVERAGE, &SENSOR_MEASUREMENTS::rflPwrVal);
     fetchInto(handler, Q_FETCH_FREQUENCY, &SENSOR_MEASUREMENTS::freqVal, fromMHz);
-    // The temperature alone decides how it goes on: deliberate.
+    // The temperature alone decides how it goes on: a sensor that has left one of the other
+    // questions unanswered is not reset for it (docs/compatibility.md: temperature-decides).
     const bool isRead =
         fetchInto(handler, Q_FETCH_TEMPERATURE, &SENSOR_MEASUREMENTS::temperatureVal);
     SensorPortSignals_countReading(port, newMeasurementIsAvailable[port]);
@@ -183,7 +184,8 @@ sensorUsbCommState UsbSensorMeasure_pulse(Handler* handler) {
     if ((handler->sensorMeasurements.questionable & pulseInvalidBit) != 0) {
         zeroPulseValues(handler, configs.bSupportsTriggeredGates);
     } else {
-        // A value that cannot be fetched keeps its old reading, and the step ends all the same.
+        // A value that cannot be fetched keeps its old reading, and the step ends all the same
+        // (docs/compatibility.md: failed-pulse-query).
         fetchPulse(handler);
         if (configs.bSupportsTriggeredGates && configs.bModelIsTriggeredGates) {
             fetchStates(handler);

@@ -78,7 +78,8 @@ bool composeCommand(const sensor_cmd_param_t& command, const cmd_type& value, Co
 }
 
 /// The field of the command's own type decides: a text command whose read-back is a number is equal
-/// only while its text is empty. That is deliberate: such a command is sent only with a text.
+/// while its text is empty, so that the sensors are never sent an automatic trigger level
+/// (docs/compatibility.md: auto-level-not-sent).
 bool isSame(sensor_argument_e type, const cmd_type& wanted, const qry_type& present) {
     switch (type) {
     case argument_integer:
@@ -234,7 +235,8 @@ int waitOperationComplete(int32_t fd, char* buffer, int tries) {
         }
         const ssize_t received = UsbTmcPort_Receive(fd, buffer, usbTmcReplySize);
         isComplete = received > 0 && strcmp(buffer, "1\n") == 0;
-        // The last try counts as a time-out even if it brought the answer: deliberate.
+        // The last try is a time-out even if it brought the answer: a sensor that took so long is
+        // reset (docs/compatibility.md: last-try-lost).
         if (++count >= tries) {
             return 0;
         }
