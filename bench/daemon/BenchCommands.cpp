@@ -1,7 +1,7 @@
 #include "BenchCommands.h"
 
 #include "BenchClock.h"
-#include "BenchDaemon.h"
+#include "BenchHardware.h"
 #include "BenchText.h"
 #include "PortCommands.h"
 #include "WorldFolder.h"
@@ -13,31 +13,31 @@
 
 namespace {
 
-CommandOutcome status(BenchDaemon& daemon, const CommandWords&) {
-    std::string text = "world: " + daemon.world + "\n";
-    const std::string pid = WorldFolder_readFile(daemon.world + "/program.pid");
+CommandOutcome status(BenchHardware& hardware, const CommandWords&) {
+    std::string text = "world: " + hardware.world + "\n";
+    const std::string pid = WorldFolder_readFile(hardware.world + "/program.pid");
     text += "program: " + (pid.empty() ? "not running\n" : pid);
-    const BenchClockReading clock = BenchClock_read(*daemon.clock);
+    const BenchClockReading clock = BenchClock_read(*hardware.clock);
     text += BenchText_format("clock: speed=%g ahead=%.3fs\n", clock.speed,
                              static_cast<double>(clock.ahead_ns + clock.wallOffset_ns) / 1e9);
-    return CommandOutcome_accept(text + PortCommands_status(daemon) +
-                                 Supply_describe(daemon.supply));
+    return CommandOutcome_accept(text + PortCommands_status(hardware) +
+                                 Supply_describe(hardware.supply));
 }
 
-CommandOutcome battery(BenchDaemon& daemon, const CommandWords& words) {
-    const int64_t now = BenchDaemon_now_ns(daemon);
+CommandOutcome battery(BenchHardware& hardware, const CommandWords& words) {
+    const int64_t now = BenchHardware_now_ns(hardware);
     if (words[1] == "drain" && words.size() == 3) {
         const auto time_s = BenchText_duration_s(words[2]);
         if (!time_s || *time_s <= 0) {
             return CommandOutcome_refuse(CommandOutcome_quoted(words[2]) +
                                          " is not a time such as 60s");
         }
-        Supply_drain(daemon.supply, *time_s, now);
+        Supply_drain(hardware.supply, *time_s, now);
         return CommandOutcome_accept();
     }
     std::string error;
     if (words[1] == "remove" && words.size() == 2) {
-        Supply_set(daemon.supply, "state", "missing", now, error);
+        Supply_set(hardware.supply, "state", "missing", now, error);
         return CommandOutcome_accept();
     }
     for (size_t at = 1; at < words.size(); ++at) {
@@ -46,28 +46,28 @@ CommandOutcome battery(BenchDaemon& daemon, const CommandWords& words) {
             return CommandOutcome_refuse(CommandOutcome_quoted(words[at]) +
                                          " is not KEY=VALUE, drain TIME or remove");
         }
-        if (!Supply_set(daemon.supply, pair[0], pair[1], now, error)) {
+        if (!Supply_set(hardware.supply, pair[0], pair[1], now, error)) {
             return CommandOutcome_refuse(error);
         }
     }
     return CommandOutcome_accept();
 }
 
-CommandOutcome externalPower(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome externalPower(BenchHardware& hardware, const CommandWords& words) {
     if (words[1] != "on" && words[1] != "off") {
         return CommandOutcome_refuse(CommandOutcome_quoted(words[1]) + " is not on or off");
     }
-    Supply_setExternalPower(daemon.supply, words[1] == "on");
+    Supply_setExternalPower(hardware.supply, words[1] == "on");
     return CommandOutcome_accept();
 }
 
-CommandOutcome pressSwitch(BenchDaemon& daemon, const CommandWords&) {
-    Supply_pressSwitch(daemon.supply);
+CommandOutcome pressSwitch(BenchHardware& hardware, const CommandWords&) {
+    Supply_pressSwitch(hardware.supply);
     return CommandOutcome_accept();
 }
 
-CommandOutcome removeFile(BenchDaemon& daemon, const CommandWords& words) {
-    const std::string path = WorldFolder_path(daemon.world, std::string(words[1]));
+CommandOutcome removeFile(BenchHardware& hardware, const CommandWords& words) {
+    const std::string path = WorldFolder_path(hardware.world, std::string(words[1]));
     const bool isInside =
         words[1].starts_with('/') && words[1].find("..") == std::string_view::npos;
     if (!isInside || !WorldFolder_remove(path)) {
@@ -76,20 +76,20 @@ CommandOutcome removeFile(BenchDaemon& daemon, const CommandWords& words) {
     return CommandOutcome_accept();
 }
 
-CommandOutcome clock(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome clock(BenchHardware& hardware, const CommandWords& words) {
     if (words[1] == "step") {
         const auto step_s = BenchText_duration_s(words[2]);
         if (!step_s) {
             return CommandOutcome_refuse(CommandOutcome_quoted(words[2]) +
                                          " is not a time such as 1h or -30s");
         }
-        return BenchClock_stepWall(daemon.world.c_str(), static_cast<int64_t>(*step_s * 1e9))
+        return BenchClock_stepWall(hardware.world.c_str(), static_cast<int64_t>(*step_s * 1e9))
                    ? CommandOutcome_accept()
                    : CommandOutcome_refuse("the clock cannot be written");
     }
     if (words[1] == "speed") {
         const auto speed = BenchText_number(words[2]);
-        return speed && BenchClock_setSpeed(daemon.world.c_str(), *speed)
+        return speed && BenchClock_setSpeed(hardware.world.c_str(), *speed)
                    ? CommandOutcome_accept()
                    : CommandOutcome_refuse(CommandOutcome_quoted(words[2]) +
                                            " is not a speed from 0.01 to 1000");
@@ -102,7 +102,7 @@ struct Command {
     std::string_view name;
     size_t leastWords; ///< the name included
     size_t mostWords;
-    CommandOutcome (*run)(BenchDaemon&, const CommandWords&);
+    CommandOutcome (*run)(BenchHardware&, const CommandWords&);
     const char* usage;
     const char* help;
 };
@@ -126,7 +126,7 @@ constexpr std::array<Command, 12> commands{{
     {"clock", 3, 3, clock, "clock step TIME | clock speed FACTOR", "the program's time"},
 }};
 
-CommandOutcome dispatch(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome dispatch(BenchHardware& hardware, const CommandWords& words) {
     if (words.empty()) {
         return CommandOutcome_refuse("no command");
     }
@@ -143,13 +143,13 @@ CommandOutcome dispatch(BenchDaemon& daemon, const CommandWords& words) {
     if (words.size() < command->leastWords || words.size() > command->mostWords) {
         return CommandOutcome_refuse(std::string("usage: ") + command->usage);
     }
-    return command->run(daemon, words);
+    return command->run(hardware, words);
 }
 
 } // namespace
 
-std::string BenchCommands_run(BenchDaemon& daemon, std::string_view line) {
-    const CommandOutcome outcome = dispatch(daemon, BenchText_words(line));
+std::string BenchCommands_run(BenchHardware& hardware, std::string_view line) {
+    const CommandOutcome outcome = dispatch(hardware, BenchText_words(line));
     return outcome.isRefused ? "error " + outcome.text + "\n" : "ok\n" + outcome.text;
 }
 

@@ -4,12 +4,12 @@
 #include <string>
 #include <string_view>
 
-struct BenchDaemon;
+struct BenchHardware;
 
 /// The commands of a running bench, as a table.
 
 /// Runs one line. The answer is "ok\n" and lines of text, or "error TEXT\n".
-std::string BenchCommands_run(BenchDaemon& daemon, std::string_view line);
+std::string BenchCommands_run(BenchHardware& hardware, std::string_view line);
 
 /// One line of help per command.
 std::string BenchCommands_help();

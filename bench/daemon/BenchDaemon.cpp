@@ -2,13 +2,10 @@
 
 #include "BenchCommands.h"
 #include "LocalSocket.h"
-#include "WorldFolder.h"
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
-#include <limits>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -58,7 +55,7 @@ bool serveClient(BenchDaemon& daemon, CommandClient& client) {
     if (end == std::string::npos) {
         return client.line.size() > longestLine;
     }
-    sendAnswer(client.fd, BenchCommands_run(daemon, client.line.substr(0, end)));
+    sendAnswer(client.fd, BenchCommands_run(daemon.hardware, client.line.substr(0, end)));
     return true;
 }
 
@@ -73,51 +70,18 @@ void serveClients(BenchDaemon& daemon) {
     });
 }
 
-void carry(const Terminal& from, const Terminal& to) {
-    const std::string bytes = Terminal_read(from);
-    if (!bytes.empty()) {
-        Terminal_write(to, bytes);
-    }
-}
-
-bool refuse(std::string& error, const std::string& what) {
-    error = what + ": " + strerror(errno);
-    return false;
-}
-
 } // namespace
 
-int64_t BenchDaemon_now_ns(const BenchDaemon& daemon) {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec +
-           BenchClock_read(*daemon.clock).ahead_ns;
-}
-
 bool BenchDaemon_open(BenchDaemon& daemon, const std::string& world, std::string& error) {
-    daemon.world = world;
-    daemon.clock = BenchClock_map(world.c_str());
-    if (daemon.clock == nullptr) {
-        return refuse(error, world + "/clock");
+    if (!BenchHardware_open(daemon.hardware, world, error)) {
+        return false;
     }
-    const int64_t now = BenchDaemon_now_ns(daemon);
-    for (uint32_t port = 0; port < daemon.serial.size(); ++port) {
-        if (!SerialPortPlayer_open(daemon.serial.at(port), port, world, now)) {
-            return refuse(error, "pseudo-terminal of serial port " + std::to_string(port + 1));
-        }
+    const std::string path = world + "/daemon.sock";
+    daemon.listener = LocalSocket_listen(path, SOCK_STREAM);
+    if (daemon.listener < 0) {
+        error = path + ": " + strerror(errno);
     }
-    for (uint32_t port = 0; port < daemon.usb.size(); ++port) {
-        UsbPortPlayer_open(daemon.usb.at(port), port, world);
-    }
-    if (!Terminal_open(daemon.commandPort, WorldFolder_path(world, "/dev/ttyS4")) ||
-        !Terminal_open(daemon.commandPeer, world + "/command-port")) {
-        return refuse(error, "pseudo-terminal of the command port");
-    }
-    if (!Supply_open(daemon.supply, world)) {
-        return refuse(error, "the power switch");
-    }
-    daemon.listener = LocalSocket_listen(world + "/daemon.sock", SOCK_STREAM);
-    return daemon.listener >= 0 || refuse(error, world + "/daemon.sock");
+    return daemon.listener >= 0;
 }
 
 void BenchDaemon_close(BenchDaemon& daemon) {
@@ -125,19 +89,11 @@ void BenchDaemon_close(BenchDaemon& daemon) {
         close(client.fd);
     }
     daemon.clients.clear();
-    for (SerialPortPlayer& player : daemon.serial) {
-        SerialPortPlayer_close(player);
-    }
-    for (UsbPortPlayer& player : daemon.usb) {
-        UsbPortPlayer_close(player);
-    }
-    Supply_close(daemon.supply);
-    Terminal_close(daemon.commandPort);
-    Terminal_close(daemon.commandPeer);
+    BenchHardware_close(daemon.hardware);
     if (daemon.listener >= 0) {
         close(daemon.listener);
         daemon.listener = -1;
-        unlink((daemon.world + "/daemon.sock").c_str());
+        unlink((daemon.hardware.world + "/daemon.sock").c_str());
     }
 }
 
@@ -146,43 +102,14 @@ void BenchDaemon_collect(const BenchDaemon& daemon, std::vector<pollfd>& waiting
     for (const CommandClient& client : daemon.clients) {
         waiting.push_back({client.fd, POLLIN, 0});
     }
-    for (const SerialPortPlayer& player : daemon.serial) {
-        waiting.push_back({player.terminal.master, POLLIN, 0});
-    }
-    for (const UsbPortPlayer& player : daemon.usb) {
-        UsbPortPlayer_collect(player, waiting);
-    }
-    waiting.push_back({daemon.commandPort.master, POLLIN, 0});
-    waiting.push_back({daemon.commandPeer.master, POLLIN, 0});
+    BenchHardware_collect(daemon.hardware, waiting);
 }
 
 int64_t BenchDaemon_wait_ns(const BenchDaemon& daemon) {
-    constexpr int64_t never = std::numeric_limits<int64_t>::max();
-    int64_t next = Supply_nextDue_ns(daemon.supply);
-    for (const SerialPortPlayer& player : daemon.serial) {
-        next = std::min(next, SerialPortPlayer_nextDue_ns(player));
-    }
-    for (const UsbPortPlayer& player : daemon.usb) {
-        next = std::min(next, UsbPortPlayer_nextDue_ns(player));
-    }
-    if (next == never) {
-        return -1;
-    }
-    const int64_t left = next - BenchDaemon_now_ns(daemon);
-    return std::max(int64_t{0}, static_cast<int64_t>(static_cast<double>(left) /
-                                                     BenchClock_read(*daemon.clock).speed));
+    return BenchHardware_wait_ns(daemon.hardware);
 }
 
 void BenchDaemon_service(BenchDaemon& daemon) {
     serveClients(daemon);
-    const int64_t now = BenchDaemon_now_ns(daemon);
-    for (SerialPortPlayer& player : daemon.serial) {
-        SerialPortPlayer_service(player, now);
-    }
-    for (UsbPortPlayer& player : daemon.usb) {
-        UsbPortPlayer_service(player, now);
-    }
-    Supply_service(daemon.supply, now);
-    carry(daemon.commandPort, daemon.commandPeer);
-    carry(daemon.commandPeer, daemon.commandPort);
+    BenchHardware_service(daemon.hardware);
 }

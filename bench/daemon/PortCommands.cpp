@@ -1,6 +1,6 @@
 #include "PortCommands.h"
 
-#include "BenchDaemon.h"
+#include "BenchHardware.h"
 #include "BenchText.h"
 #include "WorldFolder.h"
 
@@ -18,14 +18,14 @@ struct PortRef {
     UsbPortPlayer* usb;
 };
 
-std::optional<PortRef> findPort(BenchDaemon& daemon, std::string_view name) {
+std::optional<PortRef> findPort(BenchHardware& hardware, std::string_view name) {
     const auto* found = std::ranges::find(portNames, name);
     if (found == portNames.end()) {
         return std::nullopt;
     }
     const auto index = static_cast<size_t>(found - portNames.begin());
-    return index < firstUsb ? PortRef{&daemon.serial.at(index), nullptr}
-                            : PortRef{nullptr, &daemon.usb.at(index - firstUsb)};
+    return index < firstUsb ? PortRef{&hardware.serial.at(index), nullptr}
+                            : PortRef{nullptr, &hardware.usb.at(index - firstUsb)};
 }
 
 bool hasSensor(const PortRef& port) {
@@ -47,9 +47,9 @@ template <typename Table> CommandOutcome unknownModel(std::string_view name, con
 }
 
 /// Finds a port that has a sensor, or says why not.
-std::optional<PortRef> occupiedPort(BenchDaemon& daemon, std::string_view name,
+std::optional<PortRef> occupiedPort(BenchHardware& hardware, std::string_view name,
                                     CommandOutcome& refusal) {
-    const auto port = findPort(daemon, name);
+    const auto port = findPort(hardware, name);
     if (!port) {
         refusal = unknownPort(name);
         return std::nullopt;
@@ -183,33 +183,33 @@ std::string CommandOutcome_quoted(std::string_view word) {
     return "'" + std::string(word) + "'";
 }
 
-CommandOutcome PortCommands_plug(BenchDaemon& daemon, const CommandWords& words) {
-    const auto port = findPort(daemon, words[1]);
+CommandOutcome PortCommands_plug(BenchHardware& hardware, const CommandWords& words) {
+    const auto port = findPort(hardware, words[1]);
     if (!port) {
         return unknownPort(words[1]);
     }
-    const int64_t now = BenchDaemon_now_ns(daemon);
+    const int64_t now = BenchHardware_now_ns(hardware);
     return port->serial != nullptr ? plugSerial(*port->serial, words, now)
                                    : plugUsb(*port->usb, words, now);
 }
 
-CommandOutcome PortCommands_unplug(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome PortCommands_unplug(BenchHardware& hardware, const CommandWords& words) {
     CommandOutcome refusal;
-    const auto port = occupiedPort(daemon, words[1], refusal);
+    const auto port = occupiedPort(hardware, words[1], refusal);
     if (!port) {
         return refusal;
     }
     if (port->serial != nullptr) {
-        SerialPortPlayer_unplug(*port->serial, BenchDaemon_now_ns(daemon));
+        SerialPortPlayer_unplug(*port->serial, BenchHardware_now_ns(hardware));
     } else {
-        UsbPortPlayer_unplug(*port->usb, BenchDaemon_now_ns(daemon));
+        UsbPortPlayer_unplug(*port->usb, BenchHardware_now_ns(hardware));
     }
     return CommandOutcome_accept();
 }
 
-CommandOutcome PortCommands_replug(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome PortCommands_replug(BenchHardware& hardware, const CommandWords& words) {
     CommandOutcome refusal;
-    const auto port = occupiedPort(daemon, words[1], refusal);
+    const auto port = occupiedPort(hardware, words[1], refusal);
     if (!port) {
         return refusal;
     }
@@ -219,21 +219,21 @@ CommandOutcome PortCommands_replug(BenchDaemon& daemon, const CommandWords& word
                                      " is not a time such as 200ms");
     }
     if (port->serial != nullptr) {
-        SerialPortPlayer_replug(*port->serial, *after_s, BenchDaemon_now_ns(daemon));
+        SerialPortPlayer_replug(*port->serial, *after_s, BenchHardware_now_ns(hardware));
     } else {
-        UsbPortPlayer_replug(*port->usb, *after_s, BenchDaemon_now_ns(daemon));
+        UsbPortPlayer_replug(*port->usb, *after_s, BenchHardware_now_ns(hardware));
     }
     return CommandOutcome_accept();
 }
 
-CommandOutcome PortCommands_set(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome PortCommands_set(BenchHardware& hardware, const CommandWords& words) {
     CommandOutcome refusal;
-    const auto port = occupiedPort(daemon, words[1], refusal);
+    const auto port = occupiedPort(hardware, words[1], refusal);
     if (!port) {
         return refusal;
     }
     // Values are set on a copy, so that a refused command changes nothing.
-    const int64_t now = BenchDaemon_now_ns(daemon);
+    const int64_t now = BenchHardware_now_ns(hardware);
     if (port->usb != nullptr) {
         Sensor316x changed = *port->usb->sensor;
         const std::string error = applyKeys(changed, nullptr, words, 2, now);
@@ -254,19 +254,19 @@ CommandOutcome PortCommands_set(BenchDaemon& daemon, const CommandWords& words) 
     return CommandOutcome_accept();
 }
 
-CommandOutcome PortCommands_fault(BenchDaemon& daemon, const CommandWords& words) {
+CommandOutcome PortCommands_fault(BenchHardware& hardware, const CommandWords& words) {
     CommandOutcome refusal;
-    const auto port = occupiedPort(daemon, words[1], refusal);
+    const auto port = occupiedPort(hardware, words[1], refusal);
     if (!port) {
         return refusal;
     }
-    const int64_t now = BenchDaemon_now_ns(daemon);
+    const int64_t now = BenchHardware_now_ns(hardware);
     return port->serial != nullptr ? faultSerial(*port->serial, words[2], now)
                                    : faultUsb(*port->usb, words[2], now);
 }
 
-CommandOutcome PortCommands_log(BenchDaemon& daemon, const CommandWords& words) {
-    const auto port = findPort(daemon, words[1]);
+CommandOutcome PortCommands_log(BenchHardware& hardware, const CommandWords& words) {
+    const auto port = findPort(hardware, words[1]);
     if (!port) {
         return unknownPort(words[1]);
     }
@@ -281,16 +281,16 @@ CommandOutcome PortCommands_log(BenchDaemon& daemon, const CommandWords& words) 
                                      : WireLog_text(port->usb->log, number, true));
 }
 
-std::string PortCommands_status(BenchDaemon& daemon) {
-    const int64_t now = BenchDaemon_now_ns(daemon);
+std::string PortCommands_status(BenchHardware& hardware) {
+    const int64_t now = BenchHardware_now_ns(hardware);
     std::string text;
     for (size_t index = 0; index < portNames.size(); ++index) {
         const bool isSerial = index < firstUsb;
         const WireLog& log =
-            isSerial ? daemon.serial.at(index).log : daemon.usb.at(index - firstUsb).log;
+            isSerial ? hardware.serial.at(index).log : hardware.usb.at(index - firstUsb).log;
         text += std::string(portNames.at(index)) + ": ";
-        text += isSerial ? serialStatus(daemon.serial.at(index), now)
-                         : usbStatus(daemon.usb.at(index - firstUsb), now);
+        text += isSerial ? serialStatus(hardware.serial.at(index), now)
+                         : usbStatus(hardware.usb.at(index - firstUsb), now);
         text += BenchText_format(" sent=%llu received=%llu\n",
                                  static_cast<unsigned long long>(log.bytesFromSensor),
                                  static_cast<unsigned long long>(log.bytesToSensor));

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-struct BenchDaemon;
+struct BenchHardware;
 
 /// Commands that plug, change and break sensors.
 
@@ -21,14 +21,14 @@ CommandOutcome CommandOutcome_refuse(std::string text);
 std::string CommandOutcome_quoted(std::string_view word);
 
 /// Each takes its own name as the first word; the number of words has been checked.
-CommandOutcome PortCommands_plug(BenchDaemon& daemon, const CommandWords& words);
-CommandOutcome PortCommands_unplug(BenchDaemon& daemon, const CommandWords& words);
-CommandOutcome PortCommands_replug(BenchDaemon& daemon, const CommandWords& words);
-CommandOutcome PortCommands_set(BenchDaemon& daemon, const CommandWords& words);
-CommandOutcome PortCommands_fault(BenchDaemon& daemon, const CommandWords& words);
-CommandOutcome PortCommands_log(BenchDaemon& daemon, const CommandWords& words);
+CommandOutcome PortCommands_plug(BenchHardware& hardware, const CommandWords& words);
+CommandOutcome PortCommands_unplug(BenchHardware& hardware, const CommandWords& words);
+CommandOutcome PortCommands_replug(BenchHardware& hardware, const CommandWords& words);
+CommandOutcome PortCommands_set(BenchHardware& hardware, const CommandWords& words);
+CommandOutcome PortCommands_fault(BenchHardware& hardware, const CommandWords& words);
+CommandOutcome PortCommands_log(BenchHardware& hardware, const CommandWords& words);
 
 /// A line per port.
-std::string PortCommands_status(BenchDaemon& daemon);
+std::string PortCommands_status(BenchHardware& hardware);
 
 #endif

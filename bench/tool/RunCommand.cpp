@@ -126,7 +126,7 @@ bool startDaemon(Run& run, std::string& error) {
         return false;
     }
     for (const std::string& command : run.options.commands) {
-        const std::string answer = BenchCommands_run(run.daemon, command);
+        const std::string answer = BenchCommands_run(run.daemon.hardware, command);
         if (!answer.starts_with("ok")) {
             error = command + ": " + answer.substr(0, answer.find('\n'));
             return false;

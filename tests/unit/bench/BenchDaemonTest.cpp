@@ -41,7 +41,7 @@ protected:
     }
 
     std::string command(const std::string& line) {
-        return BenchCommands_run(daemon, line);
+        return BenchCommands_run(daemon.hardware, line);
     }
 
     std::string commandOverSocket(const std::string& line) {
@@ -127,9 +127,9 @@ TEST_F(BenchDaemonTest, AnUnpluggedSensorIsSilentAndDrawsNothing) {
     EXPECT_LT(atoi(current(0).c_str()), 250);
     const int port = openPort("/dev/ttyS1");
     EXPECT_EQ(write(port, "S", 1), 1);
-    EXPECT_TRUE(turnUntil([this] { return daemon.serial[0].log.bytesToSensor == 1; }));
-    EXPECT_TRUE(turnUntil([this] { return daemon.serial[0].toSensor.empty(); }));
-    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, 0U);
+    EXPECT_TRUE(turnUntil([this] { return daemon.hardware.serial[0].log.bytesToSensor == 1; }));
+    EXPECT_TRUE(turnUntil([this] { return daemon.hardware.serial[0].toSensor.empty(); }));
+    EXPECT_EQ(daemon.hardware.serial[0].log.bytesFromSensor, 0U);
     close(port);
 }
 
@@ -147,8 +147,8 @@ TEST_F(BenchDaemonTest, AnUnlimitedWireTakesNone) {
     command("plug serial1 5132 boot=0s baud=unlimited");
     const int port = openPort("/dev/ttyS1");
     EXPECT_EQ(exchange(port, "I", 40).size(), 40U);
-    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, 40U);
-    EXPECT_EQ(daemon.serial[0].log.entries.back().bytes.size(), 40U);
+    EXPECT_EQ(daemon.hardware.serial[0].log.bytesFromSensor, 40U);
+    EXPECT_EQ(daemon.hardware.serial[0].log.entries.back().bytes.size(), 40U);
     close(port);
 }
 
@@ -157,7 +157,7 @@ TEST_F(BenchDaemonTest, ACutCableEndsInTheMiddleOfTheReply) {
     command("fault serial1 cut");
     const int port = openPort("/dev/ttyS1");
     EXPECT_EQ(exchange(port, "F", 2).size(), 2U);
-    EXPECT_TRUE(turnUntil([this] { return !daemon.serial[0].sensor; }));
+    EXPECT_TRUE(turnUntil([this] { return !daemon.hardware.serial[0].sensor; }));
     EXPECT_LT(atoi(current(0).c_str()), 250);
     close(port);
 }
@@ -165,12 +165,12 @@ TEST_F(BenchDaemonTest, ACutCableEndsInTheMiddleOfTheReply) {
 TEST_F(BenchDaemonTest, ChatterGoesOnUntilTheFaultEnds) {
     command("plug serial1 5132 boot=0s");
     command("fault serial1 chatter");
-    EXPECT_TRUE(turnUntil([this] { return daemon.serial[0].log.bytesFromSensor > 20; }));
+    EXPECT_TRUE(turnUntil([this] { return daemon.hardware.serial[0].log.bytesFromSensor > 20; }));
     command("fault serial1 none");
-    const uint64_t sent = daemon.serial[0].log.bytesFromSensor;
+    const uint64_t sent = daemon.hardware.serial[0].log.bytesFromSensor;
     turnOnce();
     turnOnce();
-    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, sent);
+    EXPECT_EQ(daemon.hardware.serial[0].log.bytesFromSensor, sent);
 }
 
 TEST_F(BenchDaemonTest, ASensorIsSilentWhileItStarts) {
@@ -178,9 +178,10 @@ TEST_F(BenchDaemonTest, ASensorIsSilentWhileItStarts) {
     const int port = openPort("/dev/ttyS1");
     EXPECT_EQ(write(port, "S", 1), 1);
     EXPECT_TRUE(turnUntil([this] {
-        return daemon.serial[0].log.bytesToSensor == 1 && daemon.serial[0].toSensor.empty();
+        return daemon.hardware.serial[0].log.bytesToSensor == 1 &&
+               daemon.hardware.serial[0].toSensor.empty();
     }));
-    EXPECT_EQ(daemon.serial[0].log.bytesFromSensor, 0U);
+    EXPECT_EQ(daemon.hardware.serial[0].log.bytesFromSensor, 0U);
     close(port);
 }
 
