@@ -98,6 +98,7 @@ BenchClockReading BenchClock_read(const BenchClock& clock) {
                                                 : aheadAt(clock, reading.speed, realTime_ns());
         reading.wallOffset_ns = clock.wallOffset_ns.load();
         reading.version = before;
+        reading.skipsSleeps = clock.skipsSleeps.load() != 0;
         if (before % 2 == 0 && before == clock.version.load()) {
             return reading;
         }
@@ -127,6 +128,16 @@ bool BenchClock_setSpeed(const char* folder, double speed) {
         clock.changed_ns.store(now_ns);
         clock.speed.store(speed);
     });
+}
+
+bool BenchClock_skipSleeps(const char* folder, bool skips) {
+    return changeClock(folder,
+                       [skips](BenchClock& clock) { clock.skipsSleeps.store(skips ? 1 : 0); });
+}
+
+bool BenchClock_advance(const char* folder, int64_t step_ns) {
+    return changeClock(folder,
+                       [step_ns](BenchClock& clock) { clock.aheadAtChange_ns.fetch_add(step_ns); });
 }
 
 bool BenchClock_stepWall(const char* folder, int64_t step_ns) {

@@ -12,7 +12,8 @@
 /// those who need it.
 struct BenchClock {
     std::atomic<uint32_t> version; ///< odd while a change is being written; sleepers wait on it
-    std::atomic<double> speed;     ///< 0 stands for 1
+    std::atomic<uint32_t> skipsSleeps;
+    std::atomic<double> speed; ///< 0 stands for 1
     std::atomic<int64_t> changed_ns;
     std::atomic<int64_t> aheadAtChange_ns;
     std::atomic<int64_t> wallOffset_ns;
@@ -25,6 +26,7 @@ struct BenchClockReading {
     int64_t ahead_ns;
     int64_t wallOffset_ns;
     uint32_t version;
+    bool skipsSleeps;
 
     bool isRealTime() const {
         return speed == 1.0 && ahead_ns == 0 && wallOffset_ns == 0;
@@ -43,6 +45,13 @@ int BenchClock_sleep(const BenchClock& clock, const BenchClockReading& reading, 
 /// Lets the clocks and waits of the world run `speed` times as fast as real time from now on; they
 /// do not jump. Speeds outside 0.01 to 1000 are refused. One writer at a time across processes.
 bool BenchClock_setSpeed(const char* folder, double speed);
+
+/// Lets a sleep take no real time: it advances the world's clocks by its length instead. Waits for
+/// something that may come sooner still take their time.
+bool BenchClock_skipSleeps(const char* folder, bool skips);
+
+/// Lets the world's clocks jump ahead.
+bool BenchClock_advance(const char* folder, int64_t step_ns);
 
 /// Steps the wall clock; the monotonic clock does not notice.
 bool BenchClock_stepWall(const char* folder, int64_t step_ns);

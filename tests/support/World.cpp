@@ -14,6 +14,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -179,6 +180,10 @@ void World_setSpeed(double factor) {
     BenchClock_setSpeed(World_folder().c_str(), factor);
 }
 
+void World_skipSleeps(bool skips) {
+    BenchClock_skipSleeps(World_folder().c_str(), skips);
+}
+
 bool World_fail(WorldFault fault, const std::string& instrumentPath, int error) {
     const auto kind = static_cast<BenchFault>(static_cast<uint32_t>(fault) + 1);
     return BenchFaults_add(World_folder().c_str(), kind, instrumentPath, error);
@@ -194,7 +199,7 @@ void World_clearFaults() {
 
 bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {
     // Real time: the raw clock is the one that the bench never alters.
-    constexpr uint32_t pause_ms = 2;
+    constexpr timespec pause = {0, 2'000'000};
     timespec start{};
     clock_gettime(CLOCK_MONOTONIC_RAW, &start);
     for (;;) {
@@ -208,6 +213,6 @@ bool World_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) 
         if (elapsed_ms >= limit_ms) {
             return false;
         }
-        usleep(pause_ms * 1000);
+        syscall(SYS_nanosleep, &pause, nullptr); // real time, too
     }
 }

@@ -56,6 +56,10 @@ void World_stepWallClock_ms(int64_t step_ms);
 /// the speed with which it began. CLOCK_MONOTONIC_RAW stays real, for tests that measure.
 void World_setSpeed(double factor);
 
+/// Lets a sleep of this process take no real time: it advances the clocks by its length instead.
+/// For prescribed pauses; waits for something that may come sooner still take their time.
+void World_skipSleeps(bool skips);
+
 /// What can fail in a world, on an instrument path and below or beside it.
 enum class WorldFault {
     open,   ///< opening fails, for reading as well (EMFILE, EACCES, ...)

@@ -148,6 +148,7 @@ class Clock : public testing::Test {
 protected:
     void TearDown() override {
         World_setSpeed(1);
+        World_skipSleeps(false);
     }
 };
 
@@ -204,6 +205,22 @@ TEST_F(Clock, ASleepFollowsAChangeOfSpeed) {
     sleeper.join();
     EXPECT_GE(now_ns(CLOCK_MONOTONIC) - start_ns, sleep_s * 1'000'000'000LL);
     EXPECT_LT(now_ns(CLOCK_MONOTONIC_RAW) - realStart_ns, 10'000'000'000LL);
+}
+
+TEST_F(Clock, ASleepThatIsSkippedMovesTheClocksAndTakesNoTime) {
+    constexpr int64_t day_s = 86400;
+    World_skipSleeps(true);
+    const int64_t steady_ns = now_ns(CLOCK_MONOTONIC);
+    const time_t wall = time(nullptr);
+    const int64_t real_ns = now_ns(CLOCK_MONOTONIC_RAW);
+    EXPECT_EQ(sleep(day_s), 0U);
+    EXPECT_GE(now_ns(CLOCK_MONOTONIC) - steady_ns, day_s * 1'000'000'000);
+    EXPECT_NEAR(static_cast<double>(time(nullptr) - wall), day_s, 60);
+    EXPECT_LT(now_ns(CLOCK_MONOTONIC_RAW) - real_ns, 60'000'000'000);
+    // What may come sooner is waited for.
+    const int64_t begun_ns = now_ns(CLOCK_MONOTONIC_RAW);
+    EXPECT_EQ(poll(nullptr, 0, 20), 0);
+    EXPECT_GE(now_ns(CLOCK_MONOTONIC_RAW) - begun_ns, 19'000'000);
 }
 
 TEST_F(Clock, AStepMovesTheWallClockOnly) {
