@@ -76,9 +76,26 @@ void pull(UsbPortPlayer& player, int channel, int64_t now_ns) {
     UsbPortPlayer_unplug(player, now_ns);
 }
 
-void clearHalt(UsbPortPlayer& player, int channel) {
-    player.isStalled = false;
-    acknowledge(channel, 0);
+// A transfer that is lost ends at once where nobody wants to wait for it.
+void failNextRead(UsbPortPlayer& player, int channel) {
+    if (player.hastyReadsLeft > 0) {
+        --player.hastyReadsLeft;
+        sendPacket(channel, "E" + std::to_string(ETIMEDOUT));
+    }
+}
+
+void takeWrite(UsbPortPlayer& player, int channel, const std::string& message, int64_t now_ns) {
+    const int error = takeMessage(player, message, now_ns);
+    const bool isUnanswered = message.find('?') != std::string::npos && !player.reply;
+    player.hastyReadsLeft = error == 0 && isUnanswered ? player.hastyReads : 0;
+    acknowledge(channel, error);
+    failNextRead(player, channel);
+}
+
+void takeRequest(UsbPortPlayer& player, int channel, char request) {
+    const int error = Sensor316x_request(*player.sensor, request);
+    player.isStalled = player.isStalled && error != 0;
+    acknowledge(channel, error);
 }
 
 void handlePacket(UsbPortPlayer& player, int channel, const std::string& packet, int64_t now_ns) {
@@ -89,15 +106,16 @@ void handlePacket(UsbPortPlayer& player, int channel, const std::string& packet,
         if (isCut) {
             pull(player, channel, now_ns);
         } else {
-            acknowledge(channel, takeMessage(player, packet.substr(1), now_ns));
+            takeWrite(player, channel, packet.substr(1), now_ns);
         }
         break;
     case 'C':
         player.reply.reset();
-        clearHalt(player, channel);
+        takeRequest(player, channel, packet[0]);
+        failNextRead(player, channel); // of what the clear was to help
         break;
     default: // the two clear-halt requests
-        clearHalt(player, channel);
+        takeRequest(player, channel, packet[0]);
     }
 }
 
@@ -144,16 +162,8 @@ void acceptChannels(UsbPortPlayer& player) {
             return;
         }
         player.channels.push_back(fd);
+        ++player.openings;
     }
-}
-
-void forgetConnection(UsbPortPlayer& player) {
-    for (const int channel : player.channels) {
-        close(channel);
-    }
-    player.channels.clear();
-    player.reply.reset();
-    player.isStalled = false;
 }
 
 /// A setting that is to be refused.
@@ -183,8 +193,17 @@ void UsbPortPlayer_open(UsbPortPlayer& player, uint32_t port, const std::string&
     unlink(WorldFolder_path(world, nodePath(player)).c_str());
 }
 
+void UsbPortPlayer_hangUp(UsbPortPlayer& player) {
+    for (const int channel : player.channels) {
+        close(channel);
+    }
+    player.channels.clear();
+    player.reply.reset();
+    player.isStalled = false;
+}
+
 void UsbPortPlayer_close(UsbPortPlayer& player) {
-    forgetConnection(player);
+    UsbPortPlayer_hangUp(player);
     if (player.listener >= 0) {
         close(player.listener);
         player.listener = -1;
@@ -231,8 +250,10 @@ bool UsbPortPlayer_setFault(UsbPortPlayer& player, std::string_view name, int64_
         return false;
     }
     Sensor316x& sensor = *player.sensor;
-    sensor.refusedHeader = refusal ? refusal->header : "";
-    sensor.refusedCode = refusal ? refusal->code : 0;
+    sensor.refused.clear();
+    if (refusal) {
+        sensor.refused[refusal->header] = refusal->code;
+    }
     player.fault = fault;
     sensor.isHostile = fault == usbFaultHostile;
     player.isStalled = fault == usbFaultStall;

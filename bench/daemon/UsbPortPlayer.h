@@ -41,7 +41,10 @@ struct UsbPortPlayer {
     UsbFault fault;
     bool isStalled;
     int listener;
-    std::vector<int> channels;     ///< open descriptors of the program, normally one
+    std::vector<int> channels; ///< open descriptors of the program, normally one
+    uint32_t openings;         ///< that there have been
+    uint32_t hastyReads;       ///< so many reads without a reply time out at once, not after 5 s
+    uint32_t hastyReadsLeft;   ///< of the last query
     std::optional<UsbReply> reply; ///< not sent yet
     int reader;                    ///< channel that asked for it
     int64_t replug_ns;             ///< when a pulled sensor comes back, 0 for never
@@ -52,6 +55,9 @@ struct UsbPortPlayer {
 
 void UsbPortPlayer_open(UsbPortPlayer& player, uint32_t port, const std::string& world);
 void UsbPortPlayer_close(UsbPortPlayer& player);
+
+/// Closes what the program has open, and forgets what was on its way. The sensor stays plugged in.
+void UsbPortPlayer_hangUp(UsbPortPlayer& player);
 
 /// False when the channel cannot be made.
 bool UsbPortPlayer_plug(UsbPortPlayer& player, Sensor316x sensor, int64_t now_ns);

@@ -5,7 +5,6 @@
 
 #include "BenchText.h"
 #include "PlugAndPlay316x.h"
-#include "Settings316x.h"
 
 #include <algorithm>
 #include <cmath>
@@ -145,6 +144,10 @@ std::string identityText(const Sensor316x& sensor, const std::string& text) {
     return sensor.isHostile ? "%n%s%n%s%n%s%n%s" : text;
 }
 
+std::string plugAndPlayFile(const Sensor316x& sensor) {
+    return PlugAndPlay316x_file(sensor.modelText, sensor.input);
+}
+
 struct QueryRow {
     std::string_view query;
     std::string (*answer)(Sensor316x&, int64_t now_ns);
@@ -165,15 +168,20 @@ constexpr std::array<QueryRow, 14> queryRows{{
     {"PNP:AVA?", [](Sensor316x& s, int64_t) { return std::string(s.hasPlugAndPlay ? "1" : "0"); }},
     {"PNP:VERS?", [](Sensor316x&, int64_t) { return std::string("1.0"); }},
     {"PNP:FILE:SIZE?",
-     [](Sensor316x& s, int64_t) { return std::to_string(PlugAndPlay316x_file(s).size()); }},
+     [](Sensor316x& s, int64_t) { return std::to_string(plugAndPlayFile(s).size()); }},
     {"PNP:FILE:BLOC:TOT?",
-     [](Sensor316x& s, int64_t) { return std::to_string(PlugAndPlay316x_blockCount(s)); }},
+     [](Sensor316x& s, int64_t) {
+         return std::to_string(PlugAndPlay316x_blockCount(plugAndPlayFile(s)));
+     }},
     {"PNP:FILE:BLOC:NUMB?", [](Sensor316x& s, int64_t) { return std::to_string(s.block); }},
 }};
 
 std::string answerQuery(Sensor316x& sensor, std::string_view query, int64_t now_ns) {
+    if (const auto script = sensor.scripted.find(query); script != sensor.scripted.end()) {
+        return script->second;
+    }
     if (query == "PNP:FILE:BLOC:DATA?") {
-        return PlugAndPlay316x_block(sensor, sensor.block) + "\n";
+        return PlugAndPlay316x_block(plugAndPlayFile(sensor), sensor.block) + "\n";
     }
     if (const auto* row = std::ranges::find(queryRows, query, &QueryRow::query);
         row != queryRows.end()) {
@@ -183,9 +191,9 @@ std::string answerQuery(Sensor316x& sensor, std::string_view query, int64_t now_
         row != readingRows.end()) {
         return readingText(sensor.readings, *row) + "\n";
     }
-    const int setting = Settings316x_find(sensor, query.substr(0, query.size() - 1));
+    const int setting = Settings316x_find(sensor.settings, query.substr(0, query.size() - 1));
     if (setting >= 0) {
-        return Settings316x_text(sensor, setting) + "\n";
+        return Settings316x_text(sensor.settings, setting) + "\n";
     }
     raiseError(sensor, -113);
     return {};
@@ -193,8 +201,14 @@ std::string answerQuery(Sensor316x& sensor, std::string_view query, int64_t now_
 
 // Commands.
 
+void tell(const Sensor316x& sensor, std::string_view message) {
+    if (sensor.listener) {
+        sensor.listener(std::string(message));
+    }
+}
+
 void reset(Sensor316x& sensor, int64_t now_ns) {
-    Settings316x_reset(sensor);
+    Settings316x_reset(sensor.settings);
     sensor.isReset = true;
     sensor.reset_ns = now_ns;
     sensor.measured_ns = 0;
@@ -204,17 +218,26 @@ void reset(Sensor316x& sensor, int64_t now_ns) {
 
 void chooseBlock(Sensor316x& sensor, std::string_view argument) {
     const auto number = BenchText_number(argument);
-    if (!number || *number < 1 || *number > PlugAndPlay316x_blockCount(sensor)) {
+    if (!number || *number < 1 || *number > PlugAndPlay316x_blockCount(plugAndPlayFile(sensor))) {
         raiseError(sensor, -222);
         return;
     }
     sensor.block = static_cast<int>(*number);
 }
 
+void store(Sensor316x& sensor, int setting, std::string_view header, std::string_view argument) {
+    const int code = Settings316x_store(sensor.settings, setting, argument);
+    if (code != 0) {
+        raiseError(sensor, code);
+        return;
+    }
+    sensor.scripted.erase(std::string(header) + "?");
+}
+
 void carryOut(Sensor316x& sensor, std::string_view header, std::string_view argument,
               int64_t now_ns) {
-    if (header == sensor.refusedHeader) {
-        raiseError(sensor, sensor.refusedCode);
+    if (const auto refusal = sensor.refused.find(header); refusal != sensor.refused.end()) {
+        raiseError(sensor, refusal->second);
     } else if (header == "*RST") {
         reset(sensor, now_ns);
     } else if (header == "*CLS") {
@@ -227,11 +250,8 @@ void carryOut(Sensor316x& sensor, std::string_view header, std::string_view argu
         sensor.block = 1;
     } else if (header == "PNP:FILE:BLOC:NUMB") {
         chooseBlock(sensor, argument);
-    } else if (const int setting = Settings316x_find(sensor, header); setting >= 0) {
-        const int code = Settings316x_store(sensor, setting, argument);
-        if (code != 0) {
-            raiseError(sensor, code);
-        }
+    } else if (const int setting = Settings316x_find(sensor.settings, header); setting >= 0) {
+        store(sensor, setting, header, argument);
     } else {
         raiseError(sensor, -113);
     }
@@ -329,7 +349,7 @@ std::optional<Sensor316x> Sensor316x_create(std::string_view modelName) {
     sensor.modelText = row->name;
     sensor.firmware = row->firmware;
     sensor.serialNumber = row->serialNumber;
-    sensor.hasPulseSettings = row->hasPulseSettings;
+    sensor.settings.hasPulseSettings = row->hasPulseSettings;
     sensor.input = SensorInput_create(row->maxPower_W, row->minPower_W, usualTemperature_C);
     sensor.measuring_s = 0.05;
     sensor.hasPlugAndPlay = true;
@@ -347,11 +367,17 @@ std::string Sensor316x_receive(Sensor316x& sensor, std::string_view message, int
     if (words.empty()) {
         return {};
     }
+    tell(sensor, message.substr(0, message.find('\n')));
     if (words[0].ends_with('?')) {
         return answerQuery(sensor, words[0], now_ns);
     }
     carryOut(sensor, words[0], words.size() > 1 ? words[1] : std::string_view(), now_ns);
     return {};
+}
+
+int Sensor316x_request(Sensor316x& sensor, char request) {
+    tell(sensor, std::string{'<', request, '>'});
+    return sensor.requestError;
 }
 
 void Sensor316x_interrupt(Sensor316x& sensor) {

@@ -2,10 +2,13 @@
 #define BENCH_SENSORS_SENSOR_316X_H
 
 #include "SensorInput.h"
+#include "Settings316x.h"
 
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -30,13 +33,6 @@ struct PulsePower316x {
     double mean_W, max_W, min_W;
 };
 
-/// Value of one setting that can be written and read back.
-struct SettingValue316x {
-    double number;
-    std::string text;
-};
-constexpr size_t setting316xCount = 26;
-
 struct Error316x {
     int code;
     const char* text;
@@ -55,7 +51,6 @@ struct Sensor316x {
     std::string modelText;
     std::string firmware;
     std::string serialNumber;
-    bool hasPulseSettings;
 
     // The signal at its connector. Without a period it is a continuous wave.
     SensorInput input;
@@ -71,16 +66,23 @@ struct Sensor316x {
     double boot_s;      ///< from a reset to a status byte that tells that it is over
     int questionable;   ///< bits set besides those that the signal causes
     bool hasPlugAndPlay;
-    bool isHostile;            ///< identity texts full of formats
-    std::string refusedHeader; ///< this setting is refused with `refusedCode`
-    int refusedCode;
-    std::array<SettingValue316x, setting316xCount> settings;
+    bool isHostile; ///< identity texts full of formats
+    Settings316x settings;
     std::deque<Error316x> errors;
     bool isReset;        ///< tells in the status byte that a reset is over
     int64_t reset_ns;    ///< when it was reset
     int64_t measured_ns; ///< when the running measurement is complete
     Readings316x readings;
     int block; ///< of the plug-and-play file, from 1
+
+    // What is not as the sensor would have it.
+    std::map<std::string, int, std::less<>> refused; ///< codes that these settings are refused with
+    /// Replies in the place of the sensor's own, by query, as they are sent; an empty one is a
+    /// loss. A setting that is stored answers for itself again.
+    std::map<std::string, std::string, std::less<>> scripted;
+    int requestError; ///< that each control request ends with, 0 for success
+    /// Told each message before it is carried out, and the control requests as "<C>", "<O>", "<I>".
+    std::function<void(const std::string& message)> listener;
 };
 
 std::optional<Sensor316x> Sensor316x_create(std::string_view modelName);
@@ -91,6 +93,10 @@ bool Sensor316x_set(Sensor316x& sensor, std::string_view key, std::string_view v
 
 /// Carries out one message. A query's reply comes back with its line end, empty for none.
 std::string Sensor316x_receive(Sensor316x& sensor, std::string_view message, int64_t now_ns);
+
+/// Carries out a control request: 'C' clears the device, 'O' and 'I' clear the halt of an endpoint.
+/// The error number that it ends with, 0 for success.
+int Sensor316x_request(Sensor316x& sensor, char request);
 
 /// The error that a query meets whose reply was never read.
 void Sensor316x_interrupt(Sensor316x& sensor);

@@ -54,24 +54,24 @@ std::span<const SettingRow316x, setting316xCount> Settings316x_rows() {
     return rows;
 }
 
-void Settings316x_reset(Sensor316x& sensor) {
+void Settings316x_reset(Settings316x& settings) {
     for (size_t row = 0; row < rows.size(); ++row) {
         const bool isText = rows.at(row).type == setting316xText;
-        sensor.settings.at(row) = {rows.at(row).initial,
+        settings.values.at(row) = {rows.at(row).initial,
                                    isText ? std::string(BenchText_words(rows.at(row).words)[0])
                                           : std::string()};
     }
 }
 
-int Settings316x_find(const Sensor316x& sensor, std::string_view header) {
+int Settings316x_find(const Settings316x& settings, std::string_view header) {
     const auto* row = std::ranges::find(rows, header, &SettingRow316x::header);
-    const bool isMissing = row == rows.end() || (row->isPulseOnly && !sensor.hasPulseSettings);
+    const bool isMissing = row == rows.end() || (row->isPulseOnly && !settings.hasPulseSettings);
     return isMissing ? -1 : static_cast<int>(row - rows.begin());
 }
 
-int Settings316x_store(Sensor316x& sensor, int row, std::string_view argument) {
+int Settings316x_store(Settings316x& settings, int row, std::string_view argument) {
     const SettingRow316x& rule = rows.at(static_cast<size_t>(row));
-    SettingValue316x& value = sensor.settings.at(static_cast<size_t>(row));
+    SettingValue316x& value = settings.values.at(static_cast<size_t>(row));
     if (argument.empty()) {
         return errorParameterMissing;
     }
@@ -89,8 +89,8 @@ int Settings316x_store(Sensor316x& sensor, int row, std::string_view argument) {
     return 0;
 }
 
-std::string Settings316x_text(const Sensor316x& sensor, int row) {
-    const SettingValue316x& value = sensor.settings.at(static_cast<size_t>(row));
+std::string Settings316x_text(const Settings316x& settings, int row) {
+    const SettingValue316x& value = settings.values.at(static_cast<size_t>(row));
     const bool isText = rows.at(static_cast<size_t>(row)).type == setting316xText;
     return isText ? value.text : BenchText_format("%.9g", value.number);
 }

@@ -182,7 +182,7 @@ TEST(Sensor316x, ThePlugAndPlayFileComesInBlocksOfDefiniteLength) {
         file += data.substr(5, length);
     }
     EXPECT_EQ(file.size(), size);
-    EXPECT_EQ(file, PlugAndPlay316x_file(sensor));
+    EXPECT_EQ(file, PlugAndPlay316x_file(sensor.modelText, sensor.input));
     for (const char* name :
          {"Measurement.ForwardAveragePower", "Measurement.PRF", "Configuration.CorrectionFrequency",
           "Configuration.MaximumPulsePeriod", "Configuration.TriggerDelay"}) {
@@ -193,11 +193,38 @@ TEST(Sensor316x, ThePlugAndPlayFileComesInBlocksOfDefiniteLength) {
 
 TEST(Sensor316x, OneSettingCanBeRefusedOnPurpose) {
     Sensor316x sensor = sensorOf("3164");
-    sensor.refusedHeader = "SENS:PER";
-    sensor.refusedCode = -230;
+    sensor.refused["SENS:PER"] = -230;
     ask(sensor, "SENS:PER 0.5");
     EXPECT_THAT(ask(sensor, "SYST:ERR?"), StartsWith("-230,"));
     EXPECT_EQ(ask(sensor, "SENS:PER?"), "0.02\n");
+}
+
+TEST(Sensor316x, AReplyIsReplacedUntilItsSettingIsStored) {
+    Sensor316x sensor = sensorOf("3164");
+    sensor.scripted["SENS:PER?"] = "soon";
+    sensor.scripted["FETC:TEMP?"] = "";
+    EXPECT_EQ(ask(sensor, "SENS:PER?"), "soon");
+    EXPECT_EQ(ask(sensor, "FETC:TEMP?"), "");
+    ask(sensor, "SENS:PER 7");
+    EXPECT_EQ(ask(sensor, "SENS:PER?"), "soon") << "it was refused";
+    ask(sensor, "SENS:PER 0.5");
+    EXPECT_EQ(ask(sensor, "SENS:PER?"), "0.5\n");
+    EXPECT_EQ(ask(sensor, "FETC:TEMP?"), "");
+}
+
+TEST(Sensor316x, AListenerHearsEachMessageBeforeItIsAnswered) {
+    Sensor316x sensor = sensorOf("3164");
+    std::string heard;
+    sensor.listener = [&](const std::string& message) {
+        heard += message + ";";
+        sensor.scripted["*STB?"] = "heard";
+    };
+    EXPECT_EQ(ask(sensor, "*STB?"), "heard");
+    ask(sensor, "SENS:PER 0.5");
+    EXPECT_EQ(Sensor316x_request(sensor, 'C'), 0);
+    sensor.requestError = 5;
+    EXPECT_EQ(Sensor316x_request(sensor, 'O'), 5);
+    EXPECT_EQ(heard, "*STB?;SENS:PER 0.5;<C>;<O>;");
 }
 
 TEST(Sensor316x, RefusalsNameWhatIsAllowed) {

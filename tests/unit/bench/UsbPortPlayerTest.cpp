@@ -172,8 +172,37 @@ TEST_F(UsbPortPlayerTest, UnknownFaultsAreRefusedAndChangeNothing) {
         EXPECT_FALSE(UsbPortPlayer_setFault(player, name, 0)) << name;
     }
     EXPECT_EQ(player.fault, usbFaultError);
-    EXPECT_EQ(player.sensor->refusedHeader, "SENS:FREQ");
-    EXPECT_EQ(player.sensor->refusedCode, -222);
+    EXPECT_EQ(player.sensor->refused.size(), 1U);
+    EXPECT_EQ(player.sensor->refused["SENS:FREQ"], -222);
+}
+
+TEST_F(UsbPortPlayerTest, ReadsWithoutAReplyCanTimeOutAtOnce) {
+    const std::string timedOut = "E" + std::to_string(ETIMEDOUT);
+    player.hastyReads = 2;
+    player.sensor->scripted["*STB?"] = "";
+    EXPECT_EQ(write("*STB?\n"), acknowledged());
+    EXPECT_EQ(read(), timedOut);
+    EXPECT_EQ(packet("C"), acknowledged());
+    EXPECT_EQ(read(), timedOut);
+    EXPECT_EQ(packet("C"), acknowledged());
+    EXPECT_EQ(read(), "");
+    EXPECT_EQ(write("*CLS\n"), acknowledged());
+    EXPECT_EQ(read(), "") << "nobody asked";
+    EXPECT_EQ(write("*OPC?\n"), acknowledged());
+    EXPECT_EQ(read(), "R1\n");
+}
+
+TEST_F(UsbPortPlayerTest, AHangUpEndsTheConnectionOfASensorThatStays) {
+    EXPECT_EQ(write("*CLS\n"), acknowledged());
+    EXPECT_EQ(player.openings, 1U);
+    UsbPortPlayer_hangUp(player);
+    char byte = 0;
+    EXPECT_EQ(recv(channel, &byte, 1, 0), 0);
+    EXPECT_TRUE(isNodeThere());
+    close(channel);
+    channel = LocalSocket_connect(world + "/usbtmc0.sock", SOCK_SEQPACKET);
+    EXPECT_EQ(write("*CLS\n"), acknowledged());
+    EXPECT_EQ(player.openings, 2U);
 }
 
 TEST_F(UsbPortPlayerTest, TheLogHoldsTheConversation) {

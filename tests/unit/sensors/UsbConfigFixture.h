@@ -19,13 +19,13 @@ protected:
         handler.usbPort.fd = UsbTmcPort_Open(0, usbPort1Name);
         UsbTmcPort_forgetUnplugged();
         EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
+        device.clearSettings();
         UsbSensorConfig_setServing(&handler, true);
         handler.sensorConfigs = {};
         setCapabilities(true);
         World_clearSyslog();
     }
     ~UsbSensorConfig() override {
-        World_setSpeed(1);
         UsbSensorConfig_setServing(&handler, false);
         UsbTmcPort_Close(handler.usbPort.fd);
         handler.usbPort.fd = -1;

@@ -1,46 +1,47 @@
 #ifndef TESTS_UNIT_SENSORS_USB_DEVICE_H
 #define TESTS_UNIT_SENSORS_USB_DEVICE_H
 
-#include <atomic>
+#include "UsbPortPlayer.h"
+
 #include <functional>
-#include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
-/// A USB sensor that a test plays behind "/dev/usbtmc0" or "/dev/usbtmc1" of its world. It knows
-/// every query, keeps every setting for its read-back, and has an error queue; a test replaces what
-/// it wants to be different.
+/// The bench's USB sensor behind "/dev/usbtmc0" or "/dev/usbtmc1" of a test's world, on a thread of
+/// its own: a 3164 as after a reset, whose measurements take no time. A read of a reply that it
+/// does not give times out at once. A test replaces what it wants to be different.
 class UsbDevice {
 public:
+    using Listener = std::function<void(const std::string& message)>;
+
     /// Plugged in at once.
-    explicit UsbDevice(int number);
+    explicit UsbDevice(uint32_t number);
     ~UsbDevice();
     UsbDevice(const UsbDevice&) = delete;
     UsbDevice& operator=(const UsbDevice&) = delete;
 
-    void plug();
+    /// For good; what follows changes a device that is plugged in only.
     void unplug();
     /// The far end of the open device hangs up while the node stays.
     void breakConnection();
 
+    /// Every setting 0 or empty, so that a test sees each one that is changed.
+    void clearSettings();
     /// Reply to a query such as "SENS:FREQ?", without its line end; an empty one leaves it
-    /// unanswered.
+    /// unanswered. A setting that is stored later answers for itself.
     void setReply(const std::string& query, const std::string& reply);
     /// The reply as it is sent, line end or none.
     void setRawReply(const std::string& query, const std::string& reply);
+    /// How many reads, with a clear between them, look for a reply that is not given; 1 at first.
+    void setHastyReads(uint32_t count);
     /// A setting that is refused with this error, whatever its value.
     void refuse(const std::string& command, int error);
     void accept(const std::string& command);
     void queueError(int error);
-    /// Claims this many errors, whatever the queue holds.
-    void setErrorCount(const std::string& count);
-    /// Leaves the question for an error unanswered.
-    void setErrorSilence();
-    /// Called on the device's thread before a message is answered.
-    void setListener(std::function<void(const std::string&)> listener);
+    /// Called on the device's thread before a message is answered; it may call the device.
+    void setListener(Listener listener);
     /// Error number of the clearing requests, 0 for success.
     void setRequestError(int error);
 
@@ -50,38 +51,21 @@ public:
     std::vector<std::string> conversation() const;
     void clearMessages();
     bool hasReceived(const std::string& message) const;
-    int connectionCount() const;
+    uint32_t connectionCount() const;
 
 private:
-    void listen();
+    using Lock = std::lock_guard<std::recursive_mutex>;
     void serve();
-    bool serveConnection(int connection);
-    void answer(int connection, const std::string& message);
-    std::string replyTo(const std::string& message);
-    void take(const std::string& setting);
+    void wakeServer() const;
 
-    std::string socketPath;
-    std::string nodePath;
-    int listener = -1;
-    std::atomic<int> present{-1}; ///< the connection that is open
-    std::atomic<int> connections{0};
-    std::atomic<bool> isPlugged{false};
-    std::atomic<bool> isOver{false};
-    std::thread server;
-    mutable std::mutex mutex;
-    std::map<std::string, std::string> replies;
-    std::map<std::string, int> refused;
-    std::vector<int> errors;
-    std::string claimedErrors;
-    bool keepsErrors = false;
+    mutable std::recursive_mutex mutex;
+    UsbPortPlayer player{};
     std::vector<std::string> received;
-    std::function<void(const std::string&)> onMessage;
-    int requestError = 0;
+    Listener onMessage;
+    bool isOver = false;
+    int wake = -1; ///< ends the server's wait when there is something else to wait for
+    std::thread server;
 };
-
-/// The speed of tests in which a transfer's five seconds pass: an answer that a busy machine keeps
-/// for half a second is still in time.
-constexpr double usbDevice_speed = 8;
 
 /// The blocks of a plug-and-play file as a sensor sends them.
 std::string usbDevice_block(const std::string& data);

@@ -85,7 +85,6 @@ protected:
         UsbTmcPort_forgetUnplugged();
     }
     ~UsbPnPTransfer() override {
-        World_setSpeed(1);
         UsbTmcPort_Close(fd);
     }
     /// The blocks are handed out in order.
@@ -164,7 +163,6 @@ TEST_F(UsbPnPTransfer, FailsWhenAnAnswerDoesNotFit) {
         {"PNP:FILE:BLOC:DATA?", "no header"},
         {"PNP:FILE:BLOC:DATA?", "#3000"},
     };
-    World_setSpeed(usbDevice_speed);
     for (const FailureCase& one : cases) {
         device.setReply("PNP:AVA?", "1");
         device.setReply("PNP:FILE:SIZE?", "4");

@@ -157,7 +157,6 @@ TEST_F(UsbSensorConfig, ARefusedSettingIsLoggedAndCollectedAndTheRestGoesOut) {
 }
 
 TEST_F(UsbSensorConfig, EverySettingThatIsNotAnsweredStopsTheSendingWithItsOwnMessage) {
-    World_setSpeed(usbDevice_speed);
     for (const SettingCase& one : settingCases()) {
         handler.sensorConfigs = configsFor(one);
         setCapabilities(true);
@@ -193,7 +192,6 @@ TEST_F(UsbSensorConfig, ASixthErrorIsLoggedButNotCollected) {
 }
 
 TEST_F(UsbSensorConfig, ATransportErrorStopsTheSendingAndTheConfigurationWaitsOn) {
-    World_setSpeed(usbDevice_speed);
     handler.sensorConfigs = manual();
     handler.newConfig = true;
     device.setReply("SENS:REFL:ENAB?", "");
@@ -244,7 +242,6 @@ TEST_F(UsbSensorConfig, CwModeStopsAtATransportError) {
         {"SENS:PER?", "period", "SENS:SWE:TIME?"},
         {"SENS:SWE:TIME?", "sweep time", "INIT"},
     };
-    World_setSpeed(usbDevice_speed);
     for (const auto& one : cases) {
         World_clearSyslog();
         device.clearMessages();
@@ -344,7 +341,6 @@ TEST_F(UsbSensorConfig, AOneByteReplyFailsTheReadingAndStoresNothing) {
 }
 
 TEST_F(UsbSensorConfig, TheReadingFailsWhenThePeriodIsNotAnswered) {
-    World_setSpeed(usbDevice_speed);
     device.setReply("SENS:PER?", "");
     EXPECT_FALSE(sensorPortHandler_readSensorConfig(&handler));
     EXPECT_TRUE(World_syslogContains("USER_ERROR: USB sensor 3 period query failed"));

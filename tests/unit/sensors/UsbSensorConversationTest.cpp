@@ -126,11 +126,7 @@ protected:
     UsbConversation() {
         device.setReply("SYST:IDEN:MOD?", GetParam().name);
         device.setReply("PNP:FILE:BLOC:TOT?", "2");
-        // As after a reset: what is automatic is.
-        for (const char* automatic : {"SENS:FREQ:AUTO?", "SENS:PER:AUTO?", "SENS:SWE:TIME:AUTO?"}) {
-            device.setReply(automatic, "1");
-        }
-        device.setReply("TRIG:SLOP?", "NEG");
+        device.setReply("TRIG:LEV:AUTO?", "0");
     }
 
     /// What is said until the machine is idle after this state.

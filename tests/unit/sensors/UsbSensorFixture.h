@@ -47,11 +47,11 @@ protected:
         EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
         told = 0;
         sensorPortHandler_registerReadingListener([] { ++told; });
-        World_setSpeed(usbDevice_speed);
+        World_skipSleeps(true);
         World_clearSyslog();
     }
     ~UsbSensor() override {
-        World_setSpeed(1);
+        World_skipSleeps(false);
         sensorPortHandler_registerReadingListener(nullptr);
         UsbSensorConfig_setServing(&handler, false);
         UsbTmcPort_Close(handler.usbPort.fd);
@@ -74,15 +74,6 @@ protected:
             sensorUsbHandler_handleSensorStates(&handler);
         }
         return handler.sensorState;
-    }
-    /// Once this question has come, time runs very fast: it stays unanswered. No sooner, or the
-    /// device's thread would be late with what it does answer.
-    void hurryAfter(const std::string& question) {
-        device.setListener([question](const std::string& message) {
-            if (message == question) {
-                World_setSpeed(500);
-            }
-        });
     }
     void setCapabilities(bool supported) {
         handler.sensorConfigs.bSupportsAutoPeriod = supported;
