@@ -78,17 +78,18 @@ constexpr std::array standingFiles = {
 constexpr std::array shadowCommands = {"shutdown",  "poweroff", "reboot", "halt",
                                        "systemctl", "ifup",     "ifdown"};
 
+/// From the last folder up to the first that is there: most have their parent already.
 bool makeFolders(const char* path) {
-    char partial[PATH_MAX];
-    snprintf(partial, sizeof partial, "%s", path);
-    for (char* at = partial + 1; *at != '\0'; ++at) {
-        if (*at == '/') {
-            *at = '\0';
-            mkdir(partial, 0755);
-            *at = '/';
-        }
+    if (mkdir(path, 0755) == 0 || errno == EEXIST) {
+        return true;
     }
-    return mkdir(partial, 0755) == 0 || errno == EEXIST;
+    const char* const slash = strrchr(path, '/');
+    if (errno != ENOENT || slash == nullptr || slash == path) {
+        return false;
+    }
+    char parent[PATH_MAX];
+    snprintf(parent, sizeof parent, "%.*s", static_cast<int>(slash - path), path);
+    return makeFolders(parent) && (mkdir(path, 0755) == 0 || errno == EEXIST);
 }
 
 void makeFile(const char* folder, const StandingFile& file) {
