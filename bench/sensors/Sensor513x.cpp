@@ -93,6 +93,7 @@ std::string memoryAt(const Sensor513x& sensor, SerialFault fault, uint8_t addres
     return {sensor.memory[index], '\0'};
 }
 
+/// The reply to a command of one letter.
 std::string plainReply(Sensor513x& sensor, SerialFault fault, char command, int64_t now_ns) {
     switch (command) {
     case 'S':
@@ -112,7 +113,11 @@ std::string plainReply(Sensor513x& sensor, SerialFault fault, char command, int6
     }
 }
 
-std::string withFault(Sensor513x& sensor, SerialFault fault, std::string reply) {
+/// What a reply becomes under way. A script that replaces it is sent as it stands.
+std::string sent(Sensor513x& sensor, SerialFault fault, char command, std::string reply) {
+    if (const auto script = sensor.scripted.find(command); script != sensor.scripted.end()) {
+        return script->second;
+    }
     if (fault == serialFaultSilence) {
         return {};
     }
@@ -164,7 +169,7 @@ std::string Sensor513x_receive(Sensor513x& sensor, SerialFault fault, uint8_t by
     }
     sensor.lastByte_ns = now_ns;
     if (sensor.unfinished.empty() && letter != 'Z') {
-        return withFault(sensor, fault, plainReply(sensor, fault, letter, now_ns));
+        return sent(sensor, fault, letter, plainReply(sensor, fault, letter, now_ns));
     }
     sensor.unfinished += letter;
     if (sensor.unfinished.size() < 3) {
@@ -172,7 +177,7 @@ std::string Sensor513x_receive(Sensor513x& sensor, SerialFault fault, uint8_t by
     }
     const bool isRead = sensor.unfinished[1] == memoryCommandSecond && sensor.hasMemory;
     sensor.unfinished.clear();
-    return isRead ? withFault(sensor, fault, memoryAt(sensor, fault, byte)) : std::string();
+    return isRead ? sent(sensor, fault, 'Z', memoryAt(sensor, fault, byte)) : std::string();
 }
 
 std::string Sensor513x_describe(Sensor513x& sensor, int64_t now_ns) {

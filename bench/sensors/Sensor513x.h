@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -52,6 +53,8 @@ struct Sensor513x {
     std::string unfinished; ///< bytes of a memory command that is not whole yet
     int64_t lastByte_ns;    ///< a memory command that stays unfinished is forgotten
     uint32_t noise;         ///< state of the noise fault
+    /// Replies in the place of the sensor's own, by command letter; an empty one is a loss.
+    std::map<char, std::string> scripted;
 };
 
 /// A sensor as it leaves the factory; nothing for an unknown model.

@@ -57,6 +57,16 @@ TEST(Sensor513x, EveryModelAnswersItsIdentityInFortyBytes) {
     }
 }
 
+TEST(Sensor513x, AReplyIsReplacedByItsCommandsLetter) {
+    Sensor513x sensor = sensorOf("5132");
+    sensor.scripted = {{'F', "abc"}, {'S', ""}, {'Z', "5"}};
+    EXPECT_EQ(ask(sensor, "F"), "abc");
+    EXPECT_EQ(ask(sensor, "S"), "");
+    EXPECT_EQ(ask(sensor, "Z\x04\x30"), "5");
+    sensor.scripted.erase('S');
+    EXPECT_EQ(ask(sensor, "S"), "S");
+}
+
 TEST(Sensor513x, IdentityPadsTheModelWithFullBytesAndCommandsWithBlanks) {
     Sensor513x sensor = sensorOf("5132");
     EXPECT_EQ(ask(sensor, "I").substr(0, 32), "5132\xFF\xFF\xFF\xFF"

@@ -1,94 +1,54 @@
 #ifndef TESTS_UNIT_SENSORS_SERIAL_SENSOR_MODEL_H
 #define TESTS_UNIT_SENSORS_SERIAL_SENSOR_MODEL_H
 
-#include "CvrtFloat.h"
+#include "Sensor513x.h"
 
-#include <cstdint>
-#include <map>
 #include <mutex>
 #include <string>
 
-/// What a test's serial sensor answers. The reply to a command letter can be replaced.
+/// The bench's serial sensor, for a test and the thread that plays it: a 5132 from 0.25 W to 500 W
+/// that measures 9 W and 0.25 W. The reply to a command letter can be replaced.
 class SerialSensorModel {
 public:
-    std::string answer(const std::string& command) {
-        const std::lock_guard lock(mutex);
-        std::string all;
-        for (size_t at = 0; at < command.size(); ++at) {
-            const char letter = command[at];
-            if (letter == 'Z' && at + 2 < command.size()) {
-                all += memory(static_cast<uint8_t>(command[at + 2]));
-                at += 2;
-            } else {
-                all += reply(letter);
-            }
-        }
-        return all;
+    SerialSensorModel() {
+        sensor.firmware = "V1.23";
+        sensor.memory = "200201170";
+        sensor.input = SensorInput_create(500, 0.25, 36.5);
+        sensor.input.forward_W = Signal_constant(9);
+        sensor.input.reflected_W = Signal_constant(0.25);
     }
-    void replace(char letter, const std::string& answerText) {
+    std::string answer(const std::string& bytes) {
         const std::lock_guard lock(mutex);
-        replaced[letter] = answerText;
+        std::string replies;
+        for (const char byte : bytes) {
+            replies += Sensor513x_receive(sensor, serialFaultNone, static_cast<uint8_t>(byte), 0);
+        }
+        return replies;
+    }
+    void replace(char letter, const std::string& reply) {
+        const std::lock_guard lock(mutex);
+        sensor.scripted[letter] = reply;
     }
     void restore(char letter) {
         const std::lock_guard lock(mutex);
-        replaced.erase(letter);
+        sensor.scripted.erase(letter);
     }
     void setModel(const std::string& text) {
         const std::lock_guard lock(mutex);
-        model = text;
+        sensor.modelText = text;
+    }
+    void setCommands(const std::string& letters) {
+        const std::lock_guard lock(mutex);
+        sensor.commands = letters;
     }
     void setSerialNumber(const std::string& digits) {
         const std::lock_guard lock(mutex);
-        serialNumber = digits;
-    }
-
-    static std::string wireFloat(float value) {
-        const uint32_t word = floatIeeeToQuorvel(value);
-        std::string bytes;
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            bytes += static_cast<char>(static_cast<uint8_t>(word >> shift));
-        }
-        return bytes;
+        sensor.memory = digits;
     }
 
 private:
-    std::string identity() const {
-        return model + std::string(8 - model.size(), '\xFF') + "V1.23   " + "SIFRHTZ         " +
-               wireFloat(500.0F) + wireFloat(0.25F);
-    }
-    std::string memory(uint8_t address) const {
-        if (replaced.count('Z') != 0) {
-            return replaced.at('Z');
-        }
-        const size_t index = address - 48U;
-        return {index < serialNumber.size() ? serialNumber[index] : ' ', '\0'};
-    }
-    std::string reply(char letter) const {
-        if (replaced.count(letter) != 0) {
-            return replaced.at(letter);
-        }
-        switch (letter) {
-        case 'S':
-            return "S";
-        case 'I':
-            return identity();
-        case 'F':
-            return wireFloat(3.0F);
-        case 'R':
-            return wireFloat(0.5F);
-        case 'H':
-            return wireFloat(13560000.0F);
-        case 'T':
-            return wireFloat(36.5F);
-        default:
-            return {};
-        }
-    }
-
     std::mutex mutex;
-    std::string model = "5132";
-    std::string serialNumber = "200201170";
-    std::map<char, std::string> replaced;
+    Sensor513x sensor = Sensor513x_create("5132").value_or(Sensor513x{});
 };
 
 #endif

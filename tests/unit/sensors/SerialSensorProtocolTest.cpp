@@ -1,8 +1,9 @@
 #include "SerialSensorProtocol.h"
 
 #include "Channel.h"
-#include "CvrtFloat.h"
+#include "SensorFloat.h"
 #include "SensorRecords.h"
+#include "SerialSensorModel.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
@@ -18,20 +19,11 @@ using namespace std::string_literals;
 
 using Buffer = std::array<char, 64>;
 
-std::string wireFloat(float value) {
-    const uint32_t word = floatIeeeToQuorvel(value);
-    std::string bytes;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        bytes += static_cast<char>(static_cast<uint8_t>(word >> shift));
-    }
-    return bytes;
-}
-
 std::string identityReply(const std::string& model, const std::string& commands = "SIFRHTZ") {
-    std::string reply = model + std::string(8 - model.size(), '\xFF');
-    reply += "V1.23   ";
-    reply += commands + std::string(16 - commands.size(), ' ');
-    return reply + wireFloat(500.0F) + wireFloat(0.25F);
+    SerialSensorModel sensor;
+    sensor.setModel(model);
+    sensor.setCommands(commands);
+    return sensor.answer("I");
 }
 
 Channel::Answer always(const std::string& reply) {
@@ -84,12 +76,12 @@ TEST(SerialSensorProtocol, EachCommandSendsItsLetterAndChecksItsReply) {
         {"sync without an answer", handleCommandS, "S", "", false},
         {"identify", handleCommandI, "I", identityReply("5132"), true},
         {"identify of 39 bytes", handleCommandI, "I", identityReply("5132").substr(1), false},
-        {"forward", forward, "F", wireFloat(3.0F), true},
+        {"forward", forward, "F", SensorFloat_bytes(3), true},
         {"forward of 3 bytes", forward, "F", "abc", false},
-        {"reflected", reflected, "R", wireFloat(3.0F), true},
+        {"reflected", reflected, "R", SensorFloat_bytes(3), true},
         {"reflected without an answer", reflected, "R", "", false},
-        {"frequency", frequency, "H", wireFloat(3.0F), true},
-        {"temperature", temperature, "T", wireFloat(3.0F), true},
+        {"frequency", frequency, "H", SensorFloat_bytes(3), true},
+        {"temperature", temperature, "T", SensorFloat_bytes(3), true},
     };
     for (const CommandCase& one : cases) {
         const Channel channel(SOCK_STREAM, always(one.reply));
@@ -129,6 +121,7 @@ TEST(SerialSensorProtocol, AMissingReplyLeavesTheAskedLengthCleared) {
 TEST(SerialSensorProtocol, ALineOfNoUseIsWaitedForWithoutSpinning) {
     Channel channel(SOCK_STREAM, always(""));
     channel.hangUp();
+    World_setSpeed(5); // less time to wait, and as much that a spinning wait would use
     for (const int fd : {channel.fd(), -1, 9999}) {
         Buffer buffer{};
         const auto start = std::chrono::steady_clock::now();
@@ -138,6 +131,7 @@ TEST(SerialSensorProtocol, ALineOfNoUseIsWaitedForWithoutSpinning) {
         EXPECT_LE(threadTime_ms() - used, 20) << fd;
         EXPECT_TRUE(flushSensorBuffer(fd, buffer.data())) << fd;
     }
+    World_setSpeed(1);
 }
 
 TEST(SerialSensorProtocol, AFlushDiscardsWhatIsPendingAndEndsOnAQuietLine) {
@@ -150,6 +144,7 @@ TEST(SerialSensorProtocol, AFlushDiscardsWhatIsPendingAndEndsOnAQuietLine) {
 }
 
 TEST(SerialSensorProtocol, AFlushFailsWhileTheSensorKeepsTalking) {
+    World_setSpeed(4); // a silence of a quarter of a second is still none
     const Channel channel(SOCK_STREAM, always(""));
     std::atomic<bool> isOver = false;
     std::thread chatter([&] {
@@ -162,6 +157,7 @@ TEST(SerialSensorProtocol, AFlushFailsWhileTheSensorKeepsTalking) {
     EXPECT_FALSE(flushSensorBuffer(channel.fd(), buffer.data()));
     isOver = true;
     chatter.join();
+    World_setSpeed(1);
 }
 
 /// Answers memory reads from `memory`; addresses that it does not hold stay unanswered.
@@ -222,7 +218,7 @@ TEST(SerialSensorProtocol, AMemoryReadFailsWhenNoAddressAnswers) {
 
 TEST(SerialSensorProtocol, MeasurementsArriveMostSignificantByteFirst) {
     EXPECT_EQ(parseMeasurement("\x05\x64\x00\x00"), 25.0F);
-    EXPECT_EQ(parseMeasurement(wireFloat(-1.5F).data()), -1.5F);
+    EXPECT_EQ(parseMeasurement(SensorFloat_bytes(-1.5).data()), -1.5F);
 }
 
 TEST(SerialSensorProtocol, AnIdentityIsTakenApart) {
