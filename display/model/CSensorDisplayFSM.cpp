@@ -50,55 +50,60 @@ void setPort(CSensorDisplayFSM* instance, uint32_t port) {
     sensorDisplays[instance->display].sensorPort = port;
 }
 
-/// The events that mean the same in every state without readings: the screen changes its size.
-bool handleSizeOfText(CSensorDisplayFSM* instance, SensorDisplayEvents_t event,
-                      NoMeasurementText text) {
-    switch (event) {
-    case evUseFullDisplay:
-        DisplayViewSwitch_showTextFull(instance, text);
-        return true;
-    case evUseHalfDisplay:
-        DisplayViewSwitch_showTextHalf(instance, text);
-        return true;
-    default:
-        return false;
-    }
+void takeGraphSetting(CSensorDisplayFSM* instance) {
+    instance->graphSubState = configuration_getDisplayGraph() ? ShowGraph : HideGraph;
 }
 
-bool handleSizeOfMeasurement(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
-    switch (event) {
-    case evUseFullDisplay:
-        DisplayViewSwitch_showMeasurementFull(instance);
-        return true;
-    case evUseHalfDisplay:
-        DisplayViewSwitch_showMeasurementHalf(instance);
-        return true;
-    default:
+void takeSettings(CSensorDisplayFSM* instance) {
+    if (configuration_getPulseMode() && SensorPort_isUsb(instance->port)) {
+        instance->typeSubState = Pulse;
+        return;
+    }
+    takeGraphSetting(instance);
+    instance->typeSubState = CW;
+}
+
+/// Moves on to a state and shows it.
+bool enter(CSensorDisplayFSM* instance, SensorDisplayState_t state) {
+    instance->state = state;
+    DisplayViewSwitch_show(instance);
+    return true;
+}
+
+/// The events that mean the same in every state: the screen changes its size.
+bool handleSize(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
+    if (event != evUseFullDisplay && event != evUseHalfDisplay) {
         return false;
     }
+    instance->fullSCreen = event == evUseFullDisplay;
+    if (instance->fullSCreen && instance->state == Measuring) {
+        DisplayViewSwitch_bind(instance, true); // the other display may have had them
+    }
+    DisplayViewSwitch_show(instance);
+    return true;
 }
 
 bool handleDisconnect(CSensorDisplayFSM* instance) {
     setPort(instance, sensorPort_None);
-    DisplayViewSwitch_showText(instance, NoMeasurementText::noSensor);
-    instance->state = NotConnected;
-    return true;
-}
-
-bool handleError(CSensorDisplayFSM* instance) {
-    DisplayViewSwitch_showText(instance, NoMeasurementText::sensorError);
-    instance->state = SensorError;
-    return true;
+    return enter(instance, NotConnected);
 }
 
 bool handleNotConnected(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t port) {
     if (event == evSensorDetected) {
         setPort(instance, port);
-        DisplayViewSwitch_showText(instance, NoMeasurementText::connecting);
-        instance->state = Connecting;
-        return true;
+        return enter(instance, Connecting);
     }
-    return handleSizeOfText(instance, event, NoMeasurementText::noSensor);
+    return handleSize(instance, event);
+}
+
+/// The first reading: the sensor is given every screen that it can use.
+bool handleReady(CSensorDisplayFSM* instance) {
+    if (instance->fullSCreen) {
+        DisplayViewSwitch_bind(instance, true);
+    }
+    DisplayViewSwitch_bind(instance, false);
+    takeSettings(instance);
+    return enter(instance, Measuring);
 }
 
 bool handleConnecting(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
@@ -106,13 +111,11 @@ bool handleConnecting(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) 
     case evSensorDisconnect:
         return handleDisconnect(instance);
     case evSensorReady:
-        DisplayViewSwitch_showFirstMeasurement(instance);
-        instance->state = Measuring;
-        return true;
+        return handleReady(instance);
     case evSensorError:
-        return handleError(instance);
+        return enter(instance, SensorError);
     default:
-        return handleSizeOfText(instance, event, NoMeasurementText::connecting);
+        return handleSize(instance, event);
     }
 }
 
@@ -120,7 +123,7 @@ bool handleSensorError(CSensorDisplayFSM* instance, SensorDisplayEvents_t event)
     if (event == evSensorDisconnect) {
         return handleDisconnect(instance);
     }
-    return handleSizeOfText(instance, event, NoMeasurementText::sensorError);
+    return handleSize(instance, event);
 }
 
 bool handleMeasuring(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t port) {
@@ -128,30 +131,32 @@ bool handleMeasuring(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, u
     case evSensorDisconnect:
         return handleDisconnect(instance);
     case evSensorError:
-        return handleError(instance);
+        return enter(instance, SensorError);
     default:
         return CSensorDisplayFSM_handleTypeSubStateEvent(instance, event, port);
     }
 }
 
-void tellListener(uint32_t port, const SENSOR_MEASUREMENTS& measurements) {
+/// Puts the latest readings on the display's screen and passes them on.
+bool refresh(const CSensorDisplayFSM* instance) {
+    const SENSOR_MEASUREMENTS measurements = DisplayViewSwitch_refresh(instance);
     if (measurementListener != nullptr) {
-        measurementListener(port, measurements);
+        measurementListener(instance->port, measurements);
     }
+    return true;
 }
 
 bool handlePulse(CSensorDisplayFSM* instance, SensorDisplayEvents_t event) {
     switch (event) {
     case evSetCW:
-        instance->graphSubState = configuration_getDisplayGraph() ? ShowGraph : HideGraph;
+        takeGraphSetting(instance);
         instance->typeSubState = CW;
-        DisplayViewSwitch_showCW(instance);
+        DisplayViewSwitch_show(instance);
         return true;
     case evUpdateMeasurements:
-        tellListener(instance->port, DisplayViewSwitch_refreshPulse(instance));
-        return true;
+        return refresh(instance);
     default:
-        return handleSizeOfMeasurement(instance, event);
+        return handleSize(instance, event);
     }
 }
 
@@ -163,7 +168,7 @@ bool handleCW(CSensorDisplayFSM* instance, SensorDisplayEvents_t event, uint32_t
         return false;
     }
     instance->typeSubState = Pulse;
-    DisplayViewSwitch_showPulse(instance);
+    DisplayViewSwitch_show(instance);
     return true;
 }
 
@@ -174,7 +179,7 @@ bool handleGraphChange(CSensorDisplayFSM* instance, SensorDisplayEvents_t event)
         return false;
     }
     instance->graphSubState = isShown ? HideGraph : ShowGraph;
-    DisplayViewSwitch_showGraphState(instance);
+    DisplayViewSwitch_show(instance);
     return true;
 }
 
@@ -372,57 +377,25 @@ bool CSensorDisplayFSM_handleGraphSubStateEvent(CSensorDisplayFSM* instance,
         return false;
     }
     if (event == evUpdateMeasurements) {
-        tellListener(instance->port, DisplayViewSwitch_refreshCW(instance));
-        return true;
+        return refresh(instance);
     }
-    return handleGraphChange(instance, event) || handleSizeOfMeasurement(instance, event);
-}
-
-GtkSensorInstance getActiveGtkMeasurementInstance(SensorDisplayInstance_t display, bool full,
-                                                  bool graph, bool pulse) {
-    const bool upper = display == UpperDisplay;
-    if (pulse) {
-        if (full) {
-            return gtkSensorSinglePulse;
-        }
-        return upper ? gtkSensorDualPulseChannel1 : gtkSensorDualPulseChannel2;
-    }
-    if (full) {
-        return graph ? gtkSensorSingleChannel1withGraph : gtkSensorSingleChannel1;
-    }
-    if (upper) {
-        return graph ? gtkSensorDualChannel1withGraph : gtkSensorDualChannel1;
-    }
-    return graph ? gtkSensorDualChannel2withGraph : gtkSensorDualChannel2;
-}
-
-GtkSensorInstance getNonMeasurementViewInstance(const CSensorDisplayFSM* instance) {
-    if (instance->fullSCreen) {
-        return gtkSensorSingleNoConnection;
-    }
-    return instance->display == UpperDisplay ? gtkSensorDualNoConnectionCh1
-                                             : gtkSensorDualNoConnectionCh2;
+    return handleGraphChange(instance, event) || handleSize(instance, event);
 }
 
 GtkSensorInstance
 CSensorDisplayFSM_getDisplayInstance_forNoConnect(SensorDisplayInstance_t display) {
-    if (countSubState == SingleSensor) {
-        return gtkSensorSingleNoConnection;
-    }
-    switch (display) {
-    case UpperDisplay:
-        return gtkSensorDualNoConnectionCh1;
-    case LowerDisplay:
-        return gtkSensorDualNoConnectionCh2;
-    default:
+    const bool isSingle = countSubState == SingleSensor;
+    if (!isSingle && display >= NumberOfDisplays) {
         DIAGNOSTIC("DisplayFSM: Unexpected display instance %d\n", static_cast<int>(display));
         return gtkSensorInstanceCount;
     }
+    return isSingle ? gtkSensorSingleNoConnection
+                    : ScreenTable_row(ScreenUse::noConnection, false).screens[display];
 }
 
 void setErrorMessage(GtkSensorInstance instance, uint32_t port) {
     char title[64];
     std::snprintf(title, sizeof title, "Critical Sensor Error on port %s (%d)",
                   CSensorDisplayFSM_getSensorPortName(port), static_cast<int>(port));
-    DisplayViewSwitch_view().setMessage(instance, title, "");
+    DisplayViewSwitch_showMessage(instance, title, "");
 }

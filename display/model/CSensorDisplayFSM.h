@@ -1,7 +1,9 @@
 #ifndef DISPLAY_MODEL_CSENSOR_DISPLAY_FSM_H
 #define DISPLAY_MODEL_CSENSOR_DISPLAY_FSM_H
 
+#include "CSensorDisplayNames.h"
 #include "DisplayView.h"
+#include "SensorDisplayState.h"
 #include "SensorDisplays.h"
 
 #include <cstdint>
@@ -9,43 +11,6 @@
 /// Decides which prebuilt screen each of the two displays shows. One hierarchical machine for each
 /// display: active state, main state, then, while measuring, CW or pulse and graph or no graph.
 /// GUI-refresh thread only, inside the GDK lock. Every failure is logged and drops the event.
-
-enum SensorDisplayState_t : uint32_t {
-    NotConnected = 0,
-    Connecting = 1,
-    SensorError = 2,
-    Measuring = 3
-};
-enum SensorDisplayActiveState_t : uint32_t { NotActive = 0, Active = 1 };
-enum SensorTypeSubState_t : uint32_t { Pulse = 0, CW = 1 };
-enum SensorGraphSubState_t : uint32_t { ShowGraph = 0, HideGraph = 1 };
-enum SensorCountSubState_t : uint32_t { SingleSensor = 0, DualSensors = 1 };
-enum SensorDisplayEvents_t : uint32_t {
-    evSensorDetected = 0,
-    evSensorDisconnect = 1,
-    evSensorReady = 2,
-    evSensorError = 3,
-    evSetPulse = 4,
-    evSetCW = 5,
-    evShowGraph = 6,
-    evHideGraph = 7,
-    evUpdateMeasurements = 8,
-    evUseFullDisplay = 9,
-    evUseHalfDisplay = 10,
-    evActivate = 11,
-    evDeactivate = 12
-};
-constexpr uint32_t sensorDisplayEventCount = 13;
-
-struct CSensorDisplayFSM {
-    SensorDisplayInstance_t display; ///< fixed at reset
-    bool fullSCreen;                 ///< the display uses the whole screen
-    uint32_t port;                   ///< SensorPort
-    SensorDisplayActiveState_t activeState;
-    SensorDisplayState_t state;
-    SensorTypeSubState_t typeSubState;   ///< while Measuring
-    SensorGraphSubState_t graphSubState; ///< while Measuring in CW
-};
 
 extern CSensorDisplayFSM sensorFSM[NumberOfDisplays];
 extern SensorCountSubState_t countSubState; ///< of the whole screen
@@ -92,25 +57,11 @@ bool CSensorDisplayFSM_handleTypeSubStateEvent(CSensorDisplayFSM* instance,
 bool CSensorDisplayFSM_handleGraphSubStateEvent(CSensorDisplayFSM* instance,
                                                 SensorDisplayEvents_t event, uint32_t port);
 
-/// The screen that shows a display's readings.
-GtkSensorInstance getActiveGtkMeasurementInstance(SensorDisplayInstance_t display, bool full,
-                                                  bool graph, bool pulse);
-
-/// The screen that shows a display's no-connection texts, from the machine's own mode, and from the
-/// number of sensors on the screen.
-GtkSensorInstance getNonMeasurementViewInstance(const CSensorDisplayFSM* instance);
+/// The screen that shows a display's no-connection texts, from the number of sensors on the screen.
 GtkSensorInstance
 CSensorDisplayFSM_getDisplayInstance_forNoConnect(SensorDisplayInstance_t display);
 
 /// Puts "Critical Sensor Error on port ..." on a no-connection screen.
 void setErrorMessage(GtkSensorInstance instance, uint32_t port);
-
-/// Names for log lines.
-const char* CSensorDisplayFSM_getEventName(uint32_t event);
-const char* CSensorDisplayFSM_getStateName(uint32_t state);
-const char* CSensorDisplayFSM_getTypeSubStateName(uint32_t subState);
-const char* CSensorDisplayFSM_getGraphSubStateName(uint32_t subState);
-const char* CSensorDisplayFSM_getCountSubStateName(uint32_t subState);
-const char* CSensorDisplayFSM_getSensorPortName(uint32_t port);
 
 #endif

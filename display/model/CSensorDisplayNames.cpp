@@ -1,9 +1,10 @@
-#include "CSensorDisplayFSM.h"
+#include "CSensorDisplayNames.h"
+
+#include "SensorDisplayState.h"
+#include "SensorTypes.h"
 
 #include <array>
 #include <span>
-
-// Names of the display machine's events and states, for log lines.
 
 namespace {
 

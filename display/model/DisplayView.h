@@ -1,7 +1,7 @@
 #ifndef DISPLAY_MODEL_DISPLAY_VIEW_H
 #define DISPLAY_MODEL_DISPLAY_VIEW_H
 
-#include "SensorDisplays.h"
+#include "ScreenTable.h"
 #include "SensorTypes.h"
 
 #include <cstdint>
@@ -9,36 +9,19 @@
 /// What the display state machine asks of the screens. The GTK side fills the record with widget
 /// operations, a test with a recorder.
 
-/// The containers that the machine shows and hides. The last six exist once for each display.
-enum class ScreenContainer : uint32_t {
-    singleSensorContainer,
-    noConnectionScreen,
-    singleMeasurementView,
-    singleChannel1Screen,
-    singleChannel1ScreenGraph,
-    singleChannelPulseScreen,
-    dualSensorContainer,
-    dualNoConnectionScreens,
-    dualMeasurementViews,
-    dualCWChannels,
-    dualCWChannelsGraph,
-    dualPWChannels
-};
-constexpr uint32_t screenContainerCount = 12;
-
 /// All functions are called on the GUI-refresh thread inside the GDK lock. A screen or container
 /// that does not exist is skipped.
 struct DisplayView {
     /// Shows or hides a container; `display` matters only for those that exist twice.
     void (*setVisible)(ScreenContainer container, SensorDisplayInstance_t display, bool visible);
 
-    /// The texts of no-connection screens 9 to 11.
+    /// The texts of a no-connection screen.
     void (*setNoConnect)(GtkSensorInstance screen);
     void (*setConnecting_withPort)(GtkSensorInstance screen, const char* portName);
     void (*setSensorError_withPort)(GtkSensorInstance screen, const char* portName);
     void (*setMessage)(GtkSensorInstance screen, const char* title, const char* description);
 
-    /// Gives a power display (0 to 8) to a display and its sensor: index, port, scales, and its
+    /// Gives a measurement screen to a display and its sensor: index, port, scales, and its
     /// graph's buffer, if it has a graph.
     void (*bindScreen)(GtkSensorInstance screen, SensorDisplayInstance_t display, uint32_t port);
     void (*setSensorLabel)(GtkSensorInstance screen, uint32_t maxLength);

@@ -10,14 +10,8 @@ namespace {
 
 constexpr float blank = std::numeric_limits<float>::quiet_NaN();
 
-constexpr const char* containerNames[screenContainerCount] = {
-    "singleSensorContainer", "noConnectionScreen",        "singleMeasurementView",
-    "singleChannel1Screen",  "singleChannel1ScreenGraph", "singleChannelPulseScreen",
-    "dualSensorContainer",   "dualNoConnectionScreens",   "dualMeasurementViews",
-    "dualCWChannels",        "dualCWChannelsGraph",       "dualPWChannels"};
-
 bool existsTwice(ScreenContainer container) {
-    return container >= ScreenContainer::dualNoConnectionScreens;
+    return ScreenTable_existsTwice(screenContainers[static_cast<uint32_t>(container)]);
 }
 
 uint32_t indexOf(ScreenContainer container, SensorDisplayInstance_t display) {
@@ -171,5 +165,5 @@ GtkSensorInstance ViewRecorder_visibleScreen(SensorDisplayInstance_t display, bo
 }
 
 const char* ViewRecorder_nameOf(ScreenContainer container) {
-    return containerNames[static_cast<uint32_t>(container)];
+    return screenContainers[static_cast<uint32_t>(container)].name;
 }
