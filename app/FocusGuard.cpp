@@ -1,10 +1,10 @@
 #include "FocusGuard.h"
 
 #include "CloseWindow.h"
+#include "EntireScreen.h"
 #include "GdkLock.h"
 #include "Heartbeat.h"
 #include "LogManager.h"
-#include "MainWindow.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include "CommandLine.h"
 #include "Configuration.h"
 #include "CrashHandler.h"
+#include "EntireScreen.h"
 #include "Files.h"
 #include "GdkLock.h"
 #include "GraphSettingsDialog.h"
@@ -76,8 +77,8 @@ void buildScreens() {
     MainWindowCallbacks callbacks{};
     callbacks.deleteEvent = CloseWindow_onDelete;
     callbacks.destroy = CloseWindow_onDestroy;
-    callbacks.measurementSettings = AppSettingsMenu_onGearClicked;
-    callbacks.sensorInformation = SensorInformationDialog_onSensorClicked;
+    callbacks.screens.measurementSettings = AppSettingsMenu_onGearClicked;
+    callbacks.screens.sensorInformation = SensorInformationDialog_onSensorClicked;
     MainWindow_registerCallbacks(callbacks);
     createGTKDisplays();
     BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));

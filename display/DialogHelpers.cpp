@@ -1,7 +1,7 @@
 #include "DialogHelpers.h"
 
+#include "EntireScreen.h"
 #include "GtkHelpers.h"
-#include "MainWindow.h"
 #include "message.h"
 
 namespace {

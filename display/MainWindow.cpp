@@ -2,17 +2,11 @@
 
 #include "AppFlags.h"
 #include "CSensorDisplayFSM.h"
+#include "EntireScreen.h"
 #include "GtkHelpers.h"
-#include "PowerDisplayLayout.h"
-#include "PulseDisplay.h"
 #include "ScreenSize.h"
 #include "ScreenView.h"
 #include "StyleSheet.h"
-
-#include <algorithm>
-
-MAIN_WINDOW entireScreen;
-CGTKSensorDisplay gtkSensor[gtkSensorInstanceCount];
 
 namespace {
 
@@ -21,98 +15,6 @@ constexpr int fullScreenHeight = screenHeight - topLineHeight;
 constexpr int halvesLineHeight = 2;
 
 MainWindowCallbacks callbacks;
-
-/// A container of the window and where it stands in its parent.
-struct ContainerRow {
-    GtkWidget** widget;
-    GtkWidget** parent;
-    const char* name;
-    int y;
-    int height;
-};
-
-/// Parents before children. All are as wide as the screen.
-const ContainerRow containerRows[] = {
-    {&entireScreen.topFixedLine, &entireScreen.entireScreenContainer, "topFixedLine", 0,
-     topLineHeight},
-    {&entireScreen.singleSensorContainer, &entireScreen.entireScreenContainer,
-     "singleSensorContainer", topLineHeight, fullScreenHeight},
-    {&entireScreen.noConnectionScreen, &entireScreen.singleSensorContainer, "noConnectionScreen", 0,
-     fullScreenHeight},
-    {&entireScreen.singleMeasurementView, &entireScreen.singleSensorContainer,
-     "singleMeasurementView", 0, fullScreenHeight},
-    {&entireScreen.singleChannel1Screen, &entireScreen.singleMeasurementView,
-     "singleChannel1Screen", 0, fullScreenHeight},
-    {&entireScreen.singleChannel1ScreenGraph, &entireScreen.singleMeasurementView,
-     "singleChannel1ScreenGraph", 0, fullScreenHeight},
-    {&entireScreen.singleChannelPulseScreen, &entireScreen.singleMeasurementView,
-     "singleChannelPulseScreen", 0, fullScreenHeight},
-    {&entireScreen.dualSensorContainer, &entireScreen.entireScreenContainer, "dualSensorContainer",
-     topLineHeight, fullScreenHeight},
-    {&entireScreen.dualNoConnectionScreens[0], &entireScreen.dualSensorContainer,
-     "dualNoConnectionScreens.upper", 0, halfScreenHeight},
-    {&entireScreen.dualMeasurementViews[0], &entireScreen.dualSensorContainer,
-     "dualMeasurementViews.upper", 0, halfScreenHeight},
-    {&entireScreen.dualNoConnectionScreens[1], &entireScreen.dualSensorContainer,
-     "dualNoConnectionScreens.lower", halfScreenHeight, halfScreenHeight},
-    {&entireScreen.dualMeasurementViews[1], &entireScreen.dualSensorContainer,
-     "dualMeasurementViews.lower", halfScreenHeight, halfScreenHeight},
-    {&entireScreen.dualCWChannels[0], &entireScreen.dualMeasurementViews[0], "dualCWChannels.upper",
-     0, halfScreenHeight},
-    {&entireScreen.dualCWChannelsGraph[0], &entireScreen.dualMeasurementViews[0],
-     "dualCWChannelsGraph.upper", 0, halfScreenHeight},
-    {&entireScreen.dualPWChannels[0], &entireScreen.dualMeasurementViews[0], "dualPWChannels.upper",
-     0, halfScreenHeight},
-    {&entireScreen.dualCWChannels[1], &entireScreen.dualMeasurementViews[1], "dualCWChannels.lower",
-     0, halfScreenHeight},
-    {&entireScreen.dualCWChannelsGraph[1], &entireScreen.dualMeasurementViews[1],
-     "dualCWChannelsGraph.lower", 0, halfScreenHeight},
-    {&entireScreen.dualPWChannels[1], &entireScreen.dualMeasurementViews[1], "dualPWChannels.lower",
-     0, halfScreenHeight},
-};
-
-/// A screen, and the start of the names of its widgets.
-struct ScreenRow {
-    GtkSensorInstance instance;
-    SensorDisplayInstance_t display;
-    const char* name;
-    const char* widgetName;
-    GtkWidget** container;
-    ChannelLayoutIndex layout;
-};
-
-const ScreenRow powerScreenRows[] = {
-    {gtkSensorSingleChannel1, UpperDisplay, "CW Mode Full", "single",
-     &entireScreen.singleChannel1Screen, layoutSingleChannel},
-    {gtkSensorSingleChannel1withGraph, UpperDisplay, "CW Mode Full (Graph)", "singleGraph",
-     &entireScreen.singleChannel1ScreenGraph, layoutSingleChannelWithGraph},
-    {gtkSensorDualChannel1, UpperDisplay, "CW Mode Upper", "upper", &entireScreen.dualCWChannels[0],
-     layoutDualChannel},
-    {gtkSensorDualChannel1withGraph, UpperDisplay, "CW Mode Upper (Graph)", "upperGraph",
-     &entireScreen.dualCWChannelsGraph[0], layoutDualChannelWithGraph},
-    {gtkSensorDualChannel2, LowerDisplay, "CW Mode Lower", "lower", &entireScreen.dualCWChannels[1],
-     layoutDualChannel},
-    {gtkSensorDualChannel2withGraph, LowerDisplay, "CW Mode Lower (Graph)", "lowerGraph",
-     &entireScreen.dualCWChannelsGraph[1], layoutDualChannelWithGraph},
-};
-
-const ScreenRow pulseScreenRows[] = {
-    {gtkSensorSinglePulse, UpperDisplay, "Pulse Mode Full", "singlePulse",
-     &entireScreen.singleChannelPulseScreen, layoutSingleChannel},
-    {gtkSensorDualPulseChannel1, UpperDisplay, "Pulse Mode Upper", "upperPulse",
-     &entireScreen.dualPWChannels[0], layoutDualChannel},
-    {gtkSensorDualPulseChannel2, LowerDisplay, "Pulse Mode Lower", "lowerPulse",
-     &entireScreen.dualPWChannels[1], layoutDualChannel},
-};
-
-const ScreenRow noConnectionScreenRows[] = {
-    {gtkSensorSingleNoConnection, UpperDisplay, "Single Display No Connection", "noConnection",
-     &entireScreen.noConnectionScreen, layoutSingleChannel},
-    {gtkSensorDualNoConnectionCh1, UpperDisplay, "Upper Display No Connection",
-     "upper.noConnection", &entireScreen.dualNoConnectionScreens[0], layoutDualChannel},
-    {gtkSensorDualNoConnectionCh2, LowerDisplay, "Lower Display No Connection",
-     "lower.noConnection", &entireScreen.dualNoConnectionScreens[1], layoutDualChannel},
-};
 
 /// GTK drops the request to close a window below a modal dialog. Whoever closes the main window
 /// ends the program, whatever lies above it.
@@ -150,12 +52,55 @@ void createWindow() {
     gtk_container_add(GTK_CONTAINER(window), entireScreen.entireScreenContainer);
 }
 
+void putContainer(GtkWidget** field, const char* name, GtkWidget* parent, int y, int height) {
+    *field = gtk_fixed_new();
+    gtk_widget_set_name(*field, name);
+    gtk_widget_set_size_request(*field, screenWidth, height);
+    gtk_fixed_put(GTK_FIXED(parent), *field, 0, y);
+}
+
+GtkWidget* parentOf(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
+    if (row.use == ScreenUse::layout) {
+        return entireScreen.entireScreenContainer;
+    }
+    const ScreenUse use = ScreenTable_measures(row) ? ScreenUse::measurement : ScreenUse::layout;
+    return *EntireScreen_field(ScreenTable_row(use, row.full).container, display);
+}
+
+/// A half's container is named after its field and its half.
+const char* halfOf(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
+    if (!ScreenTable_existsTwice(row)) {
+        return "";
+    }
+    return display == LowerDisplay ? ".lower" : ".upper";
+}
+
+/// The layouts stand below the status line, the areas of the lower half at half their height, and
+/// all else fills its parent.
+int topOf(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
+    if (row.use == ScreenUse::layout) {
+        return topLineHeight;
+    }
+    return display == LowerDisplay && !ScreenTable_measures(row) ? halfScreenHeight : 0;
+}
+
+void createContainer(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
+    char name[64];
+    g_snprintf(name, sizeof name, "%s%s", row.name, halfOf(row, display));
+    putContainer(EntireScreen_field(row.container, display), name, parentOf(row, display),
+                 topOf(row, display),
+                 ScreenTable_existsTwice(row) ? halfScreenHeight : fullScreenHeight);
+}
+
 void createContainers() {
-    for (const ContainerRow& row : containerRows) {
-        *row.widget = gtk_fixed_new();
-        gtk_widget_set_name(*row.widget, row.name);
-        gtk_widget_set_size_request(*row.widget, screenWidth, row.height);
-        gtk_fixed_put(GTK_FIXED(*row.parent), *row.widget, 0, row.y);
+    putContainer(&entireScreen.topFixedLine, "topFixedLine", entireScreen.entireScreenContainer, 0,
+                 topLineHeight);
+    for (const SensorDisplayInstance_t display : {UpperDisplay, LowerDisplay}) {
+        for (const ScreenContainerRow& row : screenContainers) {
+            if (display == UpperDisplay || ScreenTable_existsTwice(row)) {
+                createContainer(row, display);
+            }
+        }
     }
 }
 
@@ -168,49 +113,7 @@ void createHalvesLine() {
     gtk_widget_show(line);
 }
 
-CGTKPowerDisplay_Parameters parametersOf(const ScreenRow& row) {
-    CGTKPowerDisplay_Parameters parameters = {.name = row.name,
-                                              .widgetName = row.widgetName,
-                                              .sensorChannel = sensorPort_None,
-                                              .displayIndex = row.display,
-                                              .container = *row.container,
-                                              .callbackMeasFunction = callbacks.measurementSettings,
-                                              .callbackSensorInfoFunction =
-                                                  callbacks.sensorInformation,
-                                              .layout = row.layout,
-                                              .yLinePositions = {},
-                                              .yOffset = 0};
-    std::ranges::copy(gtkPowerDisplayLayout[row.layout].yLinePositions, parameters.yLinePositions);
-    return parameters;
-}
-
-void createScreens() {
-    for (const ScreenRow& row : powerScreenRows) {
-        CGTKPowerDisplay_Create(&gtkSensor[row.instance].power, parametersOf(row));
-    }
-    for (const ScreenRow& row : pulseScreenRows) {
-        PulseDisplay_Create(&gtkSensor[row.instance].power, parametersOf(row));
-    }
-    for (const ScreenRow& row : noConnectionScreenRows) {
-        CGTKNoConnectionDisplay_Create(&gtkSensor[row.instance].noConnection, parametersOf(row));
-    }
-}
-
 } // namespace
-
-CGTKPowerDisplay* gtkSensor_powerDisplay(GtkSensorInstance instance) {
-    if (instance >= gtkSensorSingleNoConnection) {
-        return nullptr;
-    }
-    CGTKPowerDisplay* display = &gtkSensor[instance].power;
-    return display->container != nullptr ? display : nullptr;
-}
-
-CGTKNoConnectionDisplay* gtkSensor_noConnectionDisplay(GtkSensorInstance instance) {
-    return instance >= gtkSensorSingleNoConnection && instance < gtkSensorInstanceCount
-               ? &gtkSensor[instance].noConnection
-               : nullptr;
-}
 
 void MainWindow_registerCallbacks(const MainWindowCallbacks& registered) {
     callbacks = registered;
@@ -222,7 +125,7 @@ void createGTKDisplays() {
     createWindow();
     createContainers();
     createHalvesLine();
-    createScreens();
+    SensorScreens_create(callbacks.screens);
     gdk_event_handler_set(deliverEvent, nullptr, nullptr);
     CSensorDisplayFSM_registerView(screenView);
     gtk_widget_show(entireScreen.topFixedLine);

@@ -1,44 +1,15 @@
 #include "ScreenView.h"
 
+#include "EntireScreen.h"
 #include "GtkHelpers.h"
-#include "MainWindow.h"
 #include "PulseMeasurements.h"
+#include "SensorDisplays.h"
+#include "SensorScreens.h"
 
 namespace {
 
-GtkWidget* containerOf(ScreenContainer container, SensorDisplayInstance_t display) {
-    const size_t half = display == LowerDisplay ? 1 : 0;
-    switch (container) {
-    case ScreenContainer::singleSensorContainer:
-        return entireScreen.singleSensorContainer;
-    case ScreenContainer::noConnectionScreen:
-        return entireScreen.noConnectionScreen;
-    case ScreenContainer::singleMeasurementView:
-        return entireScreen.singleMeasurementView;
-    case ScreenContainer::singleChannel1Screen:
-        return entireScreen.singleChannel1Screen;
-    case ScreenContainer::singleChannel1ScreenGraph:
-        return entireScreen.singleChannel1ScreenGraph;
-    case ScreenContainer::singleChannelPulseScreen:
-        return entireScreen.singleChannelPulseScreen;
-    case ScreenContainer::dualSensorContainer:
-        return entireScreen.dualSensorContainer;
-    case ScreenContainer::dualNoConnectionScreens:
-        return entireScreen.dualNoConnectionScreens[half];
-    case ScreenContainer::dualMeasurementViews:
-        return entireScreen.dualMeasurementViews[half];
-    case ScreenContainer::dualCWChannels:
-        return entireScreen.dualCWChannels[half];
-    case ScreenContainer::dualCWChannelsGraph:
-        return entireScreen.dualCWChannelsGraph[half];
-    case ScreenContainer::dualPWChannels:
-        return entireScreen.dualPWChannels[half];
-    }
-    return nullptr;
-}
-
 void setVisible(ScreenContainer container, SensorDisplayInstance_t display, bool visible) {
-    setWidgetVisible(containerOf(container, display), visible);
+    setWidgetVisible(*EntireScreen_field(container, display), visible);
 }
 
 void setNoConnect(GtkSensorInstance screen) {
@@ -82,17 +53,12 @@ void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
     }
 }
 
-bool isPulseScreen(GtkSensorInstance screen) {
-    return screen == gtkSensorSinglePulse || screen == gtkSensorDualPulseChannel1 ||
-           screen == gtkSensorDualPulseChannel2;
-}
-
 void clearValues(GtkSensorInstance screen) {
     CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
     if (power == nullptr) {
         return;
     }
-    if (isPulseScreen(screen)) {
+    if (ScreenTable_rowOfScreen(screen)->use == ScreenUse::pulse) {
         CGTKPowerDisplay_clearPulseMeasurementsToBlanks(power);
     } else {
         CGTKPowerDisplay_clearMeasurementsToBlanks(power);

@@ -2,6 +2,7 @@
 #define TESTS_GUI_GRAPH_FIXTURE_H
 
 #include "ScreenFixture.h"
+#include "SensorDisplays.h"
 #include "gtkTimePowerGraph.h"
 
 #include <cmath>

@@ -3,6 +3,7 @@
 #include "Configuration.h"
 #include "GraphSettingsDialog.h"
 #include "Pictures.h"
+#include "SensorDisplays.h"
 #include "gtkTimePowerGraph.h"
 
 #include <cmath>

@@ -1,6 +1,7 @@
 #ifndef TESTS_GUI_GUI_HARNESS_H
 #define TESTS_GUI_GUI_HARNESS_H
 
+#include "EntireScreen.h"
 #include "MainWindow.h"
 
 #include <gtk/gtk.h>

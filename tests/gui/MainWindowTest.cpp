@@ -70,6 +70,35 @@ TEST_F(MainWindow, HoldsEveryContainerAtItsPlace) {
     }
 }
 
+TEST_F(MainWindow, NamesAContainerAfterItsFieldAndItsHalf) {
+    const struct {
+        GtkWidget* container;
+        const char* name;
+    } rows[] = {
+        {entireScreen.topFixedLine, "topFixedLine"},
+        {entireScreen.singleSensorContainer, "singleSensorContainer"},
+        {entireScreen.noConnectionScreen, "noConnectionScreen"},
+        {entireScreen.singleMeasurementView, "singleMeasurementView"},
+        {entireScreen.singleChannel1Screen, "singleChannel1Screen"},
+        {entireScreen.singleChannel1ScreenGraph, "singleChannel1ScreenGraph"},
+        {entireScreen.singleChannelPulseScreen, "singleChannelPulseScreen"},
+        {entireScreen.dualSensorContainer, "dualSensorContainer"},
+        {entireScreen.dualNoConnectionScreens[0], "dualNoConnectionScreens.upper"},
+        {entireScreen.dualNoConnectionScreens[1], "dualNoConnectionScreens.lower"},
+        {entireScreen.dualMeasurementViews[0], "dualMeasurementViews.upper"},
+        {entireScreen.dualMeasurementViews[1], "dualMeasurementViews.lower"},
+        {entireScreen.dualCWChannels[0], "dualCWChannels.upper"},
+        {entireScreen.dualCWChannels[1], "dualCWChannels.lower"},
+        {entireScreen.dualCWChannelsGraph[0], "dualCWChannelsGraph.upper"},
+        {entireScreen.dualCWChannelsGraph[1], "dualCWChannelsGraph.lower"},
+        {entireScreen.dualPWChannels[0], "dualPWChannels.upper"},
+        {entireScreen.dualPWChannels[1], "dualPWChannels.lower"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(nameOf(row.container), row.name);
+    }
+}
+
 TEST_F(MainWindow, ShowsOnlyTheNoSensorScreenAfterReset) {
     Gui_showScreen(gtkSensorDualChannel1);
     setWidgetVisible(entireScreen.dualSensorContainer, false);
