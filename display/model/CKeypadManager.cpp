@@ -56,7 +56,7 @@ void handleSelected(CKeypadManager_Instance* instance, const CKeypadManager_Even
     }
 }
 
-void handleInteger(CKeypadManager_Instance* instance, const CKeypadManager_Event& event) {
+void handleEditing(CKeypadManager_Instance* instance, const CKeypadManager_Event& event) {
     switch (event.eventID) {
     case evSign:
         CKeypadManager_HandleSign(instance);
@@ -65,26 +65,10 @@ void handleInteger(CKeypadManager_Instance* instance, const CKeypadManager_Event
         CKeypadManager_AddNumber(instance, event.data);
         break;
     case evDecimal:
-        if (CKeypadManager_AddNumber(instance, '.')) {
+        if (instance->state == keyPadInteger && CKeypadManager_AddNumber(instance, '.')) {
             instance->state = stateOf(*instance);
         }
         break;
-    default:
-        CKeypadManager_Backspace(instance);
-        break;
-    }
-}
-
-void handleFloat(CKeypadManager_Instance* instance, const CKeypadManager_Event& event) {
-    switch (event.eventID) {
-    case evSign:
-        CKeypadManager_HandleSign(instance);
-        break;
-    case evAddChar:
-        CKeypadManager_AddNumber(instance, event.data);
-        break;
-    case evDecimal:
-        break; // no point more
     default:
         if (CKeypadManager_Backspace(instance) == '.') {
             instance->state = keyPadInteger;
@@ -120,10 +104,8 @@ void CKeypadManager_HandleEvent(CKeypadManager_Instance* instance,
         CKeypadManager_HandleClear(instance);
     } else if (instance->state == keyPadSelected) {
         handleSelected(instance, event);
-    } else if (instance->state == keyPadInteger) {
-        handleInteger(instance, event);
     } else {
-        handleFloat(instance, event);
+        handleEditing(instance, event);
     }
     if (instance->pUpdateTarget != nullptr) {
         instance->pUpdateTarget(instance->targetText, instance->state == keyPadSelected);
