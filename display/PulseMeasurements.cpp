@@ -105,7 +105,8 @@ void setStateVisible(gtkPowerDisplay_PulseState& state, bool visible, bool units
     CGTKScaleControls_setVisible(&state.scaleControls, unitsVisible);
 }
 
-/// One pulse state. In dBm its unit key goes, deliberately: the unit is that of the other pages.
+/// One pulse state. Stays so: in dBm its unit key goes, since the unit is that of the other pages,
+/// and existing test programs know the screen so (docs/compatibility.md: state-unit-hidden).
 void updateState(CGTKPowerDisplay* display, uint32_t index, const PULSE_STATES& powers) {
     gtkPowerDisplay_PulseState& state = display->stateArray[index];
     const PowerGroupText text =

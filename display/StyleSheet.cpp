@@ -150,7 +150,8 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 .instrument.background scrollbar slider { min-width: 40px; min-height: 80px; }
 )";
 
-// "pulseDisplayctive" never matches anything; it is deliberately kept so.
+// Stays so: "pulseDisplayctive" never matches anything; existing test programs know the colours
+// without it (docs/compatibility.md: style-never-matches).
 const char pulseStyleSheetText[] = R"(
 notebook, stack, box#pulseDisplay, grid#pulseDisplay {
     background-color: black; background-image: none; border: none;
@@ -159,7 +160,7 @@ tabs, tab { background-color: black; border: 1px solid black; }
 button#pulseDisplayctive { background-color: black; }
 button#pulseDisplayActive label { color: #ffd766; background-color: black; }
 
-/* Of two sheets the later one wins, whatever its rules say: the look of the tabs stands here. */
+/* Of two sheets the later one wins, whatever its rules say: the style of the tabs stands here. */
 window#mainWindow8830K notebook header { background-color: black; border: none; padding: 0; margin: 0; }
 window#mainWindow8830K notebook tabs { border: none; padding: 0; margin: 0 0 0 8px; }
 window#mainWindow8830K notebook tab {

@@ -63,13 +63,35 @@ const GraphDataItem* itemsOf(const CGraphData* instance, GraphDataMode_t mode) {
     return mode == RawData ? instance->rawData : instance->averageData;
 }
 
-/// The items that minimum and maximum look at. In averaged mode the newest average is left out,
-/// deliberately; and with fewer samples than the width the unsigned difference wraps, so that all
-/// slots are scanned, which is wanted too.
+/// The point of a mode, {NaN, 0} beyond the end.
+GraphDataItem itemAt(const CGraphData* instance, uint32_t index, GraphDataMode_t mode) {
+    return index < countOf(instance, mode) ? itemsOf(instance, mode)[index]
+                                           : GraphDataItem{noPower, 0};
+}
+
+/// The points that minimum and maximum take in. Existing test programs know two oddities, which
+/// stay so: the newest average is left out (docs/compatibility.md: newest-average), and with fewer
+/// samples than the width the unsigned difference wraps, so that all averages, which are empty
+/// then, are taken in (docs/compatibility.md: empty-averages).
 std::span<const GraphDataItem> scannedItems(const CGraphData* instance, GraphDataMode_t mode) {
     const uint32_t count =
         mode == RawData ? instance->count : instance->count - instance->filterWidth;
     return {itemsOf(instance, mode), std::min(count, graphMaxPoints)};
+}
+
+/// What `pick` leaves of a mode's values and `start`; NaN when there are none.
+template <typename Pick>
+float foldPowers(CGraphData* instance, GraphDataMode_t mode, float start, Pick pick) {
+    const ScopedLock lock(instance->mutex);
+    const std::span<const GraphDataItem> items = scannedItems(instance, mode);
+    if (items.empty()) {
+        return noPower;
+    }
+    float result = start;
+    for (const GraphDataItem& item : items) {
+        result = pick(result, item.power);
+    }
+    return result;
 }
 
 /// First point that falls into a column.
@@ -142,45 +164,28 @@ uint32_t CGraphData_getCount(CGraphData* instance, GraphDataMode_t mode) {
 
 GraphDataItem CGraphData_getItem(CGraphData* instance, uint32_t index, GraphDataMode_t mode) {
     const ScopedLock lock(instance->mutex);
-    return mode == RawData ? CGraphData_getRawItem(instance, index)
-                           : CGraphData_getFilterItem(instance, index);
+    return itemAt(instance, index, mode);
 }
 
 GraphDataItem CGraphData_getRawItem(const CGraphData* instance, uint32_t index) {
-    return index < instance->count ? instance->rawData[index] : GraphDataItem{noPower, 0};
+    return itemAt(instance, index, RawData);
 }
 
 GraphDataItem CGraphData_getFilterItem(const CGraphData* instance, uint32_t index) {
-    return index < countOf(instance, AveragedData) ? instance->averageData[index]
-                                                   : GraphDataItem{noPower, 0};
+    return itemAt(instance, index, AveragedData);
 }
 
 float CGraphData_getMinValue(CGraphData* instance, GraphDataMode_t mode) {
-    const ScopedLock lock(instance->mutex);
-    const std::span<const GraphDataItem> items = scannedItems(instance, mode);
-    if (items.empty()) {
-        return noPower;
-    }
-    float least = FLT_MAX;
-    for (const GraphDataItem& item : items) {
-        least = std::min(least, item.power);
-    }
-    return least;
+    return foldPowers(instance, mode, FLT_MAX,
+                      [](float least, float power) { return std::min(least, power); });
 }
 
 float CGraphData_getMaxValue(CGraphData* instance, GraphDataMode_t mode) {
-    const ScopedLock lock(instance->mutex);
-    const std::span<const GraphDataItem> items = scannedItems(instance, mode);
-    if (items.empty()) {
-        return noPower;
-    }
-    // Starts from the smallest positive normal number, deliberately: a history of zeros has that
-    // as its maximum.
-    float greatest = FLT_MIN;
-    for (const GraphDataItem& item : items) {
-        greatest = std::max(greatest, item.power);
-    }
-    return greatest;
+    // Stays so: it starts from the smallest positive normal number, which is the maximum of a
+    // history of zeros; existing test programs expect it
+    // (docs/compatibility.md: maximum-of-zeros).
+    return foldPowers(instance, mode, FLT_MIN,
+                      [](float greatest, float power) { return std::max(greatest, power); });
 }
 
 void CGraphData_setFilterWidth(CGraphData* instance, uint32_t width) {

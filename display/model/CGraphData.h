@@ -61,7 +61,7 @@ GraphDataItem CGraphData_getRawItem(const CGraphData* instance, uint32_t index);
 GraphDataItem CGraphData_getFilterItem(const CGraphData* instance, uint32_t index);
 
 /// Least and greatest value of a mode, NaN when it has none. In averaged mode the newest average is
-/// left out, deliberately. Any thread.
+/// left out: existing test programs know it so (docs/compatibility.md: newest-average). Any thread.
 float CGraphData_getMinValue(CGraphData* instance, GraphDataMode_t mode);
 float CGraphData_getMaxValue(CGraphData* instance, GraphDataMode_t mode);
 

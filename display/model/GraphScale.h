@@ -30,7 +30,8 @@ struct GraphLimits {
 };
 
 /// Limits that fit data between `min` and `max` (W or dBm); nothing for values that are no finite
-/// numbers. The step of 5 W is deliberately coarse.
+/// numbers. Stays so: in steps of 5 W, however small the powers are; existing test programs know
+/// the limits (docs/compatibility.md: coarse-auto).
 std::optional<GraphLimits> GraphScale_fit(double min, double max, bool isdBm);
 
 #endif

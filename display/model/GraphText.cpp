@@ -43,8 +43,9 @@ int wholePart(double value) {
         std::clamp(value, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
 }
 
-/// The digits after the point, without the zero before it; empty for none, and, deliberately, for a
-/// fraction that rounds up to 1.
+/// The digits after the point, without the zero before it; empty for none. Stays so: empty for a
+/// fraction that rounds up to 1, too; existing test programs read the entries so
+/// (docs/compatibility.md: lost-fraction).
 FractionText fractionOf(double value, uint32_t digits) {
     const double magnitude = std::fabs(value);
     const double fraction = std::isfinite(value) ? magnitude - std::trunc(magnitude) : 0.0;

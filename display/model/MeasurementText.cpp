@@ -8,7 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
-// Indices 3/4 and 7/8 repeat on purpose: the change of unit keeps the ceiling.
+// Stays so: indices 3/4 and 7/8 repeat, since the change of unit keeps the ceiling; existing test
+// programs know it so (docs/compatibility.md: same-ceilings).
 const std::array<float, rangeCount> maxScalePowerList = {
     0.0019999491F, 0.019999489F, 0.19999491F, 1.999949F, 1.999949F, 19.99949F,
     199.9949F,     1999.949F,    1999.949F,   19999.49F, 199994.9F};
