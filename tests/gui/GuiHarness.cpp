@@ -53,32 +53,15 @@ void collect(GtkWidget* widget, gpointer data) {
     }
 }
 
-bool isFull(GtkSensorInstance screen) {
-    return screen == gtkSensorSingleChannel1 || screen == gtkSensorSingleChannel1withGraph ||
-           screen == gtkSensorSinglePulse || screen == gtkSensorSingleNoConnection;
-}
-
-void showFullScreen(GtkSensorInstance screen) {
-    const bool measures = screen != gtkSensorSingleNoConnection;
-    setWidgetVisible(entireScreen.singleMeasurementView, measures);
-    setWidgetVisible(entireScreen.noConnectionScreen, !measures);
-    setWidgetVisible(entireScreen.singleChannel1Screen, screen == gtkSensorSingleChannel1);
-    setWidgetVisible(entireScreen.singleChannel1ScreenGraph,
-                     screen == gtkSensorSingleChannel1withGraph);
-    setWidgetVisible(entireScreen.singleChannelPulseScreen, screen == gtkSensorSinglePulse);
-}
-
-void showHalfScreens(GtkSensorInstance screen) {
-    const bool measures = screen < gtkSensorSingleNoConnection;
-    const bool graph =
-        screen == gtkSensorDualChannel1withGraph || screen == gtkSensorDualChannel2withGraph;
-    const bool pulse = screen == gtkSensorDualPulseChannel1 || screen == gtkSensorDualPulseChannel2;
-    for (size_t half = 0; half < 2; ++half) {
-        setWidgetVisible(entireScreen.dualMeasurementViews[half], measures);
-        setWidgetVisible(entireScreen.dualNoConnectionScreens[half], !measures);
-        setWidgetVisible(entireScreen.dualCWChannels[half], measures && !graph && !pulse);
-        setWidgetVisible(entireScreen.dualCWChannelsGraph[half], measures && graph);
-        setWidgetVisible(entireScreen.dualPWChannels[half], measures && pulse);
+/// Whether a container is visible while the screen in another one is shown; both halves alike.
+bool isVisibleWith(const ScreenContainerRow& row, const ScreenContainerRow& shown) {
+    switch (row.use) {
+    case ScreenUse::layout:
+        return row.full == shown.full;
+    case ScreenUse::measurement:
+        return ScreenTable_measures(shown);
+    default:
+        return row.use == shown.use;
     }
 }
 
@@ -136,12 +119,14 @@ bool Gui_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {
 }
 
 void Gui_showScreen(GtkSensorInstance screen) {
-    setWidgetVisible(entireScreen.singleSensorContainer, isFull(screen));
-    setWidgetVisible(entireScreen.dualSensorContainer, !isFull(screen));
-    if (isFull(screen)) {
-        showFullScreen(screen);
-    } else {
-        showHalfScreens(screen);
+    const ScreenContainerRow& shown = *ScreenTable_rowOfScreen(screen);
+    for (const ScreenContainerRow& row : screenContainers) {
+        for (const SensorDisplayInstance_t display : {UpperDisplay, LowerDisplay}) {
+            if (row.full == shown.full || row.use == ScreenUse::layout) {
+                setWidgetVisible(*EntireScreen_field(row.container, display),
+                                 isVisibleWith(row, shown));
+            }
+        }
     }
     Gui_settle();
 }
