@@ -2,6 +2,7 @@
 
 #include "ConfigurationFile.h"
 #include "Files.h"
+#include "InstrumentFiles.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -14,8 +15,6 @@
 
 namespace {
 
-constexpr const char* standardFileName =
-    "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
 constexpr mode_t directoryMode = 0777;
 constexpr size_t nameSize = 64 + 1;
 constexpr size_t textSize = 16384;
@@ -34,7 +33,7 @@ constexpr GraphSpan spanInDbm{-60.0, 80.0, 1.0};
 /// Guards everything below. Valid from the start, and set up again by readConfigFile.
 pthread_mutex_t configurationMutex = PTHREAD_MUTEX_INITIALIZER;
 
-QUORVEL_APP_SETTINGS quorvelAppSettings = ConfigurationFile_defaults();
+QUORVEL_APP_SETTINGS quorvelAppSettings;
 char configurationFileName[nameSize] = "";
 char configurationFilePath[nameSize] = "";
 ConfigurationSerialLines serialLines{nullptr, nullptr};
@@ -154,7 +153,7 @@ void setConfigurationFile(const char* name) {
     const ScopedLock lock(configurationMutex);
     const bool isNamed = name != nullptr && name[0] != '\0';
     snprintf(configurationFileName, sizeof configurationFileName, "%s",
-             isNamed ? name : standardFileName);
+             isNamed ? name : settingsFileName);
     snprintf(configurationFilePath, sizeof configurationFilePath, "%s", configurationFileName);
     char* lastSlash = strrchr(configurationFilePath, '/');
     *(lastSlash != nullptr ? lastSlash : configurationFilePath) = '\0';
@@ -172,7 +171,7 @@ void readConfigFile() {
     }
     const ScopedLock lock(configurationMutex);
     File_removeAbandonedSiblings(configurationFileName);
-    quorvelAppSettings = ConfigurationFile_defaults();
+    quorvelAppSettings = {};
     FILE* file = fopen(configurationFileName, "re");
     if (file == nullptr) {
         DIAGNOSTIC("Warning: Unable to open settings file %s for reading\n\n",
@@ -198,52 +197,68 @@ void writeConfigFileWithValidation() {
 
 void restoreDefaultSettings() {
     const ScopedLock lock(configurationMutex);
-    quorvelAppSettings = ConfigurationFile_defaults();
+    quorvelAppSettings = {};
 }
 
 void resetConfigToDefaults() {
     const ScopedLock lock(configurationMutex);
-    QUORVEL_APP_SETTINGS defaults = ConfigurationFile_defaults();
+    QUORVEL_APP_SETTINGS defaults;
     defaults.useLegacyRS232Commands = quorvelAppSettings.useLegacyRS232Commands;
     defaults.legacyCommandModeSW = quorvelAppSettings.legacyCommandModeSW;
     quorvelAppSettings = defaults;
     writeFile();
 }
 
+template <typename Value> Value configuration_get(Value QUORVEL_APP_SETTINGS::*field) {
+    return copy(quorvelAppSettings.*field);
+}
+
+template <typename Value>
+void configuration_set(Value QUORVEL_APP_SETTINGS::*field, const Value& value) {
+    storeAndWrite(quorvelAppSettings.*field, value);
+}
+
+template bool configuration_get(bool QUORVEL_APP_SETTINGS::*);
+template uint32_t configuration_get(uint32_t QUORVEL_APP_SETTINGS::*);
+template double configuration_get(double QUORVEL_APP_SETTINGS::*);
+template void configuration_set(bool QUORVEL_APP_SETTINGS::*, const bool&);
+template void configuration_set(uint32_t QUORVEL_APP_SETTINGS::*, const uint32_t&);
+template void configuration_set(double QUORVEL_APP_SETTINGS::*, const double&);
+
 void configuration_setDisplayFowardPower(bool display) {
-    storeAndWrite(quorvelAppSettings.displayForwardPower, display);
+    configuration_set(&QUORVEL_APP_SETTINGS::displayForwardPower, display);
 }
 
 void configuration_setDisplayReflectedPower(bool display) {
-    storeAndWrite(quorvelAppSettings.displayReflectedPower, display);
+    configuration_set(&QUORVEL_APP_SETTINGS::displayReflectedPower, display);
 }
 
 void configuration_setPowerUnitsIsdBm(bool isdBm) {
-    storeAndWrite(quorvelAppSettings.powerUnitsIsdBm, isdBm);
+    configuration_set(&QUORVEL_APP_SETTINGS::powerUnitsIsdBm, isdBm);
 }
 
 void configuration_setDisplayMatch(bool display) {
-    storeAndWrite(quorvelAppSettings.displayVSWR_ReturnLoss_or_ReflCoeff_Value, display);
+    configuration_set(&QUORVEL_APP_SETTINGS::displayVSWR_ReturnLoss_or_ReflCoeff_Value, display);
 }
 
 void configuration_setMatchMeasurementType(rfMatchType_t type) {
-    storeAndWrite(quorvelAppSettings.matchMeasurementType, type);
+    configuration_set(&QUORVEL_APP_SETTINGS::matchMeasurementType, type);
 }
 
 void configuration_setDisplayGraph(bool display) {
-    storeAndWrite(quorvelAppSettings.displayGraph, display);
+    configuration_set(&QUORVEL_APP_SETTINGS::displayGraph, display);
 }
 
 void configuration_setUseLegacy(bool useLegacy) {
-    storeAndWrite(quorvelAppSettings.useLegacyRS232Commands, useLegacy);
+    configuration_set(&QUORVEL_APP_SETTINGS::useLegacyRS232Commands, useLegacy);
 }
 
 void configuration_setCommandModeSW(bool commandMode) {
-    storeAndWrite(quorvelAppSettings.legacyCommandModeSW, commandMode);
+    configuration_set(&QUORVEL_APP_SETTINGS::legacyCommandModeSW, commandMode);
 }
 
 void configuration_setPulseMode(bool isActive) {
-    storeAndWrite(quorvelAppSettings.sensorPulseModeIsActive, isActive);
+    configuration_set(&QUORVEL_APP_SETTINGS::sensorPulseModeIsActive, isActive);
 }
 
 void configuration_setRfPowerScale(rfPowerScale scale, uint32_t channel, uint32_t direction) {
@@ -283,65 +298,65 @@ void configuration_setGraphSettings(const GraphSettings_t& settings, uint32_t ch
 }
 
 bool configuration_getDisplayFowardPower() {
-    return copy(quorvelAppSettings.displayForwardPower);
+    return configuration_get(&QUORVEL_APP_SETTINGS::displayForwardPower);
 }
 
 bool configuration_getDisplayReflectedPower() {
-    return copy(quorvelAppSettings.displayReflectedPower);
+    return configuration_get(&QUORVEL_APP_SETTINGS::displayReflectedPower);
 }
 
 bool configuration_getPowerUnitsIsdBm() {
-    return copy(quorvelAppSettings.powerUnitsIsdBm);
+    return configuration_get(&QUORVEL_APP_SETTINGS::powerUnitsIsdBm);
 }
 
 bool configuration_getDisplayMatch() {
-    return copy(quorvelAppSettings.displayVSWR_ReturnLoss_or_ReflCoeff_Value);
+    return configuration_get(&QUORVEL_APP_SETTINGS::displayVSWR_ReturnLoss_or_ReflCoeff_Value);
 }
 
 rfMatchType_t configuration_getMatchMeasurementType() {
-    return copy(quorvelAppSettings.matchMeasurementType);
+    return configuration_get(&QUORVEL_APP_SETTINGS::matchMeasurementType);
 }
 
 bool configuration_getDisplayGraph() {
-    return copy(quorvelAppSettings.displayGraph);
+    return configuration_get(&QUORVEL_APP_SETTINGS::displayGraph);
 }
 
 bool configuration_getUseLegacy() {
-    return copy(quorvelAppSettings.useLegacyRS232Commands);
+    return configuration_get(&QUORVEL_APP_SETTINGS::useLegacyRS232Commands);
 }
 
 bool configuration_getCommandModeSW() {
-    return copy(quorvelAppSettings.legacyCommandModeSW);
+    return configuration_get(&QUORVEL_APP_SETTINGS::legacyCommandModeSW);
 }
 
 bool configuration_getPulseMode() {
-    return copy(quorvelAppSettings.sensorPulseModeIsActive);
+    return configuration_get(&QUORVEL_APP_SETTINGS::sensorPulseModeIsActive);
 }
 
 rfPowerScale configuration_getRfPowerScale(uint32_t channel, uint32_t direction) {
     if (!isChannelValid(channel) || direction > 1) {
-        return ConfigurationFile_defaults().scale[0][0];
+        return rfPowerScaleDefault;
     }
     return copy(quorvelAppSettings.scale[channel][direction]);
 }
 
 rfPowerScale configuration_getGatedPowerScale(uint32_t channel) {
     if (!isChannelValid(channel)) {
-        return ConfigurationFile_defaults().gatedPowerScale[0];
+        return rfPowerScaleDefault;
     }
     return copy(quorvelAppSettings.gatedPowerScale[channel]);
 }
 
 rfPowerScale configuration_getStatePowerScale(uint32_t channel, uint32_t stateIndex) {
     if (!isChannelValid(channel) || stateIndex >= configurationStateCount) {
-        return ConfigurationFile_defaults().pulseStateScale[0][0];
+        return rfPowerScaleDefault;
     }
     return copy(quorvelAppSettings.pulseStateScale[channel][stateIndex]);
 }
 
 GraphSettings_t configuration_getGraphSettings(uint32_t channel) {
     if (!isChannelValid(channel)) {
-        return ConfigurationFile_defaults().graphSettings[0];
+        return graphSettingsDefault;
     }
     return copy(quorvelAppSettings.graphSettings[channel]);
 }

@@ -1,53 +1,13 @@
 #ifndef SETTINGS_CONFIGURATION_H
 #define SETTINGS_CONFIGURATION_H
 
+#include "SettingsTable.h"
+
 #include <cstdint>
 #include <cstdio>
 
 /// The application's settings: one record, one mutex, one text file that is rewritten whole after
-/// every change. Channels are 0 and 1 here and 1 and 2 in the file.
-
-constexpr unsigned configurationChannelCount = 2;
-constexpr unsigned configurationStateCount = 4;
-constexpr uint32_t rfPowerScaleMaxIndex = 10;
-
-enum rfMatchType_t : int { rfMatch_VSWR = 0, rfMatch_RL = 1, rfMatch_RflCoeff = 2 };
-enum GraphScaleUnit_t : int { graphScale_mW = 0, graphScale_dBm = 1 };
-enum TimeGraphMode : int { graphModeRaw = 0, graphModeAverage = 1 };
-
-/// Range of one displayed power: chosen automatically or by hand, an index into the range table.
-struct rfPowerScale {
-    bool autoScale;
-    uint32_t scaleIndex; ///< 0 to 10
-};
-
-/// Graph of one channel. Powers are in `unit`: milliwatts or dBm.
-struct GraphSettings_t {
-    double maxPower;
-    double minPower;
-    double maxLimitLine;
-    double minLimitLine;
-    GraphScaleUnit_t unit;
-    uint32_t averageCount; ///< 2 to 64
-    bool bReflectedMode;   ///< plots reflected instead of forward power
-    TimeGraphMode displayMode;
-};
-
-struct QUORVEL_APP_SETTINGS {
-    bool displayForwardPower;
-    bool displayReflectedPower;
-    bool powerUnitsIsdBm;
-    bool displayVSWR_ReturnLoss_or_ReflCoeff_Value;
-    rfMatchType_t matchMeasurementType;
-    bool displayGraph;
-    GraphSettings_t graphSettings[configurationChannelCount];
-    rfPowerScale scale[configurationChannelCount][2]; ///< [channel][0 forward, 1 reflected]
-    rfPowerScale gatedPowerScale[configurationChannelCount];
-    rfPowerScale pulseStateScale[configurationChannelCount][configurationStateCount];
-    bool useLegacyRS232Commands;
-    bool legacyCommandModeSW;
-    bool sensorPulseModeIsActive;
-};
+/// every change. SettingsTable.h lists them. Channels are 0 and 1 here and 1 and 2 in the file.
 
 /// The command port's serial lines stand in the same file but belong to a higher floor, which
 /// registers how they are written and read, before readConfigFile.
@@ -77,6 +37,12 @@ void restoreDefaultSettings();
 
 /// Defaults for all but the remote-control mode flags, and writes the file. Takes the mutex.
 void resetConfigToDefaults();
+
+/// One field of the record, for settings without functions of their own: a copy under the mutex;
+/// and stored under it, with the file rewritten. Flags, whole numbers and decimals. Any thread.
+template <typename Value> Value configuration_get(Value QUORVEL_APP_SETTINGS::*field);
+template <typename Value>
+void configuration_set(Value QUORVEL_APP_SETTINGS::*field, const Value& value);
 
 /// The setters take the mutex, store, and rewrite the file. Any thread.
 void configuration_setDisplayFowardPower(bool display);

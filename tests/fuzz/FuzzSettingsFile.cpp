@@ -15,7 +15,7 @@ bool takeValue(const char* /*line*/) {
 }
 
 QUORVEL_APP_SETTINGS readFrom(std::string text) {
-    QUORVEL_APP_SETTINGS settings = ConfigurationFile_defaults();
+    QUORVEL_APP_SETTINGS settings;
     if (!text.empty()) {
         FILE* file = fmemopen(text.data(), text.size(), "r");
         ConfigurationFile_read(file, settings, takeValue);
