@@ -17,6 +17,7 @@
 #include "GtkHelpers.h"
 #include "GtkStart.h"
 #include "GtkThread.h"
+#include "InstrumentFiles.h"
 #include "InstrumentIdentity.h"
 #include "LogManager.h"
 #include "MainWindow.h"
@@ -46,8 +47,6 @@
 
 namespace {
 
-constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf";
-constexpr const char* pulseSensorFile = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
 constexpr uint32_t shutdownLimit_ms = 6000;
 
 void startLogging() {
@@ -57,7 +56,7 @@ void startLogging() {
 
 void readSettings() {
     SerialConfig_registerWithSettings();
-    setConfigurationFile(settingsFile);
+    setConfigurationFile(settingsFileName);
     readConfigFile();
 }
 
@@ -130,7 +129,7 @@ int main(int argc, char* argv[]) {
     CSensorDisplayFSM_registerMeasurementListener(mirrorReadings);
     StartThreads_startGui();
     StartThreads_createDisplaySlots();
-    sensorPortHandler_setPulseConfigFile(pulseSensorFile);
+    sensorPortHandler_setPulseConfigFile(pulseSensorFileName);
     sensorPortHandler_createAll();
     StartThreads_startWorkers();
     startScpiParser();

@@ -1,6 +1,7 @@
 #include "PulseConfig.h"
 
 #include "Files.h"
+#include "InstrumentFiles.h"
 #include "PulseConfigText.h"
 #include "message.h"
 
@@ -15,7 +16,6 @@
 
 namespace {
 
-constexpr char standardFile[] = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
 constexpr size_t pathSize = 65;
 constexpr size_t largestFile = 65536;
 constexpr mode_t directoryMode = 0777;
@@ -42,7 +42,7 @@ void createDirectory() {
 
 void sensorPortHandler_setPulseConfigFile(const char* path) {
     const bool isGiven = path != nullptr && path[0] != '\0';
-    snprintf(pulseConfigFileName.data(), pathSize, "%s", isGiven ? path : standardFile);
+    snprintf(pulseConfigFileName.data(), pathSize, "%s", isGiven ? path : pulseSensorFileName);
     pulseConfigFilePath = pulseConfigFileName;
     char* slash = strrchr(pulseConfigFilePath.data(), '/');
     *(slash != nullptr ? slash : pulseConfigFilePath.data()) = '\0';

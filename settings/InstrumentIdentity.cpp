@@ -1,12 +1,13 @@
 #include "InstrumentIdentity.h"
 
+#include "InstrumentFiles.h"
+
 #include <array>
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-constexpr const char* identityFileName = "/etc/QuorvelPowerMeterApp/QuorvelIdentity.conf";
 constexpr size_t lineSize = 128;
 constexpr InstrumentIdentity defaultIdentity{"8830K", "00000000"};
 

@@ -1,9 +1,9 @@
 #ifndef SETTINGS_INSTRUMENT_IDENTITY_H
 #define SETTINGS_INSTRUMENT_IDENTITY_H
 
-/// Model and serial number of this instrument, provisioned in a small file beside the settings:
-/// "/etc/QuorvelPowerMeterApp/QuorvelIdentity.conf", lines of key, blank, value, with the keys
-/// "modelNumber" and "serialNumber".
+/// Model and serial number of this instrument, provisioned in a small file beside the settings
+/// (`identityFileName`): lines of key, blank, value, with the keys "modelNumber" and
+/// "serialNumber".
 
 struct InstrumentIdentity {
     char modelNumber[16];  ///< "8830K" unless the file names another
