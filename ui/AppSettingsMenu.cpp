@@ -10,19 +10,6 @@
 #include <cstdio>
 #include <cstring>
 
-bool isVisible = false;
-GtkWidget* rightSettingsWindow = nullptr;
-GtkWidget* checkBoxForward = nullptr;
-GtkWidget* checkBoxReflected = nullptr;
-GtkWidget* checkBoxMatch = nullptr;
-GtkWidget* checkBoxGraph = nullptr;
-GtkWidget* vswrRadioButton = nullptr;
-GtkWidget* returnLossRadioButton = nullptr;
-GtkWidget* reflCoeffRadioButton = nullptr;
-GtkWidget* checkBoxUseLegacyRS232 = nullptr;
-GtkWidget* checkBoxLegacyCommandModeSW = nullptr;
-GtkWidget* checkBoxPulseMode = nullptr;
-
 namespace {
 
 constexpr int windowWidth = 560;
@@ -30,33 +17,54 @@ constexpr int margin = 16;
 constexpr int controlHeight = 56;
 constexpr int columnCount = 6;
 
-GtkWidget* rawRadioButton = nullptr;
-GtkWidget* averageRadioButton = nullptr;
+/// The side window and its controls; null before they are built.
+struct SideWindow {
+    bool isVisible; ///< the side window is shown
+    GtkWidget* rightSettingsWindow;
+    GtkWidget* checkBoxForward;
+    GtkWidget* checkBoxReflected;
+    GtkWidget* checkBoxMatch;
+    GtkWidget* checkBoxGraph;
+    GtkWidget* vswrRadioButton;
+    GtkWidget* returnLossRadioButton;
+    GtkWidget* reflCoeffRadioButton;
+    GtkWidget* rawRadioButton;
+    GtkWidget* averageRadioButton;
+    GtkWidget* checkBoxUseLegacyRS232;
+    GtkWidget* checkBoxLegacyCommandModeSW;
+    GtkWidget* checkBoxPulseMode;
+};
+SideWindow sideWindow{};
 
 void setActive(GtkWidget* button, bool active) {
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(button), active);
 }
 
+void setMatchTypesSensitive(bool sensitive) {
+    for (GtkWidget* radio : {sideWindow.vswrRadioButton, sideWindow.returnLossRadioButton,
+                             sideWindow.reflCoeffRadioButton}) {
+        gtk_widget_set_sensitive(radio, sensitive);
+    }
+}
+
 void matchChanged(bool active) {
     settings_setDisplayMatch(active);
-    for (GtkWidget* radio : {vswrRadioButton, returnLossRadioButton, reflCoeffRadioButton}) {
-        gtk_widget_set_sensitive(radio, active);
-    }
+    setMatchTypesSensitive(active);
 }
 
 void graphChanged(bool active) {
     settings_setDisplayGraph(active);
-    setActive(checkBoxGraph, configuration_getDisplayGraph());
+    setActive(sideWindow.checkBoxGraph, configuration_getDisplayGraph());
 }
 
 void legacyChanged(bool active) {
     configuration_setUseLegacy(active);
-    gtk_widget_set_sensitive(checkBoxLegacyCommandModeSW, active);
+    gtk_widget_set_sensitive(sideWindow.checkBoxLegacyCommandModeSW, active);
 }
 
 void pulseModeChanged(bool active) {
     settings_setSensorPulseMode(active);
-    setActive(checkBoxPulseMode, configuration_getPulseMode());
+    setActive(sideWindow.checkBoxPulseMode, configuration_getPulseMode());
 }
 
 void vswrChosen(bool /*active*/) {
@@ -102,34 +110,42 @@ struct Control {
     const char* name;
     const char* label;
     Kind kind;
-    GtkWidget** widget;
+    GtkWidget* SideWindow::*widget;
+    bool QUORVEL_APP_SETTINGS::*setting; ///< what a check box shows
     int row;
     int column;
     int columns;
     void (*onChange)(bool active);
 };
 
-constexpr std::array<Control, 12> controls = {{
-    {"checkBoxForward", "Forward", Kind::check, &checkBoxForward, 2, 0, 3,
-     settings_setDisplayForward},
-    {"checkBoxReflected", "Reflected", Kind::check, &checkBoxReflected, 2, 3, 3,
-     settings_setDisplayReflected},
-    {"checkBoxMatch", "Match", Kind::check, &checkBoxMatch, 3, 0, 6, matchChanged},
-    {"vswrRadioButton", "VSWR", Kind::firstRadio, &vswrRadioButton, 4, 0, 2, vswrChosen},
-    {"returnLossRadioButton", "Return Loss", Kind::nextRadio, &returnLossRadioButton, 4, 2, 2,
-     returnLossChosen},
-    {"reflCoeffRadioButton", "Refl Coeff", Kind::nextRadio, &reflCoeffRadioButton, 4, 4, 2,
-     reflCoeffChosen},
-    {"checkBoxGraph", "Display Graph", Kind::check, &checkBoxGraph, 6, 0, 6, graphChanged},
-    {"rawRadioButton", "Raw", Kind::firstRadio, &rawRadioButton, 7, 0, 3, rawChosen},
-    {"averageRadioButton", "Average", Kind::nextRadio, &averageRadioButton, 7, 3, 3, averageChosen},
-    {"checkBoxPulseMode", "Sensor Pulse Mode", Kind::check, &checkBoxPulseMode, 9, 0, 6,
-     pulseModeChanged},
-    {"checkBoxUseLegacyRS232", "Use Legacy RS232", Kind::check, &checkBoxUseLegacyRS232, 11, 0, 6,
-     legacyChanged},
-    {"checkBoxLegacyCommandModeSW", "Use Command Mode", Kind::check, &checkBoxLegacyCommandModeSW,
-     12, 0, 6, configuration_setCommandModeSW},
-}};
+// clang-format off
+constexpr auto controls = std::to_array<Control>({
+    {"checkBoxForward", "Forward", Kind::check, &SideWindow::checkBoxForward,
+     &QUORVEL_APP_SETTINGS::displayForwardPower, 2, 0, 3, settings_setDisplayForward},
+    {"checkBoxReflected", "Reflected", Kind::check, &SideWindow::checkBoxReflected,
+     &QUORVEL_APP_SETTINGS::displayReflectedPower, 2, 3, 3, settings_setDisplayReflected},
+    {"checkBoxMatch", "Match", Kind::check, &SideWindow::checkBoxMatch,
+     &QUORVEL_APP_SETTINGS::displayVSWR_ReturnLoss_or_ReflCoeff_Value, 3, 0, 6, matchChanged},
+    {"vswrRadioButton", "VSWR", Kind::firstRadio, &SideWindow::vswrRadioButton,
+     nullptr, 4, 0, 2, vswrChosen},
+    {"returnLossRadioButton", "Return Loss", Kind::nextRadio, &SideWindow::returnLossRadioButton,
+     nullptr, 4, 2, 2, returnLossChosen},
+    {"reflCoeffRadioButton", "Refl Coeff", Kind::nextRadio, &SideWindow::reflCoeffRadioButton,
+     nullptr, 4, 4, 2, reflCoeffChosen},
+    {"checkBoxGraph", "Display Graph", Kind::check, &SideWindow::checkBoxGraph,
+     &QUORVEL_APP_SETTINGS::displayGraph, 6, 0, 6, graphChanged},
+    {"rawRadioButton", "Raw", Kind::firstRadio, &SideWindow::rawRadioButton,
+     nullptr, 7, 0, 3, rawChosen},
+    {"averageRadioButton", "Average", Kind::nextRadio, &SideWindow::averageRadioButton,
+     nullptr, 7, 3, 3, averageChosen},
+    {"checkBoxPulseMode", "Sensor Pulse Mode", Kind::check, &SideWindow::checkBoxPulseMode,
+     &QUORVEL_APP_SETTINGS::sensorPulseModeIsActive, 9, 0, 6, pulseModeChanged},
+    {"checkBoxUseLegacyRS232", "Use Legacy RS232", Kind::check, &SideWindow::checkBoxUseLegacyRS232,
+     &QUORVEL_APP_SETTINGS::useLegacyRS232Commands, 11, 0, 6, legacyChanged},
+    {"checkBoxLegacyCommandModeSW", "Use Command Mode", Kind::check, &SideWindow::checkBoxLegacyCommandModeSW,
+     &QUORVEL_APP_SETTINGS::legacyCommandModeSW, 12, 0, 6, configuration_setCommandModeSW},
+});
+// clang-format on
 
 struct Heading {
     const char* text;
@@ -161,10 +177,10 @@ void blockHandlers(bool block) {
     for (const Control& control : controls) {
         auto* data = const_cast<Control*>(&control); // GTK takes its data without const
         if (block) {
-            g_signal_handlers_block_by_func(*control.widget, reinterpret_cast<gpointer>(onToggled),
-                                            data);
+            g_signal_handlers_block_by_func(sideWindow.*control.widget,
+                                            reinterpret_cast<gpointer>(onToggled), data);
         } else {
-            g_signal_handlers_unblock_by_func(*control.widget,
+            g_signal_handlers_unblock_by_func(sideWindow.*control.widget,
                                               reinterpret_cast<gpointer>(onToggled), data);
         }
     }
@@ -187,7 +203,7 @@ void addControls(GtkGrid* grid) {
         if (control.kind == Kind::firstRadio) {
             group = widget;
         }
-        *control.widget = widget;
+        sideWindow.*control.widget = widget;
         gtk_widget_set_name(widget, control.name);
         gtk_widget_set_can_focus(widget, FALSE);
         gtk_widget_set_size_request(widget, -1, controlHeight);
@@ -260,33 +276,38 @@ GtkWidget* appSettingsBox() {
 }
 
 void AppSettingsMenu_create(GtkWindow* parent) {
-    rightSettingsWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    GtkWindow* window = GTK_WINDOW(rightSettingsWindow);
-    gtk_widget_set_name(rightSettingsWindow, "appSettings");
+    sideWindow.rightSettingsWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    GtkWindow* window = GTK_WINDOW(sideWindow.rightSettingsWindow);
+    gtk_widget_set_name(sideWindow.rightSettingsWindow, "appSettings");
     gtk_window_set_decorated(window, FALSE);
     gtk_window_set_transient_for(window, parent);
     gtk_window_set_keep_above(window, TRUE);
     gtk_window_set_modal(window, TRUE);
     gtk_window_set_default_size(window, windowWidth, screenHeight);
     GtkWidget* box = appSettingsBox();
-    gtk_container_add(GTK_CONTAINER(rightSettingsWindow), box);
+    gtk_container_add(GTK_CONTAINER(sideWindow.rightSettingsWindow), box);
     gtk_widget_show_all(box);
-    gtk_widget_add_events(rightSettingsWindow, GDK_BUTTON_PRESS_MASK);
-    g_signal_connect(rightSettingsWindow, "button-press-event", G_CALLBACK(onButtonPress), nullptr);
-    g_signal_connect(rightSettingsWindow, "delete-event", G_CALLBACK(onDelete), nullptr);
+    gtk_widget_add_events(sideWindow.rightSettingsWindow, GDK_BUTTON_PRESS_MASK);
+    g_signal_connect(sideWindow.rightSettingsWindow, "button-press-event",
+                     G_CALLBACK(onButtonPress), nullptr);
+    g_signal_connect(sideWindow.rightSettingsWindow, "delete-event", G_CALLBACK(onDelete), nullptr);
+}
+
+GtkWidget* AppSettingsMenu_window() {
+    return sideWindow.rightSettingsWindow;
 }
 
 void AppSettingsMenu_setMatchType(int type) {
     blockHandlers(true);
     switch (type) {
     case rfMatch_RL:
-        setActive(returnLossRadioButton, true);
+        setActive(sideWindow.returnLossRadioButton, true);
         break;
     case rfMatch_RflCoeff:
-        setActive(reflCoeffRadioButton, true);
+        setActive(sideWindow.reflCoeffRadioButton, true);
         break;
     default:
-        setActive(vswrRadioButton, true);
+        setActive(sideWindow.vswrRadioButton, true);
         break;
     }
     blockHandlers(false);
@@ -295,45 +316,41 @@ void AppSettingsMenu_setMatchType(int type) {
 void AppSettingsMenu_setParameters() {
     const QUORVEL_APP_SETTINGS settings = configuration_getQuorvelAppConfiguration();
     blockHandlers(true);
-    setActive(checkBoxForward, settings.displayForwardPower);
-    setActive(checkBoxReflected, settings.displayReflectedPower);
-    const bool match = settings.displayVSWR_ReturnLoss_or_ReflCoeff_Value;
-    setActive(checkBoxMatch, match);
-    for (GtkWidget* radio : {vswrRadioButton, returnLossRadioButton, reflCoeffRadioButton}) {
-        gtk_widget_set_sensitive(radio, match);
+    for (const Control& control : controls) {
+        if (control.setting != nullptr) {
+            setActive(sideWindow.*control.widget, settings.*control.setting);
+        }
     }
-    setActive(checkBoxGraph, settings.displayGraph);
+    setMatchTypesSensitive(settings.displayVSWR_ReturnLoss_or_ReflCoeff_Value);
     const bool isAveraged = settings.graphSettings[0].displayMode == graphModeAverage;
-    setActive(isAveraged ? averageRadioButton : rawRadioButton, true);
-    setActive(checkBoxPulseMode, settings.sensorPulseModeIsActive);
-    setActive(checkBoxUseLegacyRS232, settings.useLegacyRS232Commands);
-    setActive(checkBoxLegacyCommandModeSW, settings.legacyCommandModeSW);
-    gtk_widget_set_sensitive(checkBoxLegacyCommandModeSW, settings.useLegacyRS232Commands);
+    setActive(isAveraged ? sideWindow.averageRadioButton : sideWindow.rawRadioButton, true);
+    gtk_widget_set_sensitive(sideWindow.checkBoxLegacyCommandModeSW,
+                             settings.useLegacyRS232Commands);
     blockHandlers(false);
     AppSettingsMenu_setMatchType(settings.matchMeasurementType);
 }
 
 void AppSettingsMenu_show() {
-    if (rightSettingsWindow == nullptr) {
+    if (sideWindow.rightSettingsWindow == nullptr) {
         return;
     }
     AppSettingsMenu_setParameters();
-    gtk_window_move(GTK_WINDOW(rightSettingsWindow), screenWidth - windowWidth, 0);
-    gtk_widget_show(rightSettingsWindow);
-    gtk_window_move(GTK_WINDOW(rightSettingsWindow), screenWidth - windowWidth, 0);
-    gtk_window_present(GTK_WINDOW(rightSettingsWindow));
-    isVisible = true;
+    gtk_window_move(GTK_WINDOW(sideWindow.rightSettingsWindow), screenWidth - windowWidth, 0);
+    gtk_widget_show(sideWindow.rightSettingsWindow);
+    gtk_window_move(GTK_WINDOW(sideWindow.rightSettingsWindow), screenWidth - windowWidth, 0);
+    gtk_window_present(GTK_WINDOW(sideWindow.rightSettingsWindow));
+    sideWindow.isVisible = true;
 }
 
 void AppSettingsMenu_hide() {
-    if (rightSettingsWindow != nullptr) {
-        gtk_widget_hide(rightSettingsWindow);
+    if (sideWindow.rightSettingsWindow != nullptr) {
+        gtk_widget_hide(sideWindow.rightSettingsWindow);
     }
-    isVisible = false;
+    sideWindow.isVisible = false;
 }
 
 bool settingsMenuIsVisible() {
-    return isVisible;
+    return sideWindow.isVisible;
 }
 
 void AppSettingsMenu_onGearClicked(GtkWidget* /*button*/, gpointer /*display*/) {

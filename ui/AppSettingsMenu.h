@@ -6,21 +6,11 @@
 /// The side window with what the screens show and how the serial command port behaves. Every
 /// control stores its setting at once; there is nothing to apply. Main thread, GDK lock held.
 
-extern bool isVisible; ///< the side window is shown
-extern GtkWidget* rightSettingsWindow;
-extern GtkWidget* checkBoxForward;
-extern GtkWidget* checkBoxReflected;
-extern GtkWidget* checkBoxMatch;
-extern GtkWidget* checkBoxGraph;
-extern GtkWidget* vswrRadioButton;
-extern GtkWidget* returnLossRadioButton;
-extern GtkWidget* reflCoeffRadioButton;
-extern GtkWidget* checkBoxUseLegacyRS232;
-extern GtkWidget* checkBoxLegacyCommandModeSW;
-extern GtkWidget* checkBoxPulseMode;
-
 /// Builds the side window beside `parent`, hidden. Once.
 void AppSettingsMenu_create(GtkWindow* parent);
+
+/// The side window; null before it is built.
+GtkWidget* AppSettingsMenu_window();
 
 /// The box "appSettings" with every control of the side window.
 GtkWidget* appSettingsBox();

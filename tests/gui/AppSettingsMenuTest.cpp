@@ -245,7 +245,7 @@ TEST_F(SettingsMenu, ATapBesideTheSideWindowOnlyClosesIt) {
     open();
     tapAt(200, 400);
     EXPECT_FALSE(settingsMenuIsVisible());
-    EXPECT_FALSE(gtk_widget_get_mapped(rightSettingsWindow));
+    EXPECT_FALSE(gtk_widget_get_mapped(AppSettingsMenu_window()));
     EXPECT_EQ(configuration_getPowerUnitsIsdBm(), isdBm);
 }
 
@@ -259,12 +259,12 @@ TEST_F(SettingsMenu, ATapOnItsGroundLeavesItOpenAndCloseClosesIt) {
 
 TEST_F(SettingsMenu, IsOnTheScreenAndLargeEnoughForAFinger) {
     open();
-    const GdkRectangle window = Gui_place(rightSettingsWindow);
+    const GdkRectangle window = Gui_place(AppSettingsMenu_window());
     EXPECT_EQ(window.x + window.width, screenWidth);
     EXPECT_EQ(window.y, 0);
     EXPECT_LE(window.height, screenHeight);
-    EXPECT_STREQ(gtk_widget_get_name(rightSettingsWindow), "appSettings");
-    EXPECT_STREQ(gtk_widget_get_name(gtk_bin_get_child(GTK_BIN(rightSettingsWindow))),
+    EXPECT_STREQ(gtk_widget_get_name(AppSettingsMenu_window()), "appSettings");
+    EXPECT_STREQ(gtk_widget_get_name(gtk_bin_get_child(GTK_BIN(AppSettingsMenu_window()))),
                  "appSettings");
     for (const char* name :
          {"checkBoxForward", "checkBoxReflected", "checkBoxMatch", "vswrRadioButton",
