@@ -1,9 +1,6 @@
 #include "About.h"
 
-#include "AboutHandler.h"
-#include "DialogHelpers.h"
 #include "FirmwareVersion.h"
-#include "GtkHelpers.h"
 #include "InstrumentIdentity.h"
 #include "Process.h"
 #include "message.h"
@@ -99,8 +96,8 @@ void closeParts(std::span<const Part> parts) {
 
 /// Loads a dialog into the record; null, with a diagnostic, if it cannot be loaded or lacks a part:
 /// without its OK button it could not be left.
-GtkBuilder* loadParts(const char* file, std::span<const Part> parts) {
-    const std::span<const DialogHandler> handlers = AboutHandler_handlers();
+GtkBuilder* loadParts(const char* file, std::span<const Part> parts,
+                      std::span<const DialogHandler> handlers) {
     GtkBuilder* builder = Dialog_load(file, handlers.data(), handlers.size());
     if (builder == nullptr) {
         return nullptr;
@@ -133,12 +130,13 @@ void showText(GtkTextBuffer* buffer, const char* file) {
     g_free(text);
 }
 
-void openViewer(const Viewer& viewer, std::span<const Part> parts) {
+void openViewer(const Viewer& viewer, std::span<const Part> parts,
+                std::span<const DialogHandler> handlers) {
     if (about == nullptr) {
         return;
     }
     closeParts(parts);
-    GtkBuilder* builder = loadParts(viewer.interfaceFile, parts);
+    GtkBuilder* builder = loadParts(viewer.interfaceFile, parts, handlers);
     if (builder == nullptr) {
         return;
     }
@@ -186,18 +184,12 @@ void About_formatVersion(const char* version, char (&text)[aboutVersionSize]) {
     }
 }
 
-GtkWidget* about_Dialog_ButtonCreate() {
-    GtkWidget* button = newPictureButton("aboutButton", "./resources/about.png", "About button");
-    g_signal_connect(button, "clicked", G_CALLBACK(on_aboutButton_clicked), nullptr);
-    return button;
-}
-
-void aboutDialog_Create() {
+void About_showIdentity(std::span<const DialogHandler> handlers) {
     if (about == nullptr) {
         return;
     }
     aboutDialog_Close();
-    GtkBuilder* builder = loadParts("./resources/aboutDialog.ui", identityParts);
+    GtkBuilder* builder = loadParts("./resources/aboutDialog.ui", identityParts, handlers);
     if (builder == nullptr) {
         return;
     }
@@ -208,14 +200,12 @@ void aboutDialog_Create() {
     g_object_unref(builder);
 }
 
-void aboutDialogRegulatory_Create() {
-    aboutDialogLicense_Close();
-    openViewer(regulatoryViewer, regulatoryParts);
+void About_showRegulatory(std::span<const DialogHandler> handlers) {
+    openViewer(regulatoryViewer, regulatoryParts, handlers);
 }
 
-void aboutDialogLicense_Create() {
-    aboutDialogRegulatory_Close();
-    openViewer(licenseViewer, licenseParts);
+void About_showLicense(std::span<const DialogHandler> handlers) {
+    openViewer(licenseViewer, licenseParts, handlers);
 }
 
 void aboutDialog_Close() {

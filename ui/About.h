@@ -1,10 +1,14 @@
 #ifndef UI_ABOUT_H
 #define UI_ABOUT_H
 
+#include "DialogHelpers.h"
+
 #include <gtk/gtk.h>
 
-/// The dialog with the instrument's identity, and the two viewers that it leads to. Main thread,
-/// GDK lock held.
+#include <span>
+
+/// The dialog with the instrument's identity, and the two viewers that it leads to: what they show.
+/// Main thread, GDK lock held.
 
 constexpr int aboutVersionSize = 128;
 
@@ -66,13 +70,10 @@ void initAbout();
 /// The first two words of a version on one line, the third on the next.
 void About_formatVersion(const char* version, char (&text)[aboutVersionSize]);
 
-/// The top line's button that opens the dialog.
-GtkWidget* about_Dialog_ButtonCreate();
-
-/// Open one of the dialogs; the viewers take the place of each other.
-void aboutDialog_Create();
-void aboutDialogRegulatory_Create();
-void aboutDialogLicense_Create();
+/// Show one of the dialogs, loaded anew, with the handlers that its interface file names.
+void About_showIdentity(std::span<const DialogHandler> handlers);
+void About_showRegulatory(std::span<const DialogHandler> handlers);
+void About_showLicense(std::span<const DialogHandler> handlers);
 
 /// Close them.
 void aboutDialog_Close();

@@ -2,6 +2,7 @@
 
 #include "About.h"
 #include "AppFlags.h"
+#include "GtkHelpers.h"
 
 namespace {
 
@@ -33,12 +34,22 @@ const DialogHandler handlers[] = {
 
 } // namespace
 
-std::span<const DialogHandler> AboutHandler_handlers() {
-    return handlers;
+GtkWidget* about_Dialog_ButtonCreate() {
+    GtkWidget* button = newPictureButton("aboutButton", "./resources/about.png", "About button");
+    g_signal_connect(button, "clicked", G_CALLBACK(on_clicked<aboutDialog_Create>), nullptr);
+    return button;
 }
 
-void on_aboutButton_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
-    if (gtk_init_done) {
-        aboutDialog_Create();
-    }
+void aboutDialog_Create() {
+    About_showIdentity(handlers);
+}
+
+void aboutDialogRegulatory_Create() {
+    aboutDialogLicense_Close();
+    About_showRegulatory(handlers);
+}
+
+void aboutDialogLicense_Create() {
+    aboutDialogRegulatory_Close();
+    About_showLicense(handlers);
 }

@@ -1,15 +1,17 @@
 #ifndef UI_ABOUT_HANDLER_H
 #define UI_ABOUT_HANDLER_H
 
-#include "DialogHelpers.h"
+#include <gtk/gtk.h>
 
-#include <span>
+/// The buttons of the About dialogs, and the one that opens them. They do nothing before start-up
+/// has finished. Main thread, GDK lock held.
 
-/// The signal handlers that the About dialogs' interface files name. They do nothing before
-/// start-up has finished.
-std::span<const DialogHandler> AboutHandler_handlers();
+/// The top line's button that opens the dialog.
+GtkWidget* about_Dialog_ButtonCreate();
 
-/// "clicked" of the About button.
-void on_aboutButton_clicked(GtkWidget* button, gpointer data);
+/// Open one of the dialogs; the viewers take the place of each other.
+void aboutDialog_Create();
+void aboutDialogRegulatory_Create();
+void aboutDialogLicense_Create();
 
 #endif

@@ -1,6 +1,6 @@
 #include "TopLineButtons.h"
 
-#include "About.h"
+#include "AboutHandler.h"
 #include "AppFlags.h"
 #include "AppSettingsMenu.h"
 #include "EthernetConfigHandler.h"

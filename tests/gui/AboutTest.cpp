@@ -1,5 +1,6 @@
 #include "About.h"
 
+#include "AboutHandler.h"
 #include "DialogFixture.h"
 #include "InstrumentIdentity.h"
 #include "MenuFixture.h"
