@@ -3,9 +3,7 @@
 
 #include "EthernetUtilities.h"
 
-/// The LAN configuration of "eth0" while it is shown or edited.
-
-constexpr const char* ethernetInterfaceName = "eth0";
+/// The LAN configuration of the wired interface while it is shown or edited.
 
 enum ethernetMethod : int { ethernetMethodDhcp = 0, ethernetMethodStatic = 1 };
 
@@ -43,8 +41,9 @@ extern ETHCONFIG_S* ethConfig;
 void initEthConfig();
 void destroyEthConfig();
 
-/// Fills in the method that the interfaces file gives "eth0", and the values with which it runs.
-/// Values that it does not have are left alone, and so is everything when the method is unknown.
+/// Fills in the method that the interfaces file gives the interface, and the values with which it
+/// runs. Values that it does not have are left alone, and so is everything when the method is
+/// unknown.
 void ethernetGetConfig(ETHCONFIG_S* config);
 
 /// Takes over the edited values and writes the interfaces file. A static address of fewer than 7

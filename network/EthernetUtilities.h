@@ -5,6 +5,9 @@
 
 /// The wired interface as it runs, and as the network interfaces file configures it.
 
+/// The interface that the instrument's LAN settings are of.
+constexpr const char* ethernetInterfaceName = "eth0";
+
 constexpr size_t ethernetTextSize = 16; ///< a dotted-quad text with its terminator
 
 /// The getters return a buffer of the calling thread, valid until its next call of the same getter;

@@ -1,6 +1,9 @@
 #include "FirmwareVersion.h"
 
+#include "message.h"
+
 #include <cctype>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -8,14 +11,15 @@
 namespace {
 
 constexpr const char* buildInformationFile = "/usr/local/etc/defconfig/buildInstalled";
-constexpr const char* tags[TAG_LENGTH] = {"BUILD_DATE=", "BUILD_HOSTNAME=", "BUILD_UUID="};
+constexpr const char* tag_label[TAG_LENGTH] = {"BUILD_DATE=", "BUILD_HOSTNAME=", "BUILD_UUID="};
 constexpr size_t versionSize = 128;
 constexpr int lineSize = 1024;
+constexpr int tagLineSize = 64;
 
 /// The value behind a key anywhere in the line; null if the line does not hold it.
 char* valueOf(char* line, tag_id_t tag) {
-    char* found = strstr(line, tags[tag]);
-    return found == nullptr ? nullptr : found + strlen(tags[tag]);
+    char* found = strstr(line, tag_label[tag]);
+    return found == nullptr ? nullptr : found + strlen(tag_label[tag]);
 }
 
 /// 2024-10-10T18:59:38 as 2024-10-10 18:59:38, without the line's end.
@@ -53,6 +57,13 @@ void cutTrailingSpace(char* version) {
     }
 }
 
+template <size_t size> void takeTag(char (&text)[size], const char* line, tag_id_t tag) {
+    const size_t length = strlen(tag_label[tag]);
+    if (strncmp(line, tag_label[tag], length) == 0) {
+        snprintf(text, size, "%s", line + length);
+    }
+}
+
 } // namespace
 
 const char* getFwVersion() {
@@ -64,5 +75,23 @@ const char* getFwVersion() {
         fclose(file);
     }
     cutTrailingSpace(version);
+    return version;
+}
+
+version_t FirmwareVersion_readTags() {
+    version_t version{};
+    FILE* file = fopen(buildInformationFile, "re");
+    if (file == nullptr) {
+        DIAGNOSTIC("fopen %s errno=%d", buildInformationFile, errno);
+        return version;
+    }
+    char line[tagLineSize];
+    while (fgets(line, sizeof line, file) != nullptr) {
+        line[strcspn(line, "\n")] = '\0';
+        takeTag(version.build_date, line, TAG_BUILD_DATE);
+        takeTag(version.build_hostname, line, TAG_BUILD_HOSTNAME);
+        takeTag(version.build_uuid, line, TAG_BUILD_UUID);
+    }
+    fclose(file);
     return version;
 }

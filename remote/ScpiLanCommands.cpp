@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr const char* lanInterface = "eth0";
 constexpr const char* defaultNetmask = "255.255.255.0";
 constexpr int32_t methodDhcp = 0;
 constexpr int32_t methodStatic = 1;
@@ -68,11 +67,11 @@ scpi_result_t stageText(scpi_t* context, LanText LANCONFIG_IP_S::*member, Check 
     return accepted ? SCPI_RES_OK : scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
 }
 
-/// "eth0" as the interfaces file configures it.
+/// The interface as the interfaces file configures it.
 LANCONFIG_IP_S configuredLan() {
     LANCONFIG_IP_S lan{};
     int method = -1;
-    get_conf_inet(lanInterface, &method, lan.address, lan.netmask, lan.gateway);
+    get_conf_inet(ethernetInterfaceName, &method, lan.address, lan.netmask, lan.gateway);
     lan.method = method;
     return lan;
 }
@@ -142,7 +141,7 @@ void clearAllStaged() {
 
 scpi_result_t SCPI_SystemCommLanAddress(scpi_t* context) {
     return ScpiLink_isQuery(context)
-               ? scpi_answerText(context, get_ip_address(lanInterface))
+               ? scpi_answerText(context, get_ip_address(ethernetInterfaceName))
                : stageText(context, &LANCONFIG_IP_S::address, scpi.load()->checkIp);
 }
 
@@ -150,7 +149,7 @@ scpi_result_t SCPI_SystemCommLanGateway(scpi_t* context) {
     if (!ScpiLink_isQuery(context)) {
         return stageText(context, &LANCONFIG_IP_S::gateway, scpi.load()->checkIp);
     }
-    const char* gateway = get_gateway(lanInterface);
+    const char* gateway = get_gateway(ethernetInterfaceName);
     return scpi_answerText(context, gateway == nullptr ? "" : gateway);
 }
 
@@ -159,7 +158,7 @@ scpi_result_t SCPI_SystemCommLanMask(scpi_t* context) {
     const auto isMask = [record](const char* text) {
         return record->checkIp(text) && record->checkNetmask(text);
     };
-    return ScpiLink_isQuery(context) ? scpi_answerText(context, get_netmask(lanInterface))
+    return ScpiLink_isQuery(context) ? scpi_answerText(context, get_netmask(ethernetInterfaceName))
                                      : stageText(context, &LANCONFIG_IP_S::netmask, isMask);
 }
 
@@ -183,7 +182,7 @@ scpi_result_t SCPI_SystemCommLanDhcpState(scpi_t* context) {
 }
 
 scpi_result_t SCPI_SystemCommLanMac(scpi_t* context) {
-    return scpi_answerText(context, get_mac_address(lanInterface));
+    return scpi_answerText(context, get_mac_address(ethernetInterfaceName));
 }
 
 scpi_result_t SCPI_SystemCommLanRestart(scpi_t* context) {
@@ -194,7 +193,8 @@ scpi_result_t SCPI_SystemCommLanRestart(scpi_t* context) {
     }
     // The staged method stays for the next restart.
     clearStaged(false);
-    if (set_conf_inet(lanInterface, lan.method, lan.address, lan.netmask, lan.gateway) != 0) {
+    if (set_conf_inet(ethernetInterfaceName, lan.method, lan.address, lan.netmask, lan.gateway) !=
+        0) {
         return SCPI_RES_ERR;
     }
     network_restart();
@@ -205,7 +205,7 @@ scpi_result_t SCPI_SystemPreset(scpi_t* context) {
     (void)context;
     const bool serialIsPreset = presetSerialPort();
     clearAllStaged();
-    const bool lanIsPreset = set_conf_inet(lanInterface, methodDhcp, "", "", "") == 0;
+    const bool lanIsPreset = set_conf_inet(ethernetInterfaceName, methodDhcp, "", "", "") == 0;
     if (lanIsPreset) {
         network_restart();
     }

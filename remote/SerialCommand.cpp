@@ -4,6 +4,7 @@
 #include "SensorPortSignals.h"
 #include "SerialCommandHandler.h"
 #include "SerialCommandInterpreter.h"
+#include "SerialCommandSettings.h"
 #include "SerialPort.h"
 #include "SerialStatus.h"
 #include "Threads.h"
@@ -33,9 +34,9 @@ struct Request {
 pthread_mutex_t requestMutex = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t reading_request = PTHREAD_COND_INITIALIZER;
 pthread_cond_t reading_available = PTHREAD_COND_INITIALIZER;
-Request current_{}; ///< is being answered
-Request next_{};    ///< came after the reading that answers the current one
-uint32_t announcedReadings_ = 0;
+Request currentRequest{}; ///< is being answered
+Request nextRequest{};    ///< came after the reading that answers the current one
+uint32_t announcedReadings = 0;
 
 enum class Progress { waiting, measured, noSensor };
 
@@ -67,37 +68,37 @@ void requestReading() {
     Request request = makeRequest();
     const uint32_t port = serial_command_handler_choosePort();
     const ScopedLock lock(requestMutex);
-    request.announced = announcedReadings_;
-    if (!current_.isWaiting) {
-        current_ = request;
+    request.announced = announcedReadings;
+    if (!currentRequest.isWaiting) {
+        currentRequest = request;
         pthread_cond_signal(&reading_request);
-    } else if (!next_.isWaiting && port < sensorPortCount &&
-               sensorPortHandler_hasReadingSince(port, current_.begun.at(port))) {
-        next_ = request;
+    } else if (!nextRequest.isWaiting && port < sensorPortCount &&
+               sensorPortHandler_hasReadingSince(port, currentRequest.begun.at(port))) {
+        nextRequest = request;
     }
 }
 
 Request waitForRequest() {
     const ScopedLock lock(requestMutex);
-    while (!current_.isWaiting) {
+    while (!currentRequest.isWaiting) {
         pthread_cond_wait(&reading_request, &requestMutex);
     }
-    return current_;
+    return currentRequest;
 }
 
 /// Number of announced readings; waits until it differs from `seen`.
 uint32_t waitForReading(uint32_t seen) {
     const ScopedLock lock(requestMutex);
-    while (announcedReadings_ == seen) {
+    while (announcedReadings == seen) {
         pthread_cond_wait(&reading_available, &requestMutex);
     }
-    return announcedReadings_;
+    return announcedReadings;
 }
 
 void finishRequest() {
     const ScopedLock lock(requestMutex);
-    current_ = next_;
-    next_.isWaiting = false;
+    currentRequest = nextRequest;
+    nextRequest.isWaiting = false;
 }
 
 void answer(const Request& request) {
@@ -179,8 +180,8 @@ void SerialCommand_Initialize(const char* port) {
     }
     {
         const ScopedLock lock(requestMutex);
-        current_ = {};
-        next_ = {};
+        currentRequest = {};
+        nextRequest = {};
     }
     serial_command_interpreter_reset();
     serial_command_handler_reset();
@@ -190,7 +191,7 @@ void SerialCommand_Initialize(const char* port) {
 void SerialCommand_SignalReadingAvailable() {
     {
         const ScopedLock lock(requestMutex);
-        ++announcedReadings_;
+        ++announcedReadings;
     }
     pthread_cond_signal(&reading_available);
 }

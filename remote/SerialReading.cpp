@@ -2,7 +2,6 @@
 
 #include "AutoRangeRS232.h"
 #include "Numbers.h"
-#include "SerialStatus.h"
 #include "message.h"
 
 #include <algorithm>

@@ -6,6 +6,9 @@
 
 /// The text of one reading, as the older meter wrote it. Pure but for warnings.
 
+/// Every reply of the older meter ends like this.
+constexpr const char* scpi_terminator = "\r\n";
+
 /// The range, 0 to 17, that a power moves to from `range`; never one that is finer than the
 /// sensor's minimum power.
 uint32_t SerialReading_autoRange(float power_W, float minPower_W, uint32_t range);

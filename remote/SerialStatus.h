@@ -5,9 +5,6 @@
 
 /// The older meter's status: three flags, and the replies that tell them and the settings.
 
-/// Every reply ends like this.
-constexpr const char* scpi_terminator = "\r\n";
-
 /// Size of a status reply's buffer. What is longer is cut before its line end.
 constexpr size_t serialStatusReplySize = 128;
 

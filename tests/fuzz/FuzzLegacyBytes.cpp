@@ -6,6 +6,7 @@
 #include "SensorPortHandler.h"
 #include "SerialCommandHandler.h"
 #include "SerialCommandInterpreter.h"
+#include "SerialCommandSettings.h"
 #include "SerialPort.h"
 #include "SerialSensorHandler.h"
 #include "SerialStatus.h"

@@ -3,6 +3,7 @@
 #include "Configuration.h"
 #include "SensorDisplays.h"
 #include "SensorPortSignals.h"
+#include "SerialCommandSettings.h"
 #include "SerialSensors.h"
 #include "SerialStatus.h"
 #include "SerialTerminal.h"

@@ -4,6 +4,7 @@
 #include "SensorDisplays.h"
 #include "SensorPortSignals.h"
 #include "SerialCommandHandler.h"
+#include "SerialCommandSettings.h"
 #include "SerialPort.h"
 #include "SerialSensors.h"
 #include "SerialStatus.h"
