@@ -27,22 +27,22 @@ constexpr ChannelOwner noOwner{sensorPort_None, 0};
 /// Guarded by the record's lock.
 ChannelOwner owners[scpiChannelCount] = {noOwner, noOwner};
 
-/// Looks at the sensor manager are numbered as they begin, so that what an earlier one has seen
-/// never replaces what a later one has published.
-std::atomic<uint32_t> looks{0};
+/// Refreshes from the sensor manager are numbered as they begin, so that what an earlier one has
+/// copied never replaces what a later one has published.
+std::atomic<uint32_t> refreshes{0};
 /// The one published last. Guarded by the record's lock.
-uint32_t latestLook = 0;
+uint32_t latestRefresh = 0;
 
 /// Channels as the sensor manager has given them now.
 struct ChannelOwners {
-    uint32_t look;
+    uint32_t refresh;
     bool anySensor;
     ChannelOwner channel[scpiChannelCount];
     SensorInstance* instance[scpiChannelCount];
 };
 
 ChannelOwners currentOwners() {
-    ChannelOwners current{++looks, false, {noOwner, noOwner}, {}};
+    ChannelOwners current{++refreshes, false, {noOwner, noOwner}, {}};
     for (const std::optional<SensorAdmission>& sensor : SensorManager_copyAdmissions()) {
         if (!sensor) {
             continue;
@@ -56,8 +56,8 @@ ChannelOwners currentOwners() {
     return current;
 }
 
-bool isLater(uint32_t look, uint32_t than) {
-    return static_cast<int32_t>(look - than) > 0;
+bool isLater(uint32_t refresh, uint32_t than) {
+    return static_cast<int32_t>(refresh - than) > 0;
 }
 
 /// The lock is held.
@@ -114,8 +114,8 @@ bool scpiGetSensor() {
     // sensor in between.
     const ChannelOwners current = currentOwners();
     const ScopedLock lock(record->lock);
-    if (isLater(current.look, latestLook)) {
-        latestLook = current.look;
+    if (isLater(current.refresh, latestRefresh)) {
+        latestRefresh = current.refresh;
         for (size_t channel = 0; channel < scpiChannelCount; ++channel) {
             takeOver(record, channel, current.channel[channel], current.instance[channel]);
         }

@@ -20,7 +20,7 @@ constexpr cc_t endOfLine = 0x10; ///< beside the line feed, which always ends a 
 constexpr uint32_t emptyReadPause_ms = 100;
 constexpr uint32_t gonePortPause_ms = 1000;
 
-ScpiLink link_;
+ScpiLink serialLink;
 
 void setLineMode(termios* settings) {
     settings->c_cflag |= CREAD | CLOCAL;
@@ -74,7 +74,7 @@ bool serveLine() {
     }
     discardInput();
     if (count == 0) {
-        ScpiLink_runPending(&link_);
+        ScpiLink_runPending(&serialLink);
         if (isGone) {
             recoverPort();
         } else {
@@ -82,10 +82,10 @@ bool serveLine() {
         }
         return true;
     }
-    ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
+    ScpiLink_receive(&serialLink, {buffer, static_cast<size_t>(count)});
     // The rest of a line that was too long has been discarded with its end.
-    link_.skipsLine = false;
-    link_.peerIsStuck = false;
+    serialLink.skipsLine = false;
+    serialLink.peerIsStuck = false;
     return true;
 }
 
@@ -110,13 +110,13 @@ void scpiSerialServerThread() {
     SCPI_S* record = scpi;
 
     DIAGNOSTIC("Starting...");
-    ScpiLink_initialize(&link_, &record->serContext, record->serInputBuffer,
+    ScpiLink_initialize(&serialLink, &record->serContext, record->serInputBuffer,
                         record->serErrorQueueData);
     if (createSerialServer(serialCommandPortName) < 0) {
         DIAGNOSTIC("createSerialServer() failed");
         Process_leave(processStatusFatal);
     }
-    link_.descriptor = SerialPort_getfd();
+    serialLink.descriptor = SerialPort_getfd();
     while (serveLine()) {
     }
     DIAGNOSTIC("serial_gets() failed");

@@ -22,7 +22,7 @@ constexpr int clientTimeout_ms = 5000;
 constexpr size_t receiveSize = 256;
 constexpr uint32_t acceptPause_ms = 1000; ///< after a failure that lasts, such as too many files
 
-ScpiLink link_;
+ScpiLink tcpLink;
 std::atomic<int32_t> clientFd{-1};
 
 [[noreturn]] void failToServe(const char* words) {
@@ -57,7 +57,7 @@ int acceptClient(int server) {
 /// Waits for bytes. The wait has its limit, and what that costs, only while a command without its
 /// end is pending; without one a silence completes nothing. 0 at the limit, negative on failure.
 int waitForBytes(int client) {
-    if (!ScpiLink_isPending(&link_)) {
+    if (!ScpiLink_isPending(&tcpLink)) {
         return 1; // recv waits
     }
     pollfd waited{client, POLLIN, 0};
@@ -69,13 +69,13 @@ int waitForBytes(int client) {
 bool serveOnce(int client) {
     const int ready = waitForBytes(client);
     if (ready == 0) {
-        return ScpiLink_runPending(&link_);
+        return ScpiLink_runPending(&tcpLink);
     }
     char buffer[receiveSize];
     const ssize_t count =
         ready < 0 ? -1 : retryInterrupted([&] { return recv(client, buffer, sizeof buffer, 0); });
     if (count > 0) {
-        return ScpiLink_receive(&link_, {buffer, static_cast<size_t>(count)});
+        return ScpiLink_receive(&tcpLink, {buffer, static_cast<size_t>(count)});
     }
     if (count < 0) {
         DIAGNOSTIC("recv() failed");
@@ -93,12 +93,12 @@ void serveClient(int client) {
     const ScopedFd owner(client);
     sendAtOnce(client);
     clientFd = client;
-    link_.descriptor = &clientFd;
+    tcpLink.descriptor = &clientFd;
     while (serveOnce(client)) {
     }
     // What the client left behind must not meet the next one.
     clientFd = -1;
-    ScpiLink_discard(&link_);
+    ScpiLink_discard(&tcpLink);
 }
 
 void forgetWorkingCopies(SCPI_S* record) {
@@ -141,7 +141,7 @@ void scpiTcpServerThread() {
 
     DIAGNOSTIC("Starting...");
     forgetWorkingCopies(record);
-    ScpiLink_initialize(&link_, &record->tcpContext, record->tcpInputBuffer,
+    ScpiLink_initialize(&tcpLink, &record->tcpContext, record->tcpInputBuffer,
                         record->tcpErrorQueueData);
     const int server = createTcpServer(scpiTcpPort);
     if (server < 0) {
