@@ -26,6 +26,30 @@ PangoFontDescription* fontDescriptionValue = nullptr;
 
 namespace {
 
+/// A colour of the screens; 65535 is full brightness.
+struct ColourRow {
+    GdkRGBA* colour;
+    uint16_t red;
+    uint16_t green;
+    uint16_t blue;
+};
+
+constexpr ColourRow colourRows[] = {
+    {&bgColorBlack, 0, 0, 0},
+    {&bgColorWhite, 65535, 65535, 65535},
+    {&bgDialogGrey, 56540, 56026, 54741},
+    {&bgYellow, 65535, 65535, 0},
+    {&textColorBlack, 0, 0, 0},
+    {&textColorWhite, 65535, 65535, 65535},
+    {&textColorLightGrey, 44367, 44110, 44110},
+    {&textColorRed, 65535, 0, 0},
+    {&quorvelSpecificRed, 65278, 19018, 18761},
+    {&textColorClickable, 65535, 55255, 26214},
+    {&graphColorBlue, 0, 40349, 56540},
+    {&quorvelSpecificBlue, 20303, 33153, 48573},
+    {&quorvelSpecificGreen, 20303, 45232, 20560},
+};
+
 /// A colour and the two style providers that put it on a widget, made when it is first needed.
 struct ColourStyle {
     GdkRGBA colour;
@@ -35,10 +59,6 @@ struct ColourStyle {
 
 std::array<ColourStyle, 24> colourStyles;
 size_t colourStyleCount = 0;
-
-GdkRGBA colourOf(unsigned red, unsigned green, unsigned blue) {
-    return {red / 65535.0, green / 65535.0, blue / 65535.0, 1.0};
-}
 
 GtkCssProvider* newProvider(const char* format, const GdkRGBA& colour) {
     gchar* text = gdk_rgba_to_string(&colour);
@@ -120,19 +140,9 @@ void searchChild(GtkWidget* child, gpointer data) {
 } // namespace
 
 void initColors() {
-    bgColorBlack = colourOf(0, 0, 0);
-    bgColorWhite = colourOf(65535, 65535, 65535);
-    bgDialogGrey = colourOf(56540, 56026, 54741);
-    bgYellow = colourOf(65535, 65535, 0);
-    textColorBlack = colourOf(0, 0, 0);
-    textColorWhite = colourOf(65535, 65535, 65535);
-    textColorLightGrey = colourOf(44367, 44110, 44110);
-    textColorRed = colourOf(65535, 0, 0);
-    quorvelSpecificRed = colourOf(65278, 19018, 18761);
-    textColorClickable = colourOf(65535, 55255, 26214);
-    graphColorBlue = colourOf(0, 40349, 56540);
-    quorvelSpecificBlue = colourOf(20303, 33153, 48573);
-    quorvelSpecificGreen = colourOf(20303, 45232, 20560);
+    for (const ColourRow& row : colourRows) {
+        *row.colour = {row.red / 65535.0, row.green / 65535.0, row.blue / 65535.0, 1.0};
+    }
     for (const GdkRGBA& colour :
          {bgColorBlack, textColorWhite, textColorLightGrey, textColorRed, textColorClickable}) {
         styleOf(colour);
