@@ -24,7 +24,7 @@ window#graphSettingsDialog entry { background-color: white; color: black; }
 window#graphSettingsDialog label { background-color: ivory; color: black; }
 
 /* What can be tapped on the measurement screens looks like a key and answers to the finger. A touch
-   screen leaves the pointer where the finger was: hovering must not look like anything. */
+   screen leaves the pointer where the finger was: hovering must not change anything. */
 window#mainWindow8830K button.touch, window#mainWindow8830K button.touch:hover {
     background-color: #1d1f21; border: 1px solid #6a6e72; border-bottom: 3px solid #6a6e72;
     border-radius: 8px; padding: 0; min-width: 0; min-height: 0; outline-style: none;
@@ -150,8 +150,8 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 .instrument.background scrollbar slider { min-width: 40px; min-height: 80px; }
 )";
 
-// Stays so: "pulseDisplayctive" never matches anything; existing test programs know the colours
-// without it (docs/compatibility.md: style-never-matches).
+// "pulseDisplayctive" reaches no widget: existing test programs know the screens without that rule
+// (docs/compatibility.md: style-never-matches).
 const char pulseStyleSheetText[] = R"(
 notebook, stack, box#pulseDisplay, grid#pulseDisplay {
     background-color: black; background-image: none; border: none;
