@@ -5,8 +5,8 @@
 #include "Threads.h"
 
 /// True when a thread's next sign of life is due; the timer is then armed again from `now_ms`.
-/// Each thread owns its timer. The whole interval is enough here, unlike for CSimpleTimer_IsExpired:
-/// a thread that sleeps for just as long shall not miss every other beat.
+/// Each thread owns its timer. The whole interval is enough here, unlike for
+/// CSimpleTimer_IsExpired: a thread that sleeps for just as long shall not miss every other beat.
 inline bool Heartbeat_isDue(SimpleTimerData* timer, uint32_t now_ms) {
     if (now_ms - timer->start < timer->interval) {
         return false;

@@ -1,8 +1,10 @@
 #include "BatteryIndicator.h"
 
+#include "BatteryIndicatorRules.h"
 #include "BatteryMonitor.h"
 #include "GtkHelpers.h"
 
+#include <array>
 #include <cstdio>
 
 namespace {
@@ -72,8 +74,8 @@ void BatteryIndicator_place(GtkFixed* topLine) {
 }
 
 void updateBatteryDisplay() {
-    const BatteryIndication shown =
-        BatteryIndicator_choose(modelHasBattery(), batteryPresent, batteryCharging, batteryPercent);
+    const BatteryIndication shown = BatteryIndicatorRules_choose(modelHasBattery(), batteryPresent,
+                                                                 batteryCharging, batteryPercent);
     for (size_t index = 0; index < images.size(); ++index) {
         setWidgetVisible(images[index], static_cast<int>(index) == static_cast<int>(shown.image));
     }

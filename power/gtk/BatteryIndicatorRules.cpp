@@ -1,5 +1,5 @@
-// What the indicator shows for each state of the battery; no widgets here.
-#include "BatteryIndicator.h"
+#include "BatteryIndicatorRules.h"
+
 #include "BatteryRules.h"
 
 #include <cstdio>
@@ -46,8 +46,8 @@ BatteryIndication withPercent(BatteryImage image, int percent) {
 
 } // namespace
 
-BatteryIndication BatteryIndicator_choose(bool modelHasBattery, bool isPresent, int charging,
-                                          int percent) {
+BatteryIndication BatteryIndicatorRules_choose(bool modelHasBattery, bool isPresent, int charging,
+                                               int percent) {
     if (!modelHasBattery) {
         return withText(BatteryImage::plug, "");
     }

@@ -1,4 +1,4 @@
-#include "BatteryIndicator.h"
+#include "BatteryIndicatorRules.h"
 
 #include "BatteryRules.h"
 
@@ -7,7 +7,7 @@
 #include <array>
 #include <string>
 
-TEST(BatteryIndicator, EveryStateHasItsPictureAndText) {
+TEST(BatteryIndicatorRules, EveryStateHasItsPictureAndText) {
     struct Case {
         bool modelHasBattery;
         bool isPresent;
@@ -45,8 +45,8 @@ TEST(BatteryIndicator, EveryStateHasItsPictureAndText) {
         {true, false, BATT_NOT_CHARGING, 0, BatteryImage::notConnected, "", false},
     }};
     for (const Case& row : cases) {
-        const BatteryIndication shown =
-            BatteryIndicator_choose(row.modelHasBattery, row.isPresent, row.charging, row.percent);
+        const BatteryIndication shown = BatteryIndicatorRules_choose(
+            row.modelHasBattery, row.isPresent, row.charging, row.percent);
         const std::string label = "charge state " + std::to_string(row.charging) + ", " +
                                   std::to_string(row.percent) + " percent";
         EXPECT_EQ(shown.image, row.image) << label;
