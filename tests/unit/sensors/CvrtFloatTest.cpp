@@ -51,6 +51,10 @@ TEST(CvrtFloat, MagnitudesBelowTheNormalRangeBecomeAZeroWithTheirSign) {
     EXPECT_EQ(std::bit_cast<uint32_t>(floatQuorvelToIeee(0x80C00000)), 0x80000000U);
     EXPECT_EQ(std::bit_cast<uint32_t>(floatQuorvelToIeee(0x80000001)), 0x00000000U);
     EXPECT_EQ(std::bit_cast<uint32_t>(floatQuorvelToIeee(0x80FFFFFF)), 0x80000000U);
+    // Just below the smallest normal float, which itself is kept.
+    EXPECT_EQ(std::bit_cast<uint32_t>(floatQuorvelToIeee(0x827FFFFF)), 0x00000000U);
+    EXPECT_EQ(std::bit_cast<uint32_t>(floatQuorvelToIeee(0x82A00000)), 0x80000000U);
+    EXPECT_EQ(std::bit_cast<uint32_t>(floatQuorvelToIeee(0x83400000)), 0x00800000U);
 }
 
 TEST(CvrtFloat, EveryWordDecodesToMantissaTimesPowerOfTwo) {
