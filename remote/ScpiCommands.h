@@ -4,10 +4,15 @@
 #include "scpi/scpi.h"
 
 #include <cstddef>
+#include <vector>
 
 /// The command set: the rows that both links search from the first on, with the row that ends them.
+/// Put together before main.
+extern const std::vector<scpi_command_t> scpi_commands;
 
-constexpr size_t scpiCommandCount = 156;
-extern const scpi_command_t scpi_commands[scpiCommandCount + 1];
+/// The rows without the one that ends them.
+inline size_t scpiCommandCount() {
+    return scpi_commands.size() - 1;
+}
 
 #endif

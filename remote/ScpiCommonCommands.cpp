@@ -14,25 +14,6 @@ void SCPI_EventClear(scpi_t* context) {
 
 namespace {
 
-struct SensorTexts {
-    SENSOR_IDENTITY identity;
-    char serialNumber[32];
-};
-
-/// What the sensor of the channel that the command names tells of itself.
-scpi_result_t readSensorTexts(scpi_t* context, SensorTexts* texts) {
-    size_t channel = 0;
-    if (SCPI_ReadChannelParameter(context, &channel) != SCPI_RES_OK) {
-        return SCPI_RES_ERR;
-    }
-    *texts = SensorTexts{};
-    sensorPortHandler_getSensorInformation(scpi_sensorPort(channel), &texts->identity,
-                                           texts->serialNumber, sizeof texts->serialNumber);
-    return SCPI_RES_OK;
-}
-
-} // namespace
-
 scpi_result_t SCPI_ClearStatusCmd(scpi_t* context) {
     SCPI_EventClear(context);
     SCPI_ErrorClear(context);
@@ -70,35 +51,31 @@ scpi_result_t SCPI_StatusPresetCmd(scpi_t* context) {
     return SCPI_RES_OK;
 }
 
-scpi_result_t SCPI_SystemIdentifyModel(scpi_t* context) {
-    return scpi_answerText(context, scpi.load()->modelNum);
-}
+// clang-format off
+constexpr scpi_command_t rows[] = {
+    {"*CLS", SCPI_ClearStatusCmd, 0},
+    {"*ESE", SCPI_CoreEse, 0},
+    {"*ESE?", SCPI_CoreEseQ, 0},
+    {"*ESR?", SCPI_CoreEsrQ, 0},
+    {"*IDN?", SCPI_IdentCmd, 0},
+    {"*OPC", SCPI_CoreOpc, 0},
+    {"*OPC?", SCPI_CoreOpcQ, 0},
+    {"*RST", SCPI_ResetCmd, 0},
+    {"*SRE", SCPI_CoreSre, 0},
+    {"*SRE?", SCPI_CoreSreQ, 0},
+    {"*STB?", SCPI_CoreStbQ, 0},
+    {"*TST?", My_CoreTstQ, 0},
+    {"*WAI", SCPI_CoreWai, 0},
+    {"SYSTem:ERRor[:NEXT]?", SCPI_SystemErrorNextQ, 0},
+    {"SYSTem:ERRor:COUNt?", SCPI_SystemErrorCountQ, 0},
+    {"SYSTem:VERSion?", SCPI_SystemVersion, 0},
+    {"STATus:QUEStionable[:EVENt]?", SCPI_StatusQuestionableEventQ, 0},
+    {"STATus:QUEStionable:ENABle", SCPI_StatusQuestionableEnable, 0},
+    {"STATus:QUEStionable:ENABle?", SCPI_StatusQuestionableEnableQ, 0},
+    {"STATus:PRESet", SCPI_StatusPresetCmd, 0},
+};
+// clang-format on
 
-scpi_result_t SCPI_SystemIdentifySerial(scpi_t* context) {
-    return scpi_answerText(context, scpi.load()->serialNum);
-}
+} // namespace
 
-scpi_result_t SCPI_SystemIdentifyFirmware(scpi_t* context) {
-    return scpi_answerText(context, scpi.load()->fwVersion);
-}
-
-scpi_result_t SCPI_SystemIdentifySensorModel(scpi_t* context) {
-    SensorTexts texts;
-    return readSensorTexts(context, &texts) == SCPI_RES_OK
-               ? scpi_answerText(context, texts.identity.sensorModel)
-               : SCPI_RES_ERR;
-}
-
-scpi_result_t SCPI_SystemIdentifySensorSerial(scpi_t* context) {
-    SensorTexts texts;
-    return readSensorTexts(context, &texts) == SCPI_RES_OK
-               ? scpi_answerText(context, texts.serialNumber)
-               : SCPI_RES_ERR;
-}
-
-scpi_result_t SCPI_SystemIdentifySensorFirmware(scpi_t* context) {
-    SensorTexts texts;
-    return readSensorTexts(context, &texts) == SCPI_RES_OK
-               ? scpi_answerText(context, texts.identity.sensorFirmwareRevision)
-               : SCPI_RES_ERR;
-}
+constinit const std::span<const scpi_command_t> scpiCommonCommands = rows;

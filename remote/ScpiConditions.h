@@ -15,6 +15,44 @@ struct PulseSensorConditions {
     bool bTriggeredGate; ///< the pulse model is the triggered-gate one
 };
 
+// The sets that commands use.
+constexpr PulseSensorConditions noConditions{};
+constexpr PulseSensorConditions forPulseSensor{.bPulseMode = false,
+                                               .bPulseSensor = true,
+                                               .b3164 = false,
+                                               .bPulseGate = false,
+                                               .bTriggeredGate = false};
+constexpr PulseSensorConditions for3164{.bPulseMode = false,
+                                        .bPulseSensor = true,
+                                        .b3164 = true,
+                                        .bPulseGate = false,
+                                        .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseMode{.bPulseMode = true,
+                                            .bPulseSensor = true,
+                                            .b3164 = false,
+                                            .bPulseGate = false,
+                                            .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseMode3164{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = false,
+                                                .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseGate{.bPulseMode = true,
+                                            .bPulseSensor = true,
+                                            .b3164 = false,
+                                            .bPulseGate = true,
+                                            .bTriggeredGate = false};
+constexpr PulseSensorConditions inPulseGate3164{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = true,
+                                                .bTriggeredGate = false};
+constexpr PulseSensorConditions inTriggeredGate{.bPulseMode = true,
+                                                .bPulseSensor = true,
+                                                .b3164 = true,
+                                                .bPulseGate = false,
+                                                .bTriggeredGate = true};
+
 /// Tests them in a fixed order and queues the error of the first that fails.
 scpi_result_t SCPI_CheckConditions(scpi_t* context, const PulseSensorConditions& conditions,
                                    size_t channel);

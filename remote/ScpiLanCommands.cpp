@@ -137,8 +137,6 @@ void clearAllStaged() {
     record->newLan.method = methodDhcp;
 }
 
-} // namespace
-
 scpi_result_t SCPI_SystemCommLanAddress(scpi_t* context) {
     return ScpiLink_isQuery(context)
                ? scpi_answerText(context, get_ip_address(ethernetInterfaceName))
@@ -212,3 +210,23 @@ scpi_result_t SCPI_SystemPreset(scpi_t* context) {
     sensorPortHandler_presetSensorConfig();
     return serialIsPreset && lanIsPreset ? SCPI_RES_OK : SCPI_RES_ERR;
 }
+
+// clang-format off
+constexpr scpi_command_t rows[] = {
+    {"SYSTem:COMMunicate:LAN:ADDRess?", SCPI_SystemCommLanAddress, 0},
+    {"SYSTem:COMMunicate:LAN:ADDRess", SCPI_SystemCommLanAddress, 0},
+    {"SYSTem:COMMunicate:LAN:GATeway?", SCPI_SystemCommLanGateway, 0},
+    {"SYSTem:COMMunicate:LAN:GATeway", SCPI_SystemCommLanGateway, 0},
+    {"SYSTem:COMMunicate:LAN:MASk?", SCPI_SystemCommLanMask, 0},
+    {"SYSTem:COMMunicate:LAN:MASk", SCPI_SystemCommLanMask, 0},
+    {"SYSTem:COMMunicate:LAN:DHCP[:STATe]?", SCPI_SystemCommLanDhcpState, 0},
+    {"SYSTem:COMMunicate:LAN:DHCP[:STATe]", SCPI_SystemCommLanDhcpState, 0},
+    {"SYSTem:COMMunicate:LAN:MAC?", SCPI_SystemCommLanMac, 0},
+    {"SYSTem:COMMunicate:LAN:RESTart", SCPI_SystemCommLanRestart, 0},
+    {"SYSTem:PRESet", SCPI_SystemPreset, 0},
+};
+// clang-format on
+
+} // namespace
+
+constinit const std::span<const scpi_command_t> scpiLanCommands = rows;

@@ -188,7 +188,7 @@ void ScpiLink_initialize(ScpiLink* link, scpi_t* context, char (&inputBuffer)[sc
                          scpi_error_t (&errorQueue)[scpiErrorQueueSize]) {
     *link = ScpiLink{};
     link->context = context;
-    SCPI_Init(context, scpi_commands, &scpi_interface, scpi_units_def, manufacturer, nullptr,
+    SCPI_Init(context, scpi_commands.data(), &scpi_interface, scpi_units_def, manufacturer, nullptr,
               nullptr, nullptr, inputBuffer, sizeof inputBuffer, errorQueue,
               static_cast<int16_t>(scpiErrorQueueSize));
     context->user_context = link;

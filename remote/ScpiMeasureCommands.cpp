@@ -13,18 +13,6 @@ namespace {
 constexpr float hertzPerMegahertz = 1e6F;
 constexpr float microsecondsPerSecond = 1e6F;
 
-constexpr PulseSensorConditions noConditions{};
-constexpr PulseSensorConditions pulseConditions{.bPulseMode = true,
-                                                .bPulseSensor = true,
-                                                .b3164 = false,
-                                                .bPulseGate = true,
-                                                .bTriggeredGate = false};
-constexpr PulseSensorConditions stateConditions{.bPulseMode = true,
-                                                .bPulseSensor = true,
-                                                .b3164 = true,
-                                                .bPulseGate = false,
-                                                .bTriggeredGate = true};
-
 struct PulseReading {
     const char* keyword;
     float SENSOR_MEASUREMENTS::*value;
@@ -48,8 +36,6 @@ scpi_result_t readMeasurements(scpi_t* context, const PulseSensorConditions& con
     return SCPI_RES_OK;
 }
 
-} // namespace
-
 scpi_result_t SCPI_MeasureTemperatureQ(scpi_t* context) {
     SENSOR_MEASUREMENTS measured;
     if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
@@ -68,7 +54,7 @@ scpi_result_t SCPI_MeasurePowerFreqQ(scpi_t* context) {
 
 scpi_result_t SCPI_MeasurePowerPulseQ(scpi_t* context) {
     SENSOR_MEASUREMENTS measured;
-    if (readMeasurements(context, pulseConditions, &measured) != SCPI_RES_OK) {
+    if (readMeasurements(context, inPulseGate, &measured) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
     for (const PulseReading& reading : pulseReadings) {
@@ -90,7 +76,7 @@ scpi_result_t SCPI_MeasurePowerAverageQ(scpi_t* context) {
 
 scpi_result_t SCPI_MeasurePowerGateQ(scpi_t* context) {
     SENSOR_MEASUREMENTS measured;
-    if (readMeasurements(context, pulseConditions, &measured) != SCPI_RES_OK) {
+    if (readMeasurements(context, inPulseGate, &measured) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
     if (ScpiLink_lineContains(context, "MAX")) {
@@ -102,7 +88,7 @@ scpi_result_t SCPI_MeasurePowerGateQ(scpi_t* context) {
 
 scpi_result_t SCPI_MeasurePowerStateQ(scpi_t* context) {
     SENSOR_MEASUREMENTS measured;
-    if (readMeasurements(context, stateConditions, &measured) != SCPI_RES_OK) {
+    if (readMeasurements(context, inTriggeredGate, &measured) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
     const PULSE_STATES& state = measured.pulseStates[getTiggeredGateIndex(context)];
@@ -112,3 +98,49 @@ scpi_result_t SCPI_MeasurePowerStateQ(scpi_t* context) {
     return scpi_answerNumber(context,
                              ScpiLink_lineContains(context, "MIN") ? state.min : state.mean);
 }
+
+// The digit of STATe1 belongs to the long form only; STAT1 is a row of its own, and a bare STAT is
+// state 1.
+// clang-format off
+constexpr scpi_command_t rows[] = {
+    {"MEASure[:SCALar]:TEMPerature?", SCPI_MeasureTemperatureQ, 0},
+    {"MEASure[:SCALar][:POWer]:FREQuency?", SCPI_MeasurePowerFreqQ, 0},
+    {"MEASure[:SCALar][:POWer]:DCYCle?", SCPI_MeasurePowerPulseQ, 0},
+    {"MEASure[:SCALar][:POWer]:PERiod?", SCPI_MeasurePowerPulseQ, 0},
+    {"MEASure[:SCALar][:POWer]:PRF?", SCPI_MeasurePowerPulseQ, 0},
+    {"MEASure[:SCALar][:POWer]:WIDTh?", SCPI_MeasurePowerPulseQ, 0},
+    {"MEASure[:SCALar][:POWer][:FORWard]:AVERage?", SCPI_MeasurePowerAverageQ, 0},
+    {"MEASure[:SCALar][:POWer]:REFLected:AVERage?", SCPI_MeasurePowerAverageQ, 0},
+    {"MEASure[:SCALar][:POWer]:GATE:MAXimum?", SCPI_MeasurePowerGateQ, 0},
+    {"MEASure[:SCALar][:POWer]:GATE[:MEAN]?", SCPI_MeasurePowerGateQ, 0},
+    {"MEASure[:SCALar][:POWer]:GATE:MINimum?", SCPI_MeasurePowerGateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe1[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe2[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe3[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe4[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT1[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT2[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT3[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT4[:MEAN]?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe1:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe2:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe3:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe4:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT1:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT2:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT3:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT4:MAXimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe1:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe2:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe3:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STATe4:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT1:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT2:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT3:MINimum?", SCPI_MeasurePowerStateQ, 0},
+    {"MEASure[:SCALar][:POWer]:STAT4:MINimum?", SCPI_MeasurePowerStateQ, 0},
+};
+// clang-format on
+
+} // namespace
+
+constinit const std::span<const scpi_command_t> scpiMeasureCommands = rows;

@@ -21,42 +21,6 @@ namespace {
 
 constexpr float hertzPerMegahertz = 1e6F;
 
-constexpr PulseSensorConditions forPulseSensor{.bPulseMode = false,
-                                               .bPulseSensor = true,
-                                               .b3164 = false,
-                                               .bPulseGate = false,
-                                               .bTriggeredGate = false};
-constexpr PulseSensorConditions for3164{.bPulseMode = false,
-                                        .bPulseSensor = true,
-                                        .b3164 = true,
-                                        .bPulseGate = false,
-                                        .bTriggeredGate = false};
-constexpr PulseSensorConditions inPulseMode{.bPulseMode = true,
-                                            .bPulseSensor = true,
-                                            .b3164 = false,
-                                            .bPulseGate = false,
-                                            .bTriggeredGate = false};
-constexpr PulseSensorConditions inPulseMode3164{.bPulseMode = true,
-                                                .bPulseSensor = true,
-                                                .b3164 = true,
-                                                .bPulseGate = false,
-                                                .bTriggeredGate = false};
-constexpr PulseSensorConditions inPulseGate{.bPulseMode = true,
-                                            .bPulseSensor = true,
-                                            .b3164 = false,
-                                            .bPulseGate = true,
-                                            .bTriggeredGate = false};
-constexpr PulseSensorConditions inPulseGate3164{.bPulseMode = true,
-                                                .bPulseSensor = true,
-                                                .b3164 = true,
-                                                .bPulseGate = true,
-                                                .bTriggeredGate = false};
-constexpr PulseSensorConditions inTriggeredGate{.bPulseMode = true,
-                                                .bPulseSensor = true,
-                                                .b3164 = true,
-                                                .bPulseGate = false,
-                                                .bTriggeredGate = true};
-
 template <typename Value> auto field(Value SENSOR_CONFIGS::*member) {
     return [member](auto& config) -> auto& {
         return config.*member;
@@ -134,20 +98,6 @@ std::optional<float> readMegahertz(scpi_t* context) {
     }
     return hertz;
 }
-
-scpi_result_t reportSensorErrors(scpi_t* context, const USBTMC_PARAM_ERRORS& errors) {
-    if (errors.sensorHasGone) {
-        pushCustomScpiError(context, scpiErrorNoSensor);
-        return SCPI_RES_ERR;
-    }
-    const int count = std::clamp(errors.count, 0, static_cast<int>(std::size(errors.errors)));
-    for (int i = 0; i < count; ++i) {
-        pushCustomScpiErrorWithMsg(context, scpiErrorFromSensor, errors.errors[i]);
-    }
-    return count == 0 ? SCPI_RES_OK : SCPI_RES_ERR;
-}
-
-} // namespace
 
 scpi_result_t SCPI_CalculatePulseModel(scpi_t* context) {
     return store(context, inPulseMode3164, field(&SENSOR_CONFIGS::bModelIsTriggeredGates),
@@ -270,46 +220,84 @@ scpi_result_t SCPI_TriggerSlopeQ(scpi_t* context) {
     return scpi_answerText(context, config->trigSlope == 0 ? "NEG" : "EITH");
 }
 
-scpi_result_t SCPI_SystemPulseEnable(scpi_t* context) {
-    const std::optional<bool> isOn = SCPI_ReadBooleanParameter(context);
-    if (!isOn) {
-        return SCPI_RES_ERR;
-    }
-    configuration_setPulseMode(*isOn);
-    return SCPI_RES_OK;
-}
+// Delay in the state rows beside DELay in the gate rows is spelled so for the clients that send it
+// (docs/compatibility.md). The digit of STATe1 belongs to the long form only; STAT1 is a row of its
+// own, and a bare STAT is state 1.
+// clang-format off
+constexpr scpi_command_t rows[] = {
+    {"CALCulate:PULSe[:MODel]", SCPI_CalculatePulseModel, 0},
+    {"CALCulate:PULSe[:MODel]?", SCPI_CalculatePulseModelQ, 0},
+    {"CALCulate:STATe1:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STATe1:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STAT1:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STAT1:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STATe2:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STATe2:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STAT2:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STAT2:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STATe3:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STATe3:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STAT3:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STAT3:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STATe4:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STATe4:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STAT4:ENABle?", SCPI_CalculateStateEnableQ, 0},
+    {"CALCulate:STAT4:ENABle", SCPI_CalculateStateEnable, 0},
+    {"CALCulate:STATe1:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe1:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT1:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT1:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe2:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe2:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT2:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT2:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe3:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe3:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT3:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT3:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe4:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe4:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT4:BEGin[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT4:BEGin[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe1:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe1:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT1:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT1:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe2:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe2:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT2:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT2:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe3:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe3:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT3:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT3:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STATe4:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STATe4:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:STAT4:END[:Delay]?", SCPI_CalculateStateDelayQ, 0},
+    {"CALCulate:STAT4:END[:Delay]", SCPI_CalculateStateDelay, 0},
+    {"CALCulate:GATE:BEGin[:DELay]?", SCPI_CalculateGateDelayQ, 0},
+    {"CALCulate:GATE:BEGin[:DELay]", SCPI_CalculateGateDelay, 0},
+    {"CALCulate:GATE:END[:DELay]?", SCPI_CalculateGateDelayQ, 0},
+    {"CALCulate:GATE:END[:DELay]", SCPI_CalculateGateDelay, 0},
+    {"SENSe:FREQuency:AUTO?", SCPI_SenseFrequencyAutoQ, 0},
+    {"SENSe:FREQuency:AUTO", SCPI_SenseFrequencyAuto, 0},
+    {"SENSe:FREQuency?", SCPI_SenseFrequencyQ, 0},
+    {"SENSe:FREQuency", SCPI_SenseFrequency, 0},
+    {"SENSe:PERiod:AUTO?", SCPI_SensePeriodAutoQ, 0},
+    {"SENSe:PERiod:AUTO", SCPI_SensePeriodAuto, 0},
+    {"SENSe:PERiod?", SCPI_SensePeriodQ, 0},
+    {"SENSe:PERiod", SCPI_SensePeriod, 0},
+    {"TRIGger:LEVel:AUTO?", SCPI_TriggerLevelAutoQ, 0},
+    {"TRIGger:LEVel:AUTO", SCPI_TriggerLevelAuto, 0},
+    {"TRIGger:LEVel?", SCPI_TriggerLevelQ, 0},
+    {"TRIGger:LEVel", SCPI_TriggerLevel, 0},
+    {"TRIGger:SLOPe?", SCPI_TriggerSlopeQ, 0},
+    {"TRIGger:SLOPe", SCPI_TriggerSlope, 0},
+    {"TRIGger:DELay?", SCPI_TriggerDelayQ, 0},
+    {"TRIGger:DELay", SCPI_TriggerDelay, 0},
+};
+// clang-format on
 
-scpi_result_t SCPI_SystemPulseEnableQ(scpi_t* context) {
-    return scpi_answerInteger(context, configuration_getPulseMode() ? 1 : 0);
-}
+} // namespace
 
-scpi_result_t SCPI_SystemPulseConfigSync(scpi_t* context) {
-    size_t channel = 0;
-    if (SCPI_ReadCheckedChannel(context, forPulseSensor, &channel) != SCPI_RES_OK) {
-        return SCPI_RES_ERR;
-    }
-    const uint32_t port = scpi_sensorPort(channel);
-    SENSOR_CONFIGS config{};
-    sensorPortHandler_getSensorConfigs(&config, port);
-    scpi_synchronizeCopy(channel, port, config);
-    return SCPI_RES_OK;
-}
-
-scpi_result_t SCPI_SystemPulseConfigCommit(scpi_t* context) {
-    size_t channel = 0;
-    SENSOR_CONFIGS config{};
-    if (SCPI_ReadCheckedChannel(context, inPulseMode, &channel) != SCPI_RES_OK) {
-        return SCPI_RES_ERR;
-    }
-    const uint32_t port = scpi_sensorPort(channel);
-    if (!ScpiWorkingCopy_takeForCommit(channel, &config)) {
-        return SCPI_RES_OK;
-    }
-    // The wait for the sensor holds no lock: the other link goes on.
-    const USBTMC_PARAM_ERRORS errors = sensorPortHandler_setSensorConfigs(config, port);
-    if (reportSensorErrors(context, errors) != SCPI_RES_OK) {
-        return SCPI_RES_ERR;
-    }
-    ScpiWorkingCopy_committed(channel, port, config);
-    return SCPI_RES_OK;
-}
+constinit const std::span<const scpi_command_t> scpiPulseCommands = rows;

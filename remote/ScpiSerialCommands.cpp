@@ -172,8 +172,6 @@ void putStaged(termios* settings, const Staged& staged) {
     }
 }
 
-} // namespace
-
 scpi_result_t SCPI_SystemCommRs232Baud(scpi_t* context) {
     return ScpiLink_isQuery(context) ? answerBaud(context)
                                      : stage(context, baud_table, &TTY_CONFIG_S::speed,
@@ -213,3 +211,22 @@ scpi_result_t SCPI_SystemCommRs232Restart(scpi_t* context) {
     writeConfigFile();
     return SCPI_RES_OK;
 }
+
+// clang-format off
+constexpr scpi_command_t rows[] = {
+    {"SYSTem:COMMunicate:RS232:BAUD?", SCPI_SystemCommRs232Baud, 0},
+    {"SYSTem:COMMunicate:RS232:BAUD", SCPI_SystemCommRs232Baud, 0},
+    {"SYSTem:COMMunicate:RS232:LENGTH?", SCPI_SystemCommRs232Length, 0},
+    {"SYSTem:COMMunicate:RS232:LENGTH", SCPI_SystemCommRs232Length, 0},
+    {"SYSTem:COMMunicate:RS232:STOPbits?", SCPI_SystemCommRs232Stopbits, 0},
+    {"SYSTem:COMMunicate:RS232:STOPbits", SCPI_SystemCommRs232Stopbits, 0},
+    {"SYSTem:COMMunicate:RS232:PARity?", SCPI_SystemCommRs232Parity, 0},
+    {"SYSTem:COMMunicate:RS232:PARity", SCPI_SystemCommRs232Parity, 0},
+    {"SYSTem:COMMunicate:RS232:FLOWcontrol?", SCPI_SystemCommRs232Flowcontrol, 0},
+    {"SYSTem:COMMunicate:RS232:RESTart", SCPI_SystemCommRs232Restart, 0},
+};
+// clang-format on
+
+} // namespace
+
+constinit const std::span<const scpi_command_t> scpiSerialCommands = rows;

@@ -4,13 +4,6 @@
 #include <cctype>
 #include <regex>
 
-const std::vector<std::string>& CommandForms_patterns() {
-    static const std::vector<std::string> patterns = {
-#include "CommandPatterns.inc"
-    };
-    return patterns;
-}
-
 std::string CommandForms_spelled(const std::string& pattern, bool withOptional, bool longForm) {
     const std::string text =
         std::regex_replace(pattern, std::regex(R"(\[(:[^\]]*)\])"), withOptional ? "$1" : "");

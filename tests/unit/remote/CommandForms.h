@@ -4,8 +4,15 @@
 #include <string>
 #include <vector>
 
-/// Every pattern of the command table, in its order, as clients know it.
-const std::vector<std::string>& CommandForms_patterns();
+/// The patterns of the subsystems, as clients know them: each stands with the tests of its
+/// commands.
+extern const std::vector<std::string> commonPatterns;
+extern const std::vector<std::string> measurePatterns;
+extern const std::vector<std::string> pulsePatterns;
+extern const std::vector<std::string> identityPatterns;
+extern const std::vector<std::string> serialPatterns;
+extern const std::vector<std::string> lanPatterns;
+extern const std::vector<std::string> pulseModePatterns;
 
 /// The pattern with its optional nodes or without, in long or in short form, in upper case.
 std::string CommandForms_spelled(const std::string& pattern, bool withOptional, bool longForm);

@@ -1,3 +1,4 @@
+#include "CommandForms.h"
 #include "Configuration.h"
 #include "RemoteInstrument.h"
 #include "ScpiTriggeredGate.h"
@@ -6,6 +7,47 @@
 
 #include <cmath>
 #include <string>
+#include <vector>
+
+// clang-format off
+const std::vector<std::string> measurePatterns = {
+    "MEASure[:SCALar]:TEMPerature?",
+    "MEASure[:SCALar][:POWer]:FREQuency?",
+    "MEASure[:SCALar][:POWer]:DCYCle?",
+    "MEASure[:SCALar][:POWer]:PERiod?",
+    "MEASure[:SCALar][:POWer]:PRF?",
+    "MEASure[:SCALar][:POWer]:WIDTh?",
+    "MEASure[:SCALar][:POWer][:FORWard]:AVERage?",
+    "MEASure[:SCALar][:POWer]:REFLected:AVERage?",
+    "MEASure[:SCALar][:POWer]:GATE:MAXimum?",
+    "MEASure[:SCALar][:POWer]:GATE[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:GATE:MINimum?",
+    "MEASure[:SCALar][:POWer]:STATe1[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STATe2[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STATe3[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STATe4[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STAT1[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STAT2[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STAT3[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STAT4[:MEAN]?",
+    "MEASure[:SCALar][:POWer]:STATe1:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STATe2:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STATe3:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STATe4:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STAT1:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STAT2:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STAT3:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STAT4:MAXimum?",
+    "MEASure[:SCALar][:POWer]:STATe1:MINimum?",
+    "MEASure[:SCALar][:POWer]:STATe2:MINimum?",
+    "MEASure[:SCALar][:POWer]:STATe3:MINimum?",
+    "MEASure[:SCALar][:POWer]:STATe4:MINimum?",
+    "MEASure[:SCALar][:POWer]:STAT1:MINimum?",
+    "MEASure[:SCALar][:POWer]:STAT2:MINimum?",
+    "MEASure[:SCALar][:POWer]:STAT3:MINimum?",
+    "MEASure[:SCALar][:POWer]:STAT4:MINimum?",
+};
+// clang-format on
 
 namespace {
 

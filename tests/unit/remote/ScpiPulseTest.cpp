@@ -1,3 +1,4 @@
+#include "CommandForms.h"
 #include "Configuration.h"
 #include "RemoteInstrument.h"
 #include "ScpiReaders.h"
@@ -10,6 +11,89 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <vector>
+
+// clang-format off
+const std::vector<std::string> pulsePatterns = {
+    "CALCulate:PULSe[:MODel]",
+    "CALCulate:PULSe[:MODel]?",
+    "CALCulate:STATe1:ENABle?",
+    "CALCulate:STATe1:ENABle",
+    "CALCulate:STAT1:ENABle?",
+    "CALCulate:STAT1:ENABle",
+    "CALCulate:STATe2:ENABle?",
+    "CALCulate:STATe2:ENABle",
+    "CALCulate:STAT2:ENABle?",
+    "CALCulate:STAT2:ENABle",
+    "CALCulate:STATe3:ENABle?",
+    "CALCulate:STATe3:ENABle",
+    "CALCulate:STAT3:ENABle?",
+    "CALCulate:STAT3:ENABle",
+    "CALCulate:STATe4:ENABle?",
+    "CALCulate:STATe4:ENABle",
+    "CALCulate:STAT4:ENABle?",
+    "CALCulate:STAT4:ENABle",
+    "CALCulate:STATe1:BEGin[:Delay]?",
+    "CALCulate:STATe1:BEGin[:Delay]",
+    "CALCulate:STAT1:BEGin[:Delay]?",
+    "CALCulate:STAT1:BEGin[:Delay]",
+    "CALCulate:STATe2:BEGin[:Delay]?",
+    "CALCulate:STATe2:BEGin[:Delay]",
+    "CALCulate:STAT2:BEGin[:Delay]?",
+    "CALCulate:STAT2:BEGin[:Delay]",
+    "CALCulate:STATe3:BEGin[:Delay]?",
+    "CALCulate:STATe3:BEGin[:Delay]",
+    "CALCulate:STAT3:BEGin[:Delay]?",
+    "CALCulate:STAT3:BEGin[:Delay]",
+    "CALCulate:STATe4:BEGin[:Delay]?",
+    "CALCulate:STATe4:BEGin[:Delay]",
+    "CALCulate:STAT4:BEGin[:Delay]?",
+    "CALCulate:STAT4:BEGin[:Delay]",
+    "CALCulate:STATe1:END[:Delay]?",
+    "CALCulate:STATe1:END[:Delay]",
+    "CALCulate:STAT1:END[:Delay]?",
+    "CALCulate:STAT1:END[:Delay]",
+    "CALCulate:STATe2:END[:Delay]?",
+    "CALCulate:STATe2:END[:Delay]",
+    "CALCulate:STAT2:END[:Delay]?",
+    "CALCulate:STAT2:END[:Delay]",
+    "CALCulate:STATe3:END[:Delay]?",
+    "CALCulate:STATe3:END[:Delay]",
+    "CALCulate:STAT3:END[:Delay]?",
+    "CALCulate:STAT3:END[:Delay]",
+    "CALCulate:STATe4:END[:Delay]?",
+    "CALCulate:STATe4:END[:Delay]",
+    "CALCulate:STAT4:END[:Delay]?",
+    "CALCulate:STAT4:END[:Delay]",
+    "CALCulate:GATE:BEGin[:DELay]?",
+    "CALCulate:GATE:BEGin[:DELay]",
+    "CALCulate:GATE:END[:DELay]?",
+    "CALCulate:GATE:END[:DELay]",
+    "SENSe:FREQuency:AUTO?",
+    "SENSe:FREQuency:AUTO",
+    "SENSe:FREQuency?",
+    "SENSe:FREQuency",
+    "SENSe:PERiod:AUTO?",
+    "SENSe:PERiod:AUTO",
+    "SENSe:PERiod?",
+    "SENSe:PERiod",
+    "TRIGger:LEVel:AUTO?",
+    "TRIGger:LEVel:AUTO",
+    "TRIGger:LEVel?",
+    "TRIGger:LEVel",
+    "TRIGger:SLOPe?",
+    "TRIGger:SLOPe",
+    "TRIGger:DELay?",
+    "TRIGger:DELay",
+};
+
+const std::vector<std::string> pulseModePatterns = {
+    "SYSTem:PULSe[:ENABle]",
+    "SYSTem:PULSe[:ENABle]?",
+    "SYSTem:PULSe:CONFig[:SYNCronize]",
+    "SYSTem:PULSe:CONFig:COMMit",
+};
+// clang-format on
 
 namespace {
 

@@ -1,4 +1,5 @@
 // Serial and LAN settings.
+#include "CommandForms.h"
 #include "Configuration.h"
 #include "EthernetUtilities.h"
 #include "PulseConfig.h"
@@ -11,6 +12,36 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
+
+// clang-format off
+const std::vector<std::string> serialPatterns = {
+    "SYSTem:COMMunicate:RS232:BAUD?",
+    "SYSTem:COMMunicate:RS232:BAUD",
+    "SYSTem:COMMunicate:RS232:LENGTH?",
+    "SYSTem:COMMunicate:RS232:LENGTH",
+    "SYSTem:COMMunicate:RS232:STOPbits?",
+    "SYSTem:COMMunicate:RS232:STOPbits",
+    "SYSTem:COMMunicate:RS232:PARity?",
+    "SYSTem:COMMunicate:RS232:PARity",
+    "SYSTem:COMMunicate:RS232:FLOWcontrol?",
+    "SYSTem:COMMunicate:RS232:RESTart",
+};
+
+const std::vector<std::string> lanPatterns = {
+    "SYSTem:COMMunicate:LAN:ADDRess?",
+    "SYSTem:COMMunicate:LAN:ADDRess",
+    "SYSTem:COMMunicate:LAN:GATeway?",
+    "SYSTem:COMMunicate:LAN:GATeway",
+    "SYSTem:COMMunicate:LAN:MASk?",
+    "SYSTem:COMMunicate:LAN:MASk",
+    "SYSTem:COMMunicate:LAN:DHCP[:STATe]?",
+    "SYSTem:COMMunicate:LAN:DHCP[:STATe]",
+    "SYSTem:COMMunicate:LAN:MAC?",
+    "SYSTem:COMMunicate:LAN:RESTart",
+    "SYSTem:PRESet",
+};
+// clang-format on
 
 namespace {
 
