@@ -313,6 +313,7 @@ protected:
 };
 
 TEST_F(RoutingThread, FollowsMarkerAndConfigurationWhileTheProgramRuns) {
+    World_setSpeed(5); // the child's clock, too
     EXPECT_TRUE(traceBecomes(false));
     World_writeFile(configuration, "ScpiParser\n");
     World_writeFile(traceMarker, "");
@@ -323,6 +324,7 @@ TEST_F(RoutingThread, FollowsMarkerAndConfigurationWhileTheProgramRuns) {
     EXPECT_TRUE(traceBecomes(true));
     World_removeFile(traceMarker);
     EXPECT_TRUE(traceBecomes(false));
+    World_setSpeed(1);
 }
 
 } // namespace

@@ -59,6 +59,10 @@ public:
         setsockopt(fd.get(), SOL_SOCKET, SO_LINGER, &none, sizeof none);
         fd.close();
     }
+    bool hasReply() const {
+        pollfd waited{fd.get(), POLLIN, 0};
+        return poll(&waited, 1, 0) > 0;
+    }
     bool isClosedByServer() const {
         char byte;
         pollfd waited{fd.get(), POLLIN, 0};
@@ -291,7 +295,10 @@ TEST_F(ScpiServers, LoseNothingOfABurst) {
 TEST_F(ScpiServers, CompleteACommandWithoutAnEndWhenTheClientFallsSilent) {
     const Client client;
     EXPECT_EQ(client.ask("*TST?"), "0\r\n");
+    World_setSpeed(50); // of the silence that follows
     client.send("*OPC?");
+    EXPECT_TRUE(World_waitUntil([&client] { return client.hasReply(); }, limit_ms));
+    World_setSpeed(1);
     EXPECT_EQ(client.readLines(1), "1\r\n");
 }
 
@@ -372,9 +379,11 @@ TEST_F(ScpiServers, ServeAPortAgainThatWasGone) {
     World_unplugTerminal(serialCommandPortName);
     World_clearSyslog();
     const long before = processorTime_ms();
+    World_setSpeed(4); // 0.3 s of real time: a loop without a pause would use them all
     const timespec pause = {1, 200000000};
     nanosleep(&pause, nullptr);
     EXPECT_LT(processorTime_ms() - before, 50);
+    World_setSpeed(1);
     terminal = World_plugTerminal(serialCommandPortName);
     ASSERT_TRUE(
         World_waitUntil([] { return World_syslogContains("/dev/ttyS4 is open again"); }, limit_ms));
