@@ -41,15 +41,6 @@ protected:
         World_removeFile(buildFile);
         Gui_settle();
     }
-    static std::string shownText(GtkTextBuffer* buffer) {
-        GtkTextIter start;
-        GtkTextIter end;
-        gtk_text_buffer_get_bounds(buffer, &start, &end);
-        gchar* text = gtk_text_buffer_get_text(buffer, &start, &end, TRUE);
-        std::string result = text;
-        g_free(text);
-        return result;
-    }
     static std::string resource(const char* file) {
         gchar* text = nullptr;
         EXPECT_TRUE(g_file_get_contents(file, &text, nullptr, nullptr)) << file;
@@ -102,14 +93,14 @@ TEST_F(About, ViewersShowTheirTextsAndLeadToEachOther) {
     Gui_tap("aboutButton");
     Gui_tap("aboutDialog_regulatory");
     ASSERT_NE(Dialog_shown("aboutDialogRegulatory"), nullptr);
-    EXPECT_EQ(shownText(about->aboutDialogRegTextbuffer), resource("./resources/regulatory.txt"));
+    EXPECT_EQ(Gui_textOf(about->aboutDialogRegTextbuffer), resource("./resources/regulatory.txt"));
     Dialog_expectTouchable("aboutDialogRegulatory",
                            {"aboutDialogReg_license", "aboutDialogReg_ok"});
     Dialog_keepPicture("regulatory");
     Gui_tap("aboutDialogReg_license");
     EXPECT_EQ(Dialog_shown("aboutDialogRegulatory"), nullptr);
     ASSERT_NE(Dialog_shown("aboutDialogLicense"), nullptr);
-    EXPECT_EQ(shownText(about->aboutDialogLicTextbuffer), resource("./resources/license.txt"));
+    EXPECT_EQ(Gui_textOf(about->aboutDialogLicTextbuffer), resource("./resources/license.txt"));
     Dialog_expectTouchable("aboutDialogLicense",
                            {"aboutDialogLic_regulatory", "aboutDialogLic_ok"});
     Dialog_keepPicture("licence");
@@ -150,7 +141,7 @@ TEST_F(About, ViewersStayEmptyWithADiagnosticWhenTheirTextsAreMissing) {
         open();
         EXPECT_TRUE(World_syslogContains("g_file_get_contents() failed: ")) << file;
         ASSERT_NE(about->*buffer, nullptr);
-        EXPECT_EQ(shownText(about->*buffer), "");
+        EXPECT_EQ(Gui_textOf(about->*buffer), "");
     }
 }
 

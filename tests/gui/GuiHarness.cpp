@@ -144,17 +144,20 @@ GtkWidget* Gui_widget(const std::string& name) {
     return widget;
 }
 
+std::string Gui_textOf(GtkTextBuffer* buffer) {
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_bounds(buffer, &start, &end);
+    gchar* text = gtk_text_buffer_get_text(buffer, &start, &end, TRUE);
+    std::string result = text;
+    g_free(text);
+    return result;
+}
+
 std::string Gui_text(const std::string& name) {
     GtkWidget* widget = Gui_widget(name);
     if (GTK_IS_TEXT_VIEW(widget)) {
-        GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(widget));
-        GtkTextIter start;
-        GtkTextIter end;
-        gtk_text_buffer_get_bounds(buffer, &start, &end);
-        gchar* text = gtk_text_buffer_get_text(buffer, &start, &end, TRUE);
-        std::string result = text;
-        g_free(text);
-        return result;
+        return Gui_textOf(gtk_text_view_get_buffer(GTK_TEXT_VIEW(widget)));
     }
     if (GTK_IS_ENTRY(widget)) {
         return gtk_entry_get_text(GTK_ENTRY(widget));

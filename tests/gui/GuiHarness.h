@@ -29,8 +29,10 @@ void Gui_showScreen(GtkSensorInstance screen);
 /// A widget of the main window, or else of a dialog, by its name; fails the test if there is none.
 GtkWidget* Gui_widget(const std::string& name);
 
-/// Text of a label or an entry, and its colour as drawn ("#rrggbb").
+/// Text of a label, an entry or a text view, of a text view's buffer, and a widget's colour as
+/// drawn ("#rrggbb").
 std::string Gui_text(const std::string& name);
+std::string Gui_textOf(GtkTextBuffer* buffer);
 std::string Gui_colour(const std::string& name);
 
 /// Where a widget stands on the screen.

@@ -1,6 +1,7 @@
 #ifndef TESTS_SUPPORT_WRAPPED_CALLS_H
 #define TESTS_SUPPORT_WRAPPED_CALLS_H
 
+#include <cerrno>
 #include <cstdint>
 #include <string>
 
@@ -26,6 +27,20 @@ enum class Call {
     allocateMemory, ///< calloc
     listenSocket,
     count
+};
+
+/// A way in which a file cannot be replaced.
+struct ReplacingFailure {
+    const char* legend;
+    Call call;
+    int error;
+};
+constexpr ReplacingFailure replacingFailures[] = {
+    {"full disk", Call::writeFile, ENOSPC},
+    {"full disk, noticed late", Call::syncFile, ENOSPC},
+    {"disk error when flushing", Call::syncFile, EIO},
+    {"read-only folder", Call::renameFile, EACCES},
+    {"read-only file system", Call::renameFile, EROFS},
 };
 
 /// Lets the next `times` calls fail with this error number.

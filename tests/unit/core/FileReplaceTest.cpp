@@ -150,18 +150,7 @@ TEST_F(FileReplace, TellsThatTheFolderIsMissing) {
 }
 
 TEST_F(FileReplace, LeavesTheOldFileAndNoSiblingWhenAStepFails) {
-    struct Case {
-        const char* legend;
-        Call call;
-        int error;
-    };
-    constexpr Case cases[] = {
-        {"full disk", Call::writeFile, ENOSPC},
-        {"disk error when flushing", Call::syncFile, EIO},
-        {"rename refused", Call::renameFile, EACCES},
-        {"read-only file system", Call::renameFile, EROFS},
-    };
-    for (const Case& row : cases) {
+    for (const ReplacingFailure& row : replacingFailures) {
         write("settings", "old\n");
         WrappedCalls_fail(row.call, row.error);
         EXPECT_FALSE(replace("settings", "new\n")) << row.legend;

@@ -6,6 +6,8 @@
 #include "Threads.h"
 #include "UsbSensorConfig.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -96,6 +98,11 @@ void RemoteInstrument::unplug(uint32_t port) {
 void RemoteInstrument::setSensorConfig(uint32_t port, const SENSOR_CONFIGS& config) {
     const ScopedLock lock(sensorPortConfigMutex[port]);
     sensorUsbHandlerData[port - sensorPort_USB1].sensorConfigs = config;
+}
+
+void expectExchange(RemoteInstrument& instrument, const Exchange& exchange) {
+    EXPECT_EQ(instrument.send(exchange.sent), exchange.answered) << exchange.sent;
+    EXPECT_EQ(instrument.errors(), exchange.errors) << exchange.sent;
 }
 
 FakeUsbSensor::FakeUsbSensor(uint32_t usbPort, std::vector<std::string> errors)

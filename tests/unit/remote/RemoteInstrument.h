@@ -44,6 +44,14 @@ private:
     scpi_error_t errorQueue[scpiErrorQueueSize]{};
 };
 
+/// A line, what the instrument answers to it, and the errors that it leaves.
+struct Exchange {
+    std::string sent;
+    std::string answered;
+    std::string errors;
+};
+void expectExchange(RemoteInstrument& instrument, const Exchange& exchange);
+
 /// Takes configurations as a USB sensor's handler does, and answers with these errors.
 class FakeUsbSensor {
 public:

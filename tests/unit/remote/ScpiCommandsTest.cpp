@@ -185,12 +185,6 @@ TEST(ScpiCommands, AnswerTheInstrumentsIdentity) {
     EXPECT_EQ(instrument.errors(), "");
 }
 
-struct Exchange {
-    const char* sent;
-    const char* answered;
-    const char* errors;
-};
-
 TEST(ScpiCommands, AnswerTheCommonQueries) {
     const Exchange exchanges[] = {
         {"*TST?", "0\r\n", ""},
@@ -206,8 +200,7 @@ TEST(ScpiCommands, AnswerTheCommonQueries) {
     };
     for (const Exchange& exchange : exchanges) {
         RemoteInstrument instrument;
-        EXPECT_EQ(instrument.send(exchange.sent), exchange.answered) << exchange.sent;
-        EXPECT_EQ(instrument.errors(), exchange.errors) << exchange.sent;
+        expectExchange(instrument, exchange);
     }
 }
 

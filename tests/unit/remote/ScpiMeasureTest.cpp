@@ -91,16 +91,9 @@ struct PulseMeter : RemoteInstrument {
     }
 };
 
-struct Exchange {
-    const char* sent;
-    const char* answered;
-    const char* errors;
-};
-
 void expectExchanges(RemoteInstrument& instrument, std::initializer_list<Exchange> exchanges) {
     for (const Exchange& exchange : exchanges) {
-        EXPECT_EQ(instrument.send(exchange.sent), exchange.answered) << exchange.sent;
-        EXPECT_EQ(instrument.errors(), exchange.errors) << exchange.sent;
+        expectExchange(instrument, exchange);
     }
 }
 

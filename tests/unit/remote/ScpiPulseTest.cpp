@@ -135,17 +135,6 @@ struct PulseMeter : RemoteInstrument {
     }
 };
 
-struct Exchange {
-    std::string sent;
-    std::string answered;
-    std::string errors;
-};
-
-void expectExchange(RemoteInstrument& instrument, const Exchange& exchange) {
-    EXPECT_EQ(instrument.send(exchange.sent), exchange.answered) << exchange.sent;
-    EXPECT_EQ(instrument.errors(), exchange.errors) << exchange.sent;
-}
-
 TEST(ScpiPulse, AnswersTheSensorsOwnConfiguration) {
     PulseMeter instrument;
     const Exchange exchanges[] = {

@@ -53,17 +53,6 @@ constexpr const char* missing = "-109,\"Missing parameter\"";
 constexpr const char* restartCommand = "/etc/init.d/network restart";
 const std::string alias = "auto eth0:0\niface eth0:0 inet static\n    address 192.168.1.1\n";
 
-struct Exchange {
-    std::string sent;
-    std::string answered;
-    std::string errors;
-};
-
-void expectExchange(RemoteInstrument& instrument, const Exchange& exchange) {
-    EXPECT_EQ(instrument.send(exchange.sent), exchange.answered) << exchange.sent;
-    EXPECT_EQ(instrument.errors(), exchange.errors) << exchange.sent;
-}
-
 /// An instrument whose serial command port is there, at 9600 8N1.
 struct SerialMeter : RemoteInstrument {
     SerialMeter() {

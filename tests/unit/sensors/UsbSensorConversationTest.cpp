@@ -1,5 +1,6 @@
 // What goes over the wire, word for word, with every model and in every mode.
 
+#include "UsbIdentification.h"
 #include "UsbSensorFixture.h"
 
 #include <initializer_list>
@@ -25,25 +26,9 @@ Messages same(const std::string& header) {
     return {header + "?", "SYST:ERR:COUN?"};
 }
 
-const Messages identification = {
-    "<O>",
-    "<I>",
-    "<C>",
-    "*RST",
-    "*STB?",
-    "*CLS",
-    "SYST:IDEN:MOD?",
-    "SYST:IDEN:SN?",
-    "SYST:IDEN:FWR?",
-    "PNP:AVA?",
-    "PNP:ITR",
-    "PNP:FILE:SIZE?",
-    "PNP:FILE:BLOC:TOT?",
-    "PNP:FILE:BLOC:NUMB 1",
-    "PNP:FILE:BLOC:DATA?",
-    "PNP:FILE:BLOC:NUMB 2",
-    "PNP:FILE:BLOC:DATA?",
-};
+/// With a plug-and-play file of two blocks.
+const Messages identification = joined(
+    {{"<O>", "<I>", "<C>"}, usbIdentification, {"PNP:FILE:BLOC:NUMB 2", "PNP:FILE:BLOC:DATA?"}});
 
 const Messages simpleConfiguration = {"SENS:FREQ:AUTO?", "SENS:FREQ?"};
 

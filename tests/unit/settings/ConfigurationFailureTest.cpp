@@ -32,18 +32,7 @@ TEST_F(SettingsFailure, MissingFileIsWrittenFromTheDefaults) {
 }
 
 TEST_F(SettingsFailure, UnwritableFileChangesTheRecordOnlyAndTheNextSaveWorks) {
-    struct Case {
-        const char* legend;
-        Call call;
-        int error;
-    };
-    constexpr Case cases[] = {
-        {"full disk", Call::writeFile, ENOSPC},
-        {"full disk, noticed late", Call::syncFile, ENOSPC},
-        {"read-only directory", Call::renameFile, EACCES},
-        {"read-only file system", Call::renameFile, EROFS},
-    };
-    for (const Case& row : cases) {
+    for (const ReplacingFailure& row : replacingFailures) {
         resetConfigToDefaults();
         World_clearSyslog();
         WrappedCalls_fail(row.call, row.error);
