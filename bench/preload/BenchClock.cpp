@@ -32,7 +32,7 @@ int openClock(const char* folder) {
         return -1;
     }
     // The clock is also asked by a sanitizer's allocator while it holds its lock. So the record is
-    // mapped by the kernel's own calls, which neither allocate nor come through a door of ours.
+    // mapped by the kernel's own calls, which neither allocate nor are interposed.
     return static_cast<int>(
         syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CREAT | O_CLOEXEC, 0644));
 }

@@ -1,4 +1,4 @@
-// The C library's doors that tell the time.
+// The C library's calls that tell the time, interposed.
 
 #include "NextFunction.h"
 #include "PreloadWorld.h"

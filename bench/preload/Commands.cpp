@@ -1,5 +1,5 @@
 // Which programs are written down instead of run. Every process of the world looks here before it
-// starts another (ExecDoors), so it does not matter how deep in a script the command stands.
+// starts another (ExecCalls), so it does not matter how deep in a script the command stands.
 
 #include "Commands.h"
 

@@ -1,4 +1,4 @@
-// The C library's doors to an open device: its settings and its bytes.
+// The C library's calls on an open device, interposed: its settings and its bytes.
 
 #include "NextFunction.h"
 #include "Terminals.h"

@@ -1,5 +1,6 @@
-// The C library's doors that start programs. Forbidden ones are written down and something harmless
-// runs in their place; all others stay in the world, even when their environment is replaced.
+// The C library's calls that start programs, interposed. Forbidden ones are written down and
+// something harmless runs in their place; all others stay in the world, even when their environment
+// is replaced.
 
 #include "Commands.h"
 #include "NextFunction.h"

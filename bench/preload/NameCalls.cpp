@@ -1,4 +1,4 @@
-// The C library's doors that name files without opening them, in all their forms.
+// The C library's calls that name files without opening them, interposed in all their forms.
 
 #include "NextFunction.h"
 #include "PreloadWorld.h"
@@ -31,7 +31,7 @@ bool isRefusedAsTarget(const WorldPath& path) {
 }
 
 /// Gives a resolved path of the world its name on the instrument back, so that what a program
-/// makes beside the file comes through these doors, too.
+/// makes beside the file passes these calls, too.
 char* namedByInstrument(char* resolved) {
     char root[PATH_MAX];
     if (resolved != nullptr && PreloadWorld_file(root, sizeof root, "root")) {

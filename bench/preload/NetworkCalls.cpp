@@ -1,4 +1,5 @@
-// The C library's doors to the network: the bench's interfaces, and servers on loopback only.
+// The C library's calls to the network, interposed: the bench's interfaces, and servers on loopback
+// only.
 
 #include "NextFunction.h"
 #include "PreloadWorld.h"

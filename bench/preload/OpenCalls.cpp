@@ -1,4 +1,4 @@
-// The C library's doors that open files and folders, in all their forms.
+// The C library's calls that open files and folders, interposed in all their forms.
 
 #include "NextFunction.h"
 #include "Opening.h"
@@ -46,7 +46,7 @@ int flagsOfStreamMode(const char* mode) {
     }
 }
 
-/// A stream over a descriptor that came through the door above.
+/// A stream over a descriptor that the call above has opened.
 FILE* openStreamInWorld(const char* name, const char* mode) {
     constexpr mode_t streamMode = 0666;
     int flags = flagsOfStreamMode(mode);

@@ -115,7 +115,7 @@ Entry enterWorld() {
 const char* PreloadWorld_folder() {
     Entry now = entry.load(std::memory_order_acquire);
     if (now == Entry::notYet && environ != nullptr) {
-        // Making the world comes through our own doors, which must let it pass meanwhile.
+        // Making the world passes our own interposed calls, which must let it pass meanwhile.
         if (entry.compare_exchange_strong(now, Entry::entering)) {
             const int keptErrno = errno;
             now = enterWorld();

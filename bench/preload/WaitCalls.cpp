@@ -1,4 +1,4 @@
-// The C library's doors that wait: at the bench's speed, and until the bench's time.
+// The C library's calls that wait, interposed: at the bench's speed, and until the bench's time.
 
 #include "NextFunction.h"
 #include "WorldClock.h"

@@ -1,5 +1,5 @@
 // The older meter's protocol: any bytes, and readings of any power in any limits. Every byte is
-// taken with at most one second look, and every reading is one line.
+// taken with at most one further poll, and every reading is one line.
 #include "Configuration.h"
 #include "LogManager.h"
 #include "SensorDisplays.h"

@@ -18,7 +18,7 @@ void FuzzTime_reset() {
 
 extern "C" {
 
-/// getTime_ms: each look takes a millisecond, so that no wait for a moment lasts for ever.
+/// getTime_ms: each reading takes a millisecond, so that no wait for a moment lasts for ever.
 uint32_t __wrap__Z10getTime_msv() {
     return ++now_ms;
 }

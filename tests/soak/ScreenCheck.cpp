@@ -41,8 +41,8 @@ std::string listed(const ShownValues& values) {
     return text;
 }
 
-/// One look: what was seen, and what the file said before and after.
-struct Look {
+/// A snapshot: what was seen, and what the file said before and after.
+struct Snapshot {
     Soak& soak;
     Widgets widgets;
     std::map<std::string, std::string> fileBefore;
@@ -59,19 +59,19 @@ struct ShownPort {
     std::string prefix;
 };
 
-void compare(Look& look, const std::string& kind, const ScreenWidget* value,
+void compare(Snapshot& snapshot, const std::string& kind, const ScreenWidget* value,
              const ScreenWidget* units, const ShownValues& expected) {
     if (value == nullptr) {
-        Report_finding(look.soak.report, "text " + kind, "is not on the screen");
+        Report_finding(snapshot.soak.report, "text " + kind, "is not on the screen");
         return;
     }
     const ShownValue shown{value->text, units == nullptr ? std::string() : units->text};
     if (std::ranges::find(expected, shown) == expected.end()) {
-        Report_finding(look.soak.report, "text " + kind,
+        Report_finding(snapshot.soak.report, "text " + kind,
                        "\"" + shown.value + " " + shown.units + "\", not any of" +
                            listed(expected));
     }
-    Report_checked(look.soak.report, "text " + kind);
+    Report_checked(snapshot.soak.report, "text " + kind);
 }
 
 ShownScale scaleFrom(const std::map<std::string, std::string>& file, int channel,
@@ -91,14 +91,14 @@ void append(ShownValues& values, const ShownValues& more) {
     values.insert(values.end(), more.begin(), more.end());
 }
 
-ShownValues expectedPowers(Look& look, const ShownPort& shown, bool isForward) {
-    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+ShownValues expectedPowers(Snapshot& snapshot, const ShownPort& shown, bool isForward) {
+    const PortTruth& sensor = snapshot.soak.truth.ports.at(shown.port);
     const char* line = isForward ? "fwd" : "rfl";
     ShownValues expected;
-    for (const TruthValue& value : Truth_shownValues(look.soak.truth, shown.port)) {
+    for (const TruthValue& value : Truth_shownValues(snapshot.soak.truth, shown.port)) {
         const double power_W = isForward ? value.forward_W : value.reflected_W;
-        for (const SoakSettings& settings : look.settings) {
-            for (const auto* file : {&look.fileBefore, &look.fileAfter}) {
+        for (const SoakSettings& settings : snapshot.settings) {
+            for (const auto* file : {&snapshot.fileBefore, &snapshot.fileAfter}) {
                 append(expected, ExpectedTexts_power(power_W, sensor.max_W, settings.isdBm,
                                                      scaleFrom(*file, shown.channel, line)));
             }
@@ -107,12 +107,12 @@ ShownValues expectedPowers(Look& look, const ShownPort& shown, bool isForward) {
     return expected;
 }
 
-ShownValues expectedMatches(Look& look, const ShownPort& shown) {
-    const auto values = Truth_shownValues(look.soak.truth, shown.port);
+ShownValues expectedMatches(Snapshot& snapshot, const ShownPort& shown) {
+    const auto values = Truth_shownValues(snapshot.soak.truth, shown.port);
     ShownValues expected;
     for (const TruthValue& forward : values) {
         for (const TruthValue& reflected : values) {
-            for (const SoakSettings& settings : look.settings) {
+            for (const SoakSettings& settings : snapshot.settings) {
                 append(expected, ExpectedTexts_match(forward.forward_W, reflected.reflected_W,
                                                      settings.matchType));
             }
@@ -121,72 +121,73 @@ ShownValues expectedMatches(Look& look, const ShownPort& shown) {
     return expected;
 }
 
-void checkColour(Look& look, const ScreenWidget& value) {
+void checkColour(Snapshot& snapshot, const ScreenWidget& value) {
     const char* expected = value.text == "  Range" ? red : white;
     if (value.foreground != expected) {
-        Report_finding(look.soak.report, "colour of a value",
+        Report_finding(snapshot.soak.report, "colour of a value",
                        value.name + " \"" + value.text + "\" is " + value.foreground);
     }
 }
 
-void checkPower(Look& look, const ShownPort& shown, bool isForward) {
+void checkPower(Snapshot& snapshot, const ShownPort& shown, bool isForward) {
     const std::string line = isForward ? "fwd" : "rfl";
     const std::string pulseLine = isForward ? "Fwd" : "Rfl";
     const ScreenWidget* value =
-        find(look.widgets,
+        find(snapshot.widgets,
              shown.isPulse ? "pulse.value" + pulseLine : shown.prefix + "." + line + ".value",
              shown.region);
-    const ScreenWidget* units = find(look.widgets,
+    const ScreenWidget* units = find(snapshot.widgets,
                                      shown.isPulse ? "pulse.btnUnits" + pulseLine + ".text"
                                                    : shown.prefix + "." + line + ".units",
                                      shown.region);
-    compare(look, isForward ? "forward power" : "reflected power", value, units,
-            expectedPowers(look, shown, isForward));
+    compare(snapshot, isForward ? "forward power" : "reflected power", value, units,
+            expectedPowers(snapshot, shown, isForward));
     if (value != nullptr) {
-        checkColour(look, *value);
+        checkColour(snapshot, *value);
     }
 }
 
 /// The page of the gate or of the states is looked at, and the powers are behind it.
-bool isGroupPage(const Look& look, const ShownPort& shown) {
-    return shown.isPulse && (find(look.widgets, "pulse.gridGate", shown.region) != nullptr ||
-                             find(look.widgets, "pulse.gridState", shown.region) != nullptr);
+bool isGroupPage(const Snapshot& snapshot, const ShownPort& shown) {
+    return shown.isPulse && (find(snapshot.widgets, "pulse.gridGate", shown.region) != nullptr ||
+                             find(snapshot.widgets, "pulse.gridState", shown.region) != nullptr);
 }
 
 /// The gate is open as long as the bench's pulse is on.
-void checkGatedMean(Look& look, const ShownPort& shown) {
-    const ScreenWidget* mean = find(look.widgets, "pulse.valueGatedMean", shown.region);
-    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+void checkGatedMean(Snapshot& snapshot, const ShownPort& shown) {
+    const ScreenWidget* mean = find(snapshot.widgets, "pulse.valueGatedMean", shown.region);
+    const PortTruth& sensor = snapshot.soak.truth.ports.at(shown.port);
     if (mean == nullptr) {
         return;
     }
     ShownValues expected;
-    for (const TruthValue& value : Truth_shownValues(look.soak.truth, shown.port)) {
+    for (const TruthValue& value : Truth_shownValues(snapshot.soak.truth, shown.port)) {
         append(expected,
                ExpectedTexts_gatedPower(value.forward_W * sensor.period_s / sensor.width_s,
-                                        sensor.max_W, look.soak.settings.isdBm));
+                                        sensor.max_W, snapshot.soak.settings.isdBm));
     }
-    compare(look, "gated mean", mean, find(look.widgets, "pulse.btnGatedUnits.text", shown.region),
-            expected);
-    checkColour(look, *mean);
+    compare(snapshot, "gated mean", mean,
+            find(snapshot.widgets, "pulse.btnGatedUnits.text", shown.region), expected);
+    checkColour(snapshot, *mean);
 }
 
-void checkMatch(Look& look, const ShownPort& shown) {
+void checkMatch(Snapshot& snapshot, const ShownPort& shown) {
     constexpr std::array<const char*, 3> captions = {"VSWR:", "RL:", "RHO:"};
-    compare(look, "match", find(look.widgets, shown.prefix + ".match.value"),
-            find(look.widgets, shown.prefix + ".match.units"), expectedMatches(look, shown));
-    const ScreenWidget* caption = find(look.widgets, shown.prefix + ".match.caption");
-    if (caption != nullptr && std::ranges::none_of(look.settings, [&](const SoakSettings& s) {
+    compare(snapshot, "match", find(snapshot.widgets, shown.prefix + ".match.value"),
+            find(snapshot.widgets, shown.prefix + ".match.units"),
+            expectedMatches(snapshot, shown));
+    const ScreenWidget* caption = find(snapshot.widgets, shown.prefix + ".match.caption");
+    if (caption != nullptr && std::ranges::none_of(snapshot.settings, [&](const SoakSettings& s) {
             return caption->text == captions.at(static_cast<size_t>(s.matchType));
         })) {
-        Report_finding(look.soak.report, "text match caption", caption->text);
+        Report_finding(snapshot.soak.report, "text match caption", caption->text);
     }
 }
 
-void checkPulseValues(Look& look, const ShownPort& shown) {
-    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
-    if (!Truth_isFollowed(look.soak.truth, shown.port) ||
-        find(look.widgets, "pulse.valuePeriod", shown.region) == nullptr) {
+void checkPulseValues(Snapshot& snapshot, const ShownPort& shown) {
+    const PortTruth& sensor = snapshot.soak.truth.ports.at(shown.port);
+    if (!Truth_isFollowed(snapshot.soak.truth, shown.port) ||
+        find(snapshot.widgets, "pulse.valuePeriod", shown.region) == nullptr) {
         return;
     }
     const struct {
@@ -204,109 +205,109 @@ void checkPulseValues(Look& look, const ShownPort& shown) {
          ExpectedTexts_frequency(sensor.period_s > 0 ? 1 / sensor.period_s : 0)},
     };
     for (const auto& row : rows) {
-        compare(look, row.kind, find(look.widgets, row.value, shown.region),
-                find(look.widgets, row.units, shown.region), row.expected);
+        compare(snapshot, row.kind, find(snapshot.widgets, row.value, shown.region),
+                find(snapshot.widgets, row.units, shown.region), row.expected);
     }
 }
 
-void checkTitle(Look& look, const ShownPort& shown) {
-    const PortTruth& sensor = look.soak.truth.ports.at(shown.port);
+void checkTitle(Snapshot& snapshot, const ShownPort& shown) {
+    const PortTruth& sensor = snapshot.soak.truth.ports.at(shown.port);
     const ScreenWidget* title =
-        find(look.widgets, shown.isPulse ? "pulse.btnTitle.text" : shown.prefix + ".title",
+        find(snapshot.widgets, shown.isPulse ? "pulse.btnTitle.text" : shown.prefix + ".title",
              shown.region);
     if (!sensor.isTitleKnown || title == nullptr) {
         return;
     }
     if (title->text != sensor.title) {
-        Report_finding(look.soak.report, "text title",
+        Report_finding(snapshot.soak.report, "text title",
                        "\"" + title->text + "\", not \"" + sensor.title + "\"");
     }
-    Report_checked(look.soak.report, "text title");
+    Report_checked(snapshot.soak.report, "text title");
 }
 
-void checkMeasuringPort(Look& look, const ShownPort& shown) {
-    const bool isSettled = look.settings.size() == 1;
-    const SoakSettings& settings = look.soak.settings;
-    checkTitle(look, shown);
-    if (!Truth_isHonest(look.soak.truth, shown.port) ||
-        look.soak.truth.ports.at(shown.port).values.empty()) {
+void checkMeasuringPort(Snapshot& snapshot, const ShownPort& shown) {
+    const bool isSettled = snapshot.settings.size() == 1;
+    const SoakSettings& settings = snapshot.soak.settings;
+    checkTitle(snapshot, shown);
+    if (!Truth_isHonest(snapshot.soak.truth, shown.port) ||
+        snapshot.soak.truth.ports.at(shown.port).values.empty()) {
         return;
     }
-    if (isGroupPage(look, shown)) {
+    if (isGroupPage(snapshot, shown)) {
         if (isSettled) {
-            checkGatedMean(look, shown);
+            checkGatedMean(snapshot, shown);
         }
         return;
     }
     if (isSettled && settings.showsForward) {
-        checkPower(look, shown, true);
+        checkPower(snapshot, shown, true);
     }
     if (isSettled && settings.showsReflected) {
-        checkPower(look, shown, false);
+        checkPower(snapshot, shown, false);
     }
     if (isSettled && settings.showsMatch && !shown.isPulse) {
-        checkMatch(look, shown);
+        checkMatch(snapshot, shown);
     }
     if (shown.isPulse) {
-        checkPulseValues(look, shown);
+        checkPulseValues(snapshot, shown);
     }
 }
 
-void checkConnecting(Look& look, const ShownPort& shown, const std::string& noConnection) {
-    const ScreenWidget* title = find(look.widgets, noConnection);
+void checkConnecting(Snapshot& snapshot, const ShownPort& shown, const std::string& noConnection) {
+    const ScreenWidget* title = find(snapshot.widgets, noConnection);
     if (title == nullptr) {
         return; // it measures already
     }
     if (title->text != "Connecting...") {
-        Report_finding(look.soak.report, "text connecting",
+        Report_finding(snapshot.soak.report, "text connecting",
                        "\"" + title->text + "\" for " + Truth_portName(shown.port));
     }
-    Report_checked(look.soak.report, "text connecting");
+    Report_checked(snapshot.soak.report, "text connecting");
 }
 
-void checkChannel(Look& look, int channel) {
-    const int port = Truth_portOfChannel(look.soak.truth, channel);
+void checkChannel(Snapshot& snapshot, int channel) {
+    const int port = Truth_portOfChannel(snapshot.soak.truth, channel);
     if (port < 0) {
         return;
     }
-    const bool isAlone = Truth_shownCount(look.soak.truth) == 1;
+    const bool isAlone = Truth_shownCount(snapshot.soak.truth) == 1;
     const std::string side = isAlone ? "single" : channel == 0 ? "upper" : "lower";
     ShownPort shown{static_cast<size_t>(port), channel, {}, false, {}};
-    shown.isPulse = look.soak.settings.isPulse && Truth_isUsb(shown.port);
+    shown.isPulse = snapshot.soak.settings.isPulse && Truth_isUsb(shown.port);
     if (!isAlone) {
         shown.region = channel == 0 ? Region{0, middle_px} : Region{middle_px, 100000};
     }
-    shown.prefix = side + (look.soak.settings.showsGraph && !shown.isPulse ? "Graph" : "");
-    if (!Truth_mustMeasure(look.soak.truth, shown.port)) {
-        checkConnecting(look, shown, (isAlone ? "" : side + ".") + "noConnection.title");
+    shown.prefix = side + (snapshot.soak.settings.showsGraph && !shown.isPulse ? "Graph" : "");
+    if (!Truth_mustMeasure(snapshot.soak.truth, shown.port)) {
+        checkConnecting(snapshot, shown, (isAlone ? "" : side + ".") + "noConnection.title");
         return;
     }
     const std::string title = shown.isPulse ? "pulse.btnTitle.text" : shown.prefix + ".title";
-    if (find(look.widgets, title, shown.region) == nullptr) {
-        Report_finding(look.soak.report, "screen of a sensor",
+    if (find(snapshot.widgets, title, shown.region) == nullptr) {
+        Report_finding(snapshot.soak.report, "screen of a sensor",
                        std::string(Truth_portName(shown.port)) + " is not shown as " + title);
         return;
     }
-    checkMeasuringPort(look, shown);
+    checkMeasuringPort(snapshot, shown);
 }
 
-void checkNobody(Look& look) {
-    const ScreenWidget* title = find(look.widgets, "noConnection.title");
+void checkNobody(Snapshot& snapshot) {
+    const ScreenWidget* title = find(snapshot.widgets, "noConnection.title");
     if (title == nullptr || title->text != "No Sensor Detected") {
-        Report_finding(look.soak.report, "text without a sensor",
+        Report_finding(snapshot.soak.report, "text without a sensor",
                        title == nullptr ? "is not on the screen" : title->text);
     }
-    Report_checked(look.soak.report, "text without a sensor");
+    Report_checked(snapshot.soak.report, "text without a sensor");
 }
 
 // The channel dialog.
 
-bool isDialogThere(const Look& look) {
-    return find(look.widgets, "sensorSettingsDialog_ok") != nullptr;
+bool isDialogThere(const Snapshot& snapshot) {
+    return find(snapshot.widgets, "sensorSettingsDialog_ok") != nullptr;
 }
 
-void answerDialog(Look& look, size_t port) {
-    Soak& soak = look.soak;
+void answerDialog(Snapshot& snapshot, size_t port) {
+    Soak& soak = snapshot.soak;
     const int channel = Soak_pick(soak, 0, 1);
     const char* radio =
         channel == 0 ? "sensorSettingsDialogRadioChan1" : "sensorSettingsDialogRadioChan2";
@@ -328,10 +329,10 @@ void answerDialog(Look& look, size_t port) {
     }
 }
 
-void checkDialog(Look& look) {
-    Soak& soak = look.soak;
+void checkDialog(Snapshot& snapshot) {
+    Soak& soak = snapshot.soak;
     const int port = Truth_waitsForChannel(soak.truth);
-    const ScreenWidget* title = find(look.widgets, "sensorSettingsDialogTitleStr");
+    const ScreenWidget* title = find(snapshot.widgets, "sensorSettingsDialogTitleStr");
     if (port < 0 || title == nullptr) {
         if (Truth_isPast(soak.truth, soak.truth.presenceChanged, dialogDue)) {
             Report_finding(soak.report, "channel dialog", "is there and need not be");
@@ -348,7 +349,7 @@ void checkDialog(Look& look) {
     }
     Report_checked(soak.report, "text channel dialog");
     if (Soak_pick(soak, 0, 1) == 0) {
-        answerDialog(look, static_cast<size_t>(port));
+        answerDialog(snapshot, static_cast<size_t>(port));
     }
 }
 
@@ -372,18 +373,19 @@ int percentByVoltage(double voltage_V) {
 }
 
 /// The battery is never full here, so that its percentage stays that of its voltage.
-void checkBattery(Look& look) {
+void checkBattery(Snapshot& snapshot) {
     constexpr double batteryFollow = 12;
     constexpr int charging = 0x40;
-    if (!Truth_isPast(look.soak.truth, look.soak.supplyChanged, batteryFollow)) {
+    if (!Truth_isPast(snapshot.soak.truth, snapshot.soak.supplyChanged, batteryFollow)) {
         return;
     }
-    const ScreenWidget* label = find(look.widgets, "batteryPercent");
-    const int state = atoi(Bench_readFile(look.soak.bench, "/sys/devices/virtual/battery_charger/"
-                                                           "ltc4162/chargerState_raw")
-                               .c_str());
+    const ScreenWidget* label = find(snapshot.widgets, "batteryPercent");
+    const int state =
+        atoi(Bench_readFile(snapshot.soak.bench, "/sys/devices/virtual/battery_charger/"
+                                                 "ltc4162/chargerState_raw")
+                 .c_str());
     const double voltage_V =
-        atof(Bench_readFile(look.soak.bench, "/sys/class/power_supply/fuel_gauge/voltage_now")
+        atof(Bench_readFile(snapshot.soak.bench, "/sys/class/power_supply/fuel_gauge/voltage_now")
                  .c_str()) /
         1e6;
     const int percent = percentByVoltage(voltage_V);
@@ -394,34 +396,34 @@ void checkBattery(Look& look) {
                                 shown == std::to_string(percentByVoltage(voltage_V - 1e-5)) + "%" ||
                                 shown == std::to_string(percentByVoltage(voltage_V + 1e-5)) + "%";
     if (!isRight) {
-        Report_finding(look.soak.report, "text battery",
+        Report_finding(snapshot.soak.report, "text battery",
                        BenchText_format("\"%s\" at %.3f V in state 0x%x", shown.c_str(), voltage_V,
                                         static_cast<unsigned>(state)));
     }
-    Report_checked(look.soak.report, "text battery");
+    Report_checked(snapshot.soak.report, "text battery");
 }
 
-Look takeLook(Soak& soak) {
-    Look look{soak, {}, Soak_settingsFile(soak), {}, {soak.settings}};
-    look.widgets = Bench_screen(soak.bench);
-    look.fileAfter = Soak_settingsFile(soak);
+Snapshot takeSnapshot(Soak& soak) {
+    Snapshot snapshot{soak, {}, Soak_settingsFile(soak), {}, {soak.settings}};
+    snapshot.widgets = Bench_screen(soak.bench);
+    snapshot.fileAfter = Soak_settingsFile(soak);
     if (!Truth_isPast(soak.truth, soak.settingsChanged, 1)) {
-        look.settings.push_back(soak.settingsBefore);
+        snapshot.settings.push_back(soak.settingsBefore);
     }
-    return look;
+    return snapshot;
 }
 
 } // namespace
 
 void ScreenCheck_look(Soak& soak) {
-    Look look = takeLook(soak);
-    if (look.widgets.empty()) {
+    Snapshot snapshot = takeSnapshot(soak);
+    if (snapshot.widgets.empty()) {
         Report_finding(soak.report, "screen", "the meter does not answer");
         return;
     }
-    checkBattery(look);
-    if (isDialogThere(look)) {
-        checkDialog(look);
+    checkBattery(snapshot);
+    if (isDialogThere(snapshot)) {
+        checkDialog(snapshot);
         return;
     }
     if (Truth_waitsForChannel(soak.truth) >= 0 &&
@@ -429,14 +431,14 @@ void ScreenCheck_look(Soak& soak) {
         Report_finding(soak.report, "channel dialog", "does not come");
     }
     if (!Truth_isLayoutSettled(soak.truth) || !Truth_isPast(soak.truth, soak.settingsChanged, 1)) {
-        Report_checked(soak.report, "look while the layout changes");
+        Report_checked(soak.report, "snapshot while the layout changes");
         return;
     }
     if (Truth_shownCount(soak.truth) == 0) {
-        checkNobody(look);
+        checkNobody(snapshot);
     }
     for (int channel = 0; channel < static_cast<int>(soakChannelCount); ++channel) {
-        checkChannel(look, channel);
+        checkChannel(snapshot, channel);
     }
 }
 

@@ -56,7 +56,8 @@ void Soak_changeSettings(Soak& soak, const SoakSettings& settings);
 /// Values of the settings file by their keys.
 std::map<std::string, std::string> Soak_settingsFile(const Soak& soak);
 
-/// Takes the settings from the file, so that one that is wrong is found once and not at every look.
+/// Takes the settings from the file, so that one that is wrong is found once and not at every
+/// check.
 void Soak_believeSettingsFile(Soak& soak);
 
 /// Real milliseconds for so many seconds on the meter's clock, a busy machine's pause included.

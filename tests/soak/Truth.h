@@ -29,7 +29,7 @@ constexpr double recoverSerial = 12; ///< after the end of a fault
 constexpr double recoverUsb = 40;
 /// A lost status byte is waited for a hundred times, five seconds each.
 constexpr double recoverUsbReply = 530;
-constexpr double presenceGap = 2;   ///< between two changes that must not fall into one look
+constexpr double presenceGap = 2;   ///< between two changes that must not fall into one poll
 constexpr double machineReal = 1.5; ///< real; a busy machine stands still now and then
 } // namespace soakTimes
 

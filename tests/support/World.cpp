@@ -1,4 +1,4 @@
-// The tests' door to the bench world of their process.
+// The tests' access to the bench world of their process.
 
 #include "World.h"
 

@@ -117,7 +117,7 @@ TEST_F(Allocations, DrawingTheGraphAsksForNoMemory) {
 TEST_F(Allocations, WaitingForASensorAsksForNoMemory) {
     startCounted("");
     const uint32_t before = counts->count;
-    // Two heartbeats of the detection: twenty looks at the ports.
+    // Two heartbeats of the detection: twenty polls of the ports.
     const size_t beats = Bench_countInSyslog(bench, "hwPollingThread: Thread is alive");
     ASSERT_TRUE(Bench_waitUntil(
         [&] { return Bench_countInSyslog(bench, "hwPollingThread: Thread is alive") >= beats + 3; },

@@ -56,7 +56,7 @@ TEST_F(ChannelDialog, WhileItIsOpenTheMeterStaysAlive) {
 TEST_F(ChannelDialog, ASensorThatIsQuicklyReplacedStillGetsAChannel) {
     start();
     plugFirst("serial1", "5132 fwd=25");
-    // Between two looks of the detection nothing is seen; over a longer gap the sensor is new.
+    // Between two polls of the detection nothing is seen; over a longer gap the sensor is new.
     for (const char* gap : {"100ms", "900ms"}) {
         ASSERT_TRUE(Bench_do(bench, std::string("replug serial1 ") + gap));
         const auto isSettled = [&] {

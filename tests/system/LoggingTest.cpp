@@ -144,7 +144,7 @@ TEST_F(Logging, CategoriesSwitchWithinASecond) {
     const auto heartbeats = [&] {
         return Bench_countInSyslog(bench, "hwPollingThread: Thread is alive");
     };
-    // From one heartbeat of the detection to the next it looks ten times at its ports.
+    // From one heartbeat of the detection to the next it polls its ports ten times.
     const auto isQuiet = [&] {
         Bench_output(bench);
         bench.printed.clear();

@@ -44,7 +44,7 @@ protected:
     /// now and then.
     rlim_t lowestFreeDescriptor() {
         const std::string folder = "/proc/" + std::to_string(Bench_programId(bench)) + "/fd/";
-        constexpr double several_ms = 2000; // of its looks at its files
+        constexpr double several_ms = 2000; // of its polls of its files
         const Stopwatch watch;
         rlim_t lowest = RLIM_INFINITY;
         const auto isSeenOften = [&] {
@@ -189,7 +189,7 @@ TEST_F(SystemFaults, SensorsAreFoundOnceThereAreFreeDescriptors) {
     const pid_t program = Bench_programId(bench);
     plug("serial1", "5132 fwd=25");
     plug("usb1", "3164 fwd=9");
-    // Several looks for sensors, of which nobody can be told: the bench's own door to the screen
+    // Several polls for sensors, of which nobody can be told: the bench's own channel to the screen
     // needs a descriptor, too.
     const Stopwatch watch;
     Bench_waitUntil([&] { return watch.elapsed_ms() > 2000; }, 3000);

@@ -124,7 +124,7 @@ TEST_F(BatteryOnTheBench, DischargeWalksThroughAllPicturesToTheWarningAndTheShut
     ASSERT_TRUE(Bench_do(bench, "clock step -2h"));
     ASSERT_TRUE(Bench_waitUntil([&] { return !Bench_commands(bench).empty(); }, limit_ms));
     EXPECT_EQ(Bench_commands(bench), std::vector<std::string>{"shutdown"});
-    // The thread looks every 5 s: 25 s have gone by at its fifth or sixth look.
+    // The thread polls every 5 s: 25 s have gone by at its fifth or sixth poll.
     EXPECT_GE(watchedPasses(1), 5U);
     EXPECT_LE(watchedPasses(1), 6U);
 }

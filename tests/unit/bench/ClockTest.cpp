@@ -272,7 +272,7 @@ TEST_F(Clock, AProgramThatSetsTheWallClockSetsItsWorldsOnly) {
 TEST_F(Clock, AnImpossibleSpeedIsRefused) {
     for (const double impossible : {0.0, -1.0, 1e9}) {
         World_setSpeed(impossible);
-        // Real time before and behind each look at the bench's clock: between two looks a busy
+        // Real time before and behind each reading of the bench's clock: between two a busy
         // machine may let any time go by.
         const int64_t before = now_ns(CLOCK_MONOTONIC_RAW);
         const int64_t bench = now_ns(CLOCK_MONOTONIC);

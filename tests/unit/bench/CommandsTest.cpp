@@ -1,7 +1,7 @@
 // What would switch the machine off or change its network is written down and never runs.
 //
 // The proof needs no real shutdown: harmless programs of the dangerous names leave a mark when they
-// run. They are called through every door that starts programs, and no mark may ever be left.
+// run. They are called through every call that starts programs, and no mark may ever be left.
 
 #include "World.h"
 
@@ -59,11 +59,11 @@ private:
     std::string folder;
 };
 
-/// Runs the door in a child, which it replaces.
-int inChild(const std::function<void()>& door) {
+/// Makes the call in a child, which it replaces.
+int inChild(const std::function<void()>& call) {
     const pid_t child = fork();
     if (child == 0) {
-        door();
+        call();
         _exit(99);
     }
     int status = 0;
@@ -71,7 +71,7 @@ int inChild(const std::function<void()>& door) {
     return WEXITSTATUS(status);
 }
 
-struct Door {
+struct StartingCall {
     const char* name;
     std::function<void(const char* path, char* const arguments[])> call;
 };
@@ -87,7 +87,7 @@ void spawnAndWait(decltype(posix_spawn)* spawn, const char* path, char* const ar
     _exit(WEXITSTATUS(status));
 }
 
-const Door doors[] = {
+const StartingCall startingCalls[] = {
     {"execv", [](const char* path, char* const words[]) { execv(path, words); }},
     {"execve", [](const char* path, char* const words[]) { execve(path, words, environ); }},
     {"execve without environment",
@@ -126,13 +126,13 @@ TEST_F(Commands, AShellsRedirectionGoesIntoTheWorld) {
 }
 
 TEST_F(Commands, EveryDoorRunsAHarmlessProgram) {
-    for (const Door& door : doors) {
-        SCOPED_TRACE(door.name);
+    for (const StartingCall& start : startingCalls) {
+        SCOPED_TRACE(start.name);
         const std::string path = program("harmless");
         char first[] = "harmless";
         char second[] = "now";
         char* const words[] = {first, second, nullptr};
-        EXPECT_EQ(inChild([&] { door.call(path.c_str(), words); }), 0);
+        EXPECT_EQ(inChild([&] { start.call(path.c_str(), words); }), 0);
         EXPECT_TRUE(hasRun());
         unlink(mark().c_str());
         EXPECT_THAT(World_commands(), IsEmpty());
@@ -140,15 +140,15 @@ TEST_F(Commands, EveryDoorRunsAHarmlessProgram) {
 }
 
 TEST_F(Commands, NoDoorRunsAProgramThatSwitchesTheMachineOff) {
-    for (const Door& door : doors) {
+    for (const StartingCall& start : startingCalls) {
         for (const char* name : {"shutdown", "poweroff", "reboot", "halt", "systemctl"}) {
-            SCOPED_TRACE(std::string(door.name) + " " + name);
+            SCOPED_TRACE(std::string(start.name) + " " + name);
             World_clearCommands();
             const std::string path = program(name);
             std::string first = name;
             char second[] = "now";
             char* const words[] = {first.data(), second, nullptr};
-            EXPECT_EQ(inChild([&] { door.call(path.c_str(), words); }), 0);
+            EXPECT_EQ(inChild([&] { start.call(path.c_str(), words); }), 0);
             EXPECT_FALSE(hasRun());
             EXPECT_THAT(World_commands(), ElementsAre(first + " now"));
         }

@@ -1,4 +1,4 @@
-// Every door of the C library that names a file leads into the world, one row each.
+// Every call of the C library that names a file leads into the world, one row each.
 
 #include "World.h"
 
@@ -54,16 +54,16 @@ bool closed(int fd) {
     return fd >= 0 && close(fd) == 0;
 }
 
-struct Door {
+struct InterposedCall {
     const char* name;
     bool (*works)();
 };
 
-void PrintTo(const Door& door, std::ostream* output) {
-    *output << door.name;
+void PrintTo(const InterposedCall& call, std::ostream* output) {
+    *output << call.name;
 }
 
-class Doors : public testing::TestWithParam<Door> {
+class InterposedCalls : public testing::TestWithParam<InterposedCall> {
 protected:
     void SetUp() override {
         ASSERT_EQ(system(("rm -rf " + World_realPath(folder) + "/*").c_str()), 0);
@@ -73,7 +73,7 @@ protected:
 };
 
 // Opening.
-const Door openingDoors[] = {
+const InterposedCall openingCalls[] = {
     {"open", [] { return closed(open(file, O_RDONLY)); }},
     {"open64", [] { return closed(open64(file, O_RDONLY)); }},
     {"openat", [] { return closed(openat(AT_FDCWD, file, O_RDONLY)); }},
@@ -131,14 +131,14 @@ const Door openingDoors[] = {
      }},
 };
 
-/// Runs a maker of unique files on a pattern and looks for the file that it has made.
+/// Runs a maker of unique files on a pattern and searches for the file that it has made.
 template <typename Make> bool makesUnique(const char* suffix, Make make) {
     char pattern[PATH_MAX];
     snprintf(pattern, sizeof pattern, "%s/u.XXXXXX%s", folder, suffix);
     return closed(make(pattern)) && strstr(pattern, "XXXXXX") == nullptr && isInWorld(pattern);
 }
 
-const Door uniqueDoors[] = {
+const InterposedCall uniqueCalls[] = {
     {"mkstemp", [] { return makesUnique("", [](char* name) { return mkstemp(name); }); }},
     {"mkstemp64", [] { return makesUnique("", [](char* name) { return mkstemp64(name); }); }},
     {"mkostemp", [] { return makesUnique("", [](char* name) { return mkostemp(name, 0); }); }},
@@ -172,7 +172,7 @@ template <typename Status, typename Ask> bool tellsLink(Ask ask) {
 using Stat = struct stat;
 using Stat64 = struct stat64;
 
-const Door askingDoors[] = {
+const InterposedCall askingCalls[] = {
     {"access", [] { return access(file, R_OK) == 0; }},
     {"euidaccess", [] { return euidaccess(file, R_OK) == 0; }},
     {"eaccess", [] { return eaccess(file, R_OK) == 0; }},
@@ -278,7 +278,7 @@ const Door askingDoors[] = {
 };
 
 // Changing.
-const Door changingDoors[] = {
+const InterposedCall changingCalls[] = {
     {"rename", [] { return rename(file, fresh) == 0 && isInWorld(fresh); }},
     {"renameat", [] { return renameat(AT_FDCWD, file, AT_FDCWD, fresh) == 0 && isInWorld(fresh); }},
     {"renameat2",
@@ -314,7 +314,7 @@ const Door changingDoors[] = {
     {"utimensat", [] { return utimensat(AT_FDCWD, file, nullptr, 0) == 0; }},
 };
 
-std::string nameOf(const testing::TestParamInfo<Door>& row) {
+std::string nameOf(const testing::TestParamInfo<InterposedCall>& row) {
     std::string name = row.param.name;
     std::replace_if(
         name.begin(), name.end(), [](char sign) { return sign == ' '; }, '_');
@@ -323,11 +323,11 @@ std::string nameOf(const testing::TestParamInfo<Door>& row) {
 
 } // namespace
 
-TEST_P(Doors, LeadIntoTheWorld) {
+TEST_P(InterposedCalls, LeadIntoTheWorld) {
     EXPECT_TRUE(GetParam().works()) << strerror(errno);
 }
 
-INSTANTIATE_TEST_SUITE_P(Opening, Doors, testing::ValuesIn(openingDoors), nameOf);
-INSTANTIATE_TEST_SUITE_P(Unique, Doors, testing::ValuesIn(uniqueDoors), nameOf);
-INSTANTIATE_TEST_SUITE_P(Asking, Doors, testing::ValuesIn(askingDoors), nameOf);
-INSTANTIATE_TEST_SUITE_P(Changing, Doors, testing::ValuesIn(changingDoors), nameOf);
+INSTANTIATE_TEST_SUITE_P(Opening, InterposedCalls, testing::ValuesIn(openingCalls), nameOf);
+INSTANTIATE_TEST_SUITE_P(Unique, InterposedCalls, testing::ValuesIn(uniqueCalls), nameOf);
+INSTANTIATE_TEST_SUITE_P(Asking, InterposedCalls, testing::ValuesIn(askingCalls), nameOf);
+INSTANTIATE_TEST_SUITE_P(Changing, InterposedCalls, testing::ValuesIn(changingCalls), nameOf);

@@ -1,4 +1,4 @@
-// Where the instrument's paths lead, through each of the C library's doors.
+// Where the instrument's paths lead, through each of the C library's calls.
 
 #include "World.h"
 
@@ -28,7 +28,7 @@ std::string readThrough(int fd) {
 
 TEST(Paths, EveryWayOfOpeningReachesTheWorldsFile) {
     World_writeFile(settings, "content");
-    const std::vector<std::pair<const char*, std::function<int()>>> doors = {
+    const std::vector<std::pair<const char*, std::function<int()>>> calls = {
         {"open", [] { return open(settings, O_RDONLY); }},
         {"open64", [] { return open64(settings, O_RDONLY); }},
         {"openat", [] { return openat(AT_FDCWD, settings, O_RDONLY); }},
@@ -37,8 +37,8 @@ TEST(Paths, EveryWayOfOpeningReachesTheWorldsFile) {
         {"fopen64", [] { return dup(fileno(fopen64(settings, "re"))); }},
         {"freopen", [] { return dup(fileno(freopen(settings, "r", fopen("/dev/null", "r")))); }},
     };
-    for (const auto& [name, door] : doors) {
-        EXPECT_EQ(readThrough(door()), "content") << name;
+    for (const auto& [name, call] : calls) {
+        EXPECT_EQ(readThrough(call()), "content") << name;
     }
     std::ifstream stream(settings);
     std::string text;
