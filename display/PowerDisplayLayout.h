@@ -1,12 +1,30 @@
 #ifndef DISPLAY_POWER_DISPLAY_LAYOUT_H
 #define DISPLAY_POWER_DISPLAY_LAYOUT_H
 
-#include "gtkPowerDisplay.h"
+#include "gtkScaleControls.h"
 
 #include <array>
+#include <cstdint>
 
 /// Where everything stands on the CW screens, in pixels, within the full screen or the half that
 /// ScreenSize.h leaves below the status line.
+
+enum ChannelLayoutIndex : uint32_t {
+    layoutSingleChannel = 0,
+    layoutSingleChannelWithGraph = 1,
+    layoutDualChannel = 2,
+    layoutDualChannelWithGraph = 3
+};
+
+/// Lines of a CW screen, in `yLinePositions`.
+enum PowerDisplayLine : uint32_t {
+    lineTitle,
+    lineFwd,
+    lineRfl,
+    lineMatch,
+    lineGraph,
+    lineAttributes
+};
 
 constexpr int powerDisplayLineCount = 6;
 

@@ -4,6 +4,7 @@
 #include "DialogHelpers.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
+#include "gtkScaleControls.h"
 
 #include <array>
 #include <cstdio>
@@ -69,7 +70,6 @@ void bindPowers(GtkBuilder* builder, CGTKPowerDisplay* display) {
     const Binding bindings[] = {
         {"pulse.btnTitle", &display->title.sensorButton},
         {"pulse.btnConfig", &display->title.configButton},
-        {"pulse.gridAttr", &display->pGridAttr},
         {"pulse.lblFwd", &display->fwdRFPower.label},
         {"pulse.valueFwd", &display->fwdRFPower.value},
         {"pulse.btnUnitsFwd", &display->fwdRFPower.unitsButton},
@@ -90,8 +90,9 @@ void bindPowers(GtkBuilder* builder, CGTKPowerDisplay* display) {
     }
 }
 
-void bindPulse(GtkBuilder* builder, CGTKPowerDisplay* display) {
+void bindPulse(GtkBuilder* builder, CGTKPulseDisplay* display) {
     const Binding bindings[] = {
+        {"pulse.gridAttr", &display->pGridAttr},
         {"pulse.lblPrd", &display->period.label},
         {"pulse.valuePeriod", &display->period.value},
         {"pulse.unitsPeriod", &display->period.unitsButtonLabel},
@@ -113,7 +114,7 @@ void bindPulse(GtkBuilder* builder, CGTKPowerDisplay* display) {
     }
 }
 
-void bindGate(GtkBuilder* builder, CGTKPowerDisplay* display) {
+void bindGate(GtkBuilder* builder, CGTKPulseDisplay* display) {
     const Binding bindings[] = {
         {"pulse.gridGate", &display->pGridGated},
         {"pulse.valueGatedMean", &display->gatedPower.meanValue},
@@ -129,7 +130,7 @@ void bindGate(GtkBuilder* builder, CGTKPowerDisplay* display) {
     }
 }
 
-void bindStates(GtkBuilder* builder, CGTKPowerDisplay* display) {
+void bindStates(GtkBuilder* builder, CGTKPulseDisplay* display) {
     display->pGridState = Dialog_widget(builder, "pulse.gridState");
     char id[32];
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
@@ -142,6 +143,23 @@ void bindStates(GtkBuilder* builder, CGTKPowerDisplay* display) {
             std::snprintf(id, sizeof id, "%s%u", binding.id, i + 1);
             state.scaleControls.*binding.field = Dialog_widget(builder, id);
         }
+    }
+}
+
+GtkWidget* parentOf(GtkWidget* widget) {
+    return widget != nullptr ? gtk_widget_get_parent(widget) : nullptr;
+}
+
+/// The interface files give no ids to what the parts of a line stand in.
+void takeContainers(CGTKPulseDisplay* display) {
+    CGTKPowerDisplay& power = display->power;
+    power.title.container = parentOf(power.title.sensorButton);
+    for (gtkPowerDisplay_RFPower* line : {&power.fwdRFPower, &power.rflRFPower}) {
+        line->container = parentOf(line->value);
+    }
+    display->gatedPower.container = parentOf(display->gatedPower.meanValue);
+    for (gtkPowerDisplay_PulseState& state : display->stateArray) {
+        state.container = parentOf(state.mean);
     }
 }
 
@@ -174,9 +192,10 @@ void connectUnits(GtkWidget* button, GtkWidget** label) {
     }
 }
 
-void connectAllUnits(CGTKPowerDisplay* display) {
-    connectUnits(display->fwdRFPower.unitsButton, &display->fwdRFPower.unitsButtonLabel);
-    connectUnits(display->rflRFPower.unitsButton, &display->rflRFPower.unitsButtonLabel);
+void connectAllUnits(CGTKPulseDisplay* display) {
+    for (gtkPowerDisplay_RFPower* line : {&display->power.fwdRFPower, &display->power.rflRFPower}) {
+        connectUnits(line->unitsButton, &line->unitsButtonLabel);
+    }
     connectUnits(display->gatedPower.unitsButton, &display->gatedPower.unitsButtonLabel);
     for (gtkPowerDisplay_PulseState& state : display->stateArray) {
         connectUnits(state.unitsButton, &state.unitsButtonLabel);
@@ -202,8 +221,8 @@ void connectScale(CGTKScaleControls& controls, CallbackData_AutoScale& data,
                   const ScaleHandlers& handlers) {
     data.button = controls.gtkScaleAutoOn;
     controls.sensorDirection = data.direction;
-    if (controls.container == nullptr && controls.gtkScaleUp != nullptr) {
-        controls.container = gtk_widget_get_parent(controls.gtkScaleUp);
+    if (controls.container == nullptr) {
+        controls.container = parentOf(controls.gtkScaleUp);
     }
     setImage(controls.gtkScaleUp, "./resources/settingsUp.png");
     setImage(controls.gtkScaleDown, "./resources/settingsDown.png");
@@ -216,23 +235,24 @@ void connectScale(CGTKScaleControls& controls, CallbackData_AutoScale& data,
     connectKey(controls.gtkScaleAutoOn, handlers.automatic, &data);
 }
 
-void connectAllScales(CGTKPowerDisplay* display) {
-    display->callbackDataAutoscaleFwd = {display, 0, nullptr, &display->scaleFwd};
-    connectScale(display->scaleControlsFwd, display->callbackDataAutoscaleFwd, powerHandlers);
-    display->callbackDataAutoscaleRfl = {display, 1, nullptr, &display->scaleRfl};
-    connectScale(display->scaleControlsRfl, display->callbackDataAutoscaleRfl, powerHandlers);
-    display->callbackDataAutoscaleGatedPower = {display, 0, nullptr, &display->gatedPowerScale};
+void connectAllScales(CGTKPulseDisplay* display) {
+    CGTKPowerDisplay* power = &display->power;
+    power->callbackDataAutoscaleFwd = {power, 0, nullptr, &power->scaleFwd};
+    connectScale(power->scaleControlsFwd, power->callbackDataAutoscaleFwd, powerHandlers);
+    power->callbackDataAutoscaleRfl = {power, 1, nullptr, &power->scaleRfl};
+    connectScale(power->scaleControlsRfl, power->callbackDataAutoscaleRfl, powerHandlers);
+    display->callbackDataAutoscaleGatedPower = {power, 0, nullptr, &display->gatedPowerScale};
     connectScale(display->scaleControlsGatedPower, display->callbackDataAutoscaleGatedPower,
                  gatedHandlers);
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
         gtkPowerDisplay_PulseState& state = display->stateArray[i];
-        state.callbackDataAutoscale = {display, i, nullptr, &state.powerScale};
+        state.callbackDataAutoscale = {power, i, nullptr, &state.powerScale};
         connectScale(state.scaleControls, state.callbackDataAutoscale, stateHandlers);
     }
 }
 
-void fitValues(CGTKPowerDisplay* display) {
-    for (GtkWidget* value : {display->fwdRFPower.value, display->rflRFPower.value,
+void fitValues(CGTKPulseDisplay* display) {
+    for (GtkWidget* value : {display->power.fwdRFPower.value, display->power.rflRFPower.value,
                              display->period.value, display->repeat.value, display->width.value,
                              display->dutyCycleVal.value, display->frequency.value}) {
         setLabelFitting(value, powerValueCharacters);
@@ -254,16 +274,16 @@ void tapConfig(GtkWidget* /*button*/, gpointer data) {
     }
 }
 
-void placeScreen(GtkBuilder* builder, CGTKPowerDisplay* display) {
+void placeScreen(GtkBuilder* builder, CGTKPulseDisplay* display) {
     GObject* screen = gtk_builder_get_object(builder, "pulse.screen");
     if (screen != nullptr) {
-        gtk_fixed_put(GTK_FIXED(display->container), GTK_WIDGET(screen), 0, 0);
+        gtk_fixed_put(GTK_FIXED(display->power.container), GTK_WIDGET(screen), 0, 0);
     }
 }
 
 /// Without its page a tab goes, too; who looked at the page that goes sees the one that comes.
 void exchangePages(GtkWidget* shown, GtkWidget* hidden) {
-    GtkWidget* parent = hidden != nullptr ? gtk_widget_get_parent(hidden) : nullptr;
+    GtkWidget* parent = parentOf(hidden);
     setWidgetVisible(shown, true);
     if (shown != nullptr && GTK_IS_NOTEBOOK(parent) && gtk_widget_get_visible(hidden) != 0) {
         GtkNotebook* notebook = GTK_NOTEBOOK(parent);
@@ -277,33 +297,29 @@ void exchangePages(GtkWidget* shown, GtkWidget* hidden) {
 
 } // namespace
 
-void PulseDisplay_Create(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& parameters) {
+void PulseDisplay_Create(CGTKPulseDisplay* display, const CGTKPowerDisplay_Parameters& parameters) {
     *display = {};
-    display->sensorChannel = parameters.sensorChannel;
-    display->displayIndex = parameters.displayIndex;
-    display->container = parameters.container;
+    CGTKPowerDisplay_initialize(&display->power, parameters);
     initPulseDisplay(display, parameters.layout == layoutSingleChannel);
-    if (display->title.sensorButton != nullptr &&
-        parameters.callbackSensorInfoFunction != nullptr) {
-        g_signal_connect(display->title.sensorButton, "clicked",
-                         G_CALLBACK(parameters.callbackSensorInfoFunction), display);
-    }
-    CGTKPowerDisplay_updateScale(display);
+    CGTKPowerDisplay_connectSensorButton(&display->power, parameters);
+    CGTKPowerDisplay_updateScale(&display->power);
 }
 
-void initPulseDisplay(CGTKPowerDisplay* display, bool full) {
+void initPulseDisplay(CGTKPulseDisplay* display, bool full) {
     GtkBuilder* builder = Dialog_load(full ? fullInterfaceFile : halfInterfaceFile, nullptr, 0);
     if (builder == nullptr) {
         return;
     }
     checkFixedParts(builder);
-    bindPowers(builder, display);
+    bindPowers(builder, &display->power);
     bindPulse(builder, display);
     bindGate(builder, display);
     bindStates(builder, display);
-    display->title.sensorButtonLabel = takeKeyLabel(display->title.sensorButton, "text");
-    setImage(display->title.configButton, "./resources/gear.png");
-    connectKey(display->title.configButton, tapConfig, display);
+    takeContainers(display);
+    gtkPowerDisplay_Title& title = display->power.title;
+    title.sensorButtonLabel = takeKeyLabel(title.sensorButton, "text");
+    setImage(title.configButton, "./resources/gear.png");
+    connectKey(title.configButton, tapConfig, &display->power);
     connectAllUnits(display);
     connectAllScales(display);
     placeScreen(builder, display);
@@ -315,9 +331,9 @@ void PulseDisplay_registerConfigDialog(void (*show)(uint32_t port)) {
     showConfigDialog = show;
 }
 
-void CGTKPowerDisplay_setup(CGTKPowerDisplay* display, pwrDisplayMode mode) {
+void CGTKPowerDisplay_setup(CGTKPulseDisplay* display, pwrDisplayMode mode) {
     const bool isMulti = mode == modeSingleMulti || mode == modeDualMulti;
-    for (const gtkPowerDisplay_RFPower* line :
+    for (const gtkPowerDisplay_PulseValue* line :
          {&display->period, &display->repeat, &display->width, &display->dutyCycleVal}) {
         setWidgetVisible(line->label, !isMulti);
         setWidgetVisible(line->value, !isMulti);

@@ -1,24 +1,23 @@
 #include "PulseMeasurements.h"
 
 #include "GtkHelpers.h"
-#include "PulseDisplay.h"
 #include "SensorManager.h"
 #include "SensorPortHandler.h"
+#include "gtkScaleControls.h"
 
 #include <cmath>
 
 namespace {
 
 /// Reloads the scales, with the icons of their auto buttons.
-void loadScales(CGTKPowerDisplay* display) {
-    const uint32_t index = display->displayIndex;
-    display->scaleFwd = configuration_getRfPowerScale(index, 0);
-    display->scaleRfl = configuration_getRfPowerScale(index, 1);
+void loadScales(CGTKPulseDisplay* display) {
+    CGTKPowerDisplay* power = &display->power;
+    const uint32_t index = power->displayIndex;
+    power->scaleFwd = configuration_getRfPowerScale(index, 0);
+    power->scaleRfl = configuration_getRfPowerScale(index, 1);
     display->gatedPowerScale = configuration_getGatedPowerScale(index);
-    CGTKScaleControls_setAuto(display->scaleControlsFwd.gtkScaleAutoOn,
-                              display->scaleFwd.autoScale);
-    CGTKScaleControls_setAuto(display->scaleControlsRfl.gtkScaleAutoOn,
-                              display->scaleRfl.autoScale);
+    CGTKScaleControls_setAuto(power->scaleControlsFwd.gtkScaleAutoOn, power->scaleFwd.autoScale);
+    CGTKScaleControls_setAuto(power->scaleControlsRfl.gtkScaleAutoOn, power->scaleRfl.autoScale);
     CGTKScaleControls_setAuto(display->scaleControlsGatedPower.gtkScaleAutoOn,
                               display->gatedPowerScale.autoScale);
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
@@ -42,19 +41,11 @@ void updatePowers(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurem
                     display->powerType);
     setGroupVisible(display->rflRFPower, &display->scaleControlsRfl, display->enableRfl,
                     display->powerType);
-    if (std::isnan(measurements.fwdPwrVal) || std::isnan(measurements.rflPwrVal)) {
-        return;
-    }
-    if (display->enableFwd) {
-        CGTKPowerDisplay_updatePower(display, 0, measurements.fwdPwrVal);
-    }
-    if (display->enableRfl) {
-        CGTKPowerDisplay_updatePower(display, 1, measurements.rflPwrVal);
-    }
+    CGTKPowerDisplay_updatePowers(display, measurements);
 }
 
 /// A missing reading leaves what is shown.
-void showValue(const gtkPowerDisplay_RFPower& line, const ValueText& text) {
+void showValue(const gtkPowerDisplay_PulseValue& line, const ValueText& text) {
     if (text.value[0] == '\0') {
         return;
     }
@@ -65,7 +56,7 @@ void showValue(const gtkPowerDisplay_RFPower& line, const ValueText& text) {
 }
 
 /// The pulse's times. The duty cycle's unit stands in the interface file.
-void updatePulse(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
+void updatePulse(CGTKPulseDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
     showValue(display->period, MeasurementText_time(measurements.prdVal));
     showValue(display->repeat, MeasurementText_frequency(measurements.prfVal));
     showValue(display->width, MeasurementText_time(measurements.widthVal));
@@ -80,15 +71,15 @@ void showCell(GtkWidget* label, const PowerCellText& cell) {
     setLabelText(label, cell.value);
 }
 
-void updateGatedPower(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
+void updateGatedPower(CGTKPulseDisplay* display, const SENSOR_MEASUREMENTS& measurements) {
     const gtkPowerDisplay_GatedPower& gate = display->gatedPower;
     const PowerGroupText text = MeasurementText_powerGroup(
         measurements.gateMean, measurements.gateMax, measurements.gateMin,
-        sensorPortHandler_getSensorMaxPower(display->sensorChannel), display->gatedPowerScale,
-        display->powerType);
+        sensorPortHandler_getSensorMaxPower(display->power.sensorChannel), display->gatedPowerScale,
+        display->power.powerType);
     if (text.scaleChanged) {
         display->gatedPowerScale = text.scale;
-        configuration_setGatedPowerScale(text.scale, display->displayIndex);
+        configuration_setGatedPowerScale(text.scale, display->power.displayIndex);
     }
     showCell(gate.meanValue, text.mean);
     showCell(gate.maxValue, text.max);
@@ -107,15 +98,15 @@ void setStateVisible(gtkPowerDisplay_PulseState& state, bool visible, bool units
 
 /// One pulse state. Stays so: in dBm its unit key goes, since the unit is that of the other pages,
 /// and existing test programs know the screen so (docs/compatibility.md: state-unit-hidden).
-void updateState(CGTKPowerDisplay* display, uint32_t index, const PULSE_STATES& powers) {
+void updateState(CGTKPulseDisplay* display, uint32_t index, const PULSE_STATES& powers) {
     gtkPowerDisplay_PulseState& state = display->stateArray[index];
-    const PowerGroupText text =
-        MeasurementText_powerGroup(powers.mean, powers.max, powers.min,
-                                   sensorPortHandler_getSensorMaxPower(display->sensorChannel),
-                                   state.powerScale, display->powerType);
+    const PowerGroupText text = MeasurementText_powerGroup(
+        powers.mean, powers.max, powers.min,
+        sensorPortHandler_getSensorMaxPower(display->power.sensorChannel), state.powerScale,
+        display->power.powerType);
     if (text.scaleChanged) {
         state.powerScale = text.scale;
-        configuration_setStatePowerScale(text.scale, display->displayIndex, index);
+        configuration_setStatePowerScale(text.scale, display->power.displayIndex, index);
     }
     setStateVisible(state, true, text.scaleVisible);
     showCell(state.mean, text.mean);
@@ -124,7 +115,7 @@ void updateState(CGTKPowerDisplay* display, uint32_t index, const PULSE_STATES& 
     setLabelText(state.unitsButtonLabel, text.unit);
 }
 
-void updateStates(CGTKPowerDisplay* display, const SENSOR_MEASUREMENTS& measurements,
+void updateStates(CGTKPulseDisplay* display, const SENSOR_MEASUREMENTS& measurements,
                   uint32_t numStates) {
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
         if (i < numStates) {
@@ -150,15 +141,15 @@ void blank(GtkWidget* value) {
 
 } // namespace
 
-void CGTKPowerDisplay_updatePulseMeasurements(CGTKPowerDisplay* display,
+void CGTKPowerDisplay_updatePulseMeasurements(CGTKPulseDisplay* display,
                                               const SENSOR_MEASUREMENTS& measurements) {
     CGTKPowerDisplay_logMeasurements(measurements);
-    CGTKPowerDisplay_loadSettings(display);
+    CGTKPowerDisplay_loadSettings(&display->power);
     loadScales(display);
     setWidgetVisible(display->pGridAttr, true);
-    updatePowers(display, measurements);
+    updatePowers(&display->power, measurements);
     SENSOR_CONFIGS configs = {};
-    sensorPortHandler_getSensorConfigs(&configs, display->sensorChannel);
+    sensorPortHandler_getSensorConfigs(&configs, display->power.sensorChannel);
     const bool isTriggered = configs.bSupportsTriggeredGates && configs.bModelIsTriggeredGates;
     if (!isTriggered) {
         updatePulse(display, measurements);
@@ -172,14 +163,13 @@ void CGTKPowerDisplay_updatePulseMeasurements(CGTKPowerDisplay* display,
     }
 }
 
-void CGTKPowerDisplay_clearPulseMeasurementsToBlanks(CGTKPowerDisplay* display) {
-    for (const gtkPowerDisplay_RFPower* line :
-         {&display->fwdRFPower, &display->rflRFPower, &display->period, &display->repeat,
-          &display->width, &display->dutyCycleVal, &display->frequency}) {
-        blank(line->value);
-    }
-    for (GtkWidget* value : {display->gatedPower.meanValue, display->gatedPower.maxValue,
-                             display->gatedPower.minValue}) {
+void CGTKPowerDisplay_clearPulseMeasurementsToBlanks(CGTKPulseDisplay* display) {
+    const CGTKPowerDisplay& power = display->power;
+    for (GtkWidget* value :
+         {power.fwdRFPower.value, power.rflRFPower.value, display->period.value,
+          display->repeat.value, display->width.value, display->dutyCycleVal.value,
+          display->frequency.value, display->gatedPower.meanValue, display->gatedPower.maxValue,
+          display->gatedPower.minValue}) {
         blank(value);
     }
     for (const gtkPowerDisplay_PulseState& state : display->stateArray) {
@@ -187,6 +177,6 @@ void CGTKPowerDisplay_clearPulseMeasurementsToBlanks(CGTKPowerDisplay* display) 
         blank(state.max);
         blank(state.min);
     }
-    setWidgetFgColor(display->fwdRFPower.label, textColorLightGrey);
-    setWidgetFgColor(display->rflRFPower.label, textColorLightGrey);
+    setWidgetFgColor(power.fwdRFPower.label, textColorLightGrey);
+    setWidgetFgColor(power.rflRFPower.label, textColorLightGrey);
 }

@@ -42,8 +42,9 @@ void bindScreen(GtkSensorInstance screen, SensorDisplayInstance_t display, uint3
         CGTKPowerDisplay_setDisplayIndex(power, display);
         CGTKPowerDisplay_setSensorChannel(power, port);
         CGTKPowerDisplay_updateScale(power);
-        CGTKTimePowerGraph_setGraphDataInstance(&power->graph,
-                                                &sensorDisplays[display].graphDataPwr);
+    }
+    if (CGTKCWDisplay* cw = gtkSensor_cwDisplay(screen)) {
+        CGTKTimePowerGraph_setGraphDataInstance(&cw->graph, &sensorDisplays[display].graphDataPwr);
     }
 }
 
@@ -54,14 +55,11 @@ void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
 }
 
 void clearValues(GtkSensorInstance screen) {
-    CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
-    if (power == nullptr) {
-        return;
+    if (CGTKCWDisplay* cw = gtkSensor_cwDisplay(screen)) {
+        CGTKPowerDisplay_clearMeasurementsToBlanks(cw);
     }
-    if (ScreenTable_rowOfScreen(screen)->use == ScreenUse::pulse) {
-        CGTKPowerDisplay_clearPulseMeasurementsToBlanks(power);
-    } else {
-        CGTKPowerDisplay_clearMeasurementsToBlanks(power);
+    if (CGTKPulseDisplay* pulse = gtkSensor_pulseDisplay(screen)) {
+        CGTKPowerDisplay_clearPulseMeasurementsToBlanks(pulse);
     }
 }
 
@@ -72,20 +70,20 @@ void updateScale(GtkSensorInstance screen) {
 }
 
 void updateMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& measurements) {
-    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
-        CGTKPowerDisplay_updateMeasurements(power, measurements);
+    if (CGTKCWDisplay* cw = gtkSensor_cwDisplay(screen)) {
+        CGTKPowerDisplay_updateMeasurements(cw, measurements);
     }
 }
 
 void updatePulseMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS& measurements) {
-    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
-        CGTKPowerDisplay_updatePulseMeasurements(power, measurements);
+    if (CGTKPulseDisplay* pulse = gtkSensor_pulseDisplay(screen)) {
+        CGTKPowerDisplay_updatePulseMeasurements(pulse, measurements);
     }
 }
 
 void updateGraph(GtkSensorInstance screen) {
-    if (CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
-        CGTKTimePowerGraph_update(&power->graph);
+    if (CGTKCWDisplay* cw = gtkSensor_cwDisplay(screen)) {
+        CGTKTimePowerGraph_update(&cw->graph);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "EntireScreen.h"
 #include "PowerDisplayLayout.h"
-#include "PulseDisplay.h"
 
 #include <algorithm>
 #include <iterator>
@@ -63,31 +62,49 @@ void createScreen(const ScreenContainerRow& container, SensorDisplayInstance_t d
         CGTKNoConnectionDisplay_Create(&screen->noConnection, parameters);
         break;
     case ScreenUse::pulse:
-        PulseDisplay_Create(&screen->power, parameters);
+        PulseDisplay_Create(&screen->pulse, parameters);
         break;
     default:
-        CGTKPowerDisplay_Create(&screen->power, parameters);
+        CGTKPowerDisplay_Create(&screen->cw, parameters);
         break;
     }
 }
 
-bool isNoConnection(GtkSensorInstance instance) {
+/// What the screen's container is for; the layout's use, which has no screen, beyond the last one.
+ScreenUse useOf(GtkSensorInstance instance) {
     const ScreenContainerRow* row = ScreenTable_rowOfScreen(instance);
-    return row != nullptr && row->use == ScreenUse::noConnection;
+    return row != nullptr ? row->use : ScreenUse::layout;
 }
 
 } // namespace
 
-CGTKPowerDisplay* gtkSensor_powerDisplay(GtkSensorInstance instance) {
-    if (instance >= gtkSensorInstanceCount || isNoConnection(instance)) {
+CGTKCWDisplay* gtkSensor_cwDisplay(GtkSensorInstance instance) {
+    const ScreenUse use = useOf(instance);
+    if (use != ScreenUse::cw && use != ScreenUse::cwGraph) {
         return nullptr;
     }
-    CGTKPowerDisplay* display = &gtkSensor[instance].power;
-    return display->container != nullptr ? display : nullptr;
+    CGTKCWDisplay* display = &gtkSensor[instance].cw;
+    return display->power.container != nullptr ? display : nullptr;
+}
+
+CGTKPulseDisplay* gtkSensor_pulseDisplay(GtkSensorInstance instance) {
+    if (useOf(instance) != ScreenUse::pulse) {
+        return nullptr;
+    }
+    CGTKPulseDisplay* display = &gtkSensor[instance].pulse;
+    return display->power.container != nullptr ? display : nullptr;
+}
+
+CGTKPowerDisplay* gtkSensor_powerDisplay(GtkSensorInstance instance) {
+    if (CGTKCWDisplay* cw = gtkSensor_cwDisplay(instance)) {
+        return &cw->power;
+    }
+    CGTKPulseDisplay* pulse = gtkSensor_pulseDisplay(instance);
+    return pulse != nullptr ? &pulse->power : nullptr;
 }
 
 CGTKNoConnectionDisplay* gtkSensor_noConnectionDisplay(GtkSensorInstance instance) {
-    return isNoConnection(instance) ? &gtkSensor[instance].noConnection : nullptr;
+    return useOf(instance) == ScreenUse::noConnection ? &gtkSensor[instance].noConnection : nullptr;
 }
 
 void SensorScreens_create(const SensorScreensCallbacks& callbacks) {

@@ -2,20 +2,24 @@
 #define DISPLAY_SENSOR_SCREENS_H
 
 #include "CGTKNoConnectionDisplay.h"
+#include "CWDisplay.h"
+#include "PulseDisplay.h"
 #include "ScreenTable.h"
-#include "gtkPowerDisplay.h"
 
 /// The screens in the window's containers. GDK lock held.
 
 union CGTKSensorDisplay {
-    CGTKPowerDisplay power;
+    CGTKCWDisplay cw;
+    CGTKPulseDisplay pulse;
     CGTKNoConnectionDisplay noConnection;
 };
 
 extern CGTKSensorDisplay gtkSensor[gtkSensorInstanceCount];
 
-/// The power display or no-connection display of an instance; null for one of the other kind, and
-/// for a power display that is not built.
+/// The screen of an instance; null for one of another kind, and for a CW or pulse screen that is
+/// not built. The power display is what CW and pulse screens have in common.
+CGTKCWDisplay* gtkSensor_cwDisplay(GtkSensorInstance instance);
+CGTKPulseDisplay* gtkSensor_pulseDisplay(GtkSensorInstance instance);
 CGTKPowerDisplay* gtkSensor_powerDisplay(GtkSensorInstance instance);
 CGTKNoConnectionDisplay* gtkSensor_noConnectionDisplay(GtkSensorInstance instance);
 

@@ -2,7 +2,6 @@
 
 #include "AppFlags.h"
 #include "GtkHelpers.h"
-#include "gtkPowerDisplay.h"
 #include "message.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #ifndef DISPLAY_GTK_SCALE_CONTROLS_H
 #define DISPLAY_GTK_SCALE_CONTROLS_H
 
-#include "Configuration.h"
+#include "PowerDisplayTypes.h"
 
 #include <gtk/gtk.h>
 
@@ -9,24 +9,6 @@
 
 /// The buttons beside a power value that choose its range: up, down and automatic. Main thread or
 /// GUI-refresh thread, GDK lock held.
-
-struct CGTKPowerDisplay;
-
-struct CGTKScaleControls {
-    GtkWidget* container;
-    GtkWidget* gtkScaleUp;
-    GtkWidget* gtkScaleDown;
-    GtkWidget* gtkScaleAutoOn;
-    uint32_t sensorDirection; ///< 0 forward, 1 reflected
-};
-
-/// What a scale button's handler is given.
-struct CallbackData_AutoScale {
-    CGTKPowerDisplay* mpOwner;
-    uint32_t direction;  ///< 0 forward, 1 reflected; a state's index; unused for gated power
-    GtkWidget* button;   ///< the auto button, for its icon
-    rfPowerScale* scale; ///< the scale being changed
-};
 
 /// Where the three buttons stand within their group, in pixels.
 struct ScaleControlsLayout {

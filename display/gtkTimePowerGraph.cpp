@@ -4,7 +4,7 @@
 #include "GraphScale.h"
 #include "GraphText.h"
 #include "GtkHelpers.h"
-#include "gtkPowerDisplay.h"
+#include "PowerDisplayTypes.h"
 #include "message.h"
 
 #include <algorithm>

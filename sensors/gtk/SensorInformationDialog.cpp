@@ -2,8 +2,8 @@
 
 #include "AppFlags.h"
 #include "DialogHelpers.h"
+#include "PowerDisplayTypes.h"
 #include "SensorPortHandler.h"
-#include "gtkPowerDisplay.h"
 
 #include <array>
 #include <cmath>

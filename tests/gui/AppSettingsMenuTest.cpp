@@ -233,7 +233,7 @@ TEST_F(SettingsMenu, ScreensFollowAtTheNextPass) {
     Gui_tap("returnLossRadioButton");
     readSingle(10.0F, 1.0F);
     EXPECT_FALSE(Gui_isShown("single.fwd.value"));
-    EXPECT_EQ(gtkSensor_powerDisplay(gtkSensorSingleChannel1)->matchType, rfMatch_RL);
+    EXPECT_EQ(gtkSensor_cwDisplay(gtkSensorSingleChannel1)->matchType, rfMatch_RL);
     Gui_tap("checkBoxForward");
     readSingle(10.0F, 1.0F);
     EXPECT_TRUE(Gui_isShown("single.fwd.value"));

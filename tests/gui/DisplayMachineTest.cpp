@@ -120,7 +120,7 @@ TEST_F(DisplayMachine, AnErrorMessageNamesThePort) {
 
 TEST_F(DisplayMachine, ALineThatIsOffBeforeTheStartNeverShows) {
     configuration_setDisplayReflectedPower(false);
-    CGTKPowerDisplay_updateLines(gtkSensor_powerDisplay(gtkSensorSingleChannel1));
+    CGTKPowerDisplay_updateLines(gtkSensor_cwDisplay(gtkSensorSingleChannel1));
     connect(sensorPort_Serial1, 0);
     measure(sensorPort_Serial1, 25.0F, 0.5F);
     EXPECT_TRUE(Gui_isShown("single.fwd.value"));

@@ -161,7 +161,7 @@ TEST_F(Geometry, PowersAreTheLargestFiguresByFar) {
 
 TEST_F(Geometry, GraphScreensLeaveAPlaceForTheGraph) {
     for (const CwScreen& screen : cwScreens) {
-        const CGTKPowerDisplay* display = gtkSensor_powerDisplay(screen.instance);
+        const CGTKCWDisplay* display = gtkSensor_cwDisplay(screen.instance);
         const bool withGraph = std::string(screen.name).ends_with("Graph");
         ASSERT_EQ(display->graph.container != nullptr, withGraph) << screen.name;
         if (withGraph) {
@@ -216,7 +216,7 @@ private:
         for (const PulseScreen& screen : pulseScreens) {
             Gui_showScreen(screen.instance);
             read(measurements, screen.instance);
-            CGTKPowerDisplay* display = displayOf(screen.instance);
+            CGTKPulseDisplay* display = displayOf(screen.instance);
             turnTo(display->pGridAttr);
             check();
             turnTo(isTriggered ? display->pGridState : display->pGridGated);
@@ -275,7 +275,7 @@ TEST_F(PulseGeometry, PowersAreTheLargestFigures) {
         int least;
     };
     for (const Row& row : {Row{gtkSensorSinglePulse, 110}, Row{gtkSensorDualPulseChannel1, 70}}) {
-        CGTKPowerDisplay* display = displayOf(row.instance);
+        CGTKPulseDisplay* display = displayOf(row.instance);
         read(readings(), row.instance);
         const auto sizeOf = [](GtkWidget* label) {
             PangoRectangle ink;
@@ -283,8 +283,8 @@ TEST_F(PulseGeometry, PowersAreTheLargestFigures) {
             return ink.height;
         };
         // Digits take about three quarters of their font's size.
-        EXPECT_GE(sizeOf(display->fwdRFPower.value) * 4 / 3, row.least);
-        EXPECT_GE(sizeOf(display->fwdRFPower.value), sizeOf(display->period.value) * 2);
+        EXPECT_GE(sizeOf(display->power.fwdRFPower.value) * 4 / 3, row.least);
+        EXPECT_GE(sizeOf(display->power.fwdRFPower.value), sizeOf(display->period.value) * 2);
     }
 }
 

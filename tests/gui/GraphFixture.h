@@ -22,7 +22,7 @@ protected:
             setAxis(0.0, 10000.0, display);
         }
         for (const CwScreen& screen : cwScreens) {
-            CGTKTimePowerGraph& graph = gtkSensor_powerDisplay(screen.instance)->graph;
+            CGTKTimePowerGraph& graph = gtkSensor_cwDisplay(screen.instance)->graph;
             if (graph.container != nullptr) {
                 CGTKTimePowerGraph_setGraphDataInstance(
                     &graph, &sensorDisplays[screen.display].graphDataPwr);
@@ -31,7 +31,7 @@ protected:
     }
 
     static CGTKTimePowerGraph& graphOf(GtkSensorInstance screen) {
-        return gtkSensor_powerDisplay(screen)->graph;
+        return gtkSensor_cwDisplay(screen)->graph;
     }
     static CGraphData& bufferOf(uint32_t display) {
         return sensorDisplays[display].graphDataPwr;

@@ -46,12 +46,13 @@ void setAxis(uint32_t display, double max_mW, double lower_mW, double upper_mW, 
 }
 
 void refresh(GtkSensorInstance screen, uint32_t display) {
-    CGTKPowerDisplay* power = Pictures_prepare(screen, display, display);
+    Pictures_prepare(screen, display, display);
+    CGTKCWDisplay* shown = gtkSensor_cwDisplay(screen);
     SENSOR_MEASUREMENTS measurements = {};
     measurements.fwdPwrVal = display == 0 ? 25.37F : 640.2F;
     measurements.rflPwrVal = display == 0 ? 0.4821F : 1.205F;
-    CGTKPowerDisplay_updateMeasurements(power, measurements);
-    CGTKTimePowerGraph_update(&power->graph);
+    CGTKPowerDisplay_updateMeasurements(shown, measurements);
+    CGTKTimePowerGraph_update(&shown->graph);
 }
 
 void refreshFull() {

@@ -135,6 +135,10 @@ TEST_F(MainWindow, HasSixCwScreensAndThreeNoConnectionScreens) {
 }
 
 TEST_F(MainWindow, AnswersNullForAScreenOfTheOtherKind) {
+    EXPECT_EQ(gtkSensor_cwDisplay(gtkSensorSinglePulse), nullptr);
+    EXPECT_EQ(gtkSensor_cwDisplay(gtkSensorSingleNoConnection), nullptr);
+    EXPECT_EQ(gtkSensor_pulseDisplay(gtkSensorDualChannel2withGraph), nullptr);
+    EXPECT_EQ(gtkSensor_pulseDisplay(gtkSensorSingleNoConnection), nullptr);
     EXPECT_EQ(gtkSensor_powerDisplay(gtkSensorSingleNoConnection), nullptr);
     EXPECT_EQ(gtkSensor_powerDisplay(gtkSensorInstanceCount), nullptr);
     EXPECT_EQ(gtkSensor_noConnectionDisplay(gtkSensorSingleChannel1), nullptr);
@@ -246,7 +250,7 @@ TEST(GtkHelpers, FontsAreMonospace) {
 
 TEST(GtkHelpers, FindChildSearchesDepthFirst) {
     EXPECT_EQ(find_child(entireScreen.mainWindow, "lower.match.value"),
-              gtkSensor_powerDisplay(gtkSensorDualChannel2)->match.value);
+              gtkSensor_cwDisplay(gtkSensorDualChannel2)->match.value);
     EXPECT_EQ(find_child(entireScreen.mainWindow, "no such widget"), nullptr);
     EXPECT_EQ(find_child(nullptr, "single.title"), nullptr);
 }

@@ -48,14 +48,13 @@ void Pictures_plug(uint32_t port, const char* model, const char* serialNumber, f
     snprintf(sensor.serialNumber, sizeof sensor.serialNumber, "%s", serialNumber);
 }
 
-CGTKPowerDisplay* Pictures_prepare(GtkSensorInstance screen, uint32_t display, uint32_t port,
-                                   uint32_t titleLength) {
+void Pictures_prepare(GtkSensorInstance screen, uint32_t display, uint32_t port,
+                      uint32_t titleLength) {
     CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen);
     CGTKPowerDisplay_setDisplayIndex(power, display);
     CGTKPowerDisplay_setSensorChannel(power, port);
     CGTKPowerDisplay_updateScale(power);
     CGTKPowerDisplay_setSensorLabel(power, titleLength);
-    return power;
 }
 
 int main(int count, char** arguments) {

@@ -18,8 +18,8 @@ void Pictures_reset();
 void Pictures_plug(uint32_t port, const char* model, const char* serialNumber, float maxPower_W);
 
 /// Gives a screen its sensor, its scales and its title of at most this many characters.
-CGTKPowerDisplay* Pictures_prepare(GtkSensorInstance screen, uint32_t display, uint32_t port,
-                                   uint32_t titleLength = 30);
+void Pictures_prepare(GtkSensorInstance screen, uint32_t display, uint32_t port,
+                      uint32_t titleLength = 30);
 
 // What is drawn, a subject each. Every one begins with a reset.
 void Pictures_drawScreens();

@@ -129,7 +129,7 @@ TEST_F(PowerDisplay, NaNLeavesTheTextsAsTheyWere) {
 
 TEST_F(PowerDisplay, BlankingTakesTheLastNumberAway) {
     readSingle(1300.0F, 0.5F);
-    CGTKPowerDisplay_clearMeasurementsToBlanks(gtkSensor_powerDisplay(gtkSensorSingleChannel1));
+    CGTKPowerDisplay_clearMeasurementsToBlanks(gtkSensor_cwDisplay(gtkSensorSingleChannel1));
     for (const char* name : {"single.fwd.value", "single.rfl.value", "single.match.value"}) {
         EXPECT_EQ(Gui_text(name).find_first_not_of(' '), std::string::npos) << name;
         EXPECT_EQ(Gui_colour(name), white);

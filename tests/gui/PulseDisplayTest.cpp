@@ -85,7 +85,7 @@ constexpr const char* stateIds[] = {"pulse.lblState",     "pulse.valueMean",   "
 
 TEST_F(PulseDisplay, EveryScreenHasEveryWidgetByItsName) {
     for (const PulseScreen& screen : pulseScreens) {
-        GtkWidget* container = displayOf(screen.instance)->container;
+        GtkWidget* container = displayOf(screen.instance)->power.container;
         for (const char* id : fixedIds) {
             EXPECT_NE(find_child(container, id), nullptr) << id;
         }
@@ -272,7 +272,7 @@ TEST_F(PulseDisplay, StatesNeedASensorThatHasThemAndAConfigurationThatWantsThem)
 }
 
 TEST_F(PulseDisplay, WhoLooksAtGatedPowerSeesTheStatesThatReplaceItAndBack) {
-    CGTKPowerDisplay* display = displayOf(gtkSensorSinglePulse);
+    CGTKPulseDisplay* display = displayOf(gtkSensorSinglePulse);
     turnTo(display->pGridGated);
     setTriggered(true, 1);
     read(readings());
@@ -292,7 +292,7 @@ struct ModeCase {
 };
 
 TEST_F(PulseDisplay, EachModeHasItsPages) {
-    CGTKPowerDisplay* display = displayOf(gtkSensorSinglePulse);
+    CGTKPulseDisplay* display = displayOf(gtkSensorSinglePulse);
     for (const ModeCase& one : {ModeCase{modeSingleMulti, true}, ModeCase{modeSingleSimple, false},
                                 ModeCase{modeDualMulti, true}, ModeCase{modeDualSimple, false}}) {
         CGTKPowerDisplay_setup(display, one.mode);
@@ -398,7 +398,7 @@ TEST_F(PulseDisplay, BlankingWritesThirteenBlanksIntoEveryValue) {
 }
 
 TEST_F(PulseDisplay, EveryUnitKeySwitchesBetweenWattsAndDBm) {
-    CGTKPowerDisplay* display = displayOf(gtkSensorSinglePulse);
+    CGTKPulseDisplay* display = displayOf(gtkSensorSinglePulse);
     struct Row {
         const char* name;
         GtkWidget* page;
@@ -430,21 +430,21 @@ struct ScaleRow {
     const char* down;
     const char* automatic;
     bool isState;
-    GtkWidget* CGTKPowerDisplay::*page;
+    GtkWidget* CGTKPulseDisplay::*page;
     rfPowerScale (*stored)();
 };
 
 constexpr ScaleRow scaleRows[] = {
     {"pulse.btnFwdScaleUp", "pulse.btnFwdScaleDown", "pulse.btnFwdScaleAuto", false,
-     &CGTKPowerDisplay::pGridAttr, [] { return configuration_getRfPowerScale(0, 0); }},
+     &CGTKPulseDisplay::pGridAttr, [] { return configuration_getRfPowerScale(0, 0); }},
     {"pulse.btnRflScaleUp", "pulse.btnRflScaleDown", "pulse.btnRflScaleAuto", false,
-     &CGTKPowerDisplay::pGridAttr, [] { return configuration_getRfPowerScale(0, 1); }},
+     &CGTKPulseDisplay::pGridAttr, [] { return configuration_getRfPowerScale(0, 1); }},
     {"pulse.btnGatedScaleUp", "pulse.btnGatedScaleDown", "pulse.btnGatedAuto", false,
-     &CGTKPowerDisplay::pGridGated, [] { return configuration_getGatedPowerScale(0); }},
+     &CGTKPulseDisplay::pGridGated, [] { return configuration_getGatedPowerScale(0); }},
     {"pulse.btnScaleUp1", "pulse.btnScaleDown1", "pulse.btnScaleAuto1", true,
-     &CGTKPowerDisplay::pGridState, [] { return configuration_getStatePowerScale(0, 0); }},
+     &CGTKPulseDisplay::pGridState, [] { return configuration_getStatePowerScale(0, 0); }},
     {"pulse.btnScaleUp4", "pulse.btnScaleDown4", "pulse.btnScaleAuto4", true,
-     &CGTKPowerDisplay::pGridState, [] { return configuration_getStatePowerScale(0, 3); }},
+     &CGTKPulseDisplay::pGridState, [] { return configuration_getStatePowerScale(0, 3); }},
 };
 
 TEST_F(PulseDisplay, EveryScaleKeyChangesItsOwnScale) {
@@ -478,7 +478,7 @@ void tapInside(GtkWidget* container, const char* name) {
 TEST_F(PulseDisplay, TheLowerScreenChangesTheLowerScales) {
     Gui_showScreen(gtkSensorDualPulseChannel2);
     read(readings(), gtkSensorDualPulseChannel2);
-    tapInside(displayOf(gtkSensorDualPulseChannel2)->container, "pulse.btnFwdScaleUp");
+    tapInside(displayOf(gtkSensorDualPulseChannel2)->power.container, "pulse.btnFwdScaleUp");
     EXPECT_TRUE(configuration_getRfPowerScale(0, 0).autoScale);
     EXPECT_FALSE(configuration_getRfPowerScale(1, 0).autoScale);
 }
@@ -500,15 +500,15 @@ TEST_F(PulseDisplay, TheConfigurationKeyOpensTheDialogOfItsPort) {
     Gui_tap("pulse.btnConfig");
     EXPECT_EQ(configuredPort, sensorPort_USB1);
     Gui_showScreen(gtkSensorDualPulseChannel2);
-    tapInside(displayOf(gtkSensorDualPulseChannel2)->container, "pulse.btnConfig");
+    tapInside(displayOf(gtkSensorDualPulseChannel2)->power.container, "pulse.btnConfig");
     EXPECT_EQ(configuredPort, sensorPort_USB2);
     configuredPort = sensorPort_None;
     gtk_init_done = false;
-    tapInside(displayOf(gtkSensorDualPulseChannel2)->container, "pulse.btnConfig");
+    tapInside(displayOf(gtkSensorDualPulseChannel2)->power.container, "pulse.btnConfig");
     EXPECT_EQ(configuredPort, sensorPort_None);
     PulseDisplay_registerConfigDialog(nullptr);
     gtk_init_done = true;
-    tapInside(displayOf(gtkSensorDualPulseChannel2)->container, "pulse.btnConfig");
+    tapInside(displayOf(gtkSensorDualPulseChannel2)->power.container, "pulse.btnConfig");
 }
 
 gpointer informedDisplay = nullptr;
@@ -529,11 +529,11 @@ CGTKPowerDisplay_Parameters ownParameters(GtkWidget* container) {
 
 TEST_F(PulseDisplay, TheTitleKeyAsksForTheSensorInformation) {
     GtkWidget* container = GTK_WIDGET(g_object_ref_sink(gtk_fixed_new()));
-    static CGTKPowerDisplay own;
+    static CGTKPulseDisplay own;
     PulseDisplay_Create(&own, ownParameters(container));
-    gtk_button_clicked(GTK_BUTTON(own.title.sensorButton));
-    EXPECT_EQ(informedDisplay, &own);
-    EXPECT_EQ(CGTKPowerDisplay_getSensorChannel(&own), sensorPort_USB2);
+    gtk_button_clicked(GTK_BUTTON(own.power.title.sensorButton));
+    EXPECT_EQ(informedDisplay, &own.power);
+    EXPECT_EQ(CGTKPowerDisplay_getSensorChannel(&own.power), sensorPort_USB2);
     gtk_widget_destroy(container);
     g_object_unref(container);
 }
@@ -544,17 +544,17 @@ TEST_F(PulseDisplay, AMissingInterfaceFileLeavesAScreenWithoutWidgets) {
     ASSERT_EQ(chdir("/"), 0);
     World_clearSyslog();
     GtkWidget* container = GTK_WIDGET(g_object_ref_sink(gtk_fixed_new()));
-    static CGTKPowerDisplay own;
+    static CGTKPulseDisplay own;
     PulseDisplay_Create(&own, ownParameters(container));
     ASSERT_EQ(chdir(folder.data()), 0);
     EXPECT_TRUE(World_syslogContains("Error loading file: "));
-    EXPECT_EQ(own.fwdRFPower.value, nullptr);
+    EXPECT_EQ(own.power.fwdRFPower.value, nullptr);
     for (const bool isTriggered : {false, true}) {
         setTriggered(isTriggered, 4);
         CGTKPowerDisplay_updatePulseMeasurements(&own, readings());
     }
     CGTKPowerDisplay_clearPulseMeasurementsToBlanks(&own);
-    CGTKPowerDisplay_setSensorLabel(&own, 30);
+    CGTKPowerDisplay_setSensorLabel(&own.power, 30);
     g_object_unref(container);
 }
 

@@ -37,10 +37,10 @@ protected:
                      "201100123");
         }
         for (const PulseScreen& screen : pulseScreens) {
-            CGTKPowerDisplay* display = displayOf(screen.instance);
-            CGTKPowerDisplay_setDisplayIndex(display, screen.display);
-            CGTKPowerDisplay_setSensorChannel(display, screen.port);
-            CGTKPowerDisplay_setSensorLabel(display, 30);
+            CGTKPulseDisplay* display = displayOf(screen.instance);
+            CGTKPowerDisplay_setDisplayIndex(&display->power, screen.display);
+            CGTKPowerDisplay_setSensorChannel(&display->power, screen.port);
+            CGTKPowerDisplay_setSensorLabel(&display->power, 30);
             CGTKPowerDisplay_clearPulseMeasurementsToBlanks(display);
             CGTKPowerDisplay_updatePulseMeasurements(display, readings());
             turnTo(display->pGridAttr);
@@ -48,8 +48,8 @@ protected:
         Gui_showScreen(gtkSensorSinglePulse);
     }
 
-    static CGTKPowerDisplay* displayOf(GtkSensorInstance instance) {
-        return gtkSensor_powerDisplay(instance);
+    static CGTKPulseDisplay* displayOf(GtkSensorInstance instance) {
+        return gtkSensor_pulseDisplay(instance);
     }
 
     static void read(const SENSOR_MEASUREMENTS& measurements,

@@ -22,13 +22,13 @@ SENSOR_MEASUREMENTS longestOfAll() {
 
 void show(GtkSensorInstance screen, uint32_t display, uint32_t port,
           const SENSOR_MEASUREMENTS& measurements) {
-    CGTKPowerDisplay* power = Pictures_prepare(screen, display, port);
-    CGTKPowerDisplay_updatePulseMeasurements(power, measurements);
+    Pictures_prepare(screen, display, port);
+    CGTKPowerDisplay_updatePulseMeasurements(gtkSensor_pulseDisplay(screen), measurements);
     Gui_settle();
 }
 
-void turnTo(GtkSensorInstance screen, GtkWidget* CGTKPowerDisplay::*page) {
-    turnTo(gtkSensor_powerDisplay(screen)->*page);
+void turnTo(GtkSensorInstance screen, GtkWidget* CGTKPulseDisplay::*page) {
+    turnTo(gtkSensor_pulseDisplay(screen)->*page);
 }
 
 void plugSensors() {
@@ -38,9 +38,9 @@ void plugSensors() {
 }
 
 void drawPages(const char* prefix, GtkSensorInstance screen, bool isTriggered) {
-    turnTo(screen, &CGTKPowerDisplay::pGridAttr);
+    turnTo(screen, &CGTKPulseDisplay::pGridAttr);
     Pictures_save(std::string(prefix) + "-values");
-    turnTo(screen, isTriggered ? &CGTKPowerDisplay::pGridState : &CGTKPowerDisplay::pGridGated);
+    turnTo(screen, isTriggered ? &CGTKPulseDisplay::pGridState : &CGTKPulseDisplay::pGridGated);
     Pictures_save(std::string(prefix) + (isTriggered ? "-states" : "-gate"));
 }
 
@@ -57,10 +57,10 @@ void drawHalves(const char* prefix, const SENSOR_MEASUREMENTS& measurements) {
     show(gtkSensorDualPulseChannel1, 0, sensorPort_USB1, measurements);
     setTriggered(true, 4);
     show(gtkSensorDualPulseChannel2, 1, sensorPort_USB2, measurements);
-    turnTo(gtkSensorDualPulseChannel2, &CGTKPowerDisplay::pGridState);
+    turnTo(gtkSensorDualPulseChannel2, &CGTKPulseDisplay::pGridState);
     drawPages(prefix, gtkSensorDualPulseChannel1, false);
-    turnTo(gtkSensorDualPulseChannel2, &CGTKPowerDisplay::pGridAttr);
-    turnTo(gtkSensorDualPulseChannel1, &CGTKPowerDisplay::pGridAttr);
+    turnTo(gtkSensorDualPulseChannel2, &CGTKPulseDisplay::pGridAttr);
+    turnTo(gtkSensorDualPulseChannel1, &CGTKPulseDisplay::pGridAttr);
     Pictures_save(std::string(prefix) + "-both-values");
 }
 
@@ -134,7 +134,7 @@ void drawScreens() {
     drawFull("pulse-over", false, over);
     drawHalves("pulse-dual-over", over);
     Gui_showScreen(gtkSensorSinglePulse);
-    CGTKPowerDisplay_clearPulseMeasurementsToBlanks(gtkSensor_powerDisplay(gtkSensorSinglePulse));
+    CGTKPowerDisplay_clearPulseMeasurementsToBlanks(gtkSensor_pulseDisplay(gtkSensorSinglePulse));
     Pictures_save("pulse-blank");
 }
 

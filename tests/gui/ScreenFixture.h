@@ -41,18 +41,18 @@ protected:
                  "123456789");
         gtk_init_done = true;
         for (const CwScreen& screen : cwScreens) {
-            CGTKPowerDisplay* display = gtkSensor_powerDisplay(screen.instance);
-            CGTKPowerDisplay_setDisplayIndex(display, screen.display);
-            CGTKPowerDisplay_setSensorChannel(display, sensorPort_Serial1);
-            CGTKPowerDisplay_updateScale(display);
+            CGTKCWDisplay* display = gtkSensor_cwDisplay(screen.instance);
+            CGTKPowerDisplay_setDisplayIndex(&display->power, screen.display);
+            CGTKPowerDisplay_setSensorChannel(&display->power, sensorPort_Serial1);
+            CGTKPowerDisplay_updateScale(&display->power);
             CGTKPowerDisplay_clearMeasurementsToBlanks(display);
             CGTKPowerDisplay_updateLines(display);
         }
     }
 
     static void read(GtkSensorInstance instance, float fwd_W, float rfl_W) {
-        CGTKPowerDisplay* display = gtkSensor_powerDisplay(instance);
-        CGTKPowerDisplay_updateScale(display);
+        CGTKCWDisplay* display = gtkSensor_cwDisplay(instance);
+        CGTKPowerDisplay_updateScale(&display->power);
         SENSOR_MEASUREMENTS measurements = {};
         measurements.fwdPwrVal = fwd_W;
         measurements.rflPwrVal = rfl_W;

@@ -8,11 +8,11 @@ namespace {
 void read(GtkSensorInstance screen, uint32_t display, uint32_t port, float fwd_W, float rfl_W) {
     const bool isNarrow =
         screen == gtkSensorDualChannel1withGraph || screen == gtkSensorDualChannel2withGraph;
-    CGTKPowerDisplay* power = Pictures_prepare(screen, display, port, isNarrow ? 22 : 30);
+    Pictures_prepare(screen, display, port, isNarrow ? 22 : 30);
     SENSOR_MEASUREMENTS measurements = {};
     measurements.fwdPwrVal = fwd_W;
     measurements.rflPwrVal = rfl_W;
-    CGTKPowerDisplay_updateMeasurements(power, measurements);
+    CGTKPowerDisplay_updateMeasurements(gtkSensor_cwDisplay(screen), measurements);
 }
 
 void plugSensors() {
