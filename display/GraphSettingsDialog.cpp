@@ -1,19 +1,21 @@
 #include "GraphSettingsDialog.h"
 
+#include "AppFlags.h"
 #include "CSimpleTimer.h"
-#include "GraphSettingsHandler.h"
+#include "GraphSettingsKeypad.h"
 #include "GraphSettingsUtilities.h"
 #include "GtkHelpers.h"
+#include "PowerDisplayTypes.h"
 #include "SensorDisplays.h"
 #include "SensorPortHandler.h"
-#include "gtkPowerDisplay.h"
 #include "message.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <span>
+#include <iterator>
+#include <vector>
 
 namespace {
 
@@ -153,7 +155,7 @@ void closeDialog() {
         CGTKGraphComponent_setButtonsSensitive(&working.graph->graph, true);
         working.graph = nullptr;
     }
-    GraphSettingsHandler_setTarget(nullptr);
+    GraphSettingsKeypad_setTarget(nullptr);
     gtk_widget_hide(widgets.window);
 }
 
@@ -176,16 +178,110 @@ void storeSettings() {
     CGTKTimePowerGraph_invalidateDisplay(working.displayIndex);
 }
 
+/// Brings the number of an entry that is left into its limits. The count is taken as typed.
+void leaveEntry(GtkWidget* entry) {
+    for (const PowerEntry& power : powerEntries) {
+        const bool isChanged = strcmp(gtk_entry_get_text(power.entry), power.shownText) != 0;
+        if (GTK_WIDGET(power.entry) == entry && isChanged) {
+            const double lowest = working.isdBm ? dBmLowest : 0.0;
+            const double highest =
+                working.isdBm ? dBmHighest
+                              : getScaleFromSetting(milliwattsHighest, workingRange().displayLabel);
+            validateEntry(power.entry, workingDigits(), lowest, highest);
+        }
+    }
+}
+
+void applyButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    if (working.graph != nullptr) {
+        storeSettings();
+        closeDialog();
+    }
+}
+
+void averageButtonToggled(bool isActive) {
+    gtk_widget_set_sensitive(GTK_WIDGET(widgets.countEntry), isActive);
+}
+
+void defaultButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
+    // Stays so: in dBm, too, the sensor's limits are shown in the range's unit, divided by 1000,
+    // and existing test programs know the dialog so (docs/compatibility.md: default-in-dbm).
+    const double factor =
+        static_cast<double>(workingRange().multiplier) / (working.isdBm ? 1000.0 : 1.0);
+    const double least =
+        static_cast<double>(sensorPortHandler_getSensorMinPower(working.port)) * factor;
+    const double greatest =
+        static_cast<double>(sensorPortHandler_getSensorMaxPower(working.port)) * factor;
+    for (size_t i = 0; i < powerEntries.size(); ++i) {
+        showValueInEntry(powerEntries[i].entry, i % 2 == 0 ? least : greatest,
+                         workingRange().precisionForGraph);
+    }
+    setUnits(workingRange().displayLabel);
+    gtk_entry_set_text(widgets.countEntry, "64");
+    gtk_toggle_button_set_active(widgets.averageBox, FALSE);
+    averageButtonToggled(false);
+}
+
+void rflButtonToggled(bool isActive) {
+    working.settings.bReflectedMode = isActive;
+}
+
+void on_graphSettingsDialog_apply_clicked(GtkWidget* button, gpointer data) {
+    if (gtk_init_done) {
+        applyButtonClicked(button, data);
+    }
+}
+
+void on_graphSettingsDialog_cancel_clicked(GtkWidget* button, gpointer data) {
+    if (gtk_init_done) {
+        cancelButtonClicked(button, data);
+    }
+}
+
+void on_graphSettingsDialog_default_clicked(GtkWidget* button, gpointer data) {
+    if (gtk_init_done) {
+        defaultButtonClicked(button, data);
+    }
+}
+
+gboolean on_graphSettingsDialog_delete_event(GtkWidget* window, GdkEvent* /*event*/,
+                                             gpointer data) {
+    cancelButtonClicked(window, data);
+    return TRUE;
+}
+
+void on_graphAverageCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
+    if (gtk_init_done) {
+        averageButtonToggled(gtk_toggle_button_get_active(box) != 0);
+    }
+}
+
+void on_graphRflCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
+    if (gtk_init_done) {
+        rflButtonToggled(gtk_toggle_button_get_active(box) != 0);
+    }
+}
+
+const DialogHandler handlers[] = {
+    {"on_graphSettingsDialog_apply_clicked", G_CALLBACK(on_graphSettingsDialog_apply_clicked)},
+    {"on_graphSettingsDialog_cancel_clicked", G_CALLBACK(on_graphSettingsDialog_cancel_clicked)},
+    {"on_graphSettingsDialog_default_clicked", G_CALLBACK(on_graphSettingsDialog_default_clicked)},
+    {"on_graphSettingsDialog_delete_event", G_CALLBACK(on_graphSettingsDialog_delete_event)},
+    {"on_graphAverageCheckbox_toggled", G_CALLBACK(on_graphAverageCheckbox_toggled)},
+    {"on_graphRflCheckbox_toggled", G_CALLBACK(on_graphRflCheckbox_toggled)},
+};
+
 } // namespace
 
 void graphSettingsDialog_Create(GtkWindow* parent) {
-    const std::span<const DialogHandler> handlers = GraphSettingsHandler_handlers();
-    GtkBuilder* builder = Dialog_load(interfaceFile, handlers.data(), handlers.size());
+    std::vector<DialogHandler> all(std::begin(handlers), std::end(handlers));
+    std::ranges::copy(GraphSettingsKeypad_handlers(), std::back_inserter(all));
+    GtkBuilder* builder = Dialog_load(interfaceFile, all.data(), all.size());
     if (builder == nullptr) {
         return;
     }
     if (findWidgets(builder)) {
-        initializeEntryOrder(builder);
+        initializeEntryOrder(builder, leaveEntry);
         for (const KeyImage& image : keyImages) {
             Dialog_setPicture(builder, image.id, image.file);
         }
@@ -212,7 +308,7 @@ void graphSettingsDialog_Show(CGTKTimePowerGraph* graph) {
     }
     gtk_widget_show(widgets.window);
     gtk_window_present(GTK_WINDOW(widgets.window));
-    GraphSettingsHandler_setTarget(GTK_WIDGET(powerEntries[0].entry));
+    GraphSettingsKeypad_setTarget(GTK_WIDGET(powerEntries[0].entry));
     DIAGNOSTIC("GraphSettingsDialog display latency: %d ms.\n",
                static_cast<int>(getTime_ms() - start_ms));
 }
@@ -238,57 +334,6 @@ void GraphSettingsDialog_setParameters(CGTKTimePowerGraph* graph) {
     showCount(settings.averageCount);
 }
 
-bool GraphSettingsDialog_isOpen() {
-    return working.graph != nullptr;
-}
-
-void GraphSettingsDialog_leaveEntry(GtkWidget* entry) {
-    for (const PowerEntry& power : powerEntries) {
-        const bool isChanged = strcmp(gtk_entry_get_text(power.entry), power.shownText) != 0;
-        if (GTK_WIDGET(power.entry) == entry && isChanged) {
-            const double lowest = working.isdBm ? dBmLowest : 0.0;
-            const double highest =
-                working.isdBm ? dBmHighest
-                              : getScaleFromSetting(milliwattsHighest, workingRange().displayLabel);
-            validateEntry(power.entry, workingDigits(), lowest, highest);
-        }
-    }
-}
-
-void applyButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
-    if (GraphSettingsDialog_isOpen()) {
-        storeSettings();
-        closeDialog();
-    }
-}
-
 void cancelButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
     closeDialog();
-}
-
-void defaultButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
-    // In dBm mode too the sensor's limits are shown as the range shows powers, divided by 1000, and
-    // with the range's unit: established behaviour.
-    const double factor =
-        static_cast<double>(workingRange().multiplier) / (working.isdBm ? 1000.0 : 1.0);
-    const double least =
-        static_cast<double>(sensorPortHandler_getSensorMinPower(working.port)) * factor;
-    const double greatest =
-        static_cast<double>(sensorPortHandler_getSensorMaxPower(working.port)) * factor;
-    for (size_t i = 0; i < powerEntries.size(); ++i) {
-        showValueInEntry(powerEntries[i].entry, i % 2 == 0 ? least : greatest,
-                         workingRange().precisionForGraph);
-    }
-    setUnits(workingRange().displayLabel);
-    gtk_entry_set_text(widgets.countEntry, "64");
-    gtk_toggle_button_set_active(widgets.averageBox, FALSE);
-    averageButtonToggled(false);
-}
-
-void rflButtonToggled(bool isActive) {
-    working.settings.bReflectedMode = isActive;
-}
-
-void averageButtonToggled(bool isActive) {
-    gtk_widget_set_sensitive(GTK_WIDGET(widgets.countEntry), isActive);
 }

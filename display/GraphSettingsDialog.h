@@ -19,17 +19,7 @@ void graphSettingsDialog_Show(CGTKTimePowerGraph* graph);
 /// Fills the dialog from the settings of the graph's display.
 void GraphSettingsDialog_setParameters(CGTKTimePowerGraph* graph);
 
-/// True while the dialog is on the screen.
-bool GraphSettingsDialog_isOpen();
-
-/// Brings the number of an entry that is left into its limits. The count is taken as typed.
-void GraphSettingsDialog_leaveEntry(GtkWidget* entry);
-
-/// The dialog's buttons.
-void applyButtonClicked(GtkWidget* button, gpointer data);
+/// The dialog's Cancel: takes it away, and nothing is stored.
 void cancelButtonClicked(GtkWidget* button, gpointer data);
-void defaultButtonClicked(GtkWidget* button, gpointer data);
-void rflButtonToggled(bool isActive);
-void averageButtonToggled(bool isActive);
 
 #endif

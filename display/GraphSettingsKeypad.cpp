@@ -1,8 +1,7 @@
-#include "GraphSettingsHandler.h"
+#include "GraphSettingsKeypad.h"
 
 #include "AppFlags.h"
 #include "CKeypadManager.h"
-#include "GraphSettingsDialog.h"
 
 #include <array>
 #include <cstring>
@@ -15,6 +14,7 @@ constexpr std::array<const char*, 5> entryOrder = {"graphSettingsRangeMin", "gra
 
 std::array<GtkWidget*, entryOrder.size()> entries;
 GtkWidget* target = nullptr;
+void (*entryLeft)(GtkWidget* entry) = nullptr;
 CKeypadManager_Instance keypad;
 
 /// Style class of the entry that the keypad edits.
@@ -44,42 +44,6 @@ void takeTypedText() {
     }
 }
 
-void on_graphSettingsDialog_apply_clicked(GtkWidget* button, gpointer data) {
-    if (gtk_init_done) {
-        applyButtonClicked(button, data);
-    }
-}
-
-void on_graphSettingsDialog_cancel_clicked(GtkWidget* button, gpointer data) {
-    if (gtk_init_done) {
-        cancelButtonClicked(button, data);
-    }
-}
-
-void on_graphSettingsDialog_default_clicked(GtkWidget* button, gpointer data) {
-    if (gtk_init_done) {
-        defaultButtonClicked(button, data);
-    }
-}
-
-gboolean on_graphSettingsDialog_delete_event(GtkWidget* window, GdkEvent* /*event*/,
-                                             gpointer data) {
-    cancelButtonClicked(window, data);
-    return TRUE;
-}
-
-void on_graphAverageCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
-    if (gtk_init_done) {
-        averageButtonToggled(gtk_toggle_button_get_active(box) != 0);
-    }
-}
-
-void on_graphRflCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
-    if (gtk_init_done) {
-        rflButtonToggled(gtk_toggle_button_get_active(box) != 0);
-    }
-}
-
 void on_keypadButton_clicked(GtkWidget* button, gpointer /*data*/) {
     if (!gtk_init_done || target == nullptr) {
         return;
@@ -99,14 +63,14 @@ void on_keypadButton_clicked(GtkWidget* button, gpointer /*data*/) {
 /// The first entry that appears is the first target.
 void on_graphSettingsEntry_show(GtkWidget* entry, gpointer /*data*/) {
     if (gtk_init_done && target == nullptr) {
-        GraphSettingsHandler_setTarget(entry);
+        GraphSettingsKeypad_setTarget(entry);
     }
 }
 
 gboolean on_graphSettingsEntry_focus_in_event(GtkWidget* entry, GdkEvent* /*event*/,
                                               gpointer /*data*/) {
     if (gtk_init_done && entry != target) {
-        GraphSettingsHandler_setTarget(entry);
+        GraphSettingsKeypad_setTarget(entry);
     }
     return FALSE;
 }
@@ -116,7 +80,7 @@ gboolean on_graphSettingsEntry_focus_in_event(GtkWidget* entry, GdkEvent* /*even
 gboolean on_graphSettingsEntry_button_press_event(GtkWidget* entry, GdkEvent* /*event*/,
                                                   gpointer /*data*/) {
     if (gtk_init_done) {
-        GraphSettingsHandler_setTarget(entry);
+        GraphSettingsKeypad_setTarget(entry);
     }
     return TRUE;
 }
@@ -146,12 +110,6 @@ void markTarget(bool isTarget) {
 }
 
 const DialogHandler handlers[] = {
-    {"on_graphSettingsDialog_apply_clicked", G_CALLBACK(on_graphSettingsDialog_apply_clicked)},
-    {"on_graphSettingsDialog_cancel_clicked", G_CALLBACK(on_graphSettingsDialog_cancel_clicked)},
-    {"on_graphSettingsDialog_default_clicked", G_CALLBACK(on_graphSettingsDialog_default_clicked)},
-    {"on_graphSettingsDialog_delete_event", G_CALLBACK(on_graphSettingsDialog_delete_event)},
-    {"on_graphAverageCheckbox_toggled", G_CALLBACK(on_graphAverageCheckbox_toggled)},
-    {"on_graphRflCheckbox_toggled", G_CALLBACK(on_graphRflCheckbox_toggled)},
     {"on_keypadButton_clicked", G_CALLBACK(on_keypadButton_clicked)},
     {"on_graphSettingsEntry_show", G_CALLBACK(on_graphSettingsEntry_show)},
     {"on_graphSettingsEntry_focus_in_event", G_CALLBACK(on_graphSettingsEntry_focus_in_event)},
@@ -163,21 +121,22 @@ const DialogHandler handlers[] = {
 
 } // namespace
 
-std::span<const DialogHandler> GraphSettingsHandler_handlers() {
+std::span<const DialogHandler> GraphSettingsKeypad_handlers() {
     return handlers;
 }
 
-void initializeEntryOrder(GtkBuilder* builder) {
+void initializeEntryOrder(GtkBuilder* builder, void (*leaveEntry)(GtkWidget* entry)) {
+    entryLeft = leaveEntry;
     for (size_t i = 0; i < entries.size(); ++i) {
         entries[i] = GTK_WIDGET(gtk_builder_get_object(builder, entryOrder[i]));
     }
     CKeypadManager_Create(&keypad, updateTarget, keypadNumber);
 }
 
-void GraphSettingsHandler_setTarget(GtkWidget* entry) {
+void GraphSettingsKeypad_setTarget(GtkWidget* entry) {
     if (target != nullptr && target != entry) {
         markTarget(false);
-        GraphSettingsDialog_leaveEntry(target);
+        entryLeft(target);
     }
     target = entry;
     if (target == nullptr) {
@@ -194,7 +153,7 @@ void setNextEntryWidget() {
     for (size_t step = 0; step < entries.size(); ++step) {
         index = (index + 1) % entries.size();
         if (entries[index] != nullptr && gtk_widget_get_sensitive(entries[index])) {
-            GraphSettingsHandler_setTarget(entries[index]);
+            GraphSettingsKeypad_setTarget(entries[index]);
             return;
         }
     }
