@@ -123,7 +123,7 @@ void showSetting(PowerEntry& power) {
     const double shown = working.isdBm
                              ? power.shownValue
                              : getScaleFromSetting(power.shownValue, workingRange().displayLabel);
-    showValueInEntry(power.entry, shown, workingDigits());
+    GraphSettingsUtilities_showValue(power.entry, shown, workingDigits());
     std::snprintf(power.shownText, sizeof power.shownText, "%s", gtk_entry_get_text(power.entry));
 }
 
@@ -133,7 +133,7 @@ double settingOf(const PowerEntry& power) {
     if (strcmp(gtk_entry_get_text(power.entry), power.shownText) == 0) {
         return power.shownValue;
     }
-    const double value = getEntryValue(power.entry);
+    const double value = GraphSettingsUtilities_entryValue(power.entry);
     return working.isdBm ? value : getSettingFromScale(value, workingRange().displayLabel);
 }
 
@@ -213,8 +213,8 @@ void defaultButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
     const double greatest =
         static_cast<double>(sensorPortHandler_getSensorMaxPower(working.port)) * factor;
     for (size_t i = 0; i < powerEntries.size(); ++i) {
-        showValueInEntry(powerEntries[i].entry, i % 2 == 0 ? least : greatest,
-                         workingRange().precisionForGraph);
+        GraphSettingsUtilities_showValue(powerEntries[i].entry, i % 2 == 0 ? least : greatest,
+                                         workingRange().precisionForGraph);
     }
     setUnits(workingRange().displayLabel);
     gtk_entry_set_text(widgets.countEntry, "64");

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-double getEntryValue(GtkEntry* entry) {
+double GraphSettingsUtilities_entryValue(GtkEntry* entry) {
     GdkLock_assertHeld();
     // The decimal mark is a point, whatever the desktop's is.
     const double value = g_ascii_strtod(gtk_entry_get_text(entry), nullptr);
@@ -20,7 +20,7 @@ void formatValueForEntry(GtkEntry* entry, double value, uint32_t digits) {
     gtk_entry_set_text(entry, text);
 }
 
-void showValueInEntry(GtkEntry* entry, double value, uint32_t digits) {
+void GraphSettingsUtilities_showValue(GtkEntry* entry, double value, uint32_t digits) {
     char text[32];
     formatValueForEntry(std::span<char>(text), value, digits);
     const bool isZero = std::strpbrk(text, "123456789") == nullptr;
@@ -31,5 +31,6 @@ void showValueInEntry(GtkEntry* entry, double value, uint32_t digits) {
 }
 
 void validateEntry(GtkEntry* entry, uint32_t digits, double min, double max) {
-    showValueInEntry(entry, std::clamp(getEntryValue(entry), min, max), digits);
+    GraphSettingsUtilities_showValue(
+        entry, std::clamp(GraphSettingsUtilities_entryValue(entry), min, max), digits);
 }

@@ -474,7 +474,7 @@ TEST_F(GraphSettings, EntryNumbersAreReadInPlainFormWhateverTheLocale) {
                        {"nan", 0.0},   {"inf", 0.0}, {"-3", -3.0}};
     for (const auto& test : cases) {
         gtk_entry_set_text(entry, test.text);
-        EXPECT_EQ(getEntryValue(entry), test.value) << test.text;
+        EXPECT_EQ(GraphSettingsUtilities_entryValue(entry), test.value) << test.text;
     }
     formatValueForEntry(entry, -0.5, 2);
     EXPECT_STREQ(gtk_entry_get_text(entry), "0.5") << "the plain function loses the sign";
