@@ -12,8 +12,9 @@ void CrashHandler_openLog();
 void CrashHandler_install();
 
 /// Appends a stack trace to the crash log for SIGABRT, SIGUSR1 and SIGSEGV; the first and the last
-/// then end the process with status -1. SIGINT and SIGTERM do nothing, deliberately: the unit is
-/// only switched off through its own ways. Async-signal-safe.
+/// then end the process with status -1. SIGINT and SIGTERM do nothing: the unit is only
+/// switched off through its own ways (docs/compatibility.md: termination-ignored).
+/// Async-signal-safe.
 void handle_signals(int signal);
 
 #endif

@@ -32,7 +32,8 @@ inline std::atomic<int> batteryPercent{0};
 inline std::atomic<int> batteryCharging{BATT_MISSING}; ///< batteryState
 inline std::atomic<bool> batteryPresent{false};
 
-/// Sets the record to its initial values and the charger up. Returns 1 in every case, deliberately.
+/// Sets the record to its initial values and the charger up. Returns 1 in every case: the
+/// service manual relies on what start-up then logs (docs/compatibility.md: monitor-answers-one).
 /// Main thread, once, with i2cMutex held.
 int initBatteryMonitor();
 
@@ -52,9 +53,9 @@ bool checkBattery();
 /// Reads the charge state (batteryState); keeps the last one when the charger cannot be read.
 int checkIfCharging();
 
-/// One poll: reports presence (only at the first poll, deliberately) and the charge state, and
-/// calibrates the gauge when it is time. A poll that cannot read the charger changes nothing.
-/// hwPollingThread.
+/// One poll: reports presence (at the first poll only: docs/compatibility.md: presence-once) and
+/// the charge state, and calibrates the gauge when it is time. A poll that cannot read the charger
+/// changes nothing. hwPollingThread.
 void pollI2CBatteryMonitor(bool* present, int* charging);
 
 /// Takes the pack's voltage over. hwPollingThread.

@@ -30,7 +30,7 @@ constexpr std::array<CurveSegment, 4> dischargeCurve = {{
     {3.94, 3.94, 0.19, 75},
     {3.77, 3.77, 0.17, 50},
     {3.58, 3.58, 0.19, 25},
-    {3.49, 3.49, 0.28, 5}, // deliberately flat: meets neither neighbour
+    {3.49, 3.49, 0.28, 5}, // flat: meets neither neighbour (docs/compatibility.md: battery-curve)
 }};
 constexpr double segmentPercent = 25;
 constexpr double fullCell_V = 4.13;

@@ -34,7 +34,7 @@ std::optional<batteryState> BatteryRules_chargeState(uint32_t chargerState, bool
 int BatteryRules_percentFromCharge(long charge);
 
 /// Percentage from the pack's voltage, truncated toward zero. The curve has two jumps, at 3.58 V
-/// and at 3.49 V a cell; they are deliberate.
+/// and at 3.49 V a cell: the service manual relies on them (docs/compatibility.md: battery-curve).
 int BatteryRules_percentFromVoltage(double packVoltage_V, unsigned cellCount);
 
 /// Input current limit code for a battery temperature: 39 up to 45.0 degrees, less above.

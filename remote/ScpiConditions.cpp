@@ -16,14 +16,16 @@ bool usbSlotSupportsTriggeredGates(size_t slot) {
 
 /// The error of the first condition that does not hold, 0 when all do.
 int16_t firstFailure(const PulseSensorConditions& conditions, size_t channel) {
-    // The first serial port only, by its number and not by the sensor's kind: deliberate.
+    // The first serial port only, by its number and not by the sensor's kind: remote programs rely
+    // on the answers of the second one (docs/compatibility.md: first-serial-port-only).
     if (conditions.bPulseSensor && scpi_sensorPort(channel) == sensorPort_Serial1) {
         return scpiErrorNotPulseSensor;
     }
     if (conditions.bPulseMode && !configuration_getPulseMode()) {
         return scpiErrorCwMode;
     }
-    // The channel's number is taken as the USB slot, wherever the sensor sits: deliberate.
+    // The channel's number is taken as the USB slot, wherever the sensor sits: remote programs
+    // rely on it (docs/compatibility.md: channel-is-usb-slot).
     if (conditions.b3164 && !usbSlotSupportsTriggeredGates(channel)) {
         return scpiErrorNot3163;
     }

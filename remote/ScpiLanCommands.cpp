@@ -87,7 +87,8 @@ bool completeStatic(LANCONFIG_IP_S* lan, const LANCONFIG_IP_S& current) {
     if (!isAddress(current.address)) {
         return false;
     }
-    // Keeping the address, a staged netmask gives way to the default one: deliberate.
+    // Keeping the address, a staged netmask gives way to the default one: remote programs rely
+    // on what a restart writes (docs/compatibility.md: staged-netmask-lost).
     const bool keepsNetmask = lan->netmask[0] == '\0' && isAddress(current.netmask);
     copyText(lan->address, current.address);
     copyText(lan->netmask, keepsNetmask ? current.netmask : defaultNetmask);

@@ -1,6 +1,7 @@
 // Measurement queries. Several patterns share a handler, which looks for keywords in the whole line
 // as it was received: the first keyword of its list that stands anywhere decides, also when it
-// belongs to another command on that line. Deliberate: clients know it so.
+// belongs to another command on that line. Remote programs rely on it (docs/compatibility.md:
+// keyword-of-the-line).
 #include "ScpiAnswers.h"
 #include "ScpiCallback.h"
 #include "ScpiConditions.h"

@@ -216,13 +216,14 @@ scpi_result_t SCPI_TriggerSlopeQ(scpi_t* context) {
     if (config->trigSlope == 1) {
         return scpi_answerText(context, "POS");
     }
-    // Four letters for whatever else a sensor may hold: deliberate.
+    // Four letters for whatever else a sensor may hold: remote programs know them
+    // (docs/compatibility.md: slope-eith).
     return scpi_answerText(context, config->trigSlope == 0 ? "NEG" : "EITH");
 }
 
-// Delay in the state rows beside DELay in the gate rows is spelled so for the clients that send it
-// (docs/compatibility.md). The digit of STATe1 belongs to the long form only; STAT1 is a row of its
-// own, and a bare STAT is state 1.
+// Delay in the state rows beside DELay in the gate rows is spelled so because remote programs
+// send it (docs/compatibility.md: short-delay). The digit of STATe1 belongs to the long form only;
+// STAT1 is a row of its own, and a bare STAT is state 1.
 // clang-format off
 constexpr scpi_command_t rows[] = {
     {"CALCulate:PULSe[:MODel]", SCPI_CalculatePulseModel, 0},

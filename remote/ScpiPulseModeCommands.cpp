@@ -72,7 +72,7 @@ scpi_result_t SCPI_SystemPulseConfigCommit(scpi_t* context) {
     return SCPI_RES_OK;
 }
 
-// SYNCronize is spelled so for the clients that send it (docs/compatibility.md).
+// SYNCronize is spelled so because remote programs send it (docs/compatibility.md: syncronize).
 // clang-format off
 constexpr scpi_command_t rows[] = {
     {"SYSTem:PULSe[:ENABle]", SCPI_SystemPulseEnable, 0},

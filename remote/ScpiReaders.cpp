@@ -50,7 +50,8 @@ struct UnitRule {
 };
 
 // The first rule that fits wins. Every text with an S fits the first, so that 10MS becomes 10M and
-// is refused: deliberate, and the same for W and KW.
+// is refused; likewise 5KW. Remote programs rely on what is refused and what is not
+// (docs/compatibility.md: time-suffix, level-suffix).
 constexpr UnitRule timeRules[] = {{"S", "S", 1}, {"MS", "MS", 1e-3}, {"US", "US", 1e-6}};
 constexpr UnitRule levelRules[] = {{"MW", "MW", 1e-3}, {"W", "W", 1}, {"KW", "KW", 1e3}};
 
@@ -64,8 +65,8 @@ template <size_t Count> double cutUnit(char* text, const UnitRule (&rules)[Count
     return 1;
 }
 
-/// Any text but a bare unit is cut at its first H or Z and has the factor 1: deliberate, so that
-/// 10KHZ becomes 10K and is refused.
+/// Any text but a bare unit is cut at its first H or Z and has the factor 1, so that 10KHZ becomes
+/// 10K and is refused. Remote programs rely on it (docs/compatibility.md: frequency-suffix).
 double cutFrequencyUnit(char* text) {
     constexpr UnitRule units[] = {{"HZ", "HZ", 1}, {"KHZ", "KHZ", 1e3}, {"MHZ", "MHZ", 1e6}};
     for (const UnitRule& unit : units) {

@@ -38,7 +38,8 @@ std::optional<bool> SCPI_ReadGateModelParameter(scpi_t* context);
 std::optional<uint8_t> SCPI_ReadSlopeParameter(scpi_t* context);
 
 /// Seconds, watts, and the frequency's number with its factor. No number: -220. The units are
-/// searched in an order in which only S, W and HZ ever work; clients know it so.
+/// searched in an order in which only S, W, MW and HZ ever work (docs/compatibility.md:
+/// time-suffix, level-suffix, frequency-suffix).
 std::optional<float> SCPI_ReadTimeParameter(scpi_t* context);
 std::optional<float> SCPI_ReadLevelParameter(scpi_t* context);
 std::optional<float> SCPI_ReadFrequencyParameter(scpi_t* context);

@@ -23,7 +23,7 @@ constexpr size_t scpiFwVersionSize = 128;
 
 enum scpi_sensor_config_state_t : int {
     NotInitialized = 0, ///< no copy taken yet
-    Syncronized = 1,    ///< the copy equals the sensor's configuration; spelled so on purpose
+    Syncronized = 1,    ///< the copy equals the sensor's configuration
     Modified = 2        ///< changed remotely, not yet committed
 };
 

@@ -147,7 +147,8 @@ scpi_result_t stageParity(scpi_t* context) {
             bits.parity = parity_table[row].flags;
         });
     }
-    // A longer word is refused, though its first letter has been staged: deliberate.
+    // A longer word is refused, though its first letter has been staged: remote programs rely
+    // on what is then applied (docs/compatibility.md: parity-staged).
     return row == 0 || length != 1 ? scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
                                    : SCPI_RES_OK;
 }

@@ -128,7 +128,8 @@ int createTcpServer(uint16_t port) {
         failToServe("bind() failed");
     }
     listen(server.get(), backlog);
-    // The result of bind is looked at once more, not that of listen: deliberate.
+    // The result of bind is tested once more, not that of listen: the service manual knows a
+    // meter that goes on after a failed listen (docs/compatibility.md: listen-unnoticed).
     if (bound < 0) {
         failToServe("listen() failed");
     }

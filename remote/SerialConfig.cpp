@@ -186,7 +186,9 @@ const char* SerialConfig_StopBitsToLabel(stop_bits_t stopBits) {
 }
 
 stop_bits_t SerialConfig_LabelToStopBits(const char* label) {
-    return codeOf(stop_bits_label, label, STOP_BITS_2); // two, on purpose
+    // Two: saved files with an unknown label mean this (docs/compatibility.md:
+    // unknown-stop-bits-2).
+    return codeOf(stop_bits_label, label, STOP_BITS_2);
 }
 
 const char* SerialConfig_ParityToLabel(parity_t parity) {

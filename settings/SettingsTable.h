@@ -119,8 +119,8 @@ constexpr ConfigurationSetting Setting_scaleIndex(const char* key, size_t offset
             rfPowerScaleDefault.scaleIndex};
 }
 
-/// The pulse states' scales are written, but every start begins with the defaults: the instrument's
-/// users know it so (docs/compatibility.md).
+/// The pulse states' scales are written, but every start begins with the defaults: instruments
+/// in use carry such lines (docs/compatibility.md: state-scales).
 constexpr ConfigurationSetting Setting_notRestored(ConfigurationSetting setting) {
     setting.rule = ConfigurationRule::notRestored;
     return setting;

@@ -15,7 +15,8 @@ typedef struct {
     scpi_reg_val_t bit;
 } error_class_t;
 
-/* Positive codes set no bit, on purpose: clients know it so. */
+/* Positive codes set no bit: remote programs rely on it
+ * (docs/compatibility.md: positive-errors). */
 static const error_class_t errorClasses[] = {
     {-100, -199, ESR_CER}, {-200, -299, ESR_EER}, {-300, -399, ESR_DER}, {-400, -499, ESR_QER},
     {-500, -599, ESR_PON}, {-600, -699, ESR_URQ}, {-700, -799, ESR_REQ}, {-800, -899, ESR_OPC},

@@ -107,7 +107,8 @@ void SCPI_RegSet(scpi_t* context, scpi_reg_name_t name, scpi_reg_val_t val) {
         updateEvents(context, &groupInfo[registerInfo[name].group], old, val);
         break;
     case SCPI_REG_CLASS_ENAB:
-        /* The summary follows at the next change of the event register, on purpose. */
+        /* The summary follows at the next change of the event register: remote programs rely
+         * on it (docs/compatibility.md: enable-later). */
     case SCPI_REG_CLASS_NTR:
     case SCPI_REG_CLASS_PTR:
         break;

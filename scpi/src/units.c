@@ -234,7 +234,8 @@ scpi_bool_t SCPI_ParamNumber(scpi_t* context, const scpi_choice_def_t* special,
     if (parameter.type == SCPI_TOKEN_PROGRAM_MNEMONIC) {
         return readKeyword(context, &parameter, special, value);
     }
-    /* Other kinds are refused without an error, on purpose: the caller knows the right one. */
+    /* Other kinds are refused without an error: the caller knows the right one, and remote programs
+     * rely on seeing no other (docs/compatibility.md: number-of-another-kind). */
     return SCPI_ParamIsNumber(&parameter, TRUE) && readNumber(context, &parameter, value);
 }
 
