@@ -163,18 +163,8 @@ const char* SCPI_ErrorTranslate(int16_t err) {
 #define X(def, val, str)                                                                           \
     case def:                                                                                      \
         return str;
-#if USE_FULL_ERROR_LIST
-#define XE X
-#else
-#define XE(def, val, str)
-#endif
-        LIST_OF_ERRORS
-
-#if USE_USER_ERROR_LIST
-        LIST_OF_USER_ERRORS
-#endif
+        SCPI_CONFIGURED_ERRORS
 #undef X
-#undef XE
     default:
         return "Unknown error";
     }

@@ -73,45 +73,27 @@ scpi_expr_result_t SCPI_ExprNumericListEntry(scpi_t* context, scpi_parameter_t* 
                                      : result;
 }
 
-scpi_expr_result_t SCPI_ExprNumericListEntryInt(scpi_t* context, scpi_parameter_t* param, int index,
-                                                scpi_bool_t* isRange, int32_t* valueFrom,
-                                                int32_t* valueTo) {
-    scpi_parameter_t from;
-    scpi_parameter_t to;
-    scpi_expr_result_t result;
+#define DEFINE_LIST_ENTRY_READER(name, type, convert)                                              \
+    scpi_expr_result_t name(scpi_t* context, scpi_parameter_t* param, int index,                   \
+                            scpi_bool_t* isRange, type* valueFrom, type* valueTo) {                \
+        scpi_parameter_t from;                                                                     \
+        scpi_parameter_t to;                                                                       \
+        scpi_expr_result_t result;                                                                 \
+        if (!isRange || !valueFrom || !valueTo) {                                                  \
+            return failWith(context, SCPI_ERROR_SYSTEM_ERROR);                                     \
+        }                                                                                          \
+        result = SCPI_ExprNumericListEntry(context, param, index, isRange, &from, &to);            \
+        if (result == SCPI_EXPR_OK) {                                                              \
+            (void)convert(context, &from, valueFrom);                                              \
+            if (*isRange) {                                                                        \
+                (void)convert(context, &to, valueTo);                                              \
+            }                                                                                      \
+        }                                                                                          \
+        return result;                                                                             \
+    }
 
-    if (!isRange || !valueFrom || !valueTo) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    result = SCPI_ExprNumericListEntry(context, param, index, isRange, &from, &to);
-    if (result == SCPI_EXPR_OK) {
-        (void)SCPI_ParamToInt32(context, &from, valueFrom);
-        if (*isRange) {
-            (void)SCPI_ParamToInt32(context, &to, valueTo);
-        }
-    }
-    return result;
-}
-
-scpi_expr_result_t SCPI_ExprNumericListEntryDouble(scpi_t* context, scpi_parameter_t* param,
-                                                   int index, scpi_bool_t* isRange,
-                                                   double* valueFrom, double* valueTo) {
-    scpi_parameter_t from;
-    scpi_parameter_t to;
-    scpi_expr_result_t result;
-
-    if (!isRange || !valueFrom || !valueTo) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    result = SCPI_ExprNumericListEntry(context, param, index, isRange, &from, &to);
-    if (result == SCPI_EXPR_OK) {
-        (void)SCPI_ParamToDouble(context, &from, valueFrom);
-        if (*isRange) {
-            (void)SCPI_ParamToDouble(context, &to, valueTo);
-        }
-    }
-    return result;
-}
+DEFINE_LIST_ENTRY_READER(SCPI_ExprNumericListEntryInt, int32_t, SCPI_ParamToInt32)
+DEFINE_LIST_ENTRY_READER(SCPI_ExprNumericListEntryDouble, double, SCPI_ParamToDouble)
 
 /* Numbers joined by exclamation marks; FALSE if one is missing. */
 static scpi_bool_t lexTuple(scpi_t* context, scpi_lexer_t* lexer, tuple_t* tuple) {

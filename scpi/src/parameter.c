@@ -168,13 +168,19 @@ scpi_bool_t SCPI_ChoiceToName(const scpi_choice_def_t* options, int32_t tag, con
     return FALSE;
 }
 
+/* The next parameter; an error if one of the places that the caller was given for it is NULL. */
+static scpi_bool_t readParameter(scpi_t* context, const void* place, const void* otherPlace,
+                                 scpi_bool_t mandatory, scpi_parameter_t* parameter) {
+    if (!place || !otherPlace) {
+        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
+    }
+    return SCPI_Parameter(context, parameter, mandatory);
+}
+
 /* The next parameter, which must be a number without a suffix. */
 static scpi_bool_t readPlainNumber(scpi_t* context, const void* value, scpi_bool_t mandatory,
                                    scpi_parameter_t* parameter) {
-    if (!value) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    if (!SCPI_Parameter(context, parameter, mandatory)) {
+    if (!readParameter(context, value, value, mandatory, parameter)) {
         return FALSE;
     }
     if (SCPI_ParamIsNumber(parameter, FALSE)) {
@@ -207,10 +213,7 @@ scpi_bool_t SCPI_ParamCharacters(scpi_t* context, const char** value, size_t* le
                                  scpi_bool_t mandatory) {
     scpi_parameter_t parameter;
 
-    if (!value || !len) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    if (!SCPI_Parameter(context, &parameter, mandatory)) {
+    if (!readParameter(context, value, len, mandatory, &parameter)) {
         return FALSE;
     }
     *value = isQuoted(&parameter) ? parameter.ptr + 1 : parameter.ptr;
@@ -222,10 +225,7 @@ scpi_bool_t SCPI_ParamArbitraryBlock(scpi_t* context, const char** value, size_t
                                      scpi_bool_t mandatory) {
     scpi_parameter_t parameter;
 
-    if (!value || !len) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    if (!SCPI_Parameter(context, &parameter, mandatory)) {
+    if (!readParameter(context, value, len, mandatory, &parameter)) {
         return FALSE;
     }
     if (parameter.type != SCPI_TOKEN_ARBITRARY_BLOCK_PROGRAM_DATA) {
@@ -258,10 +258,7 @@ scpi_bool_t SCPI_ParamCopyText(scpi_t* context, char* buffer, size_t buffer_len,
                                scpi_bool_t mandatory) {
     scpi_parameter_t parameter;
 
-    if (!buffer || !copy_len) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    if (!SCPI_Parameter(context, &parameter, mandatory)) {
+    if (!readParameter(context, buffer, copy_len, mandatory, &parameter)) {
         return FALSE;
     }
     if (!isQuoted(&parameter)) {
@@ -286,20 +283,15 @@ static scpi_bool_t toBool(scpi_t* context, scpi_parameter_t* parameter, scpi_boo
 scpi_bool_t SCPI_ParamBool(scpi_t* context, scpi_bool_t* value, scpi_bool_t mandatory) {
     scpi_parameter_t parameter;
 
-    if (!value) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    return SCPI_Parameter(context, &parameter, mandatory) && toBool(context, &parameter, value);
+    return readParameter(context, value, value, mandatory, &parameter) &&
+           toBool(context, &parameter, value);
 }
 
 scpi_bool_t SCPI_ParamChoice(scpi_t* context, const scpi_choice_def_t* options, int32_t* value,
                              scpi_bool_t mandatory) {
     scpi_parameter_t parameter;
 
-    if (!options || !value) {
-        return failWith(context, SCPI_ERROR_SYSTEM_ERROR);
-    }
-    return SCPI_Parameter(context, &parameter, mandatory) &&
+    return readParameter(context, options, value, mandatory, &parameter) &&
            SCPI_ParamToChoice(context, &parameter, options, value);
 }
 

@@ -40,11 +40,11 @@ int32_t SCPI_ErrorCount(scpi_t* context);
 const char* SCPI_ErrorTranslate(int16_t err);
 
 /*
- * The list, rows X(name, code, text) for the errors that exist in every configuration and
- * XE(name, code, text) for the others. Expand it with X and XE of your own.
+ * The standard's errors, rows X(name, code, text) for those that exist in every configuration and
+ * XE(name, code, text) for the others.
  */
 /* clang-format off */
-#define LIST_OF_ERRORS \
+#define SCPI_STANDARD_ERRORS(X, XE) \
     X(SCPI_ERROR_NO_ERROR, 0, "No error") \
     XE(SCPI_ERROR_COMMAND, -100, "Command error") \
     X(SCPI_ERROR_INVALID_CHARACTER, -101, "Invalid character") \
@@ -168,20 +168,25 @@ const char* SCPI_ErrorTranslate(int16_t err);
     XE(SCPI_ERROR_OPERATION_COMPLETE, -800, "Operation complete")
 /* clang-format on */
 
+/* The list; expand it with X and XE of your own. */
+#define LIST_OF_ERRORS SCPI_STANDARD_ERRORS(X, XE)
+
+/* The errors of this configuration; expand it with an X of your own. */
+#define SCPI_NO_ROW(def, val, str)
+#if USE_FULL_ERROR_LIST && USE_USER_ERROR_LIST
+#define SCPI_CONFIGURED_ERRORS SCPI_STANDARD_ERRORS(X, X) LIST_OF_USER_ERRORS
+#elif USE_FULL_ERROR_LIST
+#define SCPI_CONFIGURED_ERRORS SCPI_STANDARD_ERRORS(X, X)
+#elif USE_USER_ERROR_LIST
+#define SCPI_CONFIGURED_ERRORS SCPI_STANDARD_ERRORS(X, SCPI_NO_ROW) LIST_OF_USER_ERRORS
+#else
+#define SCPI_CONFIGURED_ERRORS SCPI_STANDARD_ERRORS(X, SCPI_NO_ROW)
+#endif
+
 enum {
 #define X(def, val, str) def = (val),
-#if USE_FULL_ERROR_LIST
-#define XE X
-#else
-#define XE(def, val, str)
-#endif
-    LIST_OF_ERRORS
-
-#if USE_USER_ERROR_LIST
-        LIST_OF_USER_ERRORS
-#endif
+    SCPI_CONFIGURED_ERRORS
 #undef X
-#undef XE
 };
 
 #ifdef __cplusplus
