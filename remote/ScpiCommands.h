@@ -11,7 +11,7 @@
 extern const std::vector<scpi_command_t> scpi_commands;
 
 /// The rows without the one that ends them.
-inline size_t scpiCommandCount() {
+inline size_t ScpiCommands_count() {
     return scpi_commands.size() - 1;
 }
 

@@ -24,10 +24,10 @@ scpi_result_t SCPI_ClearStatusCmd(scpi_t* context) {
 
 scpi_result_t SCPI_IdentCmd(scpi_t* context) {
     const SCPI_S* record = scpi;
-    scpi_answerText(context, context->idn[0]);
-    scpi_answerText(context, record->modelNum);
-    scpi_answerText(context, record->serialNum);
-    return scpi_answerText(context, record->fwVersion);
+    ScpiAnswers_text(context, context->idn[0]);
+    ScpiAnswers_text(context, record->modelNum);
+    ScpiAnswers_text(context, record->serialNum);
+    return ScpiAnswers_text(context, record->fwVersion);
 }
 
 scpi_result_t SCPI_ResetCmd(scpi_t* context) {
@@ -39,11 +39,11 @@ scpi_result_t SCPI_ResetCmd(scpi_t* context) {
 }
 
 scpi_result_t My_CoreTstQ(scpi_t* context) {
-    return scpi_answerInteger(context, 0);
+    return ScpiAnswers_integer(context, 0);
 }
 
 scpi_result_t SCPI_SystemVersion(scpi_t* context) {
-    return scpi_answerText(context, "1999.0");
+    return ScpiAnswers_text(context, "1999.0");
 }
 
 scpi_result_t SCPI_StatusPresetCmd(scpi_t* context) {

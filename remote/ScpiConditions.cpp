@@ -18,7 +18,7 @@ bool usbSlotSupportsTriggeredGates(size_t slot) {
 int16_t firstFailure(const PulseSensorConditions& conditions, size_t channel) {
     // The first serial port only, by its number and not by the sensor's kind: remote programs rely
     // on the answers of the second one (docs/compatibility.md: first-serial-port-only).
-    if (conditions.bPulseSensor && scpi_sensorPort(channel) == sensorPort_Serial1) {
+    if (conditions.bPulseSensor && ScpiRecord_sensorPort(channel) == sensorPort_Serial1) {
         return scpiErrorNotPulseSensor;
     }
     if (conditions.bPulseMode && !configuration_getPulseMode()) {
@@ -31,7 +31,7 @@ int16_t firstFailure(const PulseSensorConditions& conditions, size_t channel) {
     }
     const bool modelMatters = conditions.bTriggeredGate || conditions.bPulseGate;
     const bool modelIsTriggered =
-        modelMatters && scpi_workingCopy(channel).config.bModelIsTriggeredGates;
+        modelMatters && ScpiRecord_workingCopy(channel).config.bModelIsTriggeredGates;
     if (conditions.bTriggeredGate && !modelIsTriggered) {
         return scpiErrorPulseGateModel;
     }
@@ -53,8 +53,8 @@ scpi_result_t SCPI_CheckConditions(scpi_t* context, const PulseSensorConditions&
     return SCPI_RES_ERR;
 }
 
-scpi_result_t SCPI_ReadCheckedChannel(scpi_t* context, const PulseSensorConditions& conditions,
-                                      size_t* channel) {
+scpi_result_t ScpiConditions_readChannel(scpi_t* context, const PulseSensorConditions& conditions,
+                                         size_t* channel) {
     return SCPI_ReadChannelParameter(context, channel) == SCPI_RES_OK
                ? SCPI_CheckConditions(context, conditions, *channel)
                : SCPI_RES_ERR;

@@ -58,7 +58,7 @@ scpi_result_t SCPI_CheckConditions(scpi_t* context, const PulseSensorConditions&
                                    size_t channel);
 
 /// Reads the channel, then checks the conditions.
-scpi_result_t SCPI_ReadCheckedChannel(scpi_t* context, const PulseSensorConditions& conditions,
-                                      size_t* channel);
+scpi_result_t ScpiConditions_readChannel(scpi_t* context, const PulseSensorConditions& conditions,
+                                         size_t* channel);
 
 #endif

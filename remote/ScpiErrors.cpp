@@ -35,7 +35,7 @@ void push(scpi_t* context, int16_t code, const char* text) {
 
 } // namespace
 
-scpi_result_t scpi_refuse(scpi_t* context, int16_t code) {
+scpi_result_t ScpiErrors_refuse(scpi_t* context, int16_t code) {
     SCPI_ErrorPush(context, code);
     return SCPI_RES_ERR;
 }

@@ -28,7 +28,7 @@ struct scpi_user_error_t {
 extern const scpi_user_error_t scpi_user_errors[];
 
 /// Queues a standard error; returns SCPI_RES_ERR.
-scpi_result_t scpi_refuse(scpi_t* context, int16_t code);
+scpi_result_t ScpiErrors_refuse(scpi_t* context, int16_t code);
 
 /// Queues a custom error with its text; a code that is not in the table is queued as it is.
 void pushCustomScpiError(scpi_t* context, int16_t code);

@@ -19,41 +19,41 @@ scpi_result_t readSensorTexts(scpi_t* context, SensorTexts* texts) {
         return SCPI_RES_ERR;
     }
     *texts = SensorTexts{};
-    sensorPortHandler_getSensorInformation(scpi_sensorPort(channel), &texts->identity,
+    sensorPortHandler_getSensorInformation(ScpiRecord_sensorPort(channel), &texts->identity,
                                            texts->serialNumber, sizeof texts->serialNumber);
     return SCPI_RES_OK;
 }
 
 scpi_result_t SCPI_SystemIdentifyModel(scpi_t* context) {
-    return scpi_answerText(context, scpi.load()->modelNum);
+    return ScpiAnswers_text(context, scpi.load()->modelNum);
 }
 
 scpi_result_t SCPI_SystemIdentifySerial(scpi_t* context) {
-    return scpi_answerText(context, scpi.load()->serialNum);
+    return ScpiAnswers_text(context, scpi.load()->serialNum);
 }
 
 scpi_result_t SCPI_SystemIdentifyFirmware(scpi_t* context) {
-    return scpi_answerText(context, scpi.load()->fwVersion);
+    return ScpiAnswers_text(context, scpi.load()->fwVersion);
 }
 
 scpi_result_t SCPI_SystemIdentifySensorModel(scpi_t* context) {
     SensorTexts texts;
     return readSensorTexts(context, &texts) == SCPI_RES_OK
-               ? scpi_answerText(context, texts.identity.sensorModel)
+               ? ScpiAnswers_text(context, texts.identity.sensorModel)
                : SCPI_RES_ERR;
 }
 
 scpi_result_t SCPI_SystemIdentifySensorSerial(scpi_t* context) {
     SensorTexts texts;
     return readSensorTexts(context, &texts) == SCPI_RES_OK
-               ? scpi_answerText(context, texts.serialNumber)
+               ? ScpiAnswers_text(context, texts.serialNumber)
                : SCPI_RES_ERR;
 }
 
 scpi_result_t SCPI_SystemIdentifySensorFirmware(scpi_t* context) {
     SensorTexts texts;
     return readSensorTexts(context, &texts) == SCPI_RES_OK
-               ? scpi_answerText(context, texts.identity.sensorFirmwareRevision)
+               ? ScpiAnswers_text(context, texts.identity.sensorFirmwareRevision)
                : SCPI_RES_ERR;
 }
 

@@ -64,7 +64,7 @@ scpi_result_t stageText(scpi_t* context, LanText LANCONFIG_IP_S::*member, Check 
         const ScopedLock lock(record->lock);
         copyText(record->newLan.*member, staged);
     }
-    return accepted ? SCPI_RES_OK : scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
+    return accepted ? SCPI_RES_OK : ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
 }
 
 /// The interface as the interfaces file configures it.
@@ -140,7 +140,7 @@ void clearAllStaged() {
 
 scpi_result_t SCPI_SystemCommLanAddress(scpi_t* context) {
     return ScpiLink_isQuery(context)
-               ? scpi_answerText(context, get_ip_address(ethernetInterfaceName))
+               ? ScpiAnswers_text(context, get_ip_address(ethernetInterfaceName))
                : stageText(context, &LANCONFIG_IP_S::address, scpi.load()->checkIp);
 }
 
@@ -149,7 +149,7 @@ scpi_result_t SCPI_SystemCommLanGateway(scpi_t* context) {
         return stageText(context, &LANCONFIG_IP_S::gateway, scpi.load()->checkIp);
     }
     const char* gateway = get_gateway(ethernetInterfaceName);
-    return scpi_answerText(context, gateway == nullptr ? "" : gateway);
+    return ScpiAnswers_text(context, gateway == nullptr ? "" : gateway);
 }
 
 scpi_result_t SCPI_SystemCommLanMask(scpi_t* context) {
@@ -157,13 +157,13 @@ scpi_result_t SCPI_SystemCommLanMask(scpi_t* context) {
     const auto isMask = [record](const char* text) {
         return record->checkIp(text) && record->checkNetmask(text);
     };
-    return ScpiLink_isQuery(context) ? scpi_answerText(context, get_netmask(ethernetInterfaceName))
+    return ScpiLink_isQuery(context) ? ScpiAnswers_text(context, get_netmask(ethernetInterfaceName))
                                      : stageText(context, &LANCONFIG_IP_S::netmask, isMask);
 }
 
 scpi_result_t SCPI_SystemCommLanDhcpState(scpi_t* context) {
     if (ScpiLink_isQuery(context)) {
-        return scpi_answerInteger(context, configuredLan().method == methodDhcp ? 1 : 0);
+        return ScpiAnswers_integer(context, configuredLan().method == methodDhcp ? 1 : 0);
     }
     scpi_parameter_t parameter{};
     double number = -1;
@@ -172,7 +172,7 @@ scpi_result_t SCPI_SystemCommLanDhcpState(scpi_t* context) {
     }
     if (!SCPI_ParamIsNumber(&parameter, FALSE) ||
         !SCPI_ParamToDouble(context, &parameter, &number) || (number != 0 && number != 1)) {
-        return scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
+        return ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
     }
     SCPI_S* record = scpi;
     const ScopedLock lock(record->lock);
@@ -181,14 +181,14 @@ scpi_result_t SCPI_SystemCommLanDhcpState(scpi_t* context) {
 }
 
 scpi_result_t SCPI_SystemCommLanMac(scpi_t* context) {
-    return scpi_answerText(context, get_mac_address(ethernetInterfaceName));
+    return ScpiAnswers_text(context, get_mac_address(ethernetInterfaceName));
 }
 
 scpi_result_t SCPI_SystemCommLanRestart(scpi_t* context) {
     LANCONFIG_IP_S lan = stagedLan();
     if (!completeLan(&lan, configuredLan())) {
         clearStaged(true);
-        return scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
+        return ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
     }
     // The staged method stays for the next restart.
     clearStaged(false);

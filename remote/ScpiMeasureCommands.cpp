@@ -30,10 +30,10 @@ constexpr PulseReading pulseReadings[] = {
 scpi_result_t readMeasurements(scpi_t* context, const PulseSensorConditions& conditions,
                                SENSOR_MEASUREMENTS* measurements) {
     size_t channel = 0;
-    if (SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
+    if (ScpiConditions_readChannel(context, conditions, &channel) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    *measurements = scpi_measurements(channel);
+    *measurements = ScpiRecord_measurements(channel);
     return SCPI_RES_OK;
 }
 
@@ -42,7 +42,7 @@ scpi_result_t SCPI_MeasureTemperatureQ(scpi_t* context) {
     if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    return scpi_answerNumber(context, measured.temperatureVal);
+    return ScpiAnswers_number(context, measured.temperatureVal);
 }
 
 scpi_result_t SCPI_MeasurePowerFreqQ(scpi_t* context) {
@@ -50,7 +50,7 @@ scpi_result_t SCPI_MeasurePowerFreqQ(scpi_t* context) {
     if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    return scpi_answerNumber(context, measured.freqVal / hertzPerMegahertz);
+    return ScpiAnswers_number(context, measured.freqVal / hertzPerMegahertz);
 }
 
 scpi_result_t SCPI_MeasurePowerPulseQ(scpi_t* context) {
@@ -60,7 +60,7 @@ scpi_result_t SCPI_MeasurePowerPulseQ(scpi_t* context) {
     }
     for (const PulseReading& reading : pulseReadings) {
         if (ScpiLink_lineContains(context, reading.keyword)) {
-            return scpi_answerNumber(context, measured.*reading.value * reading.factor);
+            return ScpiAnswers_number(context, measured.*reading.value * reading.factor);
         }
     }
     return SCPI_RES_ERR;
@@ -71,8 +71,8 @@ scpi_result_t SCPI_MeasurePowerAverageQ(scpi_t* context) {
     if (readMeasurements(context, noConditions, &measured) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    return scpi_answerNumber(context, ScpiLink_lineContains(context, "REFL") ? measured.rflPwrVal
-                                                                             : measured.fwdPwrVal);
+    return ScpiAnswers_number(context, ScpiLink_lineContains(context, "REFL") ? measured.rflPwrVal
+                                                                              : measured.fwdPwrVal);
 }
 
 scpi_result_t SCPI_MeasurePowerGateQ(scpi_t* context) {
@@ -81,10 +81,10 @@ scpi_result_t SCPI_MeasurePowerGateQ(scpi_t* context) {
         return SCPI_RES_ERR;
     }
     if (ScpiLink_lineContains(context, "MAX")) {
-        return scpi_answerNumber(context, measured.gateMax);
+        return ScpiAnswers_number(context, measured.gateMax);
     }
-    return scpi_answerNumber(context, ScpiLink_lineContains(context, "MIN") ? measured.gateMin
-                                                                            : measured.gateMean);
+    return ScpiAnswers_number(context, ScpiLink_lineContains(context, "MIN") ? measured.gateMin
+                                                                             : measured.gateMean);
 }
 
 scpi_result_t SCPI_MeasurePowerStateQ(scpi_t* context) {
@@ -94,10 +94,10 @@ scpi_result_t SCPI_MeasurePowerStateQ(scpi_t* context) {
     }
     const PULSE_STATES& state = measured.pulseStates[getTiggeredGateIndex(context)];
     if (ScpiLink_lineContains(context, "MAX")) {
-        return scpi_answerNumber(context, state.max);
+        return ScpiAnswers_number(context, state.max);
     }
-    return scpi_answerNumber(context,
-                             ScpiLink_lineContains(context, "MIN") ? state.min : state.mean);
+    return ScpiAnswers_number(context,
+                              ScpiLink_lineContains(context, "MIN") ? state.min : state.mean);
 }
 
 // The digit of STATe1 belongs to the long form only; STAT1 is a row of its own, and a bare STAT is

@@ -54,7 +54,7 @@ template <typename Value, typename Place>
 scpi_result_t store(scpi_t* context, const PulseSensorConditions& conditions, Place place,
                     const std::optional<Value>& value) {
     size_t channel = 0;
-    if (!value || SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
+    if (!value || ScpiConditions_readChannel(context, conditions, &channel) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
     if (!ScpiWorkingCopy_set(channel, place, *value)) {
@@ -67,22 +67,22 @@ scpi_result_t store(scpi_t* context, const PulseSensorConditions& conditions, Pl
 /// The working copy of the channel that a query names.
 std::optional<SENSOR_CONFIGS> readCopy(scpi_t* context, const PulseSensorConditions& conditions) {
     size_t channel = 0;
-    if (SCPI_ReadCheckedChannel(context, conditions, &channel) != SCPI_RES_OK) {
+    if (ScpiConditions_readChannel(context, conditions, &channel) != SCPI_RES_OK) {
         return {};
     }
-    return scpi_workingCopy(channel).config;
+    return ScpiRecord_workingCopy(channel).config;
 }
 
 template <typename Place>
 scpi_result_t answerFlag(scpi_t* context, const PulseSensorConditions& conditions, Place place) {
     const std::optional<SENSOR_CONFIGS> config = readCopy(context, conditions);
-    return config ? scpi_answerInteger(context, place(*config) ? 1 : 0) : SCPI_RES_ERR;
+    return config ? ScpiAnswers_integer(context, place(*config) ? 1 : 0) : SCPI_RES_ERR;
 }
 
 template <typename Place>
 scpi_result_t answerValue(scpi_t* context, const PulseSensorConditions& conditions, Place place) {
     const std::optional<SENSOR_CONFIGS> config = readCopy(context, conditions);
-    return config ? scpi_answerNumber(context, place(*config)) : SCPI_RES_ERR;
+    return config ? ScpiAnswers_number(context, place(*config)) : SCPI_RES_ERR;
 }
 
 /// A frequency in hertz; the number is taken in megahertz.
@@ -106,7 +106,7 @@ scpi_result_t SCPI_CalculatePulseModel(scpi_t* context) {
 
 scpi_result_t SCPI_CalculatePulseModelQ(scpi_t* context) {
     const std::optional<SENSOR_CONFIGS> config = readCopy(context, for3164);
-    return config ? scpi_answerText(context, config->bModelIsTriggeredGates ? "TRIG" : "PULS")
+    return config ? ScpiAnswers_text(context, config->bModelIsTriggeredGates ? "TRIG" : "PULS")
                   : SCPI_RES_ERR;
 }
 
@@ -153,8 +153,8 @@ scpi_result_t SCPI_SenseFrequencyQ(scpi_t* context) {
     if (!config) {
         return SCPI_RES_ERR;
     }
-    SCPI_ResultDouble(context,
-                      static_cast<double>(scpi_rounded(config->freqVal) / hertzPerMegahertz));
+    SCPI_ResultDouble(
+        context, static_cast<double>(ScpiAnswers_rounded(config->freqVal) / hertzPerMegahertz));
     return SCPI_RES_OK;
 }
 
@@ -214,11 +214,11 @@ scpi_result_t SCPI_TriggerSlopeQ(scpi_t* context) {
         return SCPI_RES_ERR;
     }
     if (config->trigSlope == 1) {
-        return scpi_answerText(context, "POS");
+        return ScpiAnswers_text(context, "POS");
     }
     // Four letters for whatever else a sensor may hold: remote programs know them
     // (docs/compatibility.md: slope-eith).
-    return scpi_answerText(context, config->trigSlope == 0 ? "NEG" : "EITH");
+    return ScpiAnswers_text(context, config->trigSlope == 0 ? "NEG" : "EITH");
 }
 
 // Delay in the state rows beside DELay in the gate rows is spelled so because remote programs

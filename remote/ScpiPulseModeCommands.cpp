@@ -38,28 +38,28 @@ scpi_result_t SCPI_SystemPulseEnable(scpi_t* context) {
 }
 
 scpi_result_t SCPI_SystemPulseEnableQ(scpi_t* context) {
-    return scpi_answerInteger(context, configuration_getPulseMode() ? 1 : 0);
+    return ScpiAnswers_integer(context, configuration_getPulseMode() ? 1 : 0);
 }
 
 scpi_result_t SCPI_SystemPulseConfigSync(scpi_t* context) {
     size_t channel = 0;
-    if (SCPI_ReadCheckedChannel(context, forPulseSensor, &channel) != SCPI_RES_OK) {
+    if (ScpiConditions_readChannel(context, forPulseSensor, &channel) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    const uint32_t port = scpi_sensorPort(channel);
+    const uint32_t port = ScpiRecord_sensorPort(channel);
     SENSOR_CONFIGS config{};
     sensorPortHandler_getSensorConfigs(&config, port);
-    scpi_synchronizeCopy(channel, port, config);
+    ScpiRecord_synchronizeCopy(channel, port, config);
     return SCPI_RES_OK;
 }
 
 scpi_result_t SCPI_SystemPulseConfigCommit(scpi_t* context) {
     size_t channel = 0;
     SENSOR_CONFIGS config{};
-    if (SCPI_ReadCheckedChannel(context, inPulseMode, &channel) != SCPI_RES_OK) {
+    if (ScpiConditions_readChannel(context, inPulseMode, &channel) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    const uint32_t port = scpi_sensorPort(channel);
+    const uint32_t port = ScpiRecord_sensorPort(channel);
     if (!ScpiWorkingCopy_takeForCommit(channel, &config)) {
         return SCPI_RES_OK;
     }

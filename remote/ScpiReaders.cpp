@@ -101,15 +101,15 @@ std::optional<float> readScaled(scpi_t* context, double (*cut)(char* text)) {
 
 bool SCPI_IsChannelValid(size_t channel) {
     scpiGetSensor();
-    const ScpiChannelState state = scpi_channelState(channel);
+    const ScpiChannelState state = ScpiRecord_channelState(channel);
     if (state.port == sensorPort_None) {
-        scpi_forgetCopy(channel);
+        ScpiRecord_forgetCopy(channel);
         return false;
     }
     if (!state.hasCopy) {
         SENSOR_CONFIGS config{};
         sensorPortHandler_getSensorConfigs(&config, state.port);
-        scpi_synchronizeCopy(channel, state.port, config);
+        ScpiRecord_synchronizeCopy(channel, state.port, config);
     }
     return true;
 }
@@ -120,7 +120,7 @@ scpi_result_t SCPI_ReadChannelParameter(scpi_t* context, size_t* channel) {
     if (SCPI_Parameter(context, &parameter, FALSE)) {
         if (!SCPI_ParamIsNumber(&parameter, FALSE) ||
             !SCPI_ParamToDouble(context, &parameter, &number) || !std::isfinite(number)) {
-            return scpi_refuse(context, SCPI_ERROR_PARAMETER_ERROR);
+            return ScpiErrors_refuse(context, SCPI_ERROR_PARAMETER_ERROR);
         }
     } else if (SCPI_ParamErrorOccurred(context)) {
         return SCPI_RES_ERR;

@@ -137,7 +137,7 @@ void scpiUpdateMeasurement(uint32_t index, SENSOR_MEASUREMENTS measurement) {
     }
 }
 
-uint32_t scpi_sensorPort(size_t channel) {
+uint32_t ScpiRecord_sensorPort(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
         return sensorPort_None;
@@ -146,7 +146,7 @@ uint32_t scpi_sensorPort(size_t channel) {
     return owners[channel].port;
 }
 
-ScpiChannelState scpi_channelState(size_t channel) {
+ScpiChannelState ScpiRecord_channelState(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
         return {sensorPort_None, false};
@@ -155,7 +155,7 @@ ScpiChannelState scpi_channelState(size_t channel) {
     return {owners[channel].port, record->configs[channel].state != NotInitialized};
 }
 
-SENSOR_MEASUREMENTS scpi_measurements(size_t channel) {
+SENSOR_MEASUREMENTS ScpiRecord_measurements(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
         return SensorMeasurements_none();
@@ -164,7 +164,7 @@ SENSOR_MEASUREMENTS scpi_measurements(size_t channel) {
     return record->measurements[channel];
 }
 
-scpi_sensor_config scpi_workingCopy(size_t channel) {
+scpi_sensor_config ScpiRecord_workingCopy(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
         return {};
@@ -173,7 +173,7 @@ scpi_sensor_config scpi_workingCopy(size_t channel) {
     return record->configs[channel];
 }
 
-void scpi_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config) {
+void ScpiRecord_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
         return;
@@ -184,7 +184,7 @@ void scpi_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& c
     }
 }
 
-void scpi_forgetCopy(size_t channel) {
+void ScpiRecord_forgetCopy(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
         return;

@@ -104,25 +104,25 @@ bool scpiGetSensor();
 
 /// Port of a channel's sensor as of the latest refresh; sensorPort_None for a channel without one
 /// or above 1. Any thread.
-uint32_t scpi_sensorPort(size_t channel);
+uint32_t ScpiRecord_sensorPort(size_t channel);
 
 /// The same, and whether the channel has a working copy.
 struct ScpiChannelState {
     uint32_t port;
     bool hasCopy;
 };
-ScpiChannelState scpi_channelState(size_t channel);
+ScpiChannelState ScpiRecord_channelState(size_t channel);
 
 /// Copies; a channel above 1 gives a record without readings, and an empty configuration. Any
 /// thread.
-SENSOR_MEASUREMENTS scpi_measurements(size_t channel);
-scpi_sensor_config scpi_workingCopy(size_t channel);
+SENSOR_MEASUREMENTS ScpiRecord_measurements(size_t channel);
+scpi_sensor_config ScpiRecord_workingCopy(size_t channel);
 
 /// Stores a sensor's own configuration as the channel's copy and marks it Syncronized, unless the
 /// channel's sensor is another one by now.
-void scpi_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config);
+void ScpiRecord_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config);
 
 /// Marks the copy of a channel that has no sensor.
-void scpi_forgetCopy(size_t channel);
+void ScpiRecord_forgetCopy(size_t channel);
 
 #endif

@@ -81,7 +81,8 @@ scpi_result_t stage(scpi_t* context, const Item (&table)[Count], int32_t TTY_CON
         numbers.*number = item == nullptr ? 0 : item->value;
         flags.*bits = item == nullptr ? 0 : item->*code;
     });
-    return item == nullptr ? scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE) : SCPI_RES_OK;
+    return item == nullptr ? ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
+                           : SCPI_RES_OK;
 }
 
 template <size_t Count>
@@ -91,7 +92,7 @@ scpi_result_t answerFlags(scpi_t* context, const flag_item_t (&table)[Count], tc
         return SCPI_RES_ERR;
     }
     const flag_item_t* item = findFlags(table, settings.c_cflag & mask);
-    return item == nullptr ? SCPI_RES_ERR : scpi_answerInteger(context, item->value);
+    return item == nullptr ? SCPI_RES_ERR : ScpiAnswers_integer(context, item->value);
 }
 
 scpi_result_t answerBaud(scpi_t* context) {
@@ -102,7 +103,7 @@ scpi_result_t answerBaud(scpi_t* context) {
     const speed_t speed = cfgetispeed(&settings);
     for (const baud_item_t& item : baud_table) {
         if (item.code == speed) {
-            return scpi_answerInteger(context, item.value);
+            return ScpiAnswers_integer(context, item.value);
         }
     }
     return SCPI_RES_ERR;
@@ -117,7 +118,7 @@ scpi_result_t answerParity(scpi_t* context) {
     const tcflag_t flags = (settings.c_cflag & PARENB) == 0 ? 0 : settings.c_cflag & parityMask;
     for (const parity_flags_t& item : parity_table) {
         if (item.flags == flags) {
-            return scpi_answerText(context, item.label);
+            return ScpiAnswers_text(context, item.label);
         }
     }
     return SCPI_RES_ERR;
@@ -149,7 +150,7 @@ scpi_result_t stageParity(scpi_t* context) {
     }
     // A longer word is refused, though its first letter has been staged: remote programs rely
     // on what is then applied (docs/compatibility.md: parity-staged).
-    return row == 0 || length != 1 ? scpi_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
+    return row == 0 || length != 1 ? ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
                                    : SCPI_RES_OK;
 }
 
@@ -196,7 +197,7 @@ scpi_result_t SCPI_SystemCommRs232Parity(scpi_t* context) {
 }
 
 scpi_result_t SCPI_SystemCommRs232Flowcontrol(scpi_t* context) {
-    return scpi_answerText(context, "none");
+    return ScpiAnswers_text(context, "none");
 }
 
 scpi_result_t SCPI_SystemCommRs232Restart(scpi_t* context) {

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-size_t triggeredGateIndexOf(std::string_view line) {
+size_t ScpiTriggeredGate_indexOf(std::string_view line) {
     constexpr std::string_view digits = "1234";
     while (!line.empty()) {
         const size_t end = std::min(line.find_first_of(":?"), line.size());
@@ -22,5 +22,5 @@ size_t triggeredGateIndexOf(std::string_view line) {
 }
 
 size_t getTiggeredGateIndex(const scpi_t* context) {
-    return triggeredGateIndexOf(ScpiLink_receivedLine(context));
+    return ScpiTriggeredGate_indexOf(ScpiLink_receivedLine(context));
 }

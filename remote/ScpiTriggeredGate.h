@@ -11,6 +11,6 @@ size_t getTiggeredGateIndex(const scpi_t* context);
 
 /// The same for a line in upper case: of its pieces between colons and question marks, the first
 /// that holds "STAT" and a digit from 1 to 4 decides, a 1 before a 2 and so on; 0 without any.
-size_t triggeredGateIndexOf(std::string_view line);
+size_t ScpiTriggeredGate_indexOf(std::string_view line);
 
 #endif

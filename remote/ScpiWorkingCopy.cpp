@@ -60,7 +60,8 @@ bool ScpiWorkingCopy_takeForCommit(size_t channel, SENSOR_CONFIGS* config) {
 
 void ScpiWorkingCopy_committed(size_t channel, uint32_t port, const SENSOR_CONFIGS& config) {
     SCPI_S* record = scpi;
-    if (record == nullptr || channel >= scpiChannelCount || scpi_sensorPort(channel) != port) {
+    if (record == nullptr || channel >= scpiChannelCount ||
+        ScpiRecord_sensorPort(channel) != port) {
         return;
     }
     const ScopedLock lock(record->lock);

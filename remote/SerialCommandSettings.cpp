@@ -24,13 +24,13 @@ void serial_command_handler_reset() {
     settings.measurement_selected = measurementSelected;
 }
 
-SerialCommandSettings serial_command_handler_getSettings() {
+SerialCommandSettings SerialCommandSettings_get() {
     const ScopedLock lock(settingsMutex);
     return settings;
 }
 
 trigger_mode_t serial_command_handler_get_triggerMode() {
-    return serial_command_handler_getSettings().trigger_mode;
+    return SerialCommandSettings_get().trigger_mode;
 }
 
 void SerialRange_Setrange(int range) {

@@ -24,7 +24,7 @@ struct SerialCommandSettings {
 void serial_command_handler_reset();
 
 /// Copies of the settings. Any thread.
-SerialCommandSettings serial_command_handler_getSettings();
+SerialCommandSettings SerialCommandSettings_get();
 trigger_mode_t serial_command_handler_get_triggerMode();
 
 /// Sets both ranges by hand: forward to `range`, at most 17, reflected one finer.

@@ -45,7 +45,7 @@ void SerialStatus_SetSelfTestStatus(bool isPassed) {
 }
 
 void SerialStatus_HandleCommand0() {
-    const SerialCommandSettings settings = serial_command_handler_getSettings();
+    const SerialCommandSettings settings = SerialCommandSettings_get();
     char range[8] = "RYY";
     if (!settings.autoscale) {
         snprintf(range, sizeof range, "R%02d",

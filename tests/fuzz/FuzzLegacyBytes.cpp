@@ -71,7 +71,7 @@ void take(char character) {
 }
 
 bool isOrderly() {
-    const SerialCommandSettings settings = serial_command_handler_getSettings();
+    const SerialCommandSettings settings = SerialCommandSettings_get();
     return settings.forward_range >= 0 && settings.forward_range <= 17 &&
            settings.reflected_range >= 0 && settings.reflected_range <= 17 && receive_state >= 0 &&
            receive_state < receiveStateCount;

@@ -66,7 +66,7 @@ const std::vector<std::string>& allPatterns() {
 /// First row whose pattern matches; the count of rows if none does.
 size_t firstRow(const std::string& header) {
     size_t row = 0;
-    while (row < scpiCommandCount() &&
+    while (row < ScpiCommands_count() &&
            !SCPI_Match(scpi_commands[row].pattern, header.c_str(), header.size())) {
         ++row;
     }
@@ -79,23 +79,23 @@ size_t rowRun(RemoteInstrument& instrument, const std::string& header) {
     instrument.send(header);
     SCPI_ErrorClear(&instrument.context);
     const scpi_command_t* row = instrument.context.param_list.cmd;
-    return row == nullptr ? scpiCommandCount() : static_cast<size_t>(row - scpi_commands.data());
+    return row == nullptr ? ScpiCommands_count() : static_cast<size_t>(row - scpi_commands.data());
 }
 
 TEST(ScpiCommands, HoldEveryPatternInItsOrder) {
     const std::vector<std::string>& patterns = allPatterns();
-    ASSERT_EQ(patterns.size(), scpiCommandCount());
-    for (size_t row = 0; row < scpiCommandCount(); ++row) {
+    ASSERT_EQ(patterns.size(), ScpiCommands_count());
+    for (size_t row = 0; row < ScpiCommands_count(); ++row) {
         EXPECT_EQ(scpi_commands[row].pattern, patterns[row]);
         EXPECT_NE(scpi_commands[row].callback, nullptr);
         EXPECT_EQ(scpi_commands[row].tag, 0);
     }
-    EXPECT_EQ(scpi_commands[scpiCommandCount()].pattern, nullptr);
+    EXPECT_EQ(scpi_commands[ScpiCommands_count()].pattern, nullptr);
 }
 
 TEST(ScpiCommands, AreFoundInEveryFormOverALink) {
     RemoteInstrument instrument;
-    for (size_t row = 0; row < scpiCommandCount(); ++row) {
+    for (size_t row = 0; row < ScpiCommands_count(); ++row) {
         for (const std::string& header : CommandForms_all(allPatterns()[row])) {
             SCOPED_TRACE(header);
             const size_t expected = firstRow(header);
@@ -115,8 +115,8 @@ TEST(ScpiCommands, AreNotFoundByTheirNearMisses) {
         for (const std::string& miss :
              {stem + "X" + (isQuery ? "?" : ""), "X" + header, stem + ":X" + (isQuery ? "?" : ""),
               stem.substr(0, stem.size() - 1) + (isQuery ? "?" : "")}) {
-            if (firstRow(miss) == scpiCommandCount()) {
-                EXPECT_EQ(rowRun(instrument, miss), scpiCommandCount()) << miss;
+            if (firstRow(miss) == ScpiCommands_count()) {
+                EXPECT_EQ(rowRun(instrument, miss), ScpiCommands_count()) << miss;
             } else {
                 EXPECT_EQ(rowRun(instrument, miss), firstRow(miss)) << miss;
             }
@@ -126,16 +126,16 @@ TEST(ScpiCommands, AreNotFoundByTheirNearMisses) {
 
 TEST(ScpiCommands, KeepTheirOddSpellings) {
     // D is the short form of the states' Delay, DEL that of the gates'.
-    EXPECT_EQ(firstRow("CALC:STAT2:BEG:DEL"), scpiCommandCount());
-    EXPECT_LT(firstRow("CALC:STAT2:BEG:D"), scpiCommandCount());
-    EXPECT_LT(firstRow("CALC:STAT2:BEG:DELAY"), scpiCommandCount());
-    EXPECT_LT(firstRow("CALC:GATE:BEG:DEL"), scpiCommandCount());
-    EXPECT_EQ(firstRow("CALC:GATE:BEG:D"), scpiCommandCount());
+    EXPECT_EQ(firstRow("CALC:STAT2:BEG:DEL"), ScpiCommands_count());
+    EXPECT_LT(firstRow("CALC:STAT2:BEG:D"), ScpiCommands_count());
+    EXPECT_LT(firstRow("CALC:STAT2:BEG:DELAY"), ScpiCommands_count());
+    EXPECT_LT(firstRow("CALC:GATE:BEG:DEL"), ScpiCommands_count());
+    EXPECT_EQ(firstRow("CALC:GATE:BEG:D"), ScpiCommands_count());
     // The short form of STATe1 is STAT.
     EXPECT_EQ(firstRow("MEAS:STAT?"), firstRow("MEAS:STATE1?"));
-    EXPECT_LT(firstRow("SYST:PULS:CONF:SYNC"), scpiCommandCount());
-    EXPECT_LT(firstRow("SYST:PULS:CONF:SYNCRONIZE"), scpiCommandCount());
-    EXPECT_EQ(firstRow("SYST:PULS:CONF:SYNCHRONIZE"), scpiCommandCount());
+    EXPECT_LT(firstRow("SYST:PULS:CONF:SYNC"), ScpiCommands_count());
+    EXPECT_LT(firstRow("SYST:PULS:CONF:SYNCRONIZE"), ScpiCommands_count());
+    EXPECT_EQ(firstRow("SYST:PULS:CONF:SYNCHRONIZE"), ScpiCommands_count());
 }
 
 /// Patterns of the manual's tables: what stands in backquotes in their first columns, a row with

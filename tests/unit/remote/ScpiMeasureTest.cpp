@@ -218,7 +218,7 @@ TEST(ScpiMeasure, TakesTheStateFromTheFirstPieceThatNamesOne) {
         {"STAT5:STAT4", 3},
     };
     for (const LineState& line : lines) {
-        EXPECT_EQ(triggeredGateIndexOf(line.line), line.index) << line.line;
+        EXPECT_EQ(ScpiTriggeredGate_indexOf(line.line), line.index) << line.line;
     }
     RemoteInstrument instrument;
     instrument.send("MEAS:STAT3?");
@@ -306,11 +306,11 @@ TEST(ScpiRecord, GivesNothingBeforeThereIsARecord) {
     EXPECT_EQ(scpi.load(), nullptr);
     EXPECT_FALSE(scpiGetSensor());
     scpiUpdateMeasurement(0, reading());
-    EXPECT_EQ(scpi_sensorPort(0), sensorPort_None);
-    EXPECT_TRUE(std::isnan(scpi_measurements(0).fwdPwrVal));
-    EXPECT_EQ(scpi_workingCopy(0).state, NotInitialized);
-    scpi_forgetCopy(0);
-    scpi_synchronizeCopy(0, 0, {});
+    EXPECT_EQ(ScpiRecord_sensorPort(0), sensorPort_None);
+    EXPECT_TRUE(std::isnan(ScpiRecord_measurements(0).fwdPwrVal));
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, NotInitialized);
+    ScpiRecord_forgetCopy(0);
+    ScpiRecord_synchronizeCopy(0, 0, {});
     destroyScpiParser();
 }
 
@@ -332,11 +332,11 @@ TEST(ScpiRecord, FindsTheSensorOfEachChannel) {
 
 TEST(ScpiRecord, RefusesChannelsThatAreNone) {
     RemoteInstrument instrument;
-    EXPECT_EQ(scpi_sensorPort(2), sensorPort_None);
-    EXPECT_TRUE(std::isnan(scpi_measurements(2).fwdPwrVal));
-    EXPECT_EQ(scpi_workingCopy(2).state, NotInitialized);
-    scpi_forgetCopy(2);
-    scpi_synchronizeCopy(2, 0, {});
+    EXPECT_EQ(ScpiRecord_sensorPort(2), sensorPort_None);
+    EXPECT_TRUE(std::isnan(ScpiRecord_measurements(2).fwdPwrVal));
+    EXPECT_EQ(ScpiRecord_workingCopy(2).state, NotInitialized);
+    ScpiRecord_forgetCopy(2);
+    ScpiRecord_synchronizeCopy(2, 0, {});
 }
 
 } // namespace

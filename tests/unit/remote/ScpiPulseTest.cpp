@@ -221,7 +221,7 @@ TEST(ScpiPulse, KeepsTheStatesAndTheirTwoDelaysApart) {
         instrument.send(node + ":END " + std::to_string(10 * state));
         instrument.send(node + ":ENAB " + (state % 2 == 0 ? "ON" : "OFF"));
     }
-    const SENSOR_CONFIGS copy = scpi_workingCopy(0).config;
+    const SENSOR_CONFIGS copy = ScpiRecord_workingCopy(0).config;
     for (size_t state = 0; state < 4; ++state) {
         const auto number = static_cast<float>(state + 1);
         EXPECT_EQ(copy.pulseStates[state].begin, number);
@@ -337,14 +337,14 @@ TEST(ScpiPulse, ChecksTheConditionsOfEveryCommand) {
 TEST(ScpiPulse, MarksTheCopyModifiedOnlyWhenAValueChanges) {
     PulseMeter instrument;
     instrument.send("SENS:FREQ?");
-    EXPECT_EQ(scpi_workingCopy(0).state, Syncronized);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Syncronized);
     instrument.send("SENS:FREQ 250;FREQ:AUTO ON;:TRIG:SLOP POS");
     EXPECT_EQ(instrument.errors(), "");
-    EXPECT_EQ(scpi_workingCopy(0).state, Syncronized);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Syncronized);
     instrument.send("SENS:FREQ 251");
-    EXPECT_EQ(scpi_workingCopy(0).state, Modified);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified);
     instrument.send("SYST:PULS:CONF:SYNC");
-    EXPECT_EQ(scpi_workingCopy(0).state, Syncronized);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Syncronized);
     EXPECT_EQ(instrument.send("SENS:FREQ?"), "250\r\n");
 }
 
@@ -373,7 +373,7 @@ TEST(ScpiCommit, HandsTheWholeConfigurationToTheSensor) {
     EXPECT_EQ(sensor.lastConfig().freqVal, 100e6F);
     EXPECT_EQ(sensor.lastConfig().trigDelayVal, 0.5F);
     EXPECT_EQ(sensor.lastConfig().trigLevelVal, 1.5F);
-    EXPECT_EQ(scpi_workingCopy(0).state, Syncronized);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Syncronized);
 }
 
 TEST(ScpiCommit, SendsNothingOfAnUnchangedCopy) {
@@ -389,14 +389,14 @@ TEST(ScpiCommit, ReportsWhatTheSensorRefused) {
     expectExchange(instrument, {"SENS:FREQ 100;:SYST:PULS:CONF:COMM", "",
                                 "-220,\"Parameter error;Freq is not valid\"\n"
                                 "-220,\"Parameter error;Period is not valid\""});
-    EXPECT_EQ(scpi_workingCopy(0).state, Modified);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified);
 }
 
 TEST(ScpiCommit, TellsThatTheSensorHasGone) {
     PulseMeter instrument;
     expectExchange(instrument, {"SENS:FREQ 100;:SYST:PULS:CONF:COMM", "",
                                 "-220,\"Parameter error;No sensor connected on the channel\""});
-    EXPECT_EQ(scpi_workingCopy(0).state, Modified);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified);
 }
 
 TEST(ScpiCommit, NeverSendsOneSensorsSettingsToAnother) {
@@ -415,9 +415,9 @@ TEST(ScpiCommit, TakesNoSettingOnceTheSensorOfTheCopyHasGone) {
     EXPECT_EQ(instrument.send("SENS:FREQ?"), "0\r\n");
     const auto frequency = [](SENSOR_CONFIGS& config) -> float& { return config.freqVal; };
     EXPECT_TRUE(ScpiWorkingCopy_set(0, frequency, 1e6F));
-    scpi_forgetCopy(0);
+    ScpiRecord_forgetCopy(0);
     EXPECT_FALSE(ScpiWorkingCopy_set(0, frequency, 2e6F));
-    EXPECT_EQ(scpi_workingCopy(0).state, NotInitialized);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, NotInitialized);
     EXPECT_FALSE(ScpiWorkingCopy_set(scpiChannelCount, frequency, 2e6F));
     EXPECT_EQ(instrument.send("SENS:FREQ?"), "0\r\n") << "the new sensor's own";
 }
@@ -457,11 +457,12 @@ TEST(ScpiCommit, LetsTheOtherLinkGoOnWhileItWaits) {
     ScpiLink_initialize(&other, &context, input, queue);
     ScpiLink_receive(&other, "SENS:FREQ 200\nSENS:FREQ?\n");
     EXPECT_EQ(SCPI_ErrorCount(&context), 0);
-    EXPECT_EQ(scpi_workingCopy(0).config.freqVal, 200e6F);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).config.freqVal, 200e6F);
 
     sensor.isSlow = false;
     slowLink.join();
-    EXPECT_EQ(scpi_workingCopy(0).state, Modified) << "changed while the commit was under way";
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified)
+        << "changed while the commit was under way";
 }
 
 struct Arrangement {

@@ -217,7 +217,7 @@ std::string errorOf(const std::function<std::string(const std::string&)>& ask,
 }
 
 void expectEveryCommand(const std::function<std::string(const std::string&)>& ask) {
-    for (size_t row = 0; row < scpiCommandCount(); ++row) {
+    for (size_t row = 0; row < ScpiCommands_count(); ++row) {
         const std::string pattern = scpi_commands[row].pattern;
         for (const std::string& header : CommandForms_all(pattern)) {
             EXPECT_FALSE(errorOf(ask, header).starts_with("-113")) << header;

@@ -40,7 +40,7 @@ protected:
 };
 
 TEST_F(SerialHandler, StartsInModeOneForwardAutomatic) {
-    const SerialCommandSettings settings = serial_command_handler_getSettings();
+    const SerialCommandSettings settings = SerialCommandSettings_get();
     EXPECT_EQ(settings.trigger_mode, TRIGGER_MODE_1);
     EXPECT_EQ(settings.measure_select, MEASURE_SELECT_FORWARD);
     EXPECT_EQ(settings.forward_range, 0);
@@ -51,7 +51,7 @@ TEST_F(SerialHandler, StartsInModeOneForwardAutomatic) {
 TEST_F(SerialHandler, ResetLeavesAWaitingSelectionWaiting) {
     serial_command_handle_command(COMMAND_REFLECTED);
     serial_command_handler_reset();
-    const SerialCommandSettings settings = serial_command_handler_getSettings();
+    const SerialCommandSettings settings = SerialCommandSettings_get();
     EXPECT_EQ(settings.measure_select, MEASURE_SELECT_FORWARD);
     EXPECT_TRUE(settings.measurement_selected);
 }
@@ -60,19 +60,19 @@ TEST_F(SerialHandler, TriggerCommandsChooseTheMode) {
     serial_command_handle_command(COMMAND_FORWARD);
     serial_command_handle_command(COMMAND_TRIGGER_5);
     EXPECT_EQ(serial_command_handler_get_triggerMode(), TRIGGER_MODE_5);
-    EXPECT_FALSE(serial_command_handler_getSettings().measurement_selected);
+    EXPECT_FALSE(SerialCommandSettings_get().measurement_selected);
     serial_command_handle_command(COMMAND_REFLECTED);
     serial_command_handle_command(COMMAND_TRIGGER_1);
     EXPECT_EQ(serial_command_handler_get_triggerMode(), TRIGGER_MODE_1);
-    EXPECT_TRUE(serial_command_handler_getSettings().measurement_selected);
-    EXPECT_EQ(serial_command_handler_getSettings().measure_select, MEASURE_SELECT_REFLECTED);
+    EXPECT_TRUE(SerialCommandSettings_get().measurement_selected);
+    EXPECT_EQ(SerialCommandSettings_get().measure_select, MEASURE_SELECT_REFLECTED);
 }
 
 TEST_F(SerialHandler, RangeCommandsSetBothRangesAndEndTheAutomatic) {
     for (int range = 0; range <= 17; ++range) {
         setAutoScale(true);
         serial_command_handle_command(static_cast<command_t>(COMMAND_R00 + range));
-        const SerialCommandSettings settings = serial_command_handler_getSettings();
+        const SerialCommandSettings settings = SerialCommandSettings_get();
         EXPECT_EQ(settings.forward_range, range);
         EXPECT_EQ(settings.reflected_range, range == 0 ? 0 : range - 1);
         EXPECT_FALSE(settings.autoscale);
@@ -81,17 +81,17 @@ TEST_F(SerialHandler, RangeCommandsSetBothRangesAndEndTheAutomatic) {
         EXPECT_EQ(reply(COMMAND_STATUS0), expected);
     }
     SerialRange_Setrange(40);
-    EXPECT_EQ(serial_command_handler_getSettings().forward_range, 17);
-    EXPECT_EQ(serial_command_handler_getSettings().reflected_range, 16);
+    EXPECT_EQ(SerialCommandSettings_get().forward_range, 17);
+    EXPECT_EQ(SerialCommandSettings_get().reflected_range, 16);
 }
 
 TEST_F(SerialHandler, AutomaticIsSwitchedWithoutTouchingTheRanges) {
     SerialRange_Setrange(9);
     serial_command_handle_command(COMMAND_RYY);
-    EXPECT_TRUE(serial_command_handler_getSettings().autoscale);
+    EXPECT_TRUE(SerialCommandSettings_get().autoscale);
     serial_command_handle_command(COMMAND_RNN);
-    EXPECT_FALSE(serial_command_handler_getSettings().autoscale);
-    EXPECT_EQ(serial_command_handler_getSettings().forward_range, 9);
+    EXPECT_FALSE(SerialCommandSettings_get().autoscale);
+    EXPECT_EQ(SerialCommandSettings_get().forward_range, 9);
 }
 
 TEST_F(SerialHandler, StatusZeroTellsTheSettings) {
@@ -180,7 +180,7 @@ TEST_F(SerialHandler, InitialisationRestoresSettingsAndModeOneOnly) {
     serial_command_handle_command(COMMAND_RESET);
     EXPECT_FALSE(configuration_getPowerUnitsIsdBm());
     EXPECT_TRUE(configuration_getUseLegacy());
-    const SerialCommandSettings settings = serial_command_handler_getSettings();
+    const SerialCommandSettings settings = SerialCommandSettings_get();
     EXPECT_EQ(settings.trigger_mode, TRIGGER_MODE_1);
     EXPECT_EQ(settings.measure_select, MEASURE_SELECT_REFLECTED);
     EXPECT_EQ(settings.forward_range, 7);
@@ -245,7 +245,7 @@ TEST_F(SerialHandler, AutomaticRangeFollowsThePowerUpAndDownThroughAllRanges) {
         EXPECT_EQ(answer(),
                   std::string("NFC ") + numbers[range % 3] + "  " + units[range / 3] + "\r\n")
             << step;
-        EXPECT_EQ(serial_command_handler_getSettings().forward_range, range);
+        EXPECT_EQ(SerialCommandSettings_get().forward_range, range);
     }
 }
 
@@ -254,10 +254,10 @@ TEST_F(SerialHandler, RangesByHandStayAndOverflow) {
     SerialRange_Setrange(10);
     SerialSensors_store(0, 20.0F, 1.5F);
     EXPECT_EQ(answer(), "OFC  199.99   W\r\n");
-    EXPECT_EQ(serial_command_handler_getSettings().forward_range, 10);
+    EXPECT_EQ(SerialCommandSettings_get().forward_range, 10);
     serial_command_handle_command(COMMAND_REFLECTED);
     EXPECT_EQ(answer(), "NRC  1.5000   W\r\n");
-    EXPECT_EQ(serial_command_handler_getSettings().reflected_range, 9);
+    EXPECT_EQ(SerialCommandSettings_get().reflected_range, 9);
 }
 
 TEST_F(SerialHandler, SensorsLimitsAreMinimumRangeAndOverflow) {
