@@ -5,6 +5,8 @@
 #include "BenchPointer.h"
 #include "BenchScreen.h"
 #include "BenchText.h"
+#include "CrowdCommand.h"
+#include "CrowdOptions.h"
 #include "RunCommand.h"
 #include "Signal.h"
 #include "TerminalCommand.h"
@@ -169,10 +171,12 @@ constexpr std::array<LocalCommand, 5> localCommands{{
 }};
 
 int help() {
-    printf("quorvel-bench run [OPTION...] [-- PROGRAM ARGUMENTS]   run the meter on the bench\n"
-           "quorvel-bench [--world DIR] COMMAND                    tell a running bench\n\n"
-           "Options of run:\n%s\nCommands:\n%s",
-           RunOptions_help().c_str(), BenchCommands_help().c_str());
+    printf(
+        "quorvel-bench run [OPTION...] [-- PROGRAM ARGUMENTS]   run the meter on the bench\n"
+        "quorvel-bench [--world DIR] COMMAND                    tell a running bench\n"
+        "quorvel-bench crowd N [OPTION...]                      N meters that only answer SCPI\n\n"
+        "Options of run:\n%s\nOptions of crowd:\n%s\nCommands:\n%s",
+        RunOptions_help().c_str(), CrowdOptions_help().c_str(), BenchCommands_help().c_str());
     for (const LocalCommand& command : localCommands) {
         printf("  %-40s %s\n", command.usage, command.help);
     }
@@ -187,6 +191,11 @@ int runCommand(const Words& words) {
         return fail(error);
     }
     return RunCommand_run(options);
+}
+
+int crowdCommand(const Words& words) {
+    std::string error;
+    return CrowdCommand_run({words.begin() + 1, words.end()}, error) ? 0 : fail(error);
 }
 
 int command(const std::string& givenWorld, const Words& words) {
@@ -210,6 +219,9 @@ int main(int argc, char** argv) {
     }
     if (words[0] == "run") {
         return runCommand(words);
+    }
+    if (words[0] == "crowd") {
+        return crowdCommand(words);
     }
     std::string world;
     if (words[0] == "--world") {

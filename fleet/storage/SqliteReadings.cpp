@@ -1,0 +1,81 @@
+#include "SqliteReadings.h"
+
+#include "FleetText.h"
+
+#include <array>
+
+namespace {
+
+constexpr std::array schema{
+    "CREATE TABLE readings ("
+    "time TEXT NOT NULL, meter TEXT NOT NULL, channel INTEGER NOT NULL, sensor TEXT, "
+    "sensor_serial TEXT, forward_W REAL, forward_min_W REAL, forward_max_W REAL, "
+    "reflected_W REAL, reflected_min_W REAL, reflected_max_W REAL, vswr REAL, "
+    "frequency_MHz REAL, temperature_C REAL, duty_percent REAL, period_us REAL, prf_Hz REAL, "
+    "width_us REAL, gate_mean_W REAL, gate_max_W REAL, gate_min_W REAL, "
+    "state1_mean_W REAL, state1_max_W REAL, state1_min_W REAL, "
+    "state2_mean_W REAL, state2_max_W REAL, state2_min_W REAL, "
+    "state3_mean_W REAL, state3_max_W REAL, state3_min_W REAL, "
+    "state4_mean_W REAL, state4_max_W REAL, state4_min_W REAL);"
+    "CREATE INDEX readings_by_time ON readings (time)",
+};
+
+std::string insertStatement() {
+    std::string names;
+    std::string places;
+    for (const std::string_view column : FleetReading_columns()) {
+        names += names.empty() ? "" : ",";
+        names += column;
+        places += places.empty() ? "?" : ",?";
+    }
+    return "INSERT INTO readings (" + names + ") VALUES (" + places + ")";
+}
+
+bool insertRow(SqliteReadings& readings, const FleetReading& row, std::string& error) {
+    const std::string time = FleetText_time(row.time_ms);
+    SqliteFile_bind(readings.insert, 1, std::string_view(time));
+    SqliteFile_bind(readings.insert, 2, std::string_view(row.meter));
+    SqliteFile_bind(readings.insert, 3, int64_t{row.channel});
+    SqliteFile_bind(readings.insert, 4, std::string_view(row.sensor));
+    SqliteFile_bind(readings.insert, 5, std::string_view(row.sensorSerial));
+    int parameter = fleetTextCount;
+    for (const double value : row.values) {
+        SqliteFile_bind(readings.insert, ++parameter, value);
+    }
+    return SqliteFile_step(readings.file, readings.insert, error);
+}
+
+} // namespace
+
+bool SqliteReadings_open(SqliteReadings& readings, const std::string& path, std::string& error) {
+    readings.file = SqliteFile_open(path, schema, error);
+    if (readings.file) {
+        readings.insert = SqliteFile_prepare(readings.file, insertStatement(), error);
+    }
+    return readings.insert != nullptr;
+}
+
+bool SqliteReadings_write(SqliteReadings& readings, std::span<const FleetReading> rows,
+                          std::string& error) {
+    if (!SqliteFile_run(readings.file, "BEGIN IMMEDIATE", error)) {
+        return false;
+    }
+    for (const FleetReading& row : rows) {
+        if (!insertRow(readings, row, error)) {
+            std::string ignored; // some failures have rolled back already
+            SqliteFile_run(readings.file, "ROLLBACK", ignored);
+            return false;
+        }
+    }
+    if (SqliteFile_run(readings.file, "COMMIT", error)) {
+        return true;
+    }
+    std::string ignored;
+    SqliteFile_run(readings.file, "ROLLBACK", ignored);
+    return false;
+}
+
+void SqliteReadings_close(SqliteReadings& readings) {
+    readings.insert.reset();
+    readings.file.reset();
+}

@@ -1,0 +1,23 @@
+#ifndef FLEET_TOOL_FLEET_OPTIONS_H
+#define FLEET_TOOL_FLEET_OPTIONS_H
+
+#include "LogCommand.h"
+
+#include <optional>
+
+/// The command line.
+
+enum class FleetCommand { log };
+
+struct FleetOptions {
+    FleetCommand command = FleetCommand::log;
+    LogOptions log;
+};
+
+constexpr int fleetStatusUsage = 2;
+
+/// Reads the command line. Nothing if the program is to end at once, with this exit status: what
+/// was wrong is on the standard error, what was asked for on the standard output.
+std::optional<FleetOptions> FleetOptions_parse(int argc, const char* const* argv, int& status);
+
+#endif
