@@ -63,6 +63,13 @@ void readLog(const LogTexts& texts, LogOptions& options) {
     options.duration_ms = texts.duration.empty() ? 0 : duration("--for", texts.duration);
 }
 
+CLI::App* addDiscover(CLI::App& app, DiscoverOptions& options) {
+    CLI::App* discover =
+        app.add_subcommand("discover", "List the meters that are announced on the network");
+    discover->add_flag("--json", options.isJson, "for programs");
+    return discover;
+}
+
 CLI::App* addLog(CLI::App& app, LogTexts& texts, LogOptions& options) {
     CLI::App* log = app.add_subcommand("log", "Write the readings of meters into a file");
     log->add_option("HOST", texts.hosts, "meters: HOST[:PORT], port 5025 if left out")->required();
@@ -86,10 +93,15 @@ std::optional<FleetOptions> FleetOptions_parse(int argc, const char* const* argv
     CLI::App app("Logs and watches Quorvel 8830K power meters over the network", "quorvel-fleet");
     app.set_version_flag("--version", FLEET_VERSION);
     app.require_subcommand(1);
+    const CLI::App* discover = addDiscover(app, options.discover);
     addLog(app, logTexts, options.log);
     try {
         app.parse(argc, argv);
-        readLog(logTexts, options.log);
+        if (discover->parsed()) {
+            options.command = FleetCommand::discover;
+        } else {
+            readLog(logTexts, options.log);
+        }
     } catch (const CLI::Success& end) {
         status = app.exit(end); // prints the help or the version
         return {};

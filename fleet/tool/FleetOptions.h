@@ -1,16 +1,18 @@
 #ifndef FLEET_TOOL_FLEET_OPTIONS_H
 #define FLEET_TOOL_FLEET_OPTIONS_H
 
+#include "DiscoverCommand.h"
 #include "LogCommand.h"
 
 #include <optional>
 
 /// The command line.
 
-enum class FleetCommand { log };
+enum class FleetCommand { discover, log };
 
 struct FleetOptions {
     FleetCommand command = FleetCommand::log;
+    DiscoverOptions discover;
     LogOptions log;
 };
 

@@ -8,5 +8,11 @@ int main(int argc, char** argv) {
     if (!options) {
         return status;
     }
+    switch (options->command) {
+    case FleetCommand::discover:
+        return DiscoverCommand_run(options->discover);
+    case FleetCommand::log:
+        break;
+    }
     return LogCommand_run(options->log);
 }
