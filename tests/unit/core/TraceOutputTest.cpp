@@ -25,6 +25,7 @@ protected:
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
         reader = ends[0];
         fcntl(reader, F_SETFL, O_NONBLOCK);
+        fcntl(reader, F_SETPIPE_SZ, 4096); // far less than the buffer holds
         fflush(stdout);
         realOutput = dup(STDOUT_FILENO);
         dup2(ends[1], STDOUT_FILENO);
