@@ -15,21 +15,16 @@ constexpr double largestGateDelay_s = 0.0009;
 constexpr double microsecondsPerSecond = 1000000.0;
 constexpr float unusedStateEnd_s = 0.001F;
 
-[[gnu::format(printf, 2, 0)]] void writeMessage(PulseConfigFailure* failure, const char* format,
-                                                va_list arguments) {
-    const ScopedNumberLocale locale;
-    vsnprintf(failure->message, sizeof failure->message, format, arguments);
-}
-
 /// Notes the failure; always false, so that a rule can end with it.
 [[gnu::format(printf, 4, 5)]] bool fail(PulseConfigFailure* failure, PulseConfigField field,
                                         uint32_t state, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    writeMessage(failure, format, arguments);
-    va_end(arguments);
     failure->field = field;
     failure->state = state;
+    const ScopedNumberLocale locale;
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(failure->message, sizeof failure->message, format, arguments);
+    va_end(arguments);
     return false;
 }
 
