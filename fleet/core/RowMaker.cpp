@@ -26,6 +26,10 @@ double mean(double single, double sum, size_t count) {
 
 } // namespace
 
+bool RowMaker_endsRow(int64_t poll_ms, int64_t every_ms, int64_t poll) {
+    return (poll + 1) * poll_ms / every_ms > poll * poll_ms / every_ms;
+}
+
 bool RowMaker_isOther(const RowMaker& maker, const FleetReading& reading) {
     return maker.count > 0 &&
            (maker.last.sensorSerial != reading.sensorSerial ||

@@ -18,6 +18,9 @@ struct RowMaker {
     FleetValues extremes = FleetReading_noValues();
 };
 
+/// True for the last poll before a row is due. Polls are counted from 0.
+bool RowMaker_endsRow(int64_t poll_ms, int64_t every_ms, int64_t poll);
+
 /// True for the reading of another sensor than that of the row so far, which then is complete.
 bool RowMaker_isOther(const RowMaker& maker, const FleetReading& reading);
 

@@ -2,6 +2,7 @@
 
 #include "FleetLoopContext.h"
 
+#include <boost/asio/post.hpp>
 #include <chrono>
 #include <csignal>
 #include <utility>
@@ -46,6 +47,10 @@ void FleetLoop_run(FleetLoop& loop) {
 
 void FleetLoop_stop(FleetLoop& loop) {
     loop.context.stop();
+}
+
+void FleetLoop_post(FleetLoop& loop, std::function<void()> callback) {
+    boost::asio::post(loop.context, std::move(callback));
 }
 
 void FleetLoop_every(FleetLoop& loop, int64_t period_ms, std::function<void()> callback) {

@@ -17,6 +17,9 @@ void FleetLoop_run(FleetLoop& loop);
 /// Lets FleetLoop_run return; from callbacks of the loop only.
 void FleetLoop_stop(FleetLoop& loop);
 
+/// Calls once, on the loop's thread; from any thread.
+void FleetLoop_post(FleetLoop& loop, std::function<void()> callback);
+
 /// Calls every so many milliseconds, the first time after one of them. What took longer is not made
 /// up for.
 void FleetLoop_every(FleetLoop& loop, int64_t period_ms, std::function<void()> callback);

@@ -43,6 +43,7 @@ struct Link {
     MeterCounts counts;
     LinkState state = LinkState::closed;
     bool isThere = false;
+    bool isDropped = false;
     bool wasTold = false;       ///< whether it is there
     uint64_t connection = 0;    ///< counts; what comes for an older one is of no interest
     int64_t deadline_ms = 0;    ///< of connecting and asking
@@ -124,6 +125,9 @@ void finish(MeterPool& pool, Link& link) {
     link.state = LinkState::idle;
     ReconnectPause_reset(link.pause);
     tell(pool, link, true, {});
+    if (link.isDropped) {
+        return;
+    }
     report(pool, link, std::exchange(link.pendingPoll, none), true);
     if (!link.target.holds && link.target.interval_ms >= leavesFrom_ms) {
         hangUp(link);
@@ -280,6 +284,9 @@ void runDuePolls(MeterPool& pool, int64_t now_ms) {
         DuePoll due = pool.duePolls.top();
         pool.duePolls.pop();
         Link& link = pool.links[due.meter];
+        if (link.isDropped) {
+            continue;
+        }
         due.time_ms += link.target.interval_ms;
         pool.duePolls.push(due);
         if (due.time_ms <= now_ms) {
@@ -356,6 +363,13 @@ size_t MeterPool_add(MeterPool& pool, const MeterTarget& target) {
     pool.duePolls.push({monotonic_ms() + phase_ms(index, target.interval_ms), index});
     arm(pool);
     return index;
+}
+
+void MeterPool_drop(MeterPool& pool, size_t meter) {
+    Link& link = pool.links[meter];
+    link.isDropped = true;
+    link.pendingPoll = none;
+    hangUp(link);
 }
 
 void MeterPool_stop(MeterPool& pool) {

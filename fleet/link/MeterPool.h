@@ -50,6 +50,9 @@ std::shared_ptr<MeterPool> MeterPool_create(const std::shared_ptr<FleetLoop>& lo
 /// all meters are polled at once. Returns its index.
 size_t MeterPool_add(MeterPool& pool, const MeterTarget& target);
 
+/// Hangs up for good: the meter is neither polled nor reported any more. Its index stays taken.
+void MeterPool_drop(MeterPool& pool, size_t meter);
+
 /// Hangs up everywhere; nothing is reported any more.
 void MeterPool_stop(MeterPool& pool);
 

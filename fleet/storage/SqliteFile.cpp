@@ -7,17 +7,9 @@ namespace {
 
 constexpr int patience_ms = 200; ///< with another program that reads the same file
 
-/// The first column of the first row; -1 on failure.
-int64_t askNumber(const SqliteFile& file, std::string_view query, std::string& error) {
+int64_t ask(const SqliteFile& file, std::string_view query, std::string& error) {
     const SqliteStatement statement = SqliteFile_prepare(file, query, error);
-    if (!statement) {
-        return -1;
-    }
-    if (sqlite3_step(statement.get()) != SQLITE_ROW) {
-        error = SqliteFile_failure(file);
-        return -1;
-    }
-    return sqlite3_column_int64(statement.get(), 0);
+    return statement ? SqliteFile_askNumber(file, statement, error) : -1;
 }
 
 /// One step in one transaction: after a power cut the file is of the one version or of the other.
@@ -33,8 +25,8 @@ bool bringForward(const SqliteFile& file, const char* step, size_t version, std:
 }
 
 bool applySchema(const SqliteFile& file, SqliteSchema schema, std::string& error) {
-    const int64_t version = askNumber(file, "PRAGMA user_version", error);
-    const int64_t tables = askNumber(file, "SELECT count(*) FROM sqlite_schema", error);
+    const int64_t version = ask(file, "PRAGMA user_version", error);
+    const int64_t tables = ask(file, "SELECT count(*) FROM sqlite_schema", error);
     if (version < 0 || tables < 0) {
         return false;
     }
@@ -124,6 +116,17 @@ bool SqliteFile_step(const SqliteFile& file, const SqliteStatement& statement, s
     }
     sqlite3_reset(statement.get());
     return result == SQLITE_DONE;
+}
+
+int64_t SqliteFile_askNumber(const SqliteFile& file, const SqliteStatement& statement,
+                             std::string& error) {
+    const int result = sqlite3_step(statement.get());
+    const int64_t number = result == SQLITE_ROW ? sqlite3_column_int64(statement.get(), 0) : -1;
+    if (result != SQLITE_ROW) {
+        error = result == SQLITE_DONE ? "there is no such row" : SqliteFile_failure(file);
+    }
+    sqlite3_reset(statement.get());
+    return number;
 }
 
 std::string SqliteFile_failure(const SqliteFile& file) {

@@ -42,6 +42,11 @@ void SqliteFile_bind(const SqliteStatement& statement, int parameter, std::strin
 /// Runs a statement without results once and makes it ready for the next time.
 bool SqliteFile_step(const SqliteFile& file, const SqliteStatement& statement, std::string& error);
 
+/// Runs a query and makes it ready for the next time: the first column of its first row, a number
+/// that is never negative. -1 with the reason when there is none.
+int64_t SqliteFile_askNumber(const SqliteFile& file, const SqliteStatement& statement,
+                             std::string& error);
+
 /// What went wrong last, in words for people.
 std::string SqliteFile_failure(const SqliteFile& file);
 

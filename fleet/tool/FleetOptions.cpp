@@ -70,6 +70,13 @@ CLI::App* addDiscover(CLI::App& app, DiscoverOptions& options) {
     return discover;
 }
 
+CLI::App* addRun(CLI::App& app, ServiceOptions& options) {
+    CLI::App* run = app.add_subcommand("run", "Watch meters and keep their readings, as a service");
+    run->add_option("FILE", options.file, "configuration, such as fleet.toml")->required();
+    run->add_flag("--check", options.isCheck, "only read the file");
+    return run;
+}
+
 CLI::App* addLog(CLI::App& app, LogTexts& texts, LogOptions& options) {
     CLI::App* log = app.add_subcommand("log", "Write the readings of meters into a file");
     log->add_option("HOST", texts.hosts, "meters: HOST[:PORT], port 5025 if left out")->required();
@@ -94,14 +101,16 @@ std::optional<FleetOptions> FleetOptions_parse(int argc, const char* const* argv
     app.set_version_flag("--version", FLEET_VERSION);
     app.require_subcommand(1);
     const CLI::App* discover = addDiscover(app, options.discover);
-    addLog(app, logTexts, options.log);
+    const CLI::App* log = addLog(app, logTexts, options.log);
+    addRun(app, options.service);
     try {
         app.parse(argc, argv);
-        if (discover->parsed()) {
-            options.command = FleetCommand::discover;
-        } else {
+        if (log->parsed()) {
             readLog(logTexts, options.log);
         }
+        options.command = log->parsed()        ? FleetCommand::log
+                          : discover->parsed() ? FleetCommand::discover
+                                               : FleetCommand::run;
     } catch (const CLI::Success& end) {
         status = app.exit(end); // prints the help or the version
         return {};

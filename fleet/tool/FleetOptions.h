@@ -3,17 +3,19 @@
 
 #include "DiscoverCommand.h"
 #include "LogCommand.h"
+#include "ServiceCommand.h"
 
 #include <optional>
 
 /// The command line.
 
-enum class FleetCommand { discover, log };
+enum class FleetCommand { discover, log, run };
 
 struct FleetOptions {
     FleetCommand command = FleetCommand::log;
     DiscoverOptions discover;
     LogOptions log;
+    ServiceOptions service;
 };
 
 constexpr int fleetStatusUsage = 2;

@@ -62,12 +62,6 @@ void takeChannel(Log& log, LoggedMeter& meter, size_t index, const MeterDialogue
     }
 }
 
-/// True for the last poll before a row is due.
-bool endsRow(const LogOptions& options, int64_t number) {
-    return (number + 1) * options.poll_ms / options.every_ms >
-           number * options.poll_ms / options.every_ms;
-}
-
 void takePoll(Log& log, const MeterPoll& poll) {
     LoggedMeter& meter = log.meters[poll.meter];
     for (size_t channel = 0; channel < meterChannelCount; ++channel) {
@@ -76,7 +70,7 @@ void takePoll(Log& log, const MeterPoll& poll) {
         } else if (meter.hasSensor[channel]) {
             ++log.summary.gaps;
         }
-        if (endsRow(*log.options, poll.number)) {
+        if (RowMaker_endsRow(log.options->poll_ms, log.options->every_ms, poll.number)) {
             writeRow(log, meter.rows[channel]);
         }
     }

@@ -12,7 +12,9 @@ int main(int argc, char** argv) {
     case FleetCommand::discover:
         return DiscoverCommand_run(options->discover);
     case FleetCommand::log:
+        return LogCommand_run(options->log);
+    case FleetCommand::run:
         break;
     }
-    return LogCommand_run(options->log);
+    return ServiceCommand_run(options->service);
 }

@@ -63,6 +63,16 @@ TEST(RowMaker, EachRowBeginsAnew) {
     EXPECT_TRUE(std::isnan(row.values[fleetReflectedMax]));
 }
 
+TEST(RowMaker, RowsKeepTheirPaceWhateverThePolls) {
+    for (const int64_t poll_ms : {10, 70, 100, 300, 1000}) {
+        int64_t rows = 0;
+        for (int64_t poll = 0; poll * poll_ms < 60'000; ++poll) {
+            rows += RowMaker_endsRow(poll_ms, 1000, poll) ? 1 : 0;
+        }
+        EXPECT_EQ(60, rows) << poll_ms;
+    }
+}
+
 TEST(RowMaker, AnotherSensorIsNoPartOfTheRow) {
     RowMaker maker;
     RowMaker_add(maker, reading(1, 1, 1));

@@ -1,0 +1,236 @@
+#include "FleetService.h"
+
+#include "ChannelWatch.h"
+#include "FleetDatabase.h"
+#include "FleetShare.h"
+#include "MeterFinder.h"
+#include "MeterPool.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+constexpr int64_t flushPeriod_ms = 1000;
+constexpr int64_t summaryPeriod_ms = 10'000;
+
+struct WatchedMeter {
+    MeterConfig config;
+    int64_t every_ms = 0;
+    int64_t poll_ms = 0;
+    std::string serial; ///< "" until it has told it
+    bool isDropped = false;
+    bool wasThere = false; ///< has answered once
+    std::array<ChannelWatch, meterChannelCount> channels;
+};
+
+struct Service {
+    const FleetConfig* config = nullptr;
+    std::shared_ptr<FleetLoop> loop;
+    std::shared_ptr<MeterPool> pool;
+    std::shared_ptr<MeterFinder> finder;
+    std::vector<WatchedMeter> meters;
+    FleetDatabase database;
+    std::string trouble;       ///< of the database, as it was last told
+    std::string finderTrouble; ///< of the discovery
+};
+
+void say(const std::string& text) {
+    fprintf(stderr, "quorvel-fleet: %s\n", text.c_str());
+}
+
+/// Tells of trouble once, and when it is over.
+void tell(std::string& known, const std::string& what, const std::string& trouble) {
+    if (trouble != known) {
+        say(what + ": " + (trouble.empty() ? "well again" : trouble));
+        known = trouble;
+    }
+}
+
+std::string nameOf(const WatchedMeter& meter) {
+    return meter.serial.empty() ? MeterAddress_text(meter.config.address) : meter.serial;
+}
+
+void addEvent(Service& service, const WatchedMeter& meter, int channel, ChannelEvent event) {
+    FleetDatabase_addEvent(service.database,
+                           {MeterPool_utc_ms(*service.pool), nameOf(meter), channel,
+                            std::move(event.kind), std::move(event.detail)});
+}
+
+void takeNews(Service& service, const WatchedMeter& meter, size_t channel, ChannelNews news) {
+    for (ChannelEvent& event : news.events) {
+        addEvent(service, meter, static_cast<int>(channel) + 1, std::move(event));
+    }
+    for (FleetReading& reading : news.readings) {
+        FleetDatabase_add(service.database, std::move(reading));
+    }
+}
+
+void drop(Service& service, size_t index, const std::string& why) {
+    WatchedMeter& meter = service.meters[index];
+    say(MeterAddress_text(meter.config.address) + ": " + why);
+    meter.isDropped = true;
+    MeterPool_drop(*service.pool, index);
+}
+
+/// The first answer of a meter tells who it is. False for one that is not to be watched here.
+bool isOurs(Service& service, size_t index, const std::string& serial) {
+    const FleetConfig& config = *service.config;
+    WatchedMeter& meter = service.meters[index];
+    if (meter.serial == serial) {
+        return true;
+    }
+    if (!FleetShare_has(config.share, config.shareCount, serial)) {
+        drop(service, index, serial + " belongs to another share");
+        return false;
+    }
+    const auto isKnown = [&serial](const WatchedMeter& other) {
+        return other.serial == serial && !other.isDropped;
+    };
+    if (std::ranges::any_of(service.meters, isKnown)) {
+        drop(service, index, serial + " is read at another address already");
+        return false;
+    }
+    meter.serial = serial;
+    return true;
+}
+
+void takePoll(Service& service, const MeterPoll& poll) {
+    WatchedMeter& meter = service.meters[poll.meter];
+    if (poll.dialogue != nullptr && !isOurs(service, poll.meter, poll.dialogue->serial)) {
+        return;
+    }
+    const bool isLast = RowMaker_endsRow(meter.poll_ms, meter.every_ms, poll.number);
+    for (size_t channel = 0; channel < meterChannelCount; ++channel) {
+        ChannelWatch& watch = meter.channels[channel];
+        takeNews(service, meter, channel,
+                 poll.dialogue == nullptr
+                     ? ChannelWatch_miss(watch, isLast)
+                     : ChannelWatch_take(watch, poll.dialogue->channels[channel], isLast));
+    }
+}
+
+void meterChanged(Service& service, size_t index, bool isThere, const std::string& why) {
+    if (isThere && !isOurs(service, index, MeterPool_dialogue(*service.pool, index).serial)) {
+        return;
+    }
+    WatchedMeter& meter = service.meters[index];
+    const char* arrival = meter.wasThere ? "meter back" : "meter came";
+    addEvent(service, meter, 0, {isThere ? arrival : "meter gone", why});
+    meter.wasThere = meter.wasThere || isThere;
+}
+
+void watch(Service& service, const MeterConfig& config) {
+    const FleetConfig& all = *service.config;
+    WatchedMeter meter;
+    meter.config = config;
+    meter.every_ms = config.every_ms > 0 ? config.every_ms : all.every_ms;
+    meter.poll_ms = all.poll_ms > 0 ? std::min(all.poll_ms, meter.every_ms) : meter.every_ms;
+    for (const ChannelConfig& channel : config.channels) {
+        ChannelWatch& watched = meter.channels[static_cast<size_t>(channel.channel) - 1];
+        watched.limits = channel.limits;
+        watched.offset_dB = channel.offset_dB;
+    }
+    const MeterTarget target{config.address, meter.poll_ms, all.holds};
+    service.meters.push_back(std::move(meter));
+    MeterPool_add(*service.pool, target);
+}
+
+void takeFound(Service& service, const std::vector<AnnouncedMeter>& found,
+               const std::string& error) {
+    tell(service.finderTrouble, "discovery", error);
+    for (const AnnouncedMeter& announced : found) {
+        const auto isKnown = [&announced](const WatchedMeter& meter) {
+            return meter.config.address == announced.address;
+        };
+        if (!std::ranges::any_of(service.meters, isKnown)) {
+            say(MeterAddress_text(announced.address) + ": announced as " + announced.name);
+            watch(service, {announced.address, announced.name, {}, 0, {}});
+        }
+    }
+}
+
+void flush(Service& service) {
+    std::string error;
+    FleetDatabase_flush(service.database, error);
+    tell(service.trouble, service.config->database, error);
+}
+
+void summarize(Service& service) {
+    const FleetConfig& config = *service.config;
+    const int64_t now_ms = MeterPool_utc_ms(*service.pool);
+    std::string error;
+    // Only what has become minutes is removed.
+    if (service.trouble.empty() && FleetDatabase_summarize(service.database, now_ms, error)) {
+        FleetDatabase_thin(service.database, now_ms, config.keepRaw_ms, config.keepMinutes_ms,
+                           error);
+    }
+    if (!error.empty()) {
+        tell(service.trouble, config.database, error);
+    }
+}
+
+void start(Service& service) {
+    service.loop = FleetLoop_create();
+    service.pool = MeterPool_create(
+        service.loop, {.polled = [&service](const MeterPoll& poll) { takePoll(service, poll); },
+                       .changed =
+                           [&service](size_t meter, bool isThere, const std::string& why) {
+                               meterChanged(service, meter, isThere, why);
+                           }});
+    for (const MeterConfig& meter : service.config->meters) {
+        watch(service, meter);
+    }
+    FleetLoop_onEnd(*service.loop, [&service] { FleetLoop_stop(*service.loop); });
+    FleetLoop_every(*service.loop, flushPeriod_ms, [&service] { flush(service); });
+    FleetLoop_every(*service.loop, summaryPeriod_ms, [&service] { summarize(service); });
+    if (service.config->discovers) {
+        service.finder =
+            MeterFinder_start(service.loop, [&service](const std::vector<AnnouncedMeter>& found,
+                                                       const std::string& error) {
+                takeFound(service, found, error);
+            });
+    }
+}
+
+/// Stores what is left. Returns the exit status.
+int end(Service& service) {
+    MeterPool_stop(*service.pool);
+    if (service.finder) {
+        MeterFinder_stop(*service.finder);
+    }
+    for (const WatchedMeter& meter : service.meters) {
+        for (size_t channel = 0; channel < meterChannelCount; ++channel) {
+            ChannelWatch rest = meter.channels[channel];
+            takeNews(service, meter, channel, ChannelWatch_miss(rest, true));
+        }
+    }
+    std::string error;
+    const bool isStored = FleetDatabase_flush(service.database, error);
+    const size_t lost =
+        service.database.lost + (isStored ? 0 : service.database.waitingReadings.size());
+    FleetDatabase_close(service.database);
+    if (lost > 0) {
+        say(service.config->database + ": " + std::to_string(lost) + " readings are lost" +
+            (error.empty() ? "" : ": " + error));
+    }
+    return lost > 0 ? 1 : 0;
+}
+
+} // namespace
+
+int FleetService_run(const FleetConfig& config) {
+    Service service;
+    std::string error;
+    service.config = &config;
+    if (!FleetDatabase_open(service.database, config.database, error)) {
+        say(config.database + ": " + error);
+        return 1;
+    }
+    start(service);
+    say("watching " + std::to_string(config.meters.size()) + " meters");
+    FleetLoop_run(*service.loop);
+    return end(service);
+}

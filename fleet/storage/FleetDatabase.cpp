@@ -1,0 +1,222 @@
+#include "FleetDatabase.h"
+
+#include <algorithm>
+#include <array>
+#include <sqlite3.h>
+
+namespace {
+
+constexpr int64_t minute_ms = 60'000;
+constexpr const char* thinnedAtOnce = "20000"; ///< rows, so that nobody waits for long
+
+// The view shows readings under the names that every log has.
+constexpr std::array schema{
+    "CREATE TABLE sources (id INTEGER PRIMARY KEY, meter TEXT NOT NULL, channel INTEGER NOT NULL, "
+    "sensor TEXT NOT NULL, sensor_serial TEXT NOT NULL, "
+    "UNIQUE (meter, channel, sensor, sensor_serial));"
+    "CREATE TABLE raw (source INTEGER NOT NULL REFERENCES sources, time_ms INTEGER NOT NULL, "
+    "forward_W REAL, forward_min_W REAL, forward_max_W REAL, "
+    "reflected_W REAL, reflected_min_W REAL, reflected_max_W REAL, vswr REAL, "
+    "frequency_MHz REAL, temperature_C REAL, duty_percent REAL, period_us REAL, prf_Hz REAL, "
+    "width_us REAL, gate_mean_W REAL, gate_max_W REAL, gate_min_W REAL, "
+    "state1_mean_W REAL, state1_max_W REAL, state1_min_W REAL, "
+    "state2_mean_W REAL, state2_max_W REAL, state2_min_W REAL, "
+    "state3_mean_W REAL, state3_max_W REAL, state3_min_W REAL, "
+    "state4_mean_W REAL, state4_max_W REAL, state4_min_W REAL, "
+    "PRIMARY KEY (source, time_ms)) WITHOUT ROWID;"
+    "CREATE INDEX raw_by_time ON raw (time_ms);"
+    "CREATE TABLE minutes (source INTEGER NOT NULL REFERENCES sources, time_ms INTEGER NOT NULL, "
+    "count INTEGER NOT NULL, forward_W REAL, forward_min_W REAL, forward_max_W REAL, "
+    "reflected_W REAL, reflected_min_W REAL, reflected_max_W REAL, "
+    "vswr REAL, vswr_max REAL, frequency_MHz REAL, temperature_C REAL, "
+    "PRIMARY KEY (source, time_ms)) WITHOUT ROWID;"
+    "CREATE INDEX minutes_by_time ON minutes (time_ms);"
+    "CREATE TABLE events (id INTEGER PRIMARY KEY AUTOINCREMENT, time_ms INTEGER NOT NULL, "
+    "meter TEXT NOT NULL, channel INTEGER NOT NULL, kind TEXT NOT NULL, detail TEXT NOT NULL);"
+    "CREATE INDEX events_by_time ON events (time_ms);"
+    "CREATE VIEW readings AS SELECT "
+    "strftime('%Y-%m-%dT%H:%M:%S', time_ms / 1000, 'unixepoch') || "
+    "printf('.%03dZ', time_ms % 1000) AS time, meter, channel, sensor, sensor_serial, "
+    "forward_W, forward_min_W, forward_max_W, reflected_W, reflected_min_W, reflected_max_W, vswr, "
+    "frequency_MHz, temperature_C, duty_percent, period_us, prf_Hz, width_us, "
+    "gate_mean_W, gate_max_W, gate_min_W, state1_mean_W, state1_max_W, state1_min_W, "
+    "state2_mean_W, state2_max_W, state2_min_W, state3_mean_W, state3_max_W, state3_min_W, "
+    "state4_mean_W, state4_max_W, state4_min_W FROM raw JOIN sources ON source = sources.id",
+};
+
+constexpr const char* insertMinutes =
+    "INSERT OR REPLACE INTO minutes SELECT source, time_ms / 60000 * 60000, count(*), "
+    "avg(forward_W), min(forward_min_W), max(forward_max_W), "
+    "avg(reflected_W), min(reflected_min_W), max(reflected_max_W), "
+    "avg(vswr), max(vswr), avg(frequency_MHz), avg(temperature_C) "
+    "FROM raw WHERE time_ms >= ?1 AND time_ms < ?2 GROUP BY 1, 2";
+
+std::string insertReadingStatement() {
+    std::string places;
+    for (size_t i = 0; i < fleetValueCount; ++i) {
+        places += ",?";
+    }
+    return "INSERT OR IGNORE INTO raw VALUES (?,?" + places + ")";
+}
+
+bool prepare(FleetDatabase& database, SqliteStatement& statement, const std::string& text,
+             std::string& error) {
+    statement = SqliteFile_prepare(database.file, text, error);
+    return statement != nullptr;
+}
+
+bool prepareAll(FleetDatabase& database, std::string& error) {
+    return prepare(database, database.insertReading, insertReadingStatement(), error) &&
+           prepare(database, database.insertSource,
+                   "INSERT OR IGNORE INTO sources (meter, channel, sensor, sensor_serial) VALUES "
+                   "(?,?,?,?)",
+                   error) &&
+           prepare(database, database.selectSource,
+                   "SELECT id FROM sources WHERE meter = ? AND channel = ? AND sensor = ? AND "
+                   "sensor_serial = ?",
+                   error) &&
+           prepare(database, database.insertEvent,
+                   "INSERT INTO events (time_ms, meter, channel, kind, detail) VALUES (?,?,?,?,?)",
+                   error) &&
+           prepare(database, database.insertMinutes, insertMinutes, error);
+}
+
+void bindSource(const SqliteStatement& statement, const FleetReading& reading) {
+    SqliteFile_bind(statement, 1, std::string_view(reading.meter));
+    SqliteFile_bind(statement, 2, int64_t{reading.channel});
+    SqliteFile_bind(statement, 3, std::string_view(reading.sensor));
+    SqliteFile_bind(statement, 4, std::string_view(reading.sensorSerial));
+}
+
+/// The number of a reading's source, which is entered if need be; -1 on failure.
+int64_t sourceOf(FleetDatabase& database, const FleetReading& reading, std::string& error) {
+    const auto key =
+        std::make_tuple(reading.meter, reading.channel, reading.sensor, reading.sensorSerial);
+    if (const auto known = database.sources.find(key); known != database.sources.end()) {
+        return known->second;
+    }
+    bindSource(database.insertSource, reading);
+    bindSource(database.selectSource, reading);
+    if (!SqliteFile_step(database.file, database.insertSource, error)) {
+        return -1;
+    }
+    const int64_t number = SqliteFile_askNumber(database.file, database.selectSource, error);
+    if (number >= 0) {
+        database.sources.emplace(key, number);
+    }
+    return number;
+}
+
+bool storeReading(FleetDatabase& database, const FleetReading& reading, std::string& error) {
+    const int64_t source = sourceOf(database, reading, error);
+    if (source < 0) {
+        return false;
+    }
+    SqliteFile_bind(database.insertReading, 1, source);
+    SqliteFile_bind(database.insertReading, 2, reading.time_ms);
+    int parameter = 2;
+    for (const double value : reading.values) {
+        SqliteFile_bind(database.insertReading, ++parameter, value);
+    }
+    return SqliteFile_step(database.file, database.insertReading, error);
+}
+
+bool storeEvent(FleetDatabase& database, const FleetEvent& event, std::string& error) {
+    SqliteFile_bind(database.insertEvent, 1, event.time_ms);
+    SqliteFile_bind(database.insertEvent, 2, std::string_view(event.meter));
+    SqliteFile_bind(database.insertEvent, 3, int64_t{event.channel});
+    SqliteFile_bind(database.insertEvent, 4, std::string_view(event.kind));
+    SqliteFile_bind(database.insertEvent, 5, std::string_view(event.detail));
+    return SqliteFile_step(database.file, database.insertEvent, error);
+}
+
+bool storeWaiting(FleetDatabase& database, std::string& error) {
+    return std::ranges::all_of(database.waitingReadings,
+                               [&](const FleetReading& reading) {
+                                   return storeReading(database, reading, error);
+                               }) &&
+           std::ranges::all_of(database.waitingEvents, [&](const FleetEvent& event) {
+               return storeEvent(database, event, error);
+           });
+}
+
+template <typename Entry> size_t makeRoom(std::vector<Entry>& waiting) {
+    if (waiting.size() < fleetDatabaseMostWaiting) {
+        return 0;
+    }
+    constexpr size_t part = fleetDatabaseMostWaiting / 100;
+    waiting.erase(waiting.begin(), waiting.begin() + part);
+    return part;
+}
+
+std::string removal(const char* table, const char* key, int64_t before_ms) {
+    const std::string name = table;
+    const std::string keys = key;
+    return "DELETE FROM " + name + " WHERE (" + keys + ") IN (SELECT " + keys + " FROM " + name +
+           " WHERE time_ms < " + std::to_string(before_ms) + " LIMIT " + thinnedAtOnce + ");";
+}
+
+} // namespace
+
+bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::string& error) {
+    database.file = SqliteFile_open(path, schema, error);
+    return database.file && prepareAll(database, error);
+}
+
+void FleetDatabase_add(FleetDatabase& database, FleetReading reading) {
+    database.lost += makeRoom(database.waitingReadings);
+    database.waitingReadings.push_back(std::move(reading));
+}
+
+void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event) {
+    makeRoom(database.waitingEvents);
+    database.waitingEvents.push_back(std::move(event));
+}
+
+bool FleetDatabase_flush(FleetDatabase& database, std::string& error) {
+    if (database.waitingReadings.empty() && database.waitingEvents.empty()) {
+        return true;
+    }
+    if (!SqliteFile_run(database.file, "BEGIN IMMEDIATE", error)) {
+        return false;
+    }
+    if (!storeWaiting(database, error) || !SqliteFile_run(database.file, "COMMIT", error)) {
+        std::string ignored; // some failures have rolled back already
+        SqliteFile_run(database.file, "ROLLBACK", ignored);
+        database.sources.clear(); // those that were entered just now are gone again
+        return false;
+    }
+    database.waitingReadings.clear();
+    database.waitingEvents.clear();
+    return true;
+}
+
+bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, std::string& error) {
+    const SqliteStatement newest = SqliteFile_prepare(
+        database.file, "SELECT coalesce(max(time_ms) + 60000, 0) FROM minutes", error);
+    const int64_t from_ms = newest ? SqliteFile_askNumber(database.file, newest, error) : -1;
+    if (from_ms < 0) {
+        return false;
+    }
+    SqliteFile_bind(database.insertMinutes, 1, from_ms);
+    SqliteFile_bind(database.insertMinutes, 2, now_ms / minute_ms * minute_ms);
+    return SqliteFile_step(database.file, database.insertMinutes, error);
+}
+
+bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
+                        int64_t keepMinutes_ms, std::string& error) {
+    return SqliteFile_run(database.file,
+                          removal("raw", "source, time_ms", now_ms - keepRaw_ms) +
+                              removal("minutes", "source, time_ms", now_ms - keepMinutes_ms) +
+                              removal("events", "id", now_ms - keepMinutes_ms),
+                          error);
+}
+
+void FleetDatabase_close(FleetDatabase& database) {
+    for (SqliteStatement* statement :
+         {&database.insertReading, &database.insertSource, &database.selectSource,
+          &database.insertEvent, &database.insertMinutes}) {
+        statement->reset();
+    }
+    database.file.reset();
+}

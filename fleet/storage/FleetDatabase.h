@@ -1,0 +1,61 @@
+#ifndef FLEET_STORAGE_FLEET_DATABASE_H
+#define FLEET_STORAGE_FLEET_DATABASE_H
+
+#include "FleetReading.h"
+#include "SqliteFile.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+/// The service's database: readings as they came for days, their minutes (least, mean, greatest)
+/// for years, and events. What is added waits in memory until it is flushed, longer while the file
+/// cannot take it.
+
+struct FleetEvent {
+    int64_t time_ms = 0; ///< UTC
+    std::string meter;   ///< serial number, or the address of a meter that has not told it yet
+    int channel = 0;     ///< 0: of the meter itself
+    std::string kind;    ///< as in "sensor came"
+    std::string detail;
+};
+
+struct FleetDatabase {
+    SqliteFile file;
+    SqliteStatement insertReading;
+    SqliteStatement insertSource;
+    SqliteStatement selectSource;
+    SqliteStatement insertEvent;
+    SqliteStatement insertMinutes;
+    /// Numbers of meter, channel, sensor and its serial number in the table `sources`.
+    std::map<std::tuple<std::string, int, std::string, std::string>, int64_t> sources;
+    std::vector<FleetReading> waitingReadings;
+    std::vector<FleetEvent> waitingEvents;
+    uint64_t lost = 0; ///< readings that the file did not take for too long
+};
+
+constexpr size_t fleetDatabaseMostWaiting = 200'000; ///< readings, and as many events
+
+/// Opens or makes it. False with the reason.
+bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::string& error);
+
+void FleetDatabase_add(FleetDatabase& database, FleetReading reading);
+void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event);
+
+/// Stores all that waits, or nothing of it. False with the reason; it may be tried again. A reading
+/// that is there already is not stored twice.
+bool FleetDatabase_flush(FleetDatabase& database, std::string& error);
+
+/// Makes the minutes that are over by now and not yet made. False with the reason.
+bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, std::string& error);
+
+/// Removes some of what is older than it is to be kept; called again and again it removes all.
+/// False with the reason.
+bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
+                        int64_t keepMinutes_ms, std::string& error);
+
+void FleetDatabase_close(FleetDatabase& database);
+
+#endif
