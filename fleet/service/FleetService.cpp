@@ -13,8 +13,9 @@
 
 namespace {
 
-constexpr int64_t flushPeriod_ms = 1000;
-constexpr int64_t summaryPeriod_ms = 10'000;
+// Little at a time: while the file is written, no meter is asked.
+constexpr int64_t storePeriod_ms = 100;
+constexpr size_t summarizedAtOnce = 50; ///< channels
 
 struct WatchedMeter {
     MeterConfig config;
@@ -33,8 +34,9 @@ struct Service {
     std::shared_ptr<MeterFinder> finder;
     std::vector<WatchedMeter> meters;
     FleetDatabase database;
-    std::string trouble;       ///< of the database, as it was last told
-    std::string finderTrouble; ///< of the discovery
+    std::string trouble;        ///< of the database, as it was last told
+    std::string minutesTrouble; ///< of what is made of it
+    std::string finderTrouble;  ///< of the discovery
 };
 
 void say(const std::string& text) {
@@ -159,17 +161,18 @@ void flush(Service& service) {
 }
 
 void summarize(Service& service) {
+    if (!service.trouble.empty()) {
+        return;
+    }
     const FleetConfig& config = *service.config;
     const int64_t now_ms = MeterPool_utc_ms(*service.pool);
     std::string error;
     // Only what has become minutes is removed.
-    if (service.trouble.empty() && FleetDatabase_summarize(service.database, now_ms, error)) {
+    if (FleetDatabase_summarize(service.database, now_ms, summarizedAtOnce, error)) {
         FleetDatabase_thin(service.database, now_ms, config.keepRaw_ms, config.keepMinutes_ms,
                            error);
     }
-    if (!error.empty()) {
-        tell(service.trouble, config.database, error);
-    }
+    tell(service.minutesTrouble, config.database + ": minutes", error);
 }
 
 void start(Service& service) {
@@ -184,8 +187,10 @@ void start(Service& service) {
         watch(service, meter);
     }
     FleetLoop_onEnd(*service.loop, [&service] { FleetLoop_stop(*service.loop); });
-    FleetLoop_every(*service.loop, flushPeriod_ms, [&service] { flush(service); });
-    FleetLoop_every(*service.loop, summaryPeriod_ms, [&service] { summarize(service); });
+    FleetLoop_every(*service.loop, storePeriod_ms, [&service] {
+        flush(service);
+        summarize(service);
+    });
     if (service.config->discovers) {
         service.finder =
             MeterFinder_start(service.loop, [&service](const std::vector<AnnouncedMeter>& found,

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr int64_t minute_ms = 60'000;
-constexpr const char* thinnedAtOnce = "20000"; ///< rows, so that nobody waits for long
+constexpr const char* thinnedAtOnce = "1000"; ///< rows, so that nobody waits for long
 
 // The view shows readings under the names that every log has.
 constexpr std::array schema{
@@ -49,7 +49,7 @@ constexpr const char* insertMinutes =
     "avg(forward_W), min(forward_min_W), max(forward_max_W), "
     "avg(reflected_W), min(reflected_min_W), max(reflected_max_W), "
     "avg(vswr), max(vswr), avg(frequency_MHz), avg(temperature_C) "
-    "FROM raw WHERE time_ms >= ?1 AND time_ms < ?2 GROUP BY 1, 2";
+    "FROM raw WHERE source = ?1 AND time_ms >= ?2 AND time_ms < ?3 GROUP BY 1, 2";
 
 std::string insertReadingStatement() {
     std::string places;
@@ -77,6 +77,9 @@ bool prepareAll(FleetDatabase& database, std::string& error) {
                    error) &&
            prepare(database, database.insertEvent,
                    "INSERT INTO events (time_ms, meter, channel, kind, detail) VALUES (?,?,?,?,?)",
+                   error) &&
+           prepare(database, database.newestMinute,
+                   "SELECT coalesce(max(time_ms) + 60000, 0) FROM minutes WHERE source = ?",
                    error) &&
            prepare(database, database.insertMinutes, insertMinutes, error);
 }
@@ -149,6 +152,34 @@ template <typename Entry> size_t makeRoom(std::vector<Entry>& waiting) {
     return part;
 }
 
+bool listSources(FleetDatabase& database, std::string& error) {
+    const SqliteStatement sources =
+        SqliteFile_prepare(database.file, "SELECT id FROM sources", error);
+    int result = sources ? SQLITE_ROW : SQLITE_ERROR;
+    while (result == SQLITE_ROW) {
+        result = sqlite3_step(sources.get());
+        if (result == SQLITE_ROW) {
+            database.unsummarized.push_back(sqlite3_column_int64(sources.get(), 0));
+        }
+    }
+    if (result != SQLITE_DONE) {
+        error = SqliteFile_failure(database.file);
+    }
+    return result == SQLITE_DONE;
+}
+
+bool summarizeSource(FleetDatabase& database, int64_t source, std::string& error) {
+    SqliteFile_bind(database.newestMinute, 1, source);
+    const int64_t from_ms = SqliteFile_askNumber(database.file, database.newestMinute, error);
+    if (from_ms < 0) {
+        return false;
+    }
+    SqliteFile_bind(database.insertMinutes, 1, source);
+    SqliteFile_bind(database.insertMinutes, 2, from_ms);
+    SqliteFile_bind(database.insertMinutes, 3, database.summarizedTo_ms);
+    return SqliteFile_step(database.file, database.insertMinutes, error);
+}
+
 std::string removal(const char* table, const char* key, int64_t before_ms) {
     const std::string name = table;
     const std::string keys = key;
@@ -191,16 +222,22 @@ bool FleetDatabase_flush(FleetDatabase& database, std::string& error) {
     return true;
 }
 
-bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, std::string& error) {
-    const SqliteStatement newest = SqliteFile_prepare(
-        database.file, "SELECT coalesce(max(time_ms) + 60000, 0) FROM minutes", error);
-    const int64_t from_ms = newest ? SqliteFile_askNumber(database.file, newest, error) : -1;
-    if (from_ms < 0) {
-        return false;
+bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, size_t most,
+                             std::string& error) {
+    const int64_t minute = now_ms / minute_ms * minute_ms;
+    if (database.unsummarized.empty() && minute > database.summarizedTo_ms) {
+        if (!listSources(database, error)) {
+            return false;
+        }
+        database.summarizedTo_ms = minute;
     }
-    SqliteFile_bind(database.insertMinutes, 1, from_ms);
-    SqliteFile_bind(database.insertMinutes, 2, now_ms / minute_ms * minute_ms);
-    return SqliteFile_step(database.file, database.insertMinutes, error);
+    for (size_t done = 0; done < most && !database.unsummarized.empty(); ++done) {
+        if (!summarizeSource(database, database.unsummarized.back(), error)) {
+            return false;
+        }
+        database.unsummarized.pop_back();
+    }
+    return true;
 }
 
 bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
@@ -215,7 +252,7 @@ bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw
 void FleetDatabase_close(FleetDatabase& database) {
     for (SqliteStatement* statement :
          {&database.insertReading, &database.insertSource, &database.selectSource,
-          &database.insertEvent, &database.insertMinutes}) {
+          &database.insertEvent, &database.insertMinutes, &database.newestMinute}) {
         statement->reset();
     }
     database.file.reset();

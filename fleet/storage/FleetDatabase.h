@@ -28,12 +28,15 @@ struct FleetDatabase {
     SqliteStatement insertSource;
     SqliteStatement selectSource;
     SqliteStatement insertEvent;
+    SqliteStatement newestMinute;
     SqliteStatement insertMinutes;
     /// Numbers of meter, channel, sensor and its serial number in the table `sources`.
     std::map<std::tuple<std::string, int, std::string, std::string>, int64_t> sources;
     std::vector<FleetReading> waitingReadings;
     std::vector<FleetEvent> waitingEvents;
-    uint64_t lost = 0; ///< readings that the file did not take for too long
+    std::vector<int64_t> unsummarized; ///< sources whose minutes are to be made
+    int64_t summarizedTo_ms = 0;       ///< the minute up to which they are
+    uint64_t lost = 0;                 ///< readings that the file did not take for too long
 };
 
 constexpr size_t fleetDatabaseMostWaiting = 200'000; ///< readings, and as many events
@@ -48,11 +51,13 @@ void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event);
 /// that is there already is not stored twice.
 bool FleetDatabase_flush(FleetDatabase& database, std::string& error);
 
-/// Makes the minutes that are over by now and not yet made. False with the reason.
-bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, std::string& error);
+/// Makes the minutes that are over by now and not yet made, of `most` sources at most, so that
+/// nobody waits for long; to be called again and again. False with the reason.
+bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, size_t most,
+                             std::string& error);
 
-/// Removes some of what is older than it is to be kept; called again and again it removes all.
-/// False with the reason.
+/// Removes some of what is older than it is to be kept; to be called again and again. False with
+/// the reason.
 bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
                         int64_t keepMinutes_ms, std::string& error);
 

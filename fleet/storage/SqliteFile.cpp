@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int patience_ms = 200; ///< with another program that reads the same file
+constexpr int patience_ms = 10; ///< with another program; meanwhile no meter is asked
 
 int64_t ask(const SqliteFile& file, std::string_view query, std::string& error) {
     const SqliteStatement statement = SqliteFile_prepare(file, query, error);

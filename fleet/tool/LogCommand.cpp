@@ -12,7 +12,9 @@
 
 namespace {
 
-constexpr int64_t tick_ms = 1000; ///< of the progress line, and of what is written
+constexpr int64_t progressPeriod_ms = 1000;
+// Little at a time: while the file is written, no meter is asked.
+constexpr int64_t flushPeriod_ms = 100;
 constexpr int64_t endTick_ms = 50;
 
 struct LoggedMeter {
@@ -110,13 +112,10 @@ void updateSummary(Log& log) {
     }
 }
 
-void tick(Log& log) {
-    flush(log);
+void showProgress(Log& log) {
     updateSummary(log);
-    if (log.isOnTerminal) {
-        fprintf(stderr, "\r\x1b[K%s", LogSummary_progress(log.summary).c_str());
-        fflush(stderr);
-    }
+    fprintf(stderr, "\r\x1b[K%s", LogSummary_progress(log.summary).c_str());
+    fflush(stderr);
 }
 
 void endWhenItIsTime(Log& log) {
@@ -176,7 +175,10 @@ int LogCommand_run(const LogOptions& options) {
         MeterPool_add(*log.pool, {address, options.poll_ms, options.holds});
     }
     FleetLoop_onEnd(*log.loop, [&log] { FleetLoop_stop(*log.loop); });
-    FleetLoop_every(*log.loop, tick_ms, [&log] { tick(log); });
+    FleetLoop_every(*log.loop, flushPeriod_ms, [&log] { flush(log); });
+    if (log.isOnTerminal) {
+        FleetLoop_every(*log.loop, progressPeriod_ms, [&log] { showProgress(log); });
+    }
     if (options.duration_ms > 0) {
         FleetLoop_every(*log.loop, endTick_ms, [&log] { endWhenItIsTime(log); });
     }

@@ -77,11 +77,12 @@ TEST_F(FleetDatabaseTest, MinutesHaveLeastMeanAndGreatest) {
     add(reading(start_ms + 59'999, 10));
     add(reading(start_ms + minute_ms, 7));
     flush();
-    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + minute_ms + 5000, error)) << error;
+    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + minute_ms + 5000, 100, error))
+        << error;
     EXPECT_EQ("1", ask("SELECT count(*) FROM minutes")); // the other one is not over
     EXPECT_EQ("1", ask("SELECT count = 3 AND forward_W = 20 AND forward_min_W = 10 AND "
                        "forward_max_W = 40 FROM minutes"));
-    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + 2 * minute_ms, error)) << error;
+    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + 2 * minute_ms, 100, error)) << error;
     EXPECT_EQ("2", ask("SELECT count(*) FROM minutes"));
 }
 
@@ -90,10 +91,21 @@ TEST_F(FleetDatabaseTest, MinutesThatAKillHasPreventedAreMadeLater) {
         add(reading(start_ms + minute * minute_ms, 10));
     }
     flush();
-    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + minute_ms, error));
+    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + minute_ms, 100, error));
     kill();
-    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + 10 * minute_ms, error));
+    ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + 10 * minute_ms, 100, error));
     EXPECT_EQ("5", ask("SELECT count(*) FROM minutes"));
+}
+
+TEST_F(FleetDatabaseTest, MinutesAreMadeOfAFewSourcesAtATime) {
+    for (const int channel : {1, 2}) {
+        add(reading(start_ms, 10, channel));
+    }
+    flush();
+    for (const char* made : {"1", "2", "2"}) {
+        ASSERT_TRUE(FleetDatabase_summarize(database, start_ms + minute_ms, 1, error)) << error;
+        EXPECT_EQ(made, ask("SELECT count(*) FROM minutes"));
+    }
 }
 
 TEST_F(FleetDatabaseTest, OldReadingsGoAndTheirMinutesStay) {
@@ -103,12 +115,12 @@ TEST_F(FleetDatabaseTest, OldReadingsGoAndTheirMinutesStay) {
     }
     flush();
     const int64_t now_ms = start_ms + 10 * minute_ms;
-    ASSERT_TRUE(FleetDatabase_summarize(database, now_ms, error));
+    ASSERT_TRUE(FleetDatabase_summarize(database, now_ms, 100, error));
     ASSERT_TRUE(FleetDatabase_thin(database, now_ms, 3 * minute_ms, 8 * minute_ms, error)) << error;
     EXPECT_EQ("3", ask("SELECT count(*) FROM raw"));
     EXPECT_EQ("8", ask("SELECT count(*) FROM minutes"));
     EXPECT_EQ("8", ask("SELECT count(*) FROM events"));
-    ASSERT_TRUE(FleetDatabase_summarize(database, now_ms, error));
+    ASSERT_TRUE(FleetDatabase_summarize(database, now_ms, 100, error));
     EXPECT_EQ("8", ask("SELECT count(*) FROM minutes"));
 }
 
