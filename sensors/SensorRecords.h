@@ -4,6 +4,7 @@
 #include "SensorTypes.h"
 
 #include <cstdint>
+#include <pthread.h>
 
 /// What the handlers of all four ports keep of their sensors in the same way: the records that
 /// others copy, and what becomes of them.
@@ -21,6 +22,26 @@ constexpr SENSOR_IDENTITY SensorRecords_noIdentity() {
     return none;
 }
 
+/// The part of a handler's record that all four have in common.
+struct SENSOR_HANDLER_RECORD {
+    // Of the thread that starts the handler.
+    pthread_t thread_id;
+
+    // Of the handler's thread alone.
+    bool isInitialized;
+    double start_time_ms;
+    double finish_time_ms;
+    double measCycle_time_ms;
+
+    // Under the port's sensorPortInfoMutex.
+    SENSOR_STATUS sensorStatus;
+    SENSOR_IDENTITY sensorIdentity;
+    char serialNumber[sensorSerialNumberSize];
+
+    // Under the port's sensorPortMeasureMutex.
+    SENSOR_MEASUREMENTS sensorMeasurements;
+};
+
 /// Where a port's handler keeps what others copy.
 struct SensorRecords {
     uint32_t port;
@@ -30,8 +51,7 @@ struct SensorRecords {
     SENSOR_MEASUREMENTS* measurements; ///< under the port's sensorPortMeasureMutex
 };
 
-/// The records of either kind of handler.
-template <typename Handler> SensorRecords SensorRecords_of(uint32_t port, Handler* handler) {
+inline SensorRecords SensorRecords_of(uint32_t port, SENSOR_HANDLER_RECORD* handler) {
     return {port, &handler->sensorStatus, &handler->sensorIdentity, handler->serialNumber,
             &handler->sensorMeasurements};
 }

@@ -1,10 +1,9 @@
 #ifndef SENSORS_SERIAL_SENSOR_HANDLER_H
 #define SENSORS_SERIAL_SENSOR_HANDLER_H
 
-#include "SensorTypes.h"
+#include "SensorRecords.h"
 
 #include <cstdint>
-#include <pthread.h>
 
 /// The handler of one RS232 port: a thread that identifies the CW sensor on it and reads forward
 /// power, reflected power, frequency and temperature for as long as it is connected.
@@ -33,25 +32,10 @@ struct SERIAL_PORT_DATA_STRUCT {
 
 /// But for the demonstration without sensors, only the handler's thread writes; so it reads its own
 /// fields without their locks.
-struct SERIAL_HANDLER_DATA_STRUCT {
-    // Of the thread that starts the handler.
-    pthread_t thread_id;
-
+struct SERIAL_HANDLER_DATA_STRUCT : SENSOR_HANDLER_RECORD {
     // Of the handler's thread alone.
     sensorSerCommState sensorState;
-    bool isInitialized;
     SERIAL_PORT_DATA_STRUCT serialPort;
-    double start_time_ms;
-    double finish_time_ms;
-    double measCycle_time_ms;
-
-    // Under the port's sensorPortInfoMutex.
-    SENSOR_STATUS sensorStatus;
-    SENSOR_IDENTITY sensorIdentity;
-    char serialNumber[sensorSerialNumberSize];
-
-    // Under the port's sensorPortMeasureMutex.
-    SENSOR_MEASUREMENTS sensorMeasurements;
 };
 
 extern SERIAL_HANDLER_DATA_STRUCT sensorSerialHandlerData[serialSensorCount];

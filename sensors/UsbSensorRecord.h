@@ -1,7 +1,7 @@
 #ifndef SENSORS_USB_SENSOR_RECORD_H
 #define SENSORS_USB_SENSOR_RECORD_H
 
-#include "SensorTypes.h"
+#include "SensorRecords.h"
 #include "UsbTmcPort.h"
 
 #include <cstdint>
@@ -45,28 +45,13 @@ struct USBTMC_PARAM_ERRORS {
 
 /// Only the handler's thread writes, and so reads its own fields without their locks, but for the
 /// configuration and its request, which other threads write, too.
-struct USB_HANDLER_DATA_STRUCT {
-    // Of the thread that starts the handler.
-    pthread_t thread_id;
-
+struct USB_HANDLER_DATA_STRUCT : SENSOR_HANDLER_RECORD {
     // Of the handler's thread alone.
     sensorUsbCommState sensorState;
     uint32_t usbtmcSubstate;
     uint32_t usbtmcRetryCount;
     bool sensorPulseModeEnabled; ///< the pulse mode last applied to the sensor
-    bool isInitialized;
     USB_PORT_DATA_STRUCT usbPort;
-    double start_time_ms;
-    double finish_time_ms;
-    double measCycle_time_ms;
-
-    // Under the port's sensorPortInfoMutex.
-    SENSOR_STATUS sensorStatus;
-    SENSOR_IDENTITY sensorIdentity;
-    char serialNumber[sensorSerialNumberSize];
-
-    // Under the port's sensorPortMeasureMutex.
-    SENSOR_MEASUREMENTS sensorMeasurements;
 
     // Under the port's sensorPortConfigMutex.
     SENSOR_CONFIGS sensorConfigs;

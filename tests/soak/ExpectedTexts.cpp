@@ -1,5 +1,7 @@
 #include "ExpectedTexts.h"
 
+#include "PowerRanges.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,29 +12,6 @@ namespace {
 /// What a reading may differ from the bench's value: two roundings to 23 bits, and a square.
 constexpr double readingTolerance = 1e-6;
 
-struct RangeRow {
-    const char* format;
-    const char* units;
-    double multiplier;
-    double up;
-    double down;
-    double ceiling; ///< of a manual power range
-};
-constexpr double always = -1e300;
-constexpr double never = 1e300;
-constexpr std::array<RangeRow, 11> powerRows{{
-    {"% 7.4f", "mW", 1e3, always, 0.0018, 0.0019999491},
-    {"% 7.3f", "mW", 1e3, 0.002, 0.018, 0.019999489},
-    {"% 7.2f", "mW", 1e3, 0.02, 0.18, 0.19999491},
-    {"% 7.1f", "mW", 1e3, 0.2, 0.8, 1.999949},
-    {"% 7.4f", "W", 1, 1.2, 1.8, 1.999949},
-    {"% 7.3f", "W", 1, 2, 18, 19.99949},
-    {"% 7.2f", "W", 1, 20, 180, 199.9949},
-    {"% 7.1f", "W", 1, 200, 800, 1999.949},
-    {"% 7.4f", "kW", 1e-3, 1200, 1800, 1999.949},
-    {"% 7.3f", "kW", 1e-3, 2000, 18000, 19999.49},
-    {"% 7.2f", "kW", 1e-3, 20000, never, 199994.9},
-}};
 constexpr double automaticCeiling_W = 199994.9;
 constexpr double overload = 1.2;
 
@@ -67,19 +46,19 @@ std::array<double, 3> around(double value) {
 /// A value rests in a row unless the row below takes it down or the row above takes it up.
 bool mayRest(size_t row, double power_W) {
     const bool fallsDown =
-        row > 0 && power_W <= powerRows.at(row - 1).down * (1 - readingTolerance);
-    const bool risesUp = row + 1 < powerRows.size() &&
-                         power_W > powerRows.at(row + 1).up * (1 + readingTolerance) + 5e-6;
+        row > 0 && power_W <= powerRanges.at(row - 1).down * (1 - readingTolerance);
+    const bool risesUp = row + 1 < powerRanges.size() &&
+                         power_W > powerRanges.at(row + 1).up * (1 + readingTolerance) + 5e-6;
     return !fallsDown && !risesUp;
 }
 
 void addRow(ShownValues& values, size_t row, double power_W) {
-    const RangeRow& range = powerRows.at(row);
+    const RangeRow& range = powerRanges.at(row);
     add(values, format(range.format, power_W * range.multiplier), range.units);
 }
 
 void addAnyUnit(ShownValues& values, const char* text) {
-    for (const RangeRow& row : powerRows) {
+    for (const RangeRow& row : powerRanges) {
         add(values, text, row.units);
     }
 }
@@ -92,14 +71,14 @@ void addPower(ShownValues& values, double power_W, double limit_W, bool isdBm,
         isdBm ? add(values, over, "dBm")
         : scale.isAutomatic
             ? addAnyUnit(values, over)
-            : add(values, over, powerRows.at(static_cast<size_t>(scale.index)).units);
+            : add(values, over, powerRanges.at(static_cast<size_t>(scale.index)).units);
         return;
     }
     if (isdBm) {
         add(values, format(" % 6.2f", 10 * std::log10(power_W * 1000)), "dBm");
         return;
     }
-    for (size_t row = 0; row < powerRows.size(); ++row) {
+    for (size_t row = 0; row < powerRanges.size(); ++row) {
         if (scale.isAutomatic ? mayRest(row, power_W) : row == static_cast<size_t>(scale.index)) {
             addRow(values, row, power_W);
         }
@@ -126,8 +105,8 @@ ShownValues fixedTexts(double value, const std::array<UnitRow, 3>& units, double
     ShownValues values;
     for (const double near : around(value)) {
         size_t row = 0;
-        while (row + 1 < powerRows.size() &&
-               near - powerRows.at(row + 1).up * thresholdFactor > -tolerance) {
+        while (row + 1 < powerRanges.size() &&
+               near - powerRanges.at(row + 1).up * thresholdFactor > -tolerance) {
             ++row;
         }
         const UnitRow& unit = units.at(row / 4);
@@ -196,7 +175,7 @@ ShownValues ExpectedTexts_power(double power_W, double sensorMax_W, bool isdBm,
     const double ceiling_W = isdBm ? never
                              : scale.isAutomatic
                                  ? automaticCeiling_W
-                                 : powerRows.at(static_cast<size_t>(scale.index)).ceiling;
+                                 : powerRanges.at(static_cast<size_t>(scale.index)).ceiling;
     const double limit_W = std::min(ceiling_W, sensorMax_W * overload);
     ShownValues values;
     for (const double near : around(power_W)) {

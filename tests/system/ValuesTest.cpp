@@ -1,4 +1,5 @@
 #include "MeterTest.h"
+#include "PowerRanges.h"
 #include "WorldFolder.h"
 
 namespace {
@@ -27,22 +28,6 @@ protected:
     }
 };
 
-struct RangeRow {
-    const char* format;
-    const char* units;
-    double multiplier;
-    double up;
-    double down;
-};
-constexpr RangeRow ranges[] = {
-    {"% 7.4f", "mW", 1000, -1, 0.0018},  {"% 7.3f", "mW", 1000, 0.002, 0.018},
-    {"% 7.2f", "mW", 1000, 0.02, 0.18},  {"% 7.1f", "mW", 1000, 0.2, 0.8},
-    {"% 7.4f", "W", 1, 1.2, 1.8},        {"% 7.3f", "W", 1, 2, 18},
-    {"% 7.2f", "W", 1, 20, 180},         {"% 7.1f", "W", 1, 200, 800},
-    {"% 7.4f", "kW", 0.001, 1200, 1800}, {"% 7.3f", "kW", 0.001, 2000, 18000},
-    {"% 7.2f", "kW", 0.001, 20000, -1},
-};
-
 std::string valueText(const RangeRow& row, double power_W) {
     char text[32];
     snprintf(text, sizeof text, row.format, power_W * row.multiplier);
@@ -57,8 +42,9 @@ TEST_F(Values, EveryRangeIsEnteredAtItsThresholdsOnly) {
         char value[32];
         snprintf(value, sizeof value, "fwd=%.9g", power_W);
         set(value);
-        EXPECT_TRUE(shows("single.fwd.value", valueText(ranges[row], power_W))) << power_W << " W";
-        EXPECT_TRUE(shows("single.fwd.units", ranges[row].units)) << power_W << " W";
+        EXPECT_TRUE(shows("single.fwd.value", valueText(powerRanges[row], power_W)))
+            << power_W << " W";
+        EXPECT_TRUE(shows("single.fwd.units", powerRanges[row].units)) << power_W << " W";
     };
     // The wire rounds: so much more or less is surely on the right side of a threshold.
     constexpr double above = 1.000001;
@@ -66,13 +52,13 @@ TEST_F(Values, EveryRangeIsEnteredAtItsThresholdsOnly) {
     expectShown(0, 0.0001);
     const auto width = [this] { return Bench_widget(bench, "single.fwd.value")->width; };
     const int firstWidth = width();
-    for (size_t row = 1; row < std::size(ranges); ++row) {
+    for (size_t row = 1; row < powerRanges.size(); ++row) {
         // Upwards a range is entered a little before its threshold, see auto_range.
-        expectShown(row - 1, ranges[row].up * 0.9999 - 0.000006);
-        expectShown(row, ranges[row].up * above);
-        expectShown(row, ranges[row - 1].down * 1.0001);
-        expectShown(row - 1, ranges[row - 1].down * below);
-        expectShown(row, ranges[row].up * above);
+        expectShown(row - 1, powerRanges[row].up * 0.9999 - 0.000006);
+        expectShown(row, powerRanges[row].up * above);
+        expectShown(row, powerRanges[row - 1].down * 1.0001);
+        expectShown(row - 1, powerRanges[row - 1].down * below);
+        expectShown(row, powerRanges[row].up * above);
         EXPECT_EQ(width(), firstWidth) << "range " << row;
     }
 }

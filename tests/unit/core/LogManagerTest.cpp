@@ -1,5 +1,6 @@
 #include "LogManager.h"
 
+#include "NamedCategories.h"
 #include "Threads.h"
 #include "World.h"
 #include "WrappedCalls.h"
@@ -22,23 +23,6 @@ namespace {
 constexpr const char* traceMarker = "/tmp/debug";
 constexpr const char* configuration = "/tmp/logConfig";
 constexpr uint32_t limit_ms = 5000;
-
-struct NamedCategory {
-    lmCategories category;
-    const char* name;
-};
-constexpr NamedCategory namedCategories[] = {
-    {NoCategory, "None"},
-    {ThreadMonitor, "ThreadMonitor"},
-    {SensorCommunications, "SensorCommunications"},
-    {SensorDetection, "SensorDetection"},
-    {PowerManagement, "PowerManagement"},
-    {I2CTransactions, "I2CTransactions"},
-    {TestSerialPort, "TestSerialPort"},
-    {BatteryMonitor, "BatteryMonitor"},
-    {ScpiParser, "ScpiParser"},
-    {SensorMmngr, "SensorManager"},
-};
 
 /// Standard output goes into a pipe, as it does for a technician who pages through the trace.
 class LogManager : public testing::Test {

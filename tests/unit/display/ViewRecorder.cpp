@@ -120,20 +120,10 @@ void ViewRecorder_install() {
         screen.fwdPower = blank;
         screen.port = sensorPort_None;
     }
-    CSensorDisplayFSM_registerView({
-        .setVisible = setVisible,
-        .setNoConnect = setNoConnect,
-        .setConnecting_withPort = setConnecting,
-        .setSensorError_withPort = setSensorError,
-        .setMessage = setMessage,
-        .bindScreen = bindScreen,
-        .setSensorLabel = setSensorLabel,
-        .clearValues = clearValues,
-        .updateScale = updateScale,
-        .updateMeasurements = updateMeasurements,
-        .updatePulseMeasurements = updatePulseMeasurements,
-        .updateGraph = updateGraph,
-    });
+    CSensorDisplayFSM_registerView({setVisible, setNoConnect, setConnecting, setSensorError,
+                                    setMessage, bindScreen, setSensorLabel, clearValues,
+                                    updateScale, updateMeasurements, updatePulseMeasurements,
+                                    updateGraph});
 }
 
 bool ViewRecorder_isVisible(ScreenContainer container, SensorDisplayInstance_t display) {

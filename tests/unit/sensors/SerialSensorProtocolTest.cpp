@@ -30,7 +30,8 @@ Channel::Answer always(const std::string& reply) {
     return [reply](const std::string&) { return reply; };
 }
 
-/// Lets a test that waits for time to run out do so quickly.
+/// Lets a test that waits for time to run out do so quickly. An answer that is in time on a machine
+/// that is busy, too, wants the real clock.
 class Hurry {
 public:
     Hurry() {
@@ -169,7 +170,6 @@ Channel::Answer memory(const std::string& replies) {
 }
 
 TEST(SerialSensorProtocol, MemoryIsReadAddressByAddress) {
-    const Hurry hurry;
     const Channel channel(SOCK_STREAM, memory("2\0000\0000\0002\0000\0001\0001\0007\0000\000"s));
     Buffer buffer{};
     EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
@@ -182,7 +182,6 @@ TEST(SerialSensorProtocol, MemoryIsReadAddressByAddress) {
 }
 
 TEST(SerialSensorProtocol, AMemoryCharacterWithASecondByteIsDropped) {
-    const Hurry hurry;
     const Channel channel(SOCK_STREAM, memory("1\0002\0013\0004\1775\0006\0007\0008\0009\000"s));
     Buffer buffer{};
     EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
@@ -190,7 +189,6 @@ TEST(SerialSensorProtocol, AMemoryCharacterWithASecondByteIsDropped) {
 }
 
 TEST(SerialSensorProtocol, AMemoryReadWithoutAnyCharacterStillSucceeds) {
-    const Hurry hurry;
     const Channel channel(SOCK_STREAM, always("5\001"));
     Buffer buffer{};
     EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
