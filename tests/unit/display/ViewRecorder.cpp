@@ -3,6 +3,7 @@
 #include "CSensorDisplayFSM.h"
 
 #include <limits>
+#include <span>
 
 ViewRecord viewRecord;
 
@@ -99,7 +100,8 @@ constexpr Candidate halfCandidates[] = {
     {ScreenContainer::dualPWChannels, {gtkSensorDualPulseChannel1, gtkSensorDualPulseChannel2}},
 };
 
-GtkSensorInstance onlyVisible(const Candidate (&candidates)[3], SensorDisplayInstance_t display) {
+GtkSensorInstance onlyVisible(std::span<const Candidate> candidates,
+                              SensorDisplayInstance_t display) {
     GtkSensorInstance found = gtkSensorInstanceCount;
     for (const Candidate& candidate : candidates) {
         if (ViewRecorder_isVisible(candidate.container, display)) {
@@ -146,7 +148,7 @@ GtkSensorInstance ViewRecorder_visibleScreen(SensorDisplayInstance_t display, bo
         return gtkSensorInstanceCount;
     }
     if (values) {
-        return onlyVisible(full ? fullCandidates : halfCandidates, display);
+        return full ? onlyVisible(fullCandidates, display) : onlyVisible(halfCandidates, display);
     }
     if (full) {
         return gtkSensorSingleNoConnection;
