@@ -1,5 +1,6 @@
 #include "UsbSensorConfig.h"
 
+#include "LogManager.h"
 #include "SensorPortSignals.h"
 #include "Threads.h"
 #include "message.h"
@@ -8,6 +9,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace {
 
@@ -212,19 +214,40 @@ struct Reading {
     bool isAlive;
 };
 
-/// A reply of exactly one byte counts as failed, none at all reads as 0: a sensor that leaves a
-/// question unanswered is configured all the same (docs/compatibility.md: one-byte-fails).
-qry_type ask(Reading* reading, sensor_qry_e query, const char* words) {
-    qry_type reply{};
+/// The answer, if there is one. A reply of exactly one byte counts as failed: the sensors always
+/// end theirs with a line end (docs/compatibility.md: one-byte-fails). A question that the sensor
+/// leaves unanswered fails nothing: it is configured all the same.
+std::optional<qry_type> ask(Reading* reading, sensor_qry_e query, const char* words) {
     if (!reading->isAlive) {
-        return reply;
+        return std::nullopt;
     }
     USB_PORT_DATA_STRUCT& port = reading->handler->usbPort;
-    if (handleQuery(port.fd, port.rxBuffer, query, &reply) == 1) {
+    qry_type reply{};
+    const ssize_t count = handleQuery(port.fd, port.rxBuffer, query, &reply);
+    if (count == 1) {
         USER_ERROR("USB sensor %d %s query failed\n", channelOf(reading->handler), words);
         reading->isAlive = false;
+        return std::nullopt;
+    }
+    if (count <= 0) {
+        logManager_printToLog(SensorCommunications, "USB sensor %d %s query was not answered\n",
+                              channelOf(reading->handler), words);
+        return std::nullopt;
     }
     return reply;
+}
+
+/// Without an answer the flag stays as it was.
+void askFlag(Reading* reading, sensor_qry_e query, const char* words, bool was, bool* flag) {
+    const std::optional<qry_type> reply = ask(reading, query, words);
+    *flag = reply ? reply->ival != 0 : was;
+}
+
+/// Without an answer the value stays as it was. `unit` is that of the reply.
+void askValue(Reading* reading, sensor_qry_e query, const char* words, float was, float* value,
+              float unit = 1.0F) {
+    const std::optional<qry_type> reply = ask(reading, query, words);
+    *value = reply ? reply->fval * unit : was;
 }
 
 float askPeriod(Reading* reading) {
@@ -239,46 +262,47 @@ float askPeriod(Reading* reading) {
 }
 
 /// The state queries' messages count the states from 0.
-qry_type askState(Reading* reading, sensor_qry_e first, uint32_t state, const char* what) {
+void readState(Reading* reading, uint32_t state, const PULSE_STATE_INTVL& was,
+               PULSE_STATE_INTVL* interval) {
     std::array<char, 32> words{};
-    snprintf(words.data(), words.size(), "state %u %s", state, what);
-    return ask(reading, UsbTmcCommands_queryOfState(first, state), words.data());
+    const auto named = [&words, state](const char* what) {
+        snprintf(words.data(), words.size(), "state %u %s", state, what);
+        return words.data();
+    };
+    askFlag(reading, UsbTmcCommands_queryOfState(Q_CALCULATE_STATE1_EN, state), named("enable"),
+            was.bEnabled, &interval->bEnabled);
+    askValue(reading, UsbTmcCommands_queryOfState(Q_CALCULATE_STATE1_BEGIN, state), named("begin"),
+             was.begin, &interval->begin);
+    askValue(reading, UsbTmcCommands_queryOfState(Q_CALCULATE_STATE1_END, state), named("end"),
+             was.end, &interval->end);
 }
 
-void readStates(Reading* reading, SENSOR_CONFIGS* configs) {
-    for (uint32_t state = 0; state < pulseStateCount; ++state) {
-        PULSE_STATE_INTVL& interval = configs->pulseStates[state];
-        interval.bEnabled = askState(reading, Q_CALCULATE_STATE1_EN, state, "enable").ival != 0;
-        interval.begin = askState(reading, Q_CALCULATE_STATE1_BEGIN, state, "begin").fval;
-        interval.end = askState(reading, Q_CALCULATE_STATE1_END, state, "end").fval;
-    }
-}
-
-void readPeriod(Reading* reading, SENSOR_CONFIGS* configs) {
-    configs->bAutoPeriod = ask(reading, Q_SENSE_PERIOD_AUTO, "period auto").ival != 0;
-    configs->prdVal = askPeriod(reading);
-}
-
-void readTrigger(Reading* reading, SENSOR_CONFIGS* configs) {
-    configs->bAutoTriggerLevel = ask(reading, Q_TRIGGER_LEVEL_AUTO, "trigger level auto").ival != 0;
-    configs->trigLevelVal = ask(reading, Q_TRIGGER_LEVEL, "trigger level").fval;
-    configs->trigDelayVal = ask(reading, Q_TRIGGER_DELAY, "trigger delay").fval;
+void readTrigger(Reading* reading, const SENSOR_CONFIGS& was, SENSOR_CONFIGS* configs) {
+    askFlag(reading, Q_TRIGGER_LEVEL_AUTO, "trigger level auto", was.bAutoTriggerLevel,
+            &configs->bAutoTriggerLevel);
+    askValue(reading, Q_TRIGGER_LEVEL, "trigger level", was.trigLevelVal, &configs->trigLevelVal);
+    askValue(reading, Q_TRIGGER_DELAY, "trigger delay", was.trigDelayVal, &configs->trigDelayVal);
 }
 
 /// What is not asked for is 0 in the record: the trigger's slope, the kind of the gates, the number
 /// of states and the gate's times (docs/compatibility.md: read-forgets-gate).
-void readAll(Reading* reading, const SENSOR_CONFIGS& present, SENSOR_CONFIGS* configs) {
-    SensorConfigs_takeCapabilities(configs, present);
+void readAll(Reading* reading, const SENSOR_CONFIGS& was, SENSOR_CONFIGS* configs) {
+    SensorConfigs_takeCapabilities(configs, was);
     if (configs->bSupportsAutoPeriod) {
-        readPeriod(reading, configs);
+        askFlag(reading, Q_SENSE_PERIOD_AUTO, "period auto", was.bAutoPeriod,
+                &configs->bAutoPeriod);
+        configs->prdVal = askPeriod(reading);
     }
-    configs->bAutoFrequency = ask(reading, Q_SENSE_FREQUENCY_AUTO, "frequency auto").ival != 0;
-    configs->freqVal = ask(reading, Q_SENSE_FREQUENCY, "frequency").fval * hzPerMHz;
+    askFlag(reading, Q_SENSE_FREQUENCY_AUTO, "frequency auto", was.bAutoFrequency,
+            &configs->bAutoFrequency);
+    askValue(reading, Q_SENSE_FREQUENCY, "frequency", was.freqVal, &configs->freqVal, hzPerMHz);
     if (configs->bSupportsAutoTiggerLevel) {
-        readTrigger(reading, configs);
+        readTrigger(reading, was, configs);
     }
     if (configs->bSupportsTriggeredGates) {
-        readStates(reading, configs);
+        for (uint32_t state = 0; state < pulseStateCount; ++state) {
+            readState(reading, state, was.pulseStates[state], &configs->pulseStates[state]);
+        }
     }
 }
 

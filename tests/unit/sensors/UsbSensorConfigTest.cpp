@@ -1,5 +1,6 @@
 #include "UsbSensorConfig.h"
 
+#include "LogManager.h"
 #include "UsbConfigFixture.h"
 
 namespace {
@@ -338,6 +339,47 @@ TEST_F(UsbSensorConfig, AOneByteReplyFailsTheReadingAndStoresNothing) {
             << one.query;
         device.setReply(one.query, "0");
     }
+}
+
+TEST_F(UsbSensorConfig, AQuestionWithoutAnAnswerLeavesItsFieldAsItWas) {
+    handler.sensorConfigs = manual();
+    handler.sensorConfigs.bAutoPeriod = true;
+    handler.sensorConfigs.bAutoFrequency = true;
+    handler.sensorConfigs.freqVal = 13.56e6F;
+    handler.sensorConfigs.bAutoTriggerLevel = true;
+    handler.sensorConfigs.pulseStates[2] = {true, 0.25F, 0.5F};
+    setCapabilities(true);
+    const SENSOR_CONFIGS before = handler.sensorConfigs;
+    for (const QueryFailure& one : queryFailures()) {
+        device.setReply(one.query, "");
+    }
+    device.setReply("SENS:PER?", "0.125");
+    World_writeFile("/tmp/debug", "");
+    World_writeFile("/tmp/logConfig", "SensorCommunications\n");
+    LogManager_create();
+    LogManager_route();
+    testing::internal::CaptureStdout();
+
+    EXPECT_TRUE(sensorPortHandler_readSensorConfig(&handler));
+
+    EXPECT_TRUE(World_waitUntil(LogManager_flush, 5000));
+    const std::string trace = testing::internal::GetCapturedStdout();
+    for (const QueryFailure& one : queryFailures()) {
+        EXPECT_NE(trace.find("USB sensor 3 " + one.words + " query was not answered\n"),
+                  std::string::npos)
+            << one.query;
+    }
+    const SENSOR_CONFIGS& configs = handler.sensorConfigs;
+    EXPECT_EQ(configs.prdVal, 0.125F) << "the answered one is taken";
+    EXPECT_TRUE(configs.bAutoPeriod);
+    EXPECT_TRUE(configs.bAutoFrequency);
+    EXPECT_EQ(configs.freqVal, before.freqVal);
+    EXPECT_TRUE(configs.bAutoTriggerLevel);
+    EXPECT_EQ(configs.trigLevelVal, before.trigLevelVal);
+    EXPECT_EQ(configs.trigDelayVal, before.trigDelayVal);
+    EXPECT_TRUE(configs.pulseStates[2].bEnabled);
+    EXPECT_EQ(configs.pulseStates[2].begin, 0.25F);
+    EXPECT_EQ(configs.pulseStates[2].end, 0.5F);
 }
 
 TEST_F(UsbSensorConfig, TheReadingFailsWhenThePeriodIsNotAnswered) {
