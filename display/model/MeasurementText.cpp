@@ -151,6 +151,9 @@ float convertTodBm(float power_W) {
     if (std::fabs(power_W) > FLT_MAX) {
         return static_cast<float>(power_W > 0.0F ? dBmLimit : -dBmLimit);
     }
+    if (power_W < 0.0F) { // noise around zero, which has no logarithm
+        return static_cast<float>(-dBmLimit);
+    }
     return static_cast<float>(std::clamp(dBmOf(power_W), -dBmLimit, dBmLimit));
 }
 

@@ -76,9 +76,9 @@ float gtkPowerDisplay_getMaxPowerForRange(uint32_t sensorChannel, rfPowerScale s
 bool gtkPowerDisplay_isOverRange(float power_W, uint32_t sensorChannel, rfPowerScale scale,
                                  rfPowerType powerType);
 
-/// dBm, clamped to -60..60. For gated and state powers. Stays so: forward and reflected powers are
-/// shown unclamped; existing test programs read both
-/// (docs/compatibility.md: dbm-clamped-or-not).
+/// dBm, clamped to -60..60; a power below zero is noise around it and gives -60. For gated and
+/// state powers. Stays so: forward and reflected powers are shown unclamped; existing test programs
+/// read both (docs/compatibility.md: dbm-clamped-or-not).
 float convertTodBm(float power_W);
 
 /// One forward or reflected power, which must be a number. `sensorMaxPower_W` is the sensor's

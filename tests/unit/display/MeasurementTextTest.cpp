@@ -208,8 +208,9 @@ TEST(MeasurementText, DBmOfGatesIsClampedTo60BothWays) {
         float power;
         float dBm;
     } const cases[] = {
-        {1.0F, 30.0F}, {0.0F, -60.0F},    {1e-12F, -60.0F},    {1e-9F, -60.0F}, {1000.0F, 60.0F},
-        {1e9F, 60.0F}, {INFINITY, 60.0F}, {-INFINITY, -60.0F}, {0.001F, 0.0F},
+        {1.0F, 30.0F},    {0.0F, -60.0F},   {1e-12F, -60.0F},  {1e-9F, -60.0F},
+        {1000.0F, 60.0F}, {1e9F, 60.0F},    {INFINITY, 60.0F}, {-INFINITY, -60.0F},
+        {0.001F, 0.0F},   {-1e-6F, -60.0F}, {-5.0F, -60.0F},
     };
     for (const auto& test : cases) {
         EXPECT_NEAR(convertTodBm(test.power), test.dBm, 1e-5) << test.power;
@@ -289,6 +290,14 @@ TEST(MeasurementText, GroupsInDBmAreClampedAndKeepTheirScale) {
     EXPECT_STREQ(group.unit, "dBm");
     EXPECT_FALSE(group.scaleVisible);
     EXPECT_EQ(group.scale.scaleIndex, 4U);
+}
+
+TEST(MeasurementText, AGroupPowerBelowZeroIsShownInDBmAsZeroIs) {
+    const PowerGroupText group =
+        MeasurementText_powerGroup(-0.001F, 0.0F, -5.0F, sensorMax_W, automatic(4), rfPower_dBm);
+    EXPECT_STREQ(group.mean.value, " -60.00");
+    EXPECT_STREQ(group.max.value, " -60.00");
+    EXPECT_STREQ(group.min.value, " -60.00");
 }
 
 TEST(MeasurementText, AMissingGroupPowerHasNoTextAndAMissingMeanMovesNoScale) {
