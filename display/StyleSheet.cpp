@@ -146,6 +146,15 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 .instrument.background combobox cellview, .instrument.background combobox arrow {
     color: white; font-size: 26px;
 }
+/* The key of a list stays yellow while the list is open. The list itself is a window of its own, which
+   follows the style of its key. */
+.instrument.background combobox button:checked cellview,
+.instrument.background combobox button:checked arrow { color: black; }
+.instrument.background combobox menu {
+    background-color: #1d1f21; border: 2px solid #6a6e72; padding: 6px;
+}
+.instrument.background combobox menu menuitem { min-width: 96px; color: white; }
+.instrument.background combobox menu menuitem:hover { background-color: #5a5e62; }
 .instrument.background scrollbar { background-color: #1d1f21; border: none; }
 .instrument.background scrollbar slider { min-width: 40px; min-height: 80px; }
 )";

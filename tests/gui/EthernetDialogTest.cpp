@@ -106,6 +106,8 @@ TEST_F(EthernetDialog, MenuItemsOpenTheSameDialogs) {
     ASSERT_TRUE(Gui_isShown("menuLan"));
     EXPECT_GE(Gui_place(Gui_widget("menuLan")).height, 48);
     EXPECT_GE(Gui_place(Gui_widget("menuSerial")).height, 48);
+    EXPECT_GE(Gui_contrast(Gui_widget("menuLan")), 4.5);
+    EXPECT_GE(Gui_contrast(Gui_widget("menuSerial")), 4.5);
     Dialog_keepPicture("menu");
     Gui_tap("menuLan");
     EXPECT_NE(Dialog_shown("ethInfoDialog"), nullptr);

@@ -7,10 +7,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <unistd.h>
 
 namespace {
@@ -33,6 +36,18 @@ void goToResources() {
         perror(GUI_PROGRAM_FOLDER);
         _exit(1);
     }
+}
+
+/// Relative luminance of a colour of the screen, 0 to 1.
+double luminance(const std::array<guchar, 3>& colour) {
+    constexpr std::array<double, 3> weights = {0.2126, 0.7152, 0.0722};
+    double sum = 0;
+    for (size_t part = 0; part < colour.size(); ++part) {
+        const double value = colour[part] / 255.0;
+        sum += weights[part] *
+               (value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4));
+    }
+    return sum;
 }
 
 struct Collector {
@@ -232,6 +247,30 @@ GdkPixbuf* Gui_picture() {
     Gui_settle();
     GdkWindow* root = gdk_screen_get_root_window(gdk_screen_get_default());
     return gdk_pixbuf_get_from_window(root, 0, 0, screenWidth, screenHeight);
+}
+
+double Gui_contrast(GtkWidget* widget) {
+    GdkPixbuf* picture = Gui_picture();
+    const GdkRectangle place = Gui_place(widget);
+    std::map<std::array<guchar, 3>, int> counts;
+    for (int y = std::max(place.y, 0); y < std::min(place.y + place.height, screenHeight); ++y) {
+        for (int x = std::max(place.x, 0); x < std::min(place.x + place.width, screenWidth); ++x) {
+            const guchar* pixel = gdk_pixbuf_read_pixels(picture) +
+                                  static_cast<ptrdiff_t>(y) * gdk_pixbuf_get_rowstride(picture) +
+                                  static_cast<ptrdiff_t>(x) * gdk_pixbuf_get_n_channels(picture);
+            ++counts[{pixel[0], pixel[1], pixel[2]}];
+        }
+    }
+    g_object_unref(picture);
+    const auto ground =
+        std::ranges::max_element(counts, {}, [](const auto& colour) { return colour.second; });
+    double best = 1;
+    for (const auto& colour : counts) {
+        const double one = luminance(colour.first) + 0.05;
+        const double other = luminance(ground->first) + 0.05;
+        best = std::max({best, one / other, other / one});
+    }
+    return best;
 }
 
 bool Gui_savePicture(const std::string& file) {

@@ -50,13 +50,19 @@ protected:
         ASSERT_TRUE(
             Gui_waitUntil([] { return Dialog_shown(dialogName) != nullptr; }, dialogLimit_ms));
     }
-    /// Taps a list and then its line with this label.
-    static void choose(const char* comboName, const char* label) {
+    /// Taps a list's key and returns the list.
+    static GtkWidget* openList(const char* comboName) {
         GtkComboBox* combo = GTK_COMBO_BOX(Gui_widget(comboName));
         Gui_tap(comboName);
         GtkWidget* menu =
             gtk_accessible_get_widget(GTK_ACCESSIBLE(gtk_combo_box_get_popup_accessible(combo)));
-        ASSERT_TRUE(gtk_widget_get_mapped(menu)) << comboName;
+        EXPECT_TRUE(gtk_widget_get_mapped(menu)) << comboName;
+        return menu;
+    }
+    /// Taps a list and then its line with this label.
+    static void choose(const char* comboName, const char* label) {
+        GtkComboBox* combo = GTK_COMBO_BOX(Gui_widget(comboName));
+        GtkWidget* menu = openList(comboName);
         const std::string lineName = std::string(comboName) + ".line";
         gtk_widget_set_name(lineOf(menu, gtk_combo_box_get_model(combo), label), lineName.c_str());
         EXPECT_GE(Gui_place(Gui_widget(lineName)).height, 48);
@@ -109,6 +115,27 @@ constexpr std::array<PortCase, 6> ports = {{
 }};
 
 } // namespace
+
+TEST_F(SerialDialog, EveryLineOfItsOpenListsCanBeRead) {
+    constexpr double readable = 4.5;
+    open();
+    for (const char* list : {"serSettingsComboSpeed", "serSettingsComboParity"}) {
+        EXPECT_GE(Gui_contrast(Gui_widget(list)), readable) << list;
+        GtkWidget* menu = openList(list);
+        EXPECT_GE(Gui_contrast(Gui_widget(list)), readable) << list << ", open";
+        GList* lines = gtk_container_get_children(GTK_CONTAINER(menu));
+        EXPECT_NE(lines, nullptr);
+        int number = 0;
+        for (const GList* line = lines; line != nullptr; line = line->next) {
+            EXPECT_GE(Gui_contrast(GTK_WIDGET(line->data)), readable) << list << " " << number;
+            ++number;
+        }
+        g_list_free(lines);
+        Dialog_keepPicture(list);
+        gtk_menu_shell_deactivate(GTK_MENU_SHELL(menu));
+        Gui_settle();
+    }
+}
 
 TEST_F(SerialDialog, ShowsThePortsSettings) {
     for (const PortCase& port : ports) {
