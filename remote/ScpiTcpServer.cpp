@@ -1,5 +1,6 @@
 #include "ScpiTcpServer.h"
 
+#include "CSimpleTimer.h"
 #include "Files.h"
 #include "Numbers.h"
 #include "Process.h"
@@ -8,17 +9,23 @@
 #include "Threads.h"
 #include "message.h"
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <span>
 #include <sys/socket.h>
 
 namespace {
 
 constexpr int backlog = 1;
 constexpr int clientTimeout_ms = 5000;
+constexpr int silence_ms = 10000; ///< from then on a client may have to prove that it is there
+constexpr int probeIdle_s = 10;
+constexpr int probeTime_ms = 3000; ///< for one answer
+constexpr uint32_t clockSlack_ms = 1000;
 constexpr size_t receiveSize = 256;
 constexpr uint32_t acceptPause_ms = 1000; ///< after a failure that lasts, such as too many files
 
@@ -54,28 +61,73 @@ int acceptClient(int server) {
     }
 }
 
-/// Waits for bytes. The wait has its limit, and what that costs, only while a command without its
-/// end is pending; without one a silence completes nothing. 0 at the limit, negative on failure.
-int waitForBytes(int client) {
-    if (!ScpiLink_isPending(&tcpLink)) {
-        return 1; // recv waits
-    }
-    pollfd waited{client, POLLIN, 0};
-    return retryInterrupted([&] { return poll(&waited, 1, clientTimeout_ms); });
+void setOption(int client, int level, int option, int value) {
+    setsockopt(client, level, option, &value, sizeof value);
 }
 
-/// Waits for bytes and runs them; a silence of clientTimeout_ms completes a command that came
-/// without its end. False when the client has gone or does not take its replies.
-bool serveOnce(int client) {
-    const int ready = waitForBytes(client);
-    if (ready == 0) {
-        return ScpiLink_runPending(&tcpLink);
+/// A silent client is asked from time to time whether it is still there. One that answers keeps its
+/// connection for ever; one from which nothing has come for 20 s, with a question open, is given
+/// up.
+void setUpProbing(int client) {
+    setOption(client, IPPROTO_TCP, TCP_KEEPINTVL, 5);
+    setOption(client, IPPROTO_TCP, TCP_USER_TIMEOUT, 20000);
+    setOption(client, IPPROTO_TCP, TCP_KEEPIDLE, probeIdle_s);
+    setOption(client, SOL_SOCKET, SO_KEEPALIVE, 1);
+}
+
+/// Milliseconds since the system has heard of the client, in packets of any kind.
+uint32_t lastHeard_ms(int client) {
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    getsockopt(client, IPPROTO_TCP, TCP_INFO, &info, &size);
+    return info.tcpi_last_ack_recv;
+}
+
+/// Asks a client that has been silent for long at once, because another one waits for its place.
+/// False when it does not answer.
+bool isStillThere(int client) {
+    const uint32_t start = getTime_ms();
+    setOption(client, IPPROTO_TCP, TCP_KEEPIDLE, 1); // it has been idle for longer
+    pollfd waited{client, POLLIN, 0};
+    const int ready = retryInterrupted([&] { return poll(&waited, 1, probeTime_ms); });
+    setOption(client, IPPROTO_TCP, TCP_KEEPIDLE, probeIdle_s);
+    // The two clocks are not read together: an answer just before the question counts, too.
+    return ready != 0 || lastHeard_ms(client) <= getTime_ms() - start + clockSlack_ms;
+}
+
+/// Waits for what comes first after a long silence: something of the client, its end included, or
+/// another client. False when the present one does not answer any more.
+bool outlastSilence(int client, int server) {
+    std::array<pollfd, 2> waited = {{{client, POLLIN, 0}, {server, POLLIN, 0}}};
+    retryInterrupted([&] { return poll(waited.data(), waited.size(), -1); });
+    return waited[0].revents != 0 || isStillThere(client);
+}
+
+/// What recv says, and a silence of silence_ms as -1 with EAGAIN. The wait has another limit, and
+/// what that costs, only while a command without its end is pending, which a silence of
+/// clientTimeout_ms completes: 0 bytes with EAGAIN.
+ssize_t receive(int client, std::span<char> buffer) {
+    if (ScpiLink_isPending(&tcpLink)) {
+        pollfd waited{client, POLLIN, 0};
+        const int ready = retryInterrupted([&] { return poll(&waited, 1, clientTimeout_ms); });
+        if (ready <= 0) {
+            errno = ready == 0 ? EAGAIN : errno;
+            return ready;
+        }
     }
-    char buffer[receiveSize];
-    const ssize_t count =
-        ready < 0 ? -1 : retryInterrupted([&] { return recv(client, buffer, sizeof buffer, 0); });
+    errno = 0;
+    return retryInterrupted([&] { return recv(client, buffer.data(), buffer.size(), 0); });
+}
+
+/// Waits for bytes and runs them. False when the client has gone or does not take its replies.
+bool serveOnce(int client, int server) {
+    std::array<char, receiveSize> buffer;
+    const ssize_t count = receive(client, buffer);
     if (count > 0) {
-        return ScpiLink_receive(&tcpLink, {buffer, static_cast<size_t>(count)});
+        return ScpiLink_receive(&tcpLink, {buffer.data(), static_cast<size_t>(count)});
+    }
+    if (errno == EAGAIN) {
+        return count == 0 ? ScpiLink_runPending(&tcpLink) : outlastSilence(client, server);
     }
     if (count < 0) {
         DIAGNOSTIC("recv() failed");
@@ -83,18 +135,22 @@ bool serveOnce(int client) {
     return false;
 }
 
-/// A reply leaves at once instead of waiting for the client's acknowledgement of the last one.
-void sendAtOnce(int client) {
-    const int on = 1;
-    setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+/// A reply leaves at once instead of waiting for the client's acknowledgement of the last one; and
+/// a client that has vanished without a word, by a pulled cable or a laptop that sleeps, is
+/// noticed.
+void setUpClient(int client) {
+    setOption(client, IPPROTO_TCP, TCP_NODELAY, 1);
+    setUpProbing(client);
+    const timeval limit{silence_ms / 1000, 0};
+    setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
 }
 
-void serveClient(int client) {
+void serveClient(int client, int server) {
     const ScopedFd owner(client);
-    sendAtOnce(client);
+    setUpClient(client);
     clientFd = client;
     tcpLink.descriptor = &clientFd;
-    while (serveOnce(client)) {
+    while (serveOnce(client, server)) {
     }
     // What the client left behind must not meet the next one.
     clientFd = -1;
@@ -149,6 +205,6 @@ void scpiTcpServerThread() {
         failToServe("createTcpServer() failed");
     }
     for (;;) {
-        serveClient(acceptClient(server));
+        serveClient(acceptClient(server), server);
     }
 }

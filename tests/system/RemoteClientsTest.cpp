@@ -192,3 +192,28 @@ TEST_F(RemoteClients, AHundredThatHangUpWithoutReadingLeaveNothingBehind) {
 }
 
 } // namespace
+
+TEST_F(RemoteClients, OneThatHasVanishedWithoutAWordMakesRoomForTheNext) {
+    start();
+    ScpiClient first(bench);
+    ASSERT_EQ(first.ask("*OPC?"), "1");
+    if (!first.vanish()) {
+        GTEST_SKIP() << "a connection can be put away by root only";
+    }
+    ScpiClient second(bench);
+    // Ten seconds of silence, then a question that nobody answers.
+    EXPECT_TRUE(Bench_waitUntil([&] { return second.ask("*OPC?") == "1"; }, 30000));
+}
+
+TEST_F(RemoteClients, OneThatIsSilentButThereKeepsItsConnectionWhileAnotherWaits) {
+    start();
+    ScpiClient first(bench);
+    ASSERT_EQ(first.ask("*OPC?"), "1");
+    ScpiClient second(bench);
+    const Stopwatch watch;
+    constexpr double askedTwice_ms = 26000; // after 10 s, and again after another 4 + 10 s
+    while (watch.elapsed_ms() < askedTwice_ms) {
+        ASSERT_EQ(second.ask("*OPC?"), "") << "one client is served at a time";
+    }
+    EXPECT_EQ(first.ask("*OPC?"), "1");
+}

@@ -17,6 +17,8 @@ public:
     bool isConnected() const {
         return fd >= 0;
     }
+    /// Gone without a packet, as with a pulled cable. False where only root may do that.
+    bool vanish();
     bool send(const std::string& line);
 
     /// The answer's line without its end; empty when none comes within 5 s.
