@@ -7,6 +7,8 @@ set -euo pipefail
 cmake=$1 build=$2 library=$3 source=$4 folder=$5
 shift 5
 
+export CCACHE_SLOPPINESS=pch_defines,time_macros # as in tools/build
+
 lack_extensions() {
     local include=$folder/prefix/include/scpi
     sed -i '/"scpi\/options.h"/d' "$include/scpi.h"
