@@ -180,7 +180,7 @@ int help() {
     for (const LocalCommand& command : localCommands) {
         printf("  %-40s %s\n", command.usage, command.help);
     }
-    printf("\nSignals are %s; powers take W, mW, kW, dBm.\n", signalShapesText);
+    printf("Signals are %s; powers take W, mW, kW, dBm.\n", signalShapesText);
     return 0;
 }
 
