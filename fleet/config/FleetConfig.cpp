@@ -31,7 +31,7 @@ Complaint readText(const toml::node& node, std::string& text) {
     if (!value) {
         return "must be a text in quotes";
     }
-    if (value->size() > longestName * 16 || *value != std::string(value->c_str())) {
+    if (value->size() > longestName * 16 || value->find('\0') != std::string::npos) {
         return "is too long, or holds a zero";
     }
     text = *value;

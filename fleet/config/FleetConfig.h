@@ -40,8 +40,8 @@ struct FleetConfig {
     int64_t share = 1; ///< of shareCount
     int64_t shareCount = 1;
     bool discovers = false;
-    int64_t keepRaw_ms = 30 * 86'400'000LL;
-    int64_t keepMinutes_ms = 5 * 365 * 86'400'000LL;
+    int64_t keepRaw_ms = int64_t{30} * 86'400'000;
+    int64_t keepMinutes_ms = int64_t{5} * 365 * 86'400'000;
     ExportConfig exported;
     std::vector<MeterConfig> meters;
 };

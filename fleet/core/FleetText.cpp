@@ -13,7 +13,7 @@ namespace {
 namespace chrono = std::chrono;
 
 constexpr int64_t second_ms = 1000;
-constexpr int64_t day_ms = 24 * 3600 * second_ms;
+constexpr int64_t day_ms = 24 * (3600 * second_ms);
 constexpr int64_t year_ms = 365 * day_ms;
 constexpr int64_t longestDuration_ms = 100 * year_ms;
 constexpr size_t longestText = 64;

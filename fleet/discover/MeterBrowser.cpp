@@ -40,7 +40,7 @@ std::string textRecord(AvahiStringList* records, const char* key) {
         value == nullptr) {
         return {};
     }
-    const std::string text = value;
+    std::string text = value;
     avahi_free(value);
     return text;
 }

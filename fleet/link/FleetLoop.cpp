@@ -60,7 +60,7 @@ void FleetLoop_every(FleetLoop& loop, int64_t period_ms, std::function<void()> c
     arm(timer);
 }
 
-void FleetLoop_onEnd(FleetLoop& loop, std::function<void()> callback) {
+void FleetLoop_onEnd(FleetLoop& loop, const std::function<void()>& callback) {
     wait(loop.signals.emplace_back(loop.context, SIGINT, SIGTERM), callback);
 }
 

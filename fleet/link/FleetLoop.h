@@ -25,7 +25,7 @@ void FleetLoop_post(FleetLoop& loop, std::function<void()> callback);
 void FleetLoop_every(FleetLoop& loop, int64_t period_ms, std::function<void()> callback);
 
 /// Calls at each SIGINT and SIGTERM, which then do not end the program.
-void FleetLoop_onEnd(FleetLoop& loop, std::function<void()> callback);
+void FleetLoop_onEnd(FleetLoop& loop, const std::function<void()>& callback);
 
 /// The monotonic clock.
 int64_t FleetLoop_monotonic_ns();
