@@ -52,8 +52,8 @@ std::vector<GtkWidget*> Gui_shownWidgets(GType type);
 /// What the X server shows; the caller unrefs it.
 GdkPixbuf* Gui_picture();
 
-/// How well a widget's text can be read, as the web's guidelines define it: the contrast between the
-/// colour that fills most of its place and the one that differs most from that, 1 to 21.
+/// How well a widget's text can be read, as the web's guidelines define it: the contrast between
+/// the colour that fills most of its place and the one that differs most from that, 1 to 21.
 double Gui_contrast(GtkWidget* widget);
 
 /// Writes what the X server shows into a PNG file.
