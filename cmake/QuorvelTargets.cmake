@@ -54,7 +54,11 @@ endfunction()
 
 # A trace through a test needs its lines; its variables double the time of compiling. GTK asks for
 # -pthread, and a precompiled header serves those alone who have been asked for the same.
+# GCC 12 that optimizes takes the short buffer of a moved std::string for all it has.
 set(QUORVEL_TEST_OPTIONS -g1 -pthread)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+    list(APPEND QUORVEL_TEST_OPTIONS -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+endif()
 
 # quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b]
 #              [ALONE])

@@ -2,6 +2,7 @@
 
 #include "message.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstddef>
@@ -60,7 +61,9 @@ void cutTrailingSpace(char* version) {
 template <size_t size> void takeTag(char (&text)[size], const char* line, tag_id_t tag) {
     const size_t length = strlen(tag_label[tag]);
     if (strncmp(line, tag_label[tag], length) == 0) {
-        snprintf(text, size, "%s", line + length);
+        const size_t kept = std::min(strlen(line + length), size - 1);
+        memcpy(text, line + length, kept);
+        text[kept] = '\0';
     }
 }
 
