@@ -1,5 +1,7 @@
 #include "FleetDatabase.h"
 
+#include "SchemaColumns.h"
+
 #include <algorithm>
 #include <array>
 #include <sqlite3.h>
@@ -14,15 +16,8 @@ constexpr std::array schema{
     "CREATE TABLE sources (id INTEGER PRIMARY KEY, meter TEXT NOT NULL, channel INTEGER NOT NULL, "
     "sensor TEXT NOT NULL, sensor_serial TEXT NOT NULL, "
     "UNIQUE (meter, channel, sensor, sensor_serial));"
-    "CREATE TABLE raw (source INTEGER NOT NULL REFERENCES sources, time_ms INTEGER NOT NULL, "
-    "forward_W REAL, forward_min_W REAL, forward_max_W REAL, "
-    "reflected_W REAL, reflected_min_W REAL, reflected_max_W REAL, vswr REAL, "
-    "frequency_MHz REAL, temperature_C REAL, duty_percent REAL, period_us REAL, prf_Hz REAL, "
-    "width_us REAL, gate_mean_W REAL, gate_max_W REAL, gate_min_W REAL, "
-    "state1_mean_W REAL, state1_max_W REAL, state1_min_W REAL, "
-    "state2_mean_W REAL, state2_max_W REAL, state2_min_W REAL, "
-    "state3_mean_W REAL, state3_max_W REAL, state3_min_W REAL, "
-    "state4_mean_W REAL, state4_max_W REAL, state4_min_W REAL, "
+    "CREATE TABLE raw (source INTEGER NOT NULL REFERENCES sources, time_ms INTEGER NOT "
+    "NULL, " FLEET_SCHEMA_1_VALUES ", "
     "PRIMARY KEY (source, time_ms)) WITHOUT ROWID;"
     "CREATE INDEX raw_by_time ON raw (time_ms);"
     "CREATE TABLE minutes (source INTEGER NOT NULL REFERENCES sources, time_ms INTEGER NOT NULL, "

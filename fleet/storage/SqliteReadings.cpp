@@ -1,6 +1,7 @@
 #include "SqliteReadings.h"
 
 #include "FleetText.h"
+#include "SchemaColumns.h"
 
 #include <array>
 
@@ -9,14 +10,7 @@ namespace {
 constexpr std::array schema{
     "CREATE TABLE readings ("
     "time TEXT NOT NULL, meter TEXT NOT NULL, channel INTEGER NOT NULL, sensor TEXT, "
-    "sensor_serial TEXT, forward_W REAL, forward_min_W REAL, forward_max_W REAL, "
-    "reflected_W REAL, reflected_min_W REAL, reflected_max_W REAL, vswr REAL, "
-    "frequency_MHz REAL, temperature_C REAL, duty_percent REAL, period_us REAL, prf_Hz REAL, "
-    "width_us REAL, gate_mean_W REAL, gate_max_W REAL, gate_min_W REAL, "
-    "state1_mean_W REAL, state1_max_W REAL, state1_min_W REAL, "
-    "state2_mean_W REAL, state2_max_W REAL, state2_min_W REAL, "
-    "state3_mean_W REAL, state3_max_W REAL, state3_min_W REAL, "
-    "state4_mean_W REAL, state4_max_W REAL, state4_min_W REAL);"
+    "sensor_serial TEXT, " FLEET_SCHEMA_1_VALUES ");"
     "CREATE INDEX readings_by_time ON readings (time)",
 };
 

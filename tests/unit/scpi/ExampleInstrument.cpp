@@ -159,7 +159,16 @@ scpi_result_t showToken(scpi_t* context) {
     return SCPI_RES_OK;
 }
 
-scpi_result_t endOfList(scpi_t* context, scpi_expr_result_t result) {
+/// Shows every entry of the list that is the parameter, and "END" behind the last one.
+template <typename ShowEntry> scpi_result_t showEntries(scpi_t* context, ShowEntry showEntry) {
+    scpi_parameter_t list{};
+    if (!SCPI_Parameter(context, &list, TRUE)) {
+        return SCPI_RES_ERR;
+    }
+    scpi_expr_result_t result = SCPI_EXPR_OK;
+    for (int i = 0; result == SCPI_EXPR_OK; i++) {
+        result = showEntry(context, list, i);
+    }
     if (result == SCPI_EXPR_ERROR) {
         return SCPI_RES_ERR;
     }
@@ -167,49 +176,44 @@ scpi_result_t endOfList(scpi_t* context, scpi_expr_result_t result) {
     return SCPI_RES_OK;
 }
 
-scpi_result_t showNumericList(scpi_t* context) {
-    scpi_parameter_t list{};
-    if (!SCPI_Parameter(context, &list, TRUE)) {
-        return SCPI_RES_ERR;
-    }
-    scpi_expr_result_t result = SCPI_EXPR_OK;
-    for (int i = 0;; i++) {
-        scpi_bool_t isRange = FALSE;
-        int32_t from = 0;
-        int32_t to = 0;
-        result = SCPI_ExprNumericListEntryInt(context, &list, i, &isRange, &from, &to);
-        if (result != SCPI_EXPR_OK) {
-            return endOfList(context, result);
-        }
+scpi_expr_result_t showNumericEntry(scpi_t* context, scpi_parameter_t& list, int index) {
+    scpi_bool_t isRange = FALSE;
+    int32_t from = 0;
+    int32_t to = 0;
+    const scpi_expr_result_t result =
+        SCPI_ExprNumericListEntryInt(context, &list, index, &isRange, &from, &to);
+    if (result == SCPI_EXPR_OK) {
         SCPI_ResultInt32(context, from);
-        if (isRange) {
-            SCPI_ResultMnemonic(context, "TO");
-            SCPI_ResultInt32(context, to);
-        }
     }
+    if (result == SCPI_EXPR_OK && isRange) {
+        SCPI_ResultMnemonic(context, "TO");
+        SCPI_ResultInt32(context, to);
+    }
+    return result;
 }
 
-scpi_result_t showChannelList(scpi_t* context) {
-    scpi_parameter_t list{};
-    if (!SCPI_Parameter(context, &list, TRUE)) {
-        return SCPI_RES_ERR;
-    }
-    scpi_expr_result_t result = SCPI_EXPR_OK;
-    for (int i = 0;; i++) {
-        scpi_bool_t isRange = FALSE;
-        std::array<int32_t, 3> from{};
-        std::array<int32_t, 3> to{};
-        size_t dimensions = 0;
-        result = SCPI_ExprChannelListEntry(context, &list, i, &isRange, from.data(), to.data(),
-                                           from.size(), &dimensions);
-        if (result != SCPI_EXPR_OK) {
-            return endOfList(context, result);
-        }
+scpi_result_t showNumericList(scpi_t* context) {
+    return showEntries(context, showNumericEntry);
+}
+
+scpi_expr_result_t showChannelEntry(scpi_t* context, scpi_parameter_t& list, int index) {
+    scpi_bool_t isRange = FALSE;
+    std::array<int32_t, 3> from{};
+    std::array<int32_t, 3> to{};
+    size_t dimensions = 0;
+    const scpi_expr_result_t result = SCPI_ExprChannelListEntry(
+        context, &list, index, &isRange, from.data(), to.data(), from.size(), &dimensions);
+    if (result == SCPI_EXPR_OK) {
         const size_t shown = std::min(dimensions, from.size());
         SCPI_ResultMnemonic(context, isRange ? "R" : "S");
         SCPI_ResultArrayInt32(context, from.data(), shown, SCPI_FORMAT_ASCII);
         SCPI_ResultArrayInt32(context, to.data(), isRange ? shown : 0, SCPI_FORMAT_ASCII);
     }
+    return result;
+}
+
+scpi_result_t showChannelList(scpi_t* context) {
+    return showEntries(context, showChannelEntry);
 }
 
 scpi_result_t fail(scpi_t*) {
