@@ -5,13 +5,16 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <numbers>
 
 const char* const signalShapesText =
-    "a number, ramp:FROM:TO:TIME, sine:FROM:TO:TIME or walk:FROM:TO:TIME";
+    "a number, ramp:FROM:TO:TIME, sine:FROM:TO:TIME, walk:FROM:TO:TIME or file:NAME";
 
 namespace {
 
+constexpr std::string_view seriesMark = "file:";
 constexpr int64_t walkStep_ns = 50000000;
 
 struct ShapeName {
@@ -43,6 +46,52 @@ double walk(Signal& signal, int64_t now_ns) {
     return signal.walker;
 }
 
+/// One line of a series. False when it is neither a sample nor empty.
+bool readSample(std::string line, SignalUnit unit, std::vector<SignalSample>& series) {
+    line.erase(std::min(line.find('#'), line.size()));
+    std::ranges::replace(line, ',', ' ');
+    std::ranges::replace(line, '\r', ' ');
+    const auto words = BenchText_words(line);
+    if (words.empty()) {
+        return true;
+    }
+    const auto time_s = BenchText_number(words[0]);
+    const auto value = words.size() == 2 ? unit(words[1]) : std::nullopt;
+    if (!time_s || !value || (!series.empty() && *time_s < series.back().time_s)) {
+        return false;
+    }
+    series.push_back({*time_s, *value});
+    return true;
+}
+
+std::optional<Signal> readSeries(const std::string& name, SignalUnit unit, int64_t now_ns) {
+    std::ifstream file(name);
+    std::vector<SignalSample> series;
+    for (std::string line; std::getline(file, line);) {
+        if (!readSample(line, unit, series)) {
+            return std::nullopt;
+        }
+    }
+    if (series.empty()) {
+        return std::nullopt;
+    }
+    const double first_s = series.front().time_s;
+    for (SignalSample& sample : series) {
+        sample.time_s -= first_s;
+    }
+    Signal signal{};
+    signal.shape = signalSeries;
+    signal.start_ns = now_ns;
+    signal.series = std::make_shared<const std::vector<SignalSample>>(std::move(series));
+    return signal;
+}
+
+double replay(const Signal& signal, int64_t now_ns) {
+    const double time_s = static_cast<double>(now_ns - signal.start_ns) / 1e9;
+    const auto next = std::ranges::upper_bound(*signal.series, time_s, {}, &SignalSample::time_s);
+    return next == signal.series->begin() ? signal.series->front().value : std::prev(next)->value;
+}
+
 } // namespace
 
 Signal Signal_constant(double value) {
@@ -52,6 +101,9 @@ Signal Signal_constant(double value) {
 }
 
 std::optional<Signal> Signal_parse(std::string_view text, SignalUnit unit, int64_t now_ns) {
+    if (text.starts_with(seriesMark)) {
+        return readSeries(std::string(text.substr(seriesMark.size())), unit, now_ns);
+    }
     const auto parts = BenchText_split(text, ':');
     if (parts.size() == 1) {
         const auto value = unit(text);
@@ -82,6 +134,8 @@ double Signal_value(Signal& signal, int64_t now_ns) {
     }
     case signalWalk:
         return walk(signal, now_ns);
+    case signalSeries:
+        return replay(signal, now_ns);
     case signalConstant:
         break;
     }

@@ -1,8 +1,11 @@
 #include "Signal.h"
 
 #include "BenchText.h"
+#include "WorldFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace {
 
@@ -66,4 +69,40 @@ TEST(Signal, TextsThatAreNoSignalAreRefused) {
                              "sine:a:2:3s", "walk:1:2:3s:4"}) {
         EXPECT_FALSE(Signal_parse(text, BenchText_power_W, 0)) << text;
     }
+}
+
+namespace {
+
+/// Parses a series that stands in a file of its own.
+std::optional<Signal> replayed(const std::string& content) {
+    char folder[] = "/tmp/quorvel-series-XXXXXX";
+    EXPECT_NE(mkdtemp(folder), nullptr);
+    const std::string file = std::string(folder) + "/series:1.txt";
+    EXPECT_TRUE(WorldFolder_writeFile(file, content));
+    const auto signal = Signal_parse("file:" + file, BenchText_power_W, 100 * second_ns);
+    WorldFolder_remove(folder);
+    return signal;
+}
+
+} // namespace
+
+TEST(Signal, ASeriesIsReplayedFromItsFirstTimeAndEachSampleHoldsUntilTheNext) {
+    auto signal = replayed("# time, power\n7000,10\n\n7002.5 20W # keyed\r\n7003\t1kW\n");
+    ASSERT_TRUE(signal);
+    const struct {
+        int64_t at_ms;
+        double expected;
+    } cases[] = {{0, 10}, {2499, 10}, {2500, 20}, {2999, 20}, {3000, 1000}, {900000, 1000}};
+    for (const auto& c : cases) {
+        EXPECT_DOUBLE_EQ(Signal_value(*signal, 100 * second_ns + c.at_ms * 1000000), c.expected)
+            << c.at_ms;
+    }
+}
+
+TEST(Signal, ASeriesWithABrokenLineIsRefusedAsAWhole) {
+    for (const char* content :
+         {"", "# nothing\n", "0 1\n1\n", "0 1\nx 2\n", "0 1 2\n", "0 1\n1 2m\n", "5 1\n4 2\n"}) {
+        EXPECT_FALSE(replayed(content)) << content;
+    }
+    EXPECT_FALSE(Signal_parse("file:/nowhere/series", BenchText_power_W, 0));
 }
