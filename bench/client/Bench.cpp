@@ -50,8 +50,10 @@ bool startTool(Bench& bench, const BenchOptions& options) {
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         return false;
     }
-    // The test itself lives in a world; the tool must not.
-    std::vector<ChildEnvironment> environment = {{"LD_PRELOAD", ""}, {"QUORVEL_BENCH", ""}};
+    // The test itself lives in a world; the tool must not. Its bench is none of those that a person
+    // lists and stops.
+    std::vector<ChildEnvironment> environment = {
+        {"LD_PRELOAD", ""}, {"QUORVEL_BENCH", ""}, {"XDG_RUNTIME_DIR", bench.world}};
     for (const auto& [name, value] : options.environment) {
         environment.push_back({name, value});
     }

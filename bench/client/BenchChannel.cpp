@@ -1,13 +1,8 @@
 #include "BenchChannel.h"
 
 #include "LocalSocket.h"
-#include "WorldFolder.h"
 
-#include <array>
-#include <climits>
 #include <string_view>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
@@ -32,14 +27,4 @@ bool BenchChannel_command(const std::string& world, const std::string& line, std
         text.pop_back();
     }
     return false;
-}
-
-std::string BenchChannel_findWorld(const std::string& given) {
-    if (!given.empty()) {
-        return given;
-    }
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length =
-        readlink(WorldFolder_currentLink().c_str(), target.data(), target.size() - 1);
-    return {target.data(), length > 0 ? static_cast<size_t>(length) : 0};
 }

@@ -9,8 +9,4 @@
 /// the reason in `text` otherwise, also when no bench runs there.
 bool BenchChannel_command(const std::string& world, const std::string& line, std::string& text);
 
-/// The world of the running bench: `--world`'s folder when given, else the current link's. Empty
-/// when no bench is running.
-std::string BenchChannel_findWorld(const std::string& given);
-
 #endif

@@ -61,6 +61,11 @@ CommandOutcome externalPower(BenchHardware& hardware, const CommandWords& words)
     return CommandOutcome_accept();
 }
 
+CommandOutcome stop(BenchHardware& hardware, const CommandWords&) {
+    hardware.isToldToEnd = true;
+    return CommandOutcome_accept();
+}
+
 CommandOutcome pressSwitch(BenchHardware& hardware, const CommandWords&) {
     Supply_pressSwitch(hardware.supply);
     return CommandOutcome_accept();
@@ -109,14 +114,15 @@ struct Command {
 
 constexpr size_t anyNumber = 100;
 
-constexpr std::array<Command, 12> commands{{
+constexpr std::array<Command, 13> commands{{
     {"plug", 3, anyNumber, PortCommands_plug, "plug PORT MODEL [KEY=VALUE...]", "plug a sensor in"},
     {"unplug", 2, 2, PortCommands_unplug, "unplug PORT", "pull it"},
     {"replug", 2, 3, PortCommands_replug, "replug PORT [TIME]", "pull it and put it back"},
     {"set", 3, anyNumber, PortCommands_set, "set PORT KEY=VALUE...",
      "change what it measures or is"},
     {"fault", 3, 3, PortCommands_fault, "fault PORT NAME", "break it; none mends it"},
-    {"log", 2, 3, PortCommands_log, "log PORT [AFTER]", "bytes both ways with their times"},
+    {"log", 2, 4, PortCommands_log, "log PORT [--last N | --follow]",
+     "bytes both ways with their times"},
     {"status", 1, 1, status, "status", "what is plugged in, and how it is doing"},
     {"battery", 2, anyNumber, battery, "battery KEY=VALUE... | drain TIME | remove",
      "the battery; fail=0.3 lets its files fail"},
@@ -124,6 +130,7 @@ constexpr std::array<Command, 12> commands{{
     {"switch", 1, 1, pressSwitch, "switch", "press the power switch"},
     {"remove", 2, 2, removeFile, "remove PATH", "take a device or file away, such as /dev/ttyS4"},
     {"clock", 3, 3, clock, "clock step TIME | clock speed FACTOR", "the program's time"},
+    {"stop", 1, 1, stop, "stop [--all]", "end the bench; --all: all benches of this user"},
 }};
 
 CommandOutcome dispatch(BenchHardware& hardware, const CommandWords& words) {

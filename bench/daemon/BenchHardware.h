@@ -22,6 +22,7 @@ struct BenchHardware {
     Supply supply;
     Terminal commandPort; ///< the instrument's "/dev/ttyS4"
     Terminal commandPeer; ///< the other end of its cable, "command-port" in the world
+    bool isToldToEnd;     ///< the whole bench, by its user
 };
 
 /// Bench monotonic time: it runs at the world's speed.

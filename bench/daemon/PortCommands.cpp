@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::array<const char*, 4> portNames = {"serial1", "serial2", "usb1", "usb2"};
 constexpr size_t firstUsb = 2;
+constexpr double mostEntries = 1e15;
 
 /// One of the four ports: the pointer of its kind is set, the other one null.
 struct PortRef {
@@ -270,15 +271,20 @@ CommandOutcome PortCommands_log(BenchHardware& hardware, const CommandWords& wor
     if (!port) {
         return unknownPort(words[1]);
     }
-    const auto after = BenchText_number(words.size() > 2 ? words[2] : "0");
-    if (!after || *after < 0) {
-        return CommandOutcome_refuse(CommandOutcome_quoted(words[2]) +
-                                     " is not the number of an entry");
+    const WireLog& log = port->serial != nullptr ? port->serial->log : port->usb->log;
+    const bool isLast = words.size() > 2 && words[2] == "--last";
+    if (words.size() > 3 && !isLast) {
+        return CommandOutcome_refuse("usage: log PORT [--last N | --follow]");
     }
-    const auto number = static_cast<uint64_t>(*after);
-    return CommandOutcome_accept(port->serial != nullptr
-                                     ? WireLog_text(port->serial->log, number, false)
-                                     : WireLog_text(port->usb->log, number, true));
+    const auto given = BenchText_number(words.size() > 2 ? words.back() : "0");
+    if (!given || *given < 0) {
+        return CommandOutcome_refuse(CommandOutcome_quoted(words.back()) +
+                                     " is not the number of " +
+                                     (isLast ? "the last entries" : "an entry"));
+    }
+    const auto number = static_cast<uint64_t>(std::min(*given, mostEntries));
+    const uint64_t after = isLast ? log.lastNumber - std::min(log.lastNumber, number) : number;
+    return CommandOutcome_accept(WireLog_text(log, after, port->usb != nullptr));
 }
 
 std::string PortCommands_status(BenchHardware& hardware) {

@@ -357,6 +357,10 @@ std::optional<Sensor316x> Sensor316x_create(std::string_view modelName) {
     return sensor;
 }
 
+std::vector<std::string> Sensor316x_keyNames() {
+    return SensorInput_keyNames(keys, {});
+}
+
 bool Sensor316x_set(Sensor316x& sensor, std::string_view key, std::string_view value,
                     int64_t now_ns, std::string& error) {
     return SensorInput_set(sensor, keys, "a USB sensor", {}, key, {value, now_ns, &error});

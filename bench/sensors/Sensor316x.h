@@ -87,6 +87,9 @@ struct Sensor316x {
 
 std::optional<Sensor316x> Sensor316x_create(std::string_view modelName);
 
+/// The keys that set() takes, and those of its wire.
+std::vector<std::string> Sensor316x_keyNames();
+
 /// Sets one "key=value"; on refusal returns false and says what is allowed.
 bool Sensor316x_set(Sensor316x& sensor, std::string_view key, std::string_view value,
                     int64_t now_ns, std::string& error);

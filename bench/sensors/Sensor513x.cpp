@@ -156,6 +156,10 @@ std::optional<Sensor513x> Sensor513x_create(std::string_view modelName) {
     return sensor;
 }
 
+std::vector<std::string> Sensor513x_keyNames() {
+    return SensorInput_keyNames(keys, {"baud"});
+}
+
 bool Sensor513x_set(Sensor513x& sensor, std::string_view key, std::string_view value,
                     int64_t now_ns, std::string& error) {
     return SensorInput_set(sensor, keys, "a serial sensor", {"baud"}, key, {value, now_ns, &error});

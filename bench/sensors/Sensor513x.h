@@ -60,6 +60,9 @@ struct Sensor513x {
 /// A sensor as it leaves the factory; nothing for an unknown model.
 std::optional<Sensor513x> Sensor513x_create(std::string_view modelName);
 
+/// The keys that set() takes, and those of its wire.
+std::vector<std::string> Sensor513x_keyNames();
+
 /// Sets one "key=value"; on refusal returns false and says what is allowed.
 bool Sensor513x_set(Sensor513x& sensor, std::string_view key, std::string_view value,
                     int64_t now_ns, std::string& error);

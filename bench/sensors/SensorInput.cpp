@@ -107,10 +107,7 @@ std::span<const SensorKey<SensorInput>> SensorInput_keys() {
 }
 
 bool SensorInput_refuseKey(std::string_view key, const char* sensorKind,
-                           std::vector<std::string> names, const TypedValue& value) {
-    for (const SensorKey<SensorInput>& known : inputKeys) {
-        names.emplace_back(known.name);
-    }
+                           const std::vector<std::string>& names, const TypedValue& value) {
     return refuse(value, "unknown key '" + std::string(key) + "': " + sensorKind + " has " +
                              BenchText_list(names));
 }

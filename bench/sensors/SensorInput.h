@@ -65,7 +65,22 @@ std::span<const SensorKey<SensorInput>> SensorInput_keys();
 
 /// Lists the keys of a sensor, and refuses.
 bool SensorInput_refuseKey(std::string_view key, const char* sensorKind,
-                           std::vector<std::string> names, const TypedValue& value);
+                           const std::vector<std::string>& names, const TypedValue& value);
+
+/// All keys of a sensor: `others`, which are not its own, then its own, then what both families
+/// have.
+template <typename Sensor, size_t count>
+std::vector<std::string> SensorInput_keyNames(const std::array<SensorKey<Sensor>, count>& keys,
+                                              const std::vector<std::string>& others) {
+    std::vector<std::string> names = others;
+    for (const SensorKey<Sensor>& known : keys) {
+        names.emplace_back(known.name);
+    }
+    for (const SensorKey<SensorInput>& known : SensorInput_keys()) {
+        names.emplace_back(known.name);
+    }
+    return names;
+}
 
 /// Sets one key of a sensor that has a SensorInput `input` and keys of its own. `others` are the
 /// names of keys that are not the sensor's.
@@ -77,11 +92,7 @@ bool SensorInput_set(Sensor& sensor, const std::array<SensorKey<Sensor>, count>&
     const auto commonRow = std::ranges::find(common, key, &SensorKey<SensorInput>::name);
     const auto* row = std::ranges::find(keys, key, &SensorKey<Sensor>::name);
     if (commonRow == common.end() && row == keys.end()) {
-        std::vector<std::string> names = others;
-        for (const SensorKey<Sensor>& known : keys) {
-            names.emplace_back(known.name);
-        }
-        return SensorInput_refuseKey(key, sensorKind, std::move(names), value);
+        return SensorInput_refuseKey(key, sensorKind, SensorInput_keyNames(keys, others), value);
     }
     if (row != keys.end() ? row->set(sensor, value) : commonRow->set(sensor.input, value)) {
         return true;

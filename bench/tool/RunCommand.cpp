@@ -2,8 +2,12 @@
 
 #include "BenchCommands.h"
 #include "BenchDaemon.h"
+#include "BenchText.h"
 #include "ChildProcess.h"
+#include "ReservedPort.h"
+#include "RunningBenches.h"
 #include "ScreenServer.h"
+#include "ToolAnswer.h"
 #include "WorldFolder.h"
 
 #include <array>
@@ -32,19 +36,15 @@ struct Run {
     const RunOptions& options;
     std::string world{};
     bool isWorldOurs = false; ///< made for this run, removed at its end
-    bool isCurrent = false;   ///< the current link names this run's world
+    std::string entry{};      ///< among the running benches
     BenchDaemon daemon{};
     bool isDaemonOpen = false;
+    ReservedPort port{}; ///< of the remote control
     ScreenServer screen{};
     pid_t program = 0;
     pid_t photographer = 0;
     int signals = -1;
 };
-
-int fail(const std::string& why) {
-    fprintf(stderr, "quorvel-bench: %s\n", why.c_str());
-    return 1;
-}
 
 void say(const Run& run, const std::string& text) {
     if (!run.options.isQuiet) {
@@ -104,22 +104,6 @@ bool makeWorld(Run& run, std::string& error) {
     return true;
 }
 
-// The last bench that was started by hand is the one that later commands mean.
-void becomeCurrent(Run& run) {
-    const std::string link = WorldFolder_currentLink();
-    const std::string sibling = link + std::to_string(getpid());
-    unlink(sibling.c_str());
-    run.isCurrent = symlink(run.world.c_str(), sibling.c_str()) == 0 &&
-                    rename(sibling.c_str(), link.c_str()) == 0;
-}
-
-void resignAsCurrent(const Run& run) {
-    std::error_code ignored;
-    if (run.isCurrent && fs::read_symlink(WorldFolder_currentLink(), ignored) == run.world) {
-        unlink(WorldFolder_currentLink().c_str());
-    }
-}
-
 bool startDaemon(Run& run, std::string& error) {
     run.isDaemonOpen = true;
     if (!BenchDaemon_open(run.daemon, run.world, error)) {
@@ -156,16 +140,19 @@ bool chooseProtocol(const Run& run, std::string& error) {
 }
 
 // The instrument's own port where it is free, so that benches run side by side.
-void choosePort(const Run& run) {
+bool choosePort(Run& run, std::string& error) {
     constexpr int instrumentPort = 5025;
     const std::string& wanted = run.options.port;
-    const int port = wanted.empty()     ? ScreenServer_freePort(instrumentPort)
-                     : wanted == "auto" ? ScreenServer_freePort(0)
-                                        : 0;
-    WorldFolder_writeFile(run.world + "/port", (port > 0 ? std::to_string(port) : wanted) + "\n");
-    if (port > 0 && port != instrumentPort) {
-        say(run, "Remote control is on port " + std::to_string(port) + ".");
+    const bool isSearched = wanted.empty() || wanted == "auto";
+    if (isSearched && !ReservedPort_take(run.port, wanted.empty() ? instrumentPort : 0)) {
+        error = "there is no free port for remote control";
+        return false;
     }
+    if (isSearched && run.port.number != instrumentPort) {
+        say(run, "Remote control is on port " + std::to_string(run.port.number) + ".");
+    }
+    const std::string port = isSearched ? std::to_string(run.port.number) : wanted;
+    return WorldFolder_writeFile(run.world + "/port", port + "\n");
 }
 
 ScreenKind chosenScreen(const RunOptions& options) {
@@ -190,7 +177,7 @@ bool startScreen(Run& run, std::string& error) {
             return false;
         }
         say(run, "Open " + run.screen.address + " in a web browser.");
-        return true;
+        return WorldFolder_writeFile(run.world + "/address", run.screen.address + "\n");
     default: {
         const char* display = getenv("DISPLAY");
         if (display == nullptr) {
@@ -242,6 +229,25 @@ int exitStatus(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : signalBase + WTERMSIG(status);
 }
 
+// Why a program has ended stands in its log, which may be gone with the world in a moment.
+void reportProgramsEnd(const Run& run, int status) {
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+        return;
+    }
+    std::string text =
+        WIFEXITED(status)
+            ? "the program has ended with status " + std::to_string(WEXITSTATUS(status))
+            : "the program was ended by signal " + std::to_string(WTERMSIG(status)) + " (" +
+                  strsignal(WTERMSIG(status)) + ")";
+    constexpr size_t lastLines = 5;
+    const std::string log = WorldFolder_readFile(run.world + "/syslog");
+    const std::string last = BenchText_lastLines(log, lastLines);
+    if (!last.empty()) {
+        text += "; the end of its log:\n" + last;
+    }
+    ToolAnswer_fail(text);
+}
+
 // Takes up what the signals tell. True when the run is over.
 bool handleSignals(Run& run, int& result) {
     signalfd_siginfo signal{};
@@ -254,6 +260,7 @@ bool handleSignals(Run& run, int& result) {
         if (child == run.program) {
             run.program = 0;
             result = exitStatus(status);
+            reportProgramsEnd(run, status);
             isOver = true;
         } else if (child == run.photographer) {
             run.photographer = 0;
@@ -261,7 +268,7 @@ bool handleSignals(Run& run, int& result) {
             isOver = true;
         } else if (child == run.screen.process) {
             run.screen.process = 0;
-            result = fail("the program's screen has ended");
+            result = ToolAnswer_fail("the program's screen has ended");
             isOver = true;
         }
     }
@@ -282,6 +289,9 @@ int playUntilTheEnd(Run& run) {
             return result;
         }
         BenchDaemon_service(run.daemon);
+        if (run.daemon.hardware.isToldToEnd) {
+            return result;
+        }
     }
 }
 
@@ -307,7 +317,8 @@ void end(Run& run) {
     if (run.isDaemonOpen) {
         BenchDaemon_close(run.daemon);
     }
-    resignAsCurrent(run);
+    RunningBenches_leave(run.entry);
+    ReservedPort_release(run.port);
     unlink((run.world + "/program.pid").c_str());
     if (run.isWorldOurs) {
         WorldFolder_remove(run.world);
@@ -321,20 +332,17 @@ int RunCommand_run(const RunOptions& options) {
     run.daemon.listener = -1;
     std::string error;
     if (!catchSignals(run) || !makeWorld(run, error)) {
-        return fail(error);
+        return ToolAnswer_fail(error);
     }
-    choosePort(run);
     int result = 1;
-    if (chooseProtocol(run, error) && startDaemon(run, error) && startScreen(run, error) &&
-        startProgram(run, error)) {
-        if (run.isWorldOurs) {
-            becomeCurrent(run);
-        }
+    if (choosePort(run, error) && chooseProtocol(run, error) && startDaemon(run, error) &&
+        startScreen(run, error) && startProgram(run, error)) {
+        run.entry = RunningBenches_enter(run.world);
         say(run, "The bench plays in " + run.world + "; Ctrl-C ends it.");
         startPhotographer(run);
         result = playUntilTheEnd(run);
     } else {
-        fail(error);
+        ToolAnswer_fail(error);
     }
     end(run);
     return result;

@@ -17,27 +17,7 @@ namespace {
 
 constexpr int startLimit_ms = 20000;
 constexpr int firstBrowserPort = 8085;
-constexpr int portsTried = 100;
-
-bool canBind(int port, int* bound) {
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    // A port whose last connection has just ended is free.
-    const int yes = 1;
-    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    socklen_t length = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    const bool isFree =
-        fd >= 0 && bind(fd, generic, length) == 0 && getsockname(fd, generic, &length) == 0;
-    if (fd >= 0) {
-        close(fd);
-    }
-    *bound = ntohs(address.sin_port);
-    return isFree;
-}
+constexpr int displayZeroPort = 8080;
 
 bool canConnect(int port) {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -97,11 +77,15 @@ bool ScreenServer_startVirtual(ScreenServer& server, std::string& error) {
 }
 
 bool ScreenServer_startBrowser(ScreenServer& server, std::string& error) {
-    const int port = ScreenServer_freePort(firstBrowserPort);
-    server.display = ":" + std::to_string(port - 8080);
+    if (!ReservedPort_take(server.port, firstBrowserPort)) {
+        error = "there is no free port for the browser server";
+        return false;
+    }
+    const int port = server.port.number;
+    server.display = ":" + std::to_string(port - displayZeroPort);
     server.process = ChildProcess_start(
-        {"broadwayd", "--address", "127.0.0.1", "--port", std::to_string(port), server.display},
-        {});
+        {"broadwayd", "--address", "127.0.0.1", "--port", std::to_string(port), server.display}, {},
+        {.outputFile = "/dev/null", .errorFile = "/dev/null"});
     constexpr int pause_ms = 20;
     for (int waited_ms = 0; waited_ms < startLimit_ms; waited_ms += pause_ms) {
         if (canConnect(port)) {
@@ -122,17 +106,5 @@ bool ScreenServer_startBrowser(ScreenServer& server, std::string& error) {
 void ScreenServer_stop(ScreenServer& server) {
     ChildProcess_kill(server.process, SIGTERM);
     server.process = 0;
-}
-
-int ScreenServer_freePort(int first) {
-    int bound = 0;
-    if (first == 0) {
-        return canBind(0, &bound) ? bound : 0;
-    }
-    for (int port = first; port < first + portsTried; ++port) {
-        if (canBind(port, &bound)) {
-            return port;
-        }
-    }
-    return first;
+    ReservedPort_release(server.port);
 }

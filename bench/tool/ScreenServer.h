@@ -1,6 +1,8 @@
 #ifndef BENCH_TOOL_SCREEN_SERVER_H
 #define BENCH_TOOL_SCREEN_SERVER_H
 
+#include "ReservedPort.h"
+
 #include <string>
 #include <sys/types.h>
 
@@ -10,6 +12,7 @@ struct ScreenServer {
     pid_t process = 0;
     std::string display; ///< ":99"
     std::string address; ///< where a browser finds it, empty for X
+    ReservedPort port{};
 };
 
 /// Starts a virtual X server of the instrument's size on a free display. False with the reason.
@@ -19,8 +22,5 @@ bool ScreenServer_startVirtual(ScreenServer& server, std::string& error);
 bool ScreenServer_startBrowser(ScreenServer& server, std::string& error);
 
 void ScreenServer_stop(ScreenServer& server);
-
-/// A TCP port of the loopback interface that is free now, at or above `first`; 0 takes any.
-int ScreenServer_freePort(int first);
 
 #endif

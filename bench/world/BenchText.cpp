@@ -1,5 +1,6 @@
 #include "BenchText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -93,6 +94,19 @@ std::string BenchText_unescape(std::string_view text) {
         plain += text[at] == 't' ? '\t' : text[at] == 'n' ? '\n' : text[at];
     }
     return plain;
+}
+
+std::string BenchText_lastLines(std::string_view text, size_t count) {
+    std::vector<std::string_view> lines = BenchText_split(text, '\n');
+    if (lines.back().empty()) {
+        lines.pop_back();
+    }
+    std::string last;
+    for (size_t at = lines.size() - std::min(lines.size(), count); at < lines.size(); ++at) {
+        last += lines[at];
+        last += '\n';
+    }
+    return last;
 }
 
 std::string BenchText_list(const std::vector<std::string>& names) {

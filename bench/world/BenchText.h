@@ -29,6 +29,9 @@ std::optional<double> BenchText_frequency_Hz(std::string_view text);
 /// Turns "\t", "\n" and "\\" escapes back into the characters.
 std::string BenchText_unescape(std::string_view text);
 
+/// The last lines of a text, each ended; fewer when it has fewer.
+std::string BenchText_lastLines(std::string_view text, size_t count);
+
 /// "a, b and c", for messages that name what is allowed.
 std::string BenchText_list(const std::vector<std::string>& names);
 

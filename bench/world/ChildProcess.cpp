@@ -25,6 +25,12 @@ void applyEnvironment(const std::vector<ChildEnvironment>& environment) {
     }
 }
 
+void redirect(const std::string& file, int descriptor) {
+    if (!file.empty()) {
+        dup2(open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644), descriptor);
+    }
+}
+
 // Whatever the bench has inherited itself is not the child's business.
 void arrangeDescriptors(const ChildOptions& options) {
     close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
@@ -34,11 +40,8 @@ void arrangeDescriptors(const ChildOptions& options) {
     if (options.output >= 0) {
         dup2(options.output, STDOUT_FILENO);
     }
-    if (!options.errorFile.empty()) {
-        const int file =
-            open(options.errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-        dup2(file, STDERR_FILENO);
-    }
+    redirect(options.outputFile, STDOUT_FILENO);
+    redirect(options.errorFile, STDERR_FILENO);
 }
 
 [[noreturn]] void becomeProgram(const std::vector<std::string>& arguments,

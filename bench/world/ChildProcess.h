@@ -16,6 +16,7 @@ struct ChildOptions {
     int keepOpen = -1;      ///< a descriptor that the child inherits besides the standard ones
     int output = -1;        ///< becomes its standard output
     int signalAtOurEnd = 9; ///< what it gets when its parent dies; SIGKILL
+    std::string outputFile; ///< becomes its standard output
     std::string errorFile;  ///< becomes its standard error
 };
 

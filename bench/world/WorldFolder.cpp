@@ -164,7 +164,3 @@ std::string WorldFolder_userFolder() {
     }
     return "/tmp/quorvel-bench-" + std::to_string(getuid());
 }
-
-std::string WorldFolder_currentLink() {
-    return WorldFolder_userFolder() + "/current";
-}

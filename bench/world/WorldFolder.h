@@ -30,10 +30,7 @@ bool WorldFolder_writeFile(const std::string& path, const std::string& content);
 /// Supply current file of serial sensor port 0 or 1, by its instrument path.
 const char* WorldFolder_currentFile(uint32_t port);
 
-/// The folder of this user for worlds and for the link to the running bench.
+/// The folder of this user for worlds and for what tells which benches run.
 std::string WorldFolder_userFolder();
-
-/// The link that names the world of the running bench.
-std::string WorldFolder_currentLink();
 
 #endif

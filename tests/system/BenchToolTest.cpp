@@ -5,6 +5,7 @@
 #include "MeterTest.h"
 #include "WorldFolder.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
@@ -17,6 +18,7 @@
 #include <optional>
 #include <poll.h>
 #include <pty.h>
+#include <set>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -24,7 +26,9 @@
 
 namespace fs = std::filesystem;
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -180,19 +184,44 @@ protected:
     /// Starts a bench and waits until it answers.
     void run(std::vector<std::string> words) {
         words.insert(words.begin(), {"run", "--port", "auto"});
+        const std::string before = newestWorld();
         running = startTool(words);
         ASSERT_GT(running, 0);
-        ASSERT_TRUE(Bench_waitUntil([this] { return fs::exists(currentLink()); }, startLimit_ms))
+        ASSERT_TRUE(Bench_waitUntil(
+            [&] { return !newestWorld().empty() && newestWorld() != before; }, startLimit_ms))
             << WorldFolder_readFile(errorFile());
-        world = fs::read_symlink(currentLink());
+        world = newestWorld();
     }
 
     std::string errorFile() const {
         return folder + "/errors";
     }
 
-    std::string currentLink() const {
-        return folder + "/quorvel-bench/current";
+    /// World of the bench that was started last; empty when none runs.
+    std::string newestWorld() const {
+        std::error_code none;
+        std::string newest;
+        for (const auto& entry : fs::directory_iterator(folder + "/quorvel-bench/running", none)) {
+            newest = std::max(newest, entry.path().string());
+        }
+        return newest.empty() ? newest : fs::read_symlink(newest, none).string();
+    }
+
+    void end(pid_t bench, int signal) {
+        ASSERT_EQ(kill(bench, signal), 0);
+        waitForEnd(bench);
+        running = bench == running ? 0 : running;
+    }
+
+    void waitForMainWindow() {
+        const auto isListed = [this] {
+            return type("screen").text.find("mainWindow8830K") != std::string::npos;
+        };
+        ASSERT_TRUE(Bench_waitUntil(isListed, startLimit_ms));
+    }
+
+    void write(const std::string& name, const std::string& content) const {
+        ASSERT_TRUE(WorldFolder_writeFile(folder + "/" + name, content));
     }
 
     pid_t programOf(const std::string& folderOfWorld) const {
@@ -251,10 +280,7 @@ TEST_F(BenchTool, ARunningBenchIsFoundAndObeys) {
     const Answer wrong = type("plug serial7 5132");
     EXPECT_EQ(wrong.status, 1);
     EXPECT_THAT(wrong.errors, HasSubstr("there are serial1, serial2, usb1 and usb2"));
-    const auto isListed = [this] {
-        return type("screen").text.find("mainWindow8830K") != std::string::npos;
-    };
-    EXPECT_TRUE(Bench_waitUntil(isListed, startLimit_ms));
+    waitForMainWindow();
     EXPECT_THAT(type("tap nowhere").errors, HasSubstr("nothing on the screen is called 'nowhere'"));
     EXPECT_EQ(type("screenshot " + folder + "/screen.png").status, 0);
     EXPECT_THAT(WorldFolder_readFile(folder + "/screen.png"), StartsWith("\x89PNG"));
@@ -270,7 +296,7 @@ TEST_F(BenchTool, CtrlCEndsTheProgramAndLeavesNothing) {
         running = 0;
         EXPECT_NE(kill(program, 0), 0) << "the program is still there";
         EXPECT_FALSE(fs::exists(world));
-        EXPECT_FALSE(fs::is_symlink(currentLink()));
+        EXPECT_EQ(newestWorld(), "");
     }
 }
 
@@ -311,10 +337,7 @@ TEST_F(BenchTool, WithoutADisplayABrowserOfThisMachineShowsTheMeter) {
     ASSERT_NE(at, std::string::npos) << "nobody listens";
     EXPECT_EQ(sockets.substr(at - 8, 8), "0100007F");
     EXPECT_EQ(sockets.find(wanted, at + 1), std::string::npos);
-    const auto isListed = [this] {
-        return type("screen").text.find("mainWindow8830K") != std::string::npos;
-    };
-    EXPECT_TRUE(Bench_waitUntil(isListed, startLimit_ms));
+    waitForMainWindow();
     EXPECT_THAT(type("screenshot " + folder + "/x.png").errors, HasSubstr("browser"));
 }
 
@@ -409,4 +432,158 @@ TEST_F(BenchTool, TheOlderMetersProtocolLeavesTheOtherSettingsOfAKeptWorld) {
     EXPECT_EQ(type("run --headless --legacy --world " + kept + " --program /bin/true").status, 0);
     EXPECT_EQ(WorldFolder_read(kept, settingsFile),
               "displayGraph 1\nserialSpeed 4800\nuseLegacyRS232Commands 1\n");
+}
+
+TEST_F(BenchTool, BenchesThatAreStartedAtOnceTakeDifferentPorts) {
+    constexpr size_t count = 4;
+    std::vector<pid_t> benches;
+    for (size_t number = 0; number < count; ++number) {
+        // Nobody listens on the ports that were chosen.
+        benches.push_back(
+            startTool({"run", "--headless", "--world", folder + "/world" + std::to_string(number),
+                       "--program", "/bin/sleep", "--", "100"}));
+    }
+    std::set<std::string> ports;
+    for (size_t number = 0; number < count; ++number) {
+        const std::string file = folder + "/world" + std::to_string(number) + "/port";
+        EXPECT_TRUE(Bench_waitUntil([&] { return fs::exists(file); }, startLimit_ms));
+        ports.insert(WorldFolder_readFile(file));
+    }
+    EXPECT_EQ(ports.size(), count);
+    for (const pid_t bench : benches) {
+        end(bench, SIGTERM);
+    }
+}
+
+TEST_F(BenchTool, WhenTheNewestBenchEndsTheOneBeforeItIsMeant) {
+    run({"--headless", "--plug", "serial1 5132"});
+    const pid_t first = running;
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        run({"--headless", "--plug", "serial2 5134"});
+        EXPECT_THAT(type("status").text, HasSubstr("serial2: 5134"));
+        end(running, signal);
+        EXPECT_THAT(type("status").text, HasSubstr("serial1: 5132"));
+    }
+    end(first, SIGTERM);
+}
+
+TEST_F(BenchTool, BenchesAreListedAndStopped) {
+    EXPECT_EQ(type("list").text, "");
+    EXPECT_THAT(type("stop").errors, HasSubstr("no bench is running"));
+    run({"--headless"});
+    const pid_t first = running;
+    const std::string firstWorld = world;
+    run({"--headless"});
+    const pid_t second = running;
+    const pid_t third =
+        startTool({"run", "--headless", "--port", "auto", "--world", folder + "/w"});
+    ASSERT_TRUE(Bench_waitUntil([&] { return newestWorld() == folder + "/w"; }, startLimit_ms));
+    EXPECT_THAT(type("list").text,
+                AllOf(StartsWith("  " + firstWorld + " port="), HasSubstr("* " + world + " port="),
+                      HasSubstr("  " + folder + "/w port="),
+                      HasSubstr(" program=" + std::to_string(programOf(world)) + " ")));
+    EXPECT_EQ(type("stop").status, 0);
+    EXPECT_EQ(waitForEnd(second), 0);
+    EXPECT_FALSE(fs::exists(world));
+    EXPECT_THAT(type("list").text, StartsWith("* " + firstWorld));
+    EXPECT_EQ(type("stop --all").status, 0);
+    EXPECT_EQ(waitForEnd(first), 0);
+    EXPECT_EQ(waitForEnd(third), 0);
+    running = 0;
+    EXPECT_EQ(type("list").text, "");
+}
+
+TEST_F(BenchTool, AProgramThatFailsIsReportedWithItsStatusAndTheEndOfItsLog) {
+    const auto runs = [this](const std::string& script) {
+        return answerOf(
+            startTool({"run", "--headless", "--program", "/bin/sh", "--", "-c", script}));
+    };
+    const Answer failed = runs("echo '<3> the port is taken' >>$QUORVEL_BENCH/syslog; exit 7");
+    EXPECT_EQ(failed.status, 7);
+    EXPECT_THAT(failed.errors, AllOf(HasSubstr("the program has ended with status 7"),
+                                     HasSubstr("the port is taken")));
+    const Answer killed = runs("kill -SEGV $$");
+    EXPECT_EQ(killed.status, 128 + SIGSEGV);
+    EXPECT_THAT(killed.errors, HasSubstr("was ended by signal 11 (Segmentation fault)"));
+    EXPECT_THAT(runs("exit 0").errors, Not(HasSubstr("ended")));
+}
+
+TEST_F(BenchTool, HelpOnACommandNamesAllThatItTakes) {
+    EXPECT_THAT(type("help plug").text,
+                AllOf(HasSubstr("5132A200"), HasSubstr("3165"), HasSubstr("baud"),
+                      HasSubstr("state4"), HasSubstr("file:NAME")));
+    EXPECT_THAT(type("help fault").text, AllOf(HasSubstr("chatter"), HasSubstr("cutdevice")));
+    EXPECT_THAT(type("help crowd").text, HasSubstr("--base"));
+    EXPECT_THAT(type("help me").errors, HasSubstr("no help on 'me'"));
+}
+
+TEST_F(BenchTool, TextsAreReadAndAwaited) {
+    run({"--headless"});
+    EXPECT_EQ(type("wait noConnection.title Detected 60s").status, 0);
+    EXPECT_EQ(type("text noConnection.title").text, "No Sensor Detected\n");
+    EXPECT_THAT(type("text nowhere").errors, HasSubstr("nothing on the screen is called"));
+    EXPECT_THAT(type("text single.fwd.value").errors, HasSubstr("is hidden"));
+    EXPECT_THAT(type("wait noConnection.title Moon 0s").errors,
+                HasSubstr("'noConnection.title' shows 'No Sensor Detected', not 'Moon'"));
+    EXPECT_THAT(type("wait nowhere Moon 0s").errors, HasSubstr("nothing on the screen"));
+    EXPECT_THAT(type("wait nowhere").errors, HasSubstr("usage: quorvel-bench wait"));
+    EXPECT_THAT(type("wait nowhere Moon soon").errors, HasSubstr("usage: quorvel-bench wait"));
+}
+
+TEST_F(BenchTool, AScenarioIsPlayedAtItsTimes) {
+    run({"--headless"});
+    waitForMainWindow();
+    fs::create_directories(folder + "/scenes");
+    write("scenes/power.txt", "0 7\n3600 8\n");
+    write("scenes/scene", "# The times are the bench's.\n"
+                          "0 clock speed 100\n\n"
+                          "5s plug serial1 5132 fwd=file:power.txt\n"
+                          "+1m wait sensorSettingsDialog_ok \"OK\" 60s # a word in quotes\n"
+                          "+0 tap \"sensorSettingsDialog_ok\"\n");
+    const Stopwatch watch;
+    const Answer played = type("play " + folder + "/scenes/scene");
+    EXPECT_EQ(played.status, 0) << played.errors;
+    EXPECT_GE(watch.elapsed_ms(), 600);
+    EXPECT_THAT(played.text, HasSubstr("65.0 tap sensorSettingsDialog_ok\n"));
+    EXPECT_THAT(type("status").text, HasSubstr("serial1: 5132 fwd=7 "));
+}
+
+TEST_F(BenchTool, AScenarioWithAMistakeSaysWhere) {
+    run({"--headless"});
+    const struct {
+        const char* content;
+        const char* says;
+    } cases[] = {
+        {"0 status\nsoon status\n", ":2: 'soon' is not a time"},
+        {"5 status\n4 status\n", ":2: '4' is not a time such as 30s or +5s, after"},
+        {"0 fly\n", ":1: unknown command 'fly'"},
+        {"0 play again\n", ":1: unknown command 'play'"},
+        {"0\n", ":1: a time without a command"},
+        {"0 tap \"OK\n", ":1: a quote is not closed"},
+        {"0 status\n0 plug serial9 5132\n0 stop\n", ":2: the play ends here"},
+    };
+    for (const auto& c : cases) {
+        write("scene", c.content);
+        const Answer answer = type("play " + folder + "/scene");
+        EXPECT_EQ(answer.status, 1) << c.content;
+        EXPECT_THAT(answer.errors, HasSubstr(folder + "/scene" + c.says)) << c.content;
+    }
+    EXPECT_THAT(type("play /nowhere/scene").errors, HasSubstr("/nowhere/scene: cannot be read"));
+    EXPECT_EQ(type("status").status, 0);
+}
+
+TEST_F(BenchTool, TheAfternoonAmongTheExamplesIsPlayedToItsEnd) {
+    run({"--headless"});
+    waitForMainWindow();
+    const fs::path examples = QUORVEL_EXAMPLES;
+    const std::string usual = "clock speed 60";
+    std::string scenario = WorldFolder_readFile(examples / "afternoon.play");
+    ASSERT_NE(scenario.find(usual), std::string::npos);
+    scenario.replace(scenario.find(usual), usual.size(), "clock speed 600");
+    write("afternoon.play", scenario);
+    fs::copy(examples / "afternoon-power.txt", folder);
+    const Answer played = type("play " + folder + "/afternoon.play");
+    EXPECT_EQ(played.status, 0) << played.errors;
+    EXPECT_THAT(type("status").text, AllOf(HasSubstr("serial1: 5132 fwd=0.0004 "),
+                                           HasSubstr("usb1: no sensor"), HasSubstr("speed=1 ")));
 }

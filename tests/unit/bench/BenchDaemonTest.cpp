@@ -193,6 +193,10 @@ TEST_F(BenchDaemonTest, TheLogShowsBytesBothWays) {
     EXPECT_THAT(log, HasSubstr("-> 53  S\n"));
     EXPECT_THAT(log, HasSubstr("<- 53  S\n"));
     EXPECT_EQ(command("log serial1 3"), "ok\n");
+    EXPECT_THAT(command("log serial1 --last 1"),
+                testing::AllOf(HasSubstr("<- 53  S\n"), testing::Not(HasSubstr("->"))));
+    EXPECT_EQ(command("log serial1 --last 0"), "ok\n");
+    EXPECT_EQ(command("log serial1 --last 1e300"), log);
     close(port);
 }
 
@@ -215,6 +219,9 @@ TEST_F(BenchDaemonTest, ErrorsNameWhatIsAllowed) {
         {"fault serial1 silence", "serial1 has no sensor"},
         {"fault serial2 anger", "unknown fault 'anger'"},
         {"log serial2 x", "is not the number of an entry"},
+        {"log serial2 --last x", "is not the number of the last entries"},
+        {"log serial2 1 2", "usage: log PORT"},
+        {"set serial2 fwd=file:/nowhere/series", "file:/nowhere/series"},
         {"clock stop now", "unknown clock command 'stop'"},
         {"clock speed 0", "is not a speed"},
         {"clock step soon", "is not a time"},

@@ -66,3 +66,10 @@ TEST(BenchText, ListsReadAsASentence) {
     EXPECT_EQ(BenchText_list({"a"}), "a");
     EXPECT_EQ(BenchText_list({"a", "b", "c"}), "a, b and c");
 }
+
+TEST(BenchText, TheLastLinesAreThoseAtTheEnd) {
+    EXPECT_EQ(BenchText_lastLines("a\nb\nc\n", 2), "b\nc\n");
+    EXPECT_EQ(BenchText_lastLines("a\nb", 1), "b\n");
+    EXPECT_EQ(BenchText_lastLines("a\n", 5), "a\n");
+    EXPECT_EQ(BenchText_lastLines("", 5), "");
+}
