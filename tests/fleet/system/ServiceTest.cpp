@@ -50,8 +50,8 @@ TEST_F(FleetServiceTest, KeepsReadingsAndEventsUntilItIsEnded) {
         << service.errors();
     EXPECT_TRUE(eventually("SELECT count(*) = 4 FROM events WHERE kind = 'sensor came'"));
     EXPECT_TRUE(eventually("SELECT count(*) = 2 FROM events WHERE kind = 'meter came'"));
-    // Channel 2 of meter 2 has 22 W, give or take a tenth, of which the offset makes some 220; what is
-    // stored is raw.
+    // Channel 2 of meter 2 has 22 W, give or take a tenth, of which the offset makes some 220; what
+    // is stored is raw.
     EXPECT_TRUE(
         eventually("SELECT count(*) = 1 FROM events WHERE kind = 'limit exceeded' AND "
                    "meter = 90000002 AND channel = 2 AND detail LIKE 'forward_high_W 100: %' AND "
