@@ -67,14 +67,6 @@ GtkWidget* parentOf(const ScreenContainerRow& row, SensorDisplayInstance_t displ
     return *EntireScreen_field(ScreenTable_row(use, row.full).container, display);
 }
 
-/// A half's container is named after its field and its half.
-const char* halfOf(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
-    if (!ScreenTable_existsTwice(row)) {
-        return "";
-    }
-    return display == LowerDisplay ? ".lower" : ".upper";
-}
-
 /// The layouts stand below the status line, the areas of the lower half at half their height, and
 /// all else fills its parent.
 int topOf(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
@@ -85,8 +77,13 @@ int topOf(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
 }
 
 void createContainer(const ScreenContainerRow& row, SensorDisplayInstance_t display) {
+    // A half's container is named as its field is written.
     char name[64];
-    g_snprintf(name, sizeof name, "%s%s", row.name, halfOf(row, display));
+    if (ScreenTable_existsTwice(row)) {
+        g_snprintf(name, sizeof name, "%s[%u]", row.name, static_cast<uint32_t>(display));
+    } else {
+        g_snprintf(name, sizeof name, "%s", row.name);
+    }
     putContainer(EntireScreen_field(row.container, display), name, parentOf(row, display),
                  topOf(row, display),
                  ScreenTable_existsTwice(row) ? halfScreenHeight : fullScreenHeight);

@@ -70,7 +70,7 @@ TEST_F(MainWindow, HoldsEveryContainerAtItsPlace) {
     }
 }
 
-TEST_F(MainWindow, NamesAContainerAfterItsFieldAndItsHalf) {
+TEST_F(MainWindow, NamesAContainerAsItsFieldIsWritten) {
     const struct {
         GtkWidget* container;
         const char* name;
@@ -83,16 +83,16 @@ TEST_F(MainWindow, NamesAContainerAfterItsFieldAndItsHalf) {
         {entireScreen.singleChannel1ScreenGraph, "singleChannel1ScreenGraph"},
         {entireScreen.singleChannelPulseScreen, "singleChannelPulseScreen"},
         {entireScreen.dualSensorContainer, "dualSensorContainer"},
-        {entireScreen.dualNoConnectionScreens[0], "dualNoConnectionScreens.upper"},
-        {entireScreen.dualNoConnectionScreens[1], "dualNoConnectionScreens.lower"},
-        {entireScreen.dualMeasurementViews[0], "dualMeasurementViews.upper"},
-        {entireScreen.dualMeasurementViews[1], "dualMeasurementViews.lower"},
-        {entireScreen.dualCWChannels[0], "dualCWChannels.upper"},
-        {entireScreen.dualCWChannels[1], "dualCWChannels.lower"},
-        {entireScreen.dualCWChannelsGraph[0], "dualCWChannelsGraph.upper"},
-        {entireScreen.dualCWChannelsGraph[1], "dualCWChannelsGraph.lower"},
-        {entireScreen.dualPWChannels[0], "dualPWChannels.upper"},
-        {entireScreen.dualPWChannels[1], "dualPWChannels.lower"},
+        {entireScreen.dualNoConnectionScreens[0], "dualNoConnectionScreens[0]"},
+        {entireScreen.dualNoConnectionScreens[1], "dualNoConnectionScreens[1]"},
+        {entireScreen.dualMeasurementViews[0], "dualMeasurementViews[0]"},
+        {entireScreen.dualMeasurementViews[1], "dualMeasurementViews[1]"},
+        {entireScreen.dualCWChannels[0], "dualCWChannels[0]"},
+        {entireScreen.dualCWChannels[1], "dualCWChannels[1]"},
+        {entireScreen.dualCWChannelsGraph[0], "dualCWChannelsGraph[0]"},
+        {entireScreen.dualCWChannelsGraph[1], "dualCWChannelsGraph[1]"},
+        {entireScreen.dualPWChannels[0], "dualPWChannels[0]"},
+        {entireScreen.dualPWChannels[1], "dualPWChannels[1]"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(nameOf(row.container), row.name);
