@@ -14,7 +14,7 @@ pthread_mutex_t sensorManagerMutex = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
-std::atomic<void (*)(SensorInstance*)> channelPrompt;
+std::atomic<void (*)(const SensorAdmission&)> channelPrompt;
 
 /// By port; guarded by sensorManagerMutex.
 std::array<uint32_t, sensorPortCount> admissionNumbers;
@@ -156,23 +156,22 @@ SensorInstance* sensorToAskForLocked() {
     return active.sensor1 != nullptr ? active.sensor1 : active.sensor2;
 }
 
-struct Question {
-    SensorInstance* instance;
-    uint32_t port;
-    uint32_t admission;
-};
-
-Question nextQuestion() {
-    const ScopedLock lock(sensorManagerMutex);
-    SensorInstance* instance = gSensors != nullptr ? sensorToAskForLocked() : nullptr;
-    if (instance == nullptr) {
-        return {nullptr, sensorPort_None, 0};
+std::optional<SensorAdmission> admissionOfLocked(SensorInstance* sensor) {
+    if (sensor == nullptr || sensor->index >= sensorPortCount) {
+        return {};
     }
-    return {instance, instance->index, admissionNumbers[instance->index]};
+    return SensorAdmission{sensor, sensor->index, sensor->logicalChannel,
+                           admissionNumbers[sensor->index]};
+}
+
+/// The next sensor to ask for; none when all is settled.
+std::optional<SensorAdmission> nextQuestion() {
+    const ScopedLock lock(sensorManagerMutex);
+    return gSensors != nullptr ? admissionOfLocked(sensorToAskForLocked()) : std::nullopt;
 }
 
 /// True when the sensor is still there and still without a channel.
-bool isUnanswered(const Question& question) {
+bool isUnanswered(const SensorAdmission& question) {
     const ScopedLock lock(sensorManagerMutex);
     return admissionNumbers[question.port] == question.admission && !hasChannel(question.instance);
 }
@@ -196,17 +195,9 @@ std::optional<SensorInstance> copyOf(const SensorInstance* sensor) {
     return sensor != nullptr ? std::optional(*sensor) : std::nullopt;
 }
 
-std::optional<SensorAdmission> admissionOfLocked(SensorInstance* sensor) {
-    if (sensor == nullptr || sensor->index >= sensorPortCount) {
-        return {};
-    }
-    return SensorAdmission{sensor, sensor->index, sensor->logicalChannel,
-                           admissionNumbers[sensor->index]};
-}
-
 } // namespace
 
-void SensorManager_registerChannelPrompt(void (*ask)(SensorInstance* instance)) {
+void SensorManager_registerChannelPrompt(void (*ask)(const SensorAdmission& sensor)) {
     channelPrompt = ask;
 }
 
@@ -361,12 +352,11 @@ bool SensorManager_setChannelOfAdmission(uint32_t port, uint32_t admission, uint
 }
 
 void SensorManager_UpdateLogicalChannel() {
-    void (*const ask)(SensorInstance*) = channelPrompt;
-    for (Question question = nextQuestion(); question.instance != nullptr && ask != nullptr;
-         question = nextQuestion()) {
-        ask(question.instance);
+    void (*const ask)(const SensorAdmission&) = channelPrompt;
+    for (auto question = nextQuestion(); question && ask != nullptr; question = nextQuestion()) {
+        ask(*question);
         // A dialog that could not be shown is tried again on a later pass.
-        if (isUnanswered(question)) {
+        if (isUnanswered(*question)) {
             return;
         }
     }

@@ -41,9 +41,17 @@ extern pthread_mutex_t sensorManagerMutex;
 /// Copies of the occupied slots.
 using ActiveSensorCopies = std::array<std::optional<SensorInstance>, 2>;
 
+/// An active sensor and what tells it from the one that takes its place, looked up together.
+struct SensorAdmission {
+    SensorInstance* instance; ///< to be read with sensorManagerMutex held only
+    uint32_t port;
+    uint32_t logicalChannel;
+    uint32_t admission;
+};
+
 /// Asking the user for a channel needs the screen, which belongs to a higher floor. `ask` is called
 /// on the GUI-refresh thread and returns once the user has answered or the sensor has gone.
-void SensorManager_registerChannelPrompt(void (*ask)(SensorInstance* instance));
+void SensorManager_registerChannelPrompt(void (*ask)(const SensorAdmission& sensor));
 
 /// Allocates the manager; exits the process if it cannot. Main thread, before any thread that uses
 /// it.
@@ -90,14 +98,6 @@ bool SensorManager_isChannelMissing();
 /// Grows whenever a port's sensor is admitted or released: tells a sensor from the one that took
 /// its place. 0 for a port above 3.
 uint32_t SensorManager_getAdmissionNumber(uint32_t port);
-
-/// An active sensor and what tells it from the one that takes its place, looked up together.
-struct SensorAdmission {
-    SensorInstance* instance; ///< to be read with sensorManagerMutex held only
-    uint32_t port;
-    uint32_t logicalChannel;
-    uint32_t admission;
-};
 
 /// The active sensors' admissions as they are now; none before SensorManager_Create. Any thread.
 std::array<std::optional<SensorAdmission>, 2> SensorManager_copyAdmissions();

@@ -87,9 +87,8 @@ bool waitForEnd(bool Progress::*what, uint32_t time_ms) {
     return !(progress.*what);
 }
 
-uint32_t portOf(const SensorInstance* instance) {
-    const ScopedLock lock(sensorManagerMutex);
-    return instance->index;
+bool hasGone(uint32_t port, uint32_t admission) {
+    return port >= sensorPortCount || SensorManager_getAdmissionNumber(port) != admission;
 }
 
 /// Names the interface's objects. False, with a message and without the dialog, if one is missing:
@@ -167,15 +166,15 @@ void closeDialog() {
     setProgress(&Progress::isDialogOpen, false);
 }
 
-bool openDialog(SensorInstance* instance) {
+/// False when there is nobody to ask for, or nothing to ask with.
+bool openDialog(const SensorAdmission& sensor) {
     const ScopedGdkLock lock;
-    return displaySensorSettings(instance);
+    return !hasGone(sensor.port, sensor.admission) && displaySensorSettings(sensor);
 }
 
 void closeDialogOfMissingSensor() {
     const ScopedGdkLock lock;
-    if (channelDialog.dialog != nullptr &&
-        SensorManager_getAdmissionNumber(channelDialog.port) != channelDialog.admission) {
+    if (channelDialog.dialog != nullptr && hasGone(channelDialog.port, channelDialog.admission)) {
         closeDialog();
     }
 }
@@ -204,12 +203,12 @@ void SensorChannelDialog_registerWhileWaiting(void (*service)()) {
     whileWaiting = service;
 }
 
-void SensorChannelDialog_ask(SensorInstance* instance) {
+void SensorChannelDialog_ask(const SensorAdmission& sensor) {
     const ScopedGdkUnlock unlocked;
     setProgress(&Progress::isThreadRunning, true);
+    SensorAdmission asked = sensor;
     pthread_t thread{};
-    if (Thread_startJoinable(&thread, "channelChoice", SensorManager_ChannelThread, instance) !=
-        0) {
+    if (Thread_startJoinable(&thread, "channelChoice", SensorManager_ChannelThread, &asked) != 0) {
         DIAGNOSTIC("Failed to spawn the SensorManager_ChannelThread.\n");
         Process_leave(processStatusFatal);
     }
@@ -220,8 +219,8 @@ void SensorChannelDialog_ask(SensorInstance* instance) {
     }
 }
 
-void* SensorManager_ChannelThread(void* instance) {
-    if (openDialog(static_cast<SensorInstance*>(instance))) {
+void* SensorManager_ChannelThread(void* sensor) {
+    if (openDialog(*static_cast<const SensorAdmission*>(sensor))) {
         while (!waitForEnd(&Progress::isDialogOpen, dialogPoll_ms)) {
             closeDialogOfMissingSensor();
         }
@@ -230,9 +229,7 @@ void* SensorManager_ChannelThread(void* instance) {
     return nullptr;
 }
 
-bool displaySensorSettings(SensorInstance* instance) {
-    const uint32_t port = portOf(instance);
-    const uint32_t admission = SensorManager_getAdmissionNumber(port);
+bool displaySensorSettings(const SensorAdmission& sensor) {
     GtkBuilder* builder = loadInterface();
     if (builder == nullptr) {
         return false;
@@ -240,9 +237,9 @@ bool displaySensorSettings(SensorInstance* instance) {
     const auto widget = [builder](const char* name) {
         return GTK_WIDGET(gtk_builder_get_object(builder, name));
     };
-    channelDialog = {widget("sensorSettingsDialog"), widget("sensorSettingsDialogRadioChan1"), port,
-                     admission};
-    gtk_label_set_text(GTK_LABEL(widget("sensorSettingsDialogTitleStr")), titleOf(port));
+    channelDialog = {widget("sensorSettingsDialog"), widget("sensorSettingsDialogRadioChan1"),
+                     sensor.port, sensor.admission};
+    gtk_label_set_text(GTK_LABEL(widget("sensorSettingsDialogTitleStr")), titleOf(sensor.port));
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(channelDialog.channel1Button), TRUE);
     setProgress(&Progress::isDialogOpen, true);
     showAbove(channelDialog.dialog);

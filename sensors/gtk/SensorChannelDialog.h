@@ -18,16 +18,17 @@ void SensorChannelDialog_registerWhileWaiting(void (*service)());
 /// Asks for one sensor's channel and returns when the user has answered or the sensor has gone.
 /// GUI-refresh thread with the GDK lock held; the lock is released meanwhile. Exits the process if
 /// the channel thread cannot be started or joined.
-void SensorChannelDialog_ask(SensorInstance* instance);
+void SensorChannelDialog_ask(const SensorAdmission& sensor);
 
-/// Body of the short-lived thread behind SensorChannelDialog_ask: opens the dialog and polls every
-/// 100 ms until it has been closed; a dialog whose sensor has gone is taken away. Takes the GDK
-/// lock for each of these.
-void* SensorManager_ChannelThread(void* instance);
+/// Body of the short-lived thread behind SensorChannelDialog_ask, for a SensorAdmission: opens the
+/// dialog and polls every 100 ms until it has been closed. No dialog is opened for a sensor that
+/// has gone, as one on no port has, and one whose sensor goes is taken away. Takes the GDK lock for
+/// each of these.
+void* SensorManager_ChannelThread(void* sensor);
 
 /// Builds and shows the dialog for one sensor; false if the interface file cannot be loaded. GDK
 /// lock held.
-bool displaySensorSettings(SensorInstance* instance);
+bool displaySensorSettings(const SensorAdmission& sensor);
 
 /// OK button: gives the sensor the chosen channel, if it is still there, and closes the dialog.
 /// Does nothing before start-up has finished.

@@ -76,6 +76,25 @@ void detect(uint32_t bits, uint32_t changed) {
     SensorManager_UpdatePhysicalSensors(&record);
 }
 
+/// The only sensor.
+SensorAdmission onlySensor() {
+    return SensorManager_copyAdmissions()[0].value();
+}
+
+/// On no port, as the question for a sensor that left while it was being put.
+constexpr SensorAdmission noSensor = {nullptr, sensorPort_None, sensorLogicalNoChannel, 0};
+
+/// The sensor leaves between the question and the dialog.
+void askTooLate(const SensorAdmission& sensor) {
+    detect(0, SensorPort_bit(sensor.port));
+    SensorChannelDialog_ask(sensor);
+}
+
+void askForNoSensor(const SensorAdmission& sensor) {
+    detect(0, SensorPort_bit(sensor.port));
+    SensorChannelDialog_ask(noSensor);
+}
+
 /// The thread that refreshes the screens, for one settling of the channels.
 class RefreshThread {
 public:
@@ -113,6 +132,7 @@ protected:
         }();
         EXPECT_TRUE(isRegistered);
         SensorManager_Create();
+        SensorManager_registerChannelPrompt(SensorChannelDialog_ask);
         gtk_init_done = true;
         served = 0;
     }
@@ -204,12 +224,44 @@ TEST_F(SensorChannelDialog, AsksForTheOtherSensorWhenTheFirstIsPulled) {
 
 TEST_F(SensorChannelDialog, ChangesNothingWhenItsSensorHasBeenReplaced) {
     detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
-    ASSERT_TRUE(displaySensorSettings(SensorManager_GetSensorInstance(sensorPort_Serial1)));
+    ASSERT_TRUE(displaySensorSettings(onlySensor()));
     detect(0, sensorPortBit_Serial1);
     detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
     on_sensorSettingsDialog_ok_clicked(nullptr, nullptr);
     EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_Serial1), sensorLogicalNoChannel);
     EXPECT_EQ(dialog(), nullptr);
+}
+
+TEST_F(SensorChannelDialog, AsksNothingForASensorThatLeftBeforeTheDialogOpened) {
+    for (void (*const ask)(const SensorAdmission&) : {askTooLate, askForNoSensor}) {
+        SensorManager_registerChannelPrompt(ask);
+        detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
+        World_clearSyslog();
+        RefreshThread refresh;
+        EXPECT_TRUE(refresh.ends());
+        EXPECT_EQ(dialog(), nullptr);
+        EXPECT_FALSE(World_syslogContains("Invalid Sensor Index"));
+        if (dialog() != nullptr) {
+            tap("sensorSettingsDialog_ok");
+        }
+    }
+}
+
+TEST_F(SensorChannelDialog, AsksForTheSensorThatTookThePlaceOfTheOneThatLeft) {
+    SensorManager_registerChannelPrompt([](const SensorAdmission& sensor) {
+        if (sensor.port == sensorPort_Serial1) {
+            detect(0, sensorPortBit_Serial1);
+            detect(sensorPortBit_USB1, sensorPortBit_USB1);
+        }
+        SensorChannelDialog_ask(sensor);
+    });
+    detect(sensorPortBit_Serial1, sensorPortBit_Serial1);
+    RefreshThread refresh;
+    ASSERT_TRUE(isOpen());
+    EXPECT_EQ(title(), "Tessel CW & Pulse Sensor on USB1");
+    tap("sensorSettingsDialog_ok");
+    EXPECT_TRUE(refresh.ends());
+    EXPECT_EQ(SensorInstance_GetLogicalChannel(sensorPort_USB1), sensorLogicalChannel1);
 }
 
 TEST_F(SensorChannelDialog, DoesNothingBeforeStartUpHasFinished) {
@@ -261,9 +313,9 @@ TEST_F(SensorChannelDialog, StandsAboveTheMainWindow) {
     tap("sensorSettingsDialog_ok");
 }
 
-TEST_F(SensorChannelDialog, NamesAnIdleInstanceAsUnknown) {
+TEST_F(SensorChannelDialog, NamesASensorOnNoPortAsUnknown) {
     World_clearSyslog();
-    ASSERT_TRUE(displaySensorSettings(SensorManager_GetSensorInstance(sensorPort_Serial1)));
+    ASSERT_TRUE(displaySensorSettings(noSensor));
     ASSERT_TRUE(isOpen());
     EXPECT_EQ(title(), "Unknown Sensor");
     EXPECT_TRUE(World_syslogContains("Invalid Sensor Index (255)."));

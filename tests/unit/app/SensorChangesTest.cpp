@@ -12,9 +12,9 @@ uint32_t answeredChannel = sensorLogicalChannel1;
 int questionCount = 0;
 
 /// Plays the user in front of the channel dialog.
-void answer(SensorInstance* instance) {
+void answer(const SensorAdmission& sensor) {
     ++questionCount;
-    SensorInstance_SetLogicalChannel(instance->index, answeredChannel);
+    SensorInstance_SetLogicalChannel(sensor.port, answeredChannel);
 }
 
 DisplayView silentView() {

@@ -19,8 +19,8 @@ std::vector<uint32_t> answers; ///< channel that the user gives to each question
 void (*whileAsked)();
 
 /// Plays the user: gives the next answer to the sensor that is asked for.
-void answerNext(SensorInstance* instance) {
-    const uint32_t port = instance->index;
+void answerNext(const SensorAdmission& sensor) {
+    const uint32_t port = sensor.port;
     asked.push_back(port);
     if (whileAsked != nullptr) {
         whileAsked();
