@@ -132,6 +132,7 @@ void bindGate(GtkBuilder* builder, CGTKPulseDisplay* display) {
 
 void bindStates(GtkBuilder* builder, CGTKPulseDisplay* display) {
     display->pGridState = Dialog_widget(builder, "pulse.gridState");
+    display->noStates = Dialog_widget(builder, "pulse.noStates");
     char id[32];
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
         gtkPowerDisplay_PulseState& state = display->stateArray[i];

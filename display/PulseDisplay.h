@@ -53,6 +53,7 @@ struct CGTKPulseDisplay {
     CGTKScaleControls scaleControlsGatedPower;
     GtkWidget* pGridState;
     gtkPowerDisplay_PulseState stateArray[pulseStateCount];
+    GtkWidget* noStates; ///< stands in their place when none is measured
 };
 
 /// Layout of a pulse screen.

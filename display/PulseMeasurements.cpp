@@ -117,6 +117,7 @@ void updateState(CGTKPulseDisplay* display, uint32_t index, const PULSE_STATES& 
 
 void updateStates(CGTKPulseDisplay* display, const SENSOR_MEASUREMENTS& measurements,
                   uint32_t numStates) {
+    setWidgetVisible(display->noStates, numStates == 0);
     for (uint32_t i = 0; i < pulseStateCount; ++i) {
         if (i < numStates) {
             updateState(display, i, measurements.pulseStates[i]);

@@ -216,6 +216,7 @@ TEST_F(PulseDisplay, OnlyTheStatesThatAreMeasuredAreShown) {
                 EXPECT_EQ(Gui_isShown(name), number <= count) << name;
             }
         }
+        EXPECT_EQ(Gui_isShown("pulse.noStates"), count == 0);
     }
 }
 
