@@ -4,6 +4,8 @@
 #include "GtkHelpers.h"
 #include "message.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr char dialogClass[] = "instrument";
@@ -52,6 +54,10 @@ void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file) {
         gtk_image_set_from_pixbuf(GTK_IMAGE(image), picture);
         g_object_unref(picture);
     }
+}
+
+bool Dialog_holdsNumber(GtkWidget* entry) {
+    return std::strpbrk(gtk_entry_get_text(GTK_ENTRY(entry)), "0123456789") != nullptr;
 }
 
 void Dialog_showAbove(GtkWidget* dialog) {

@@ -22,6 +22,9 @@ GtkWidget* Dialog_widget(GtkBuilder* builder, const char* id);
 /// is no such widget or its file cannot be read.
 void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file);
 
+/// True when an entry's text has a digit: an empty one, or a mere sign or point, is no number.
+bool Dialog_holdsNumber(GtkWidget* entry);
+
 /// Shows a dialog above the main window and keeps touches from everything below. The measurements
 /// behind it go on: nothing waits for its answer.
 void Dialog_showAbove(GtkWidget* dialog);

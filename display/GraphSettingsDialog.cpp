@@ -167,7 +167,9 @@ void storeSettings() {
     working.settings.bReflectedMode = gtk_toggle_button_get_active(widgets.reflectedBox) != 0;
     working.settings.displayMode =
         gtk_toggle_button_get_active(widgets.averageBox) != 0 ? graphModeAverage : graphModeRaw;
-    working.settings.averageCount = typedCount();
+    if (Dialog_holdsNumber(GTK_WIDGET(widgets.countEntry))) {
+        working.settings.averageCount = typedCount();
+    }
     CGraphData* buffer = &sensorDisplays[working.displayIndex].graphDataPwr;
     if (working.settings.bReflectedMode != configuration_getGraphRflMode(working.displayIndex)) {
         // Forward and reflected samples never mix.
@@ -178,11 +180,12 @@ void storeSettings() {
     CGTKTimePowerGraph_invalidateDisplay(working.displayIndex);
 }
 
-/// Brings the number of an entry that is left into its limits. The count is taken as typed.
+/// Brings the number of an entry that is left into its limits. The count is taken as typed, and an
+/// entry without a number stays without one.
 void leaveEntry(GtkWidget* entry) {
     for (const PowerEntry& power : powerEntries) {
         const bool isChanged = strcmp(gtk_entry_get_text(power.entry), power.shownText) != 0;
-        if (GTK_WIDGET(power.entry) == entry && isChanged) {
+        if (GTK_WIDGET(power.entry) == entry && isChanged && Dialog_holdsNumber(entry)) {
             const double lowest = working.isdBm ? dBmLowest : 0.0;
             const double highest =
                 working.isdBm ? dBmHighest
@@ -193,14 +196,21 @@ void leaveEntry(GtkWidget* entry) {
 }
 
 void applyButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
-    if (working.graph != nullptr) {
-        storeSettings();
-        closeDialog();
+    if (working.graph == nullptr) {
+        return;
     }
+    GtkWidget* empty = GraphSettingsKeypad_emptyEntry();
+    if (empty != nullptr) {
+        GraphSettingsKeypad_setTarget(empty);
+        return;
+    }
+    storeSettings();
+    closeDialog();
 }
 
 void averageButtonToggled(bool isActive) {
     gtk_widget_set_sensitive(GTK_WIDGET(widgets.countEntry), isActive);
+    GraphSettingsKeypad_keepTargetUsable();
 }
 
 void defaultButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {

@@ -3,6 +3,7 @@
 #include "AppFlags.h"
 #include "CKeypadManager.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -157,4 +158,17 @@ void setNextEntryWidget() {
             return;
         }
     }
+}
+
+void GraphSettingsKeypad_keepTargetUsable() {
+    if (target != nullptr && !gtk_widget_get_sensitive(target)) {
+        setNextEntryWidget();
+    }
+}
+
+GtkWidget* GraphSettingsKeypad_emptyEntry() {
+    const auto* empty = std::ranges::find_if(entries, [](GtkWidget* entry) {
+        return entry != nullptr && gtk_widget_get_sensitive(entry) && !Dialog_holdsNumber(entry);
+    });
+    return empty != entries.end() ? *empty : nullptr;
 }

@@ -21,4 +21,10 @@ void GraphSettingsKeypad_setTarget(GtkWidget* entry);
 /// Turns to the entry after the target, leaving out those that do not answer.
 void setNextEntryWidget();
 
+/// A target that no longer answers gives way to the next entry.
+void GraphSettingsKeypad_keepTargetUsable();
+
+/// The first entry that answers and holds no number; null when there is none.
+GtkWidget* GraphSettingsKeypad_emptyEntry();
+
 #endif

@@ -83,7 +83,8 @@ ColourStyle* styleOf(const GdkRGBA& colour) {
     }
     ColourStyle& style = colourStyles[colourStyleCount++];
     style.colour = colour;
-    style.foreground = newProvider("* { color: %s; }", colour);
+    // What does not answer looks so: there the style sheet's colour holds.
+    style.foreground = newProvider("*:not(:disabled) { color: %s; }", colour);
     style.background = newProvider("* { background-color: %s; background-image: none; }", colour);
     return &style;
 }

@@ -34,7 +34,8 @@ void initColors();
 void loadFonts();
 
 /// Colours a widget (not its children). A colour that differs from the ones above is remembered as
-/// they are; there is room for a few.
+/// they are; there is room for a few. While the widget does not answer, its text has the style
+/// sheet's colour.
 void setWidgetFgAndBgColors(GtkWidget* widget, const GdkRGBA& fg, const GdkRGBA& bg);
 void setWidgetFgColor(GtkWidget* widget, const GdkRGBA& fg);
 

@@ -35,6 +35,7 @@ window#mainWindow8830K button.touch:active {
 }
 window#mainWindow8830K button.touch:disabled { border-color: #333333; }
 window#mainWindow8830K button.touch label { background-color: transparent; }
+window#mainWindow8830K button.touch:disabled label { color: #6a6e72; }
 /* Figures fill their lines: the tail of the g in "Range" reaches below its own. */
 window#mainWindow8830K label.value { background-color: transparent; }
 window#mainWindow8830K separator { background-color: #6a6e72; min-height: 2px; }

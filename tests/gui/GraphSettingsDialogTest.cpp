@@ -80,6 +80,12 @@ protected:
     static bool isSensitive(const std::string& name) {
         return gtk_widget_is_sensitive(Gui_widget(name)) != 0;
     }
+    /// Of the text on a key.
+    static std::string colourOfText(const std::string& button) {
+        GtkWidget* label = gtk_bin_get_child(GTK_BIN(Gui_widget(button)));
+        gtk_widget_set_name(label, (button + ".text").c_str());
+        return Gui_colour(button + ".text");
+    }
     static void expectGraphButtons(bool sensitive) {
         for (const char* button : {"title", "mode", "auto", "clear"}) {
             EXPECT_EQ(isSensitive(std::string("singleGraph.graph.") + button), sensitive) << button;
@@ -347,7 +353,7 @@ TEST_F(GraphSettings, TheCountIsTakenAsTypedAndStoredClamped) {
     struct {
         const char* keys;
         uint32_t stored;
-    } const cases[] = {{"1", 2}, {"100", 64}, {"99999999999999999999", 64}, {"33", 33}, {"C", 2}};
+    } const cases[] = {{"1", 2}, {"100", 64}, {"99999999999999999999", 64}, {"33", 33}};
     for (const auto& test : cases) {
         open();
         if (!isActive("graphSettingsCheckButtonAverage")) {
@@ -367,6 +373,60 @@ TEST_F(GraphSettings, TheCountAnswersOnlyWhileAveraging) {
     EXPECT_TRUE(isSensitive("graphSettingsAverageCount"));
     Gui_tap("graphSettingsCheckButtonAverage");
     EXPECT_FALSE(isSensitive("graphSettingsAverageCount"));
+}
+
+TEST_F(GraphSettings, ACountThatDoesNotAnswerTakesNoKeys) {
+    for (const char* switchedOffBy :
+         {"graphSettingsCheckButtonAverage", "graphSettingsButton_default"}) {
+        open();
+        if (!isActive("graphSettingsCheckButtonAverage")) {
+            Gui_tap("graphSettingsCheckButtonAverage");
+        }
+        enter("graphSettingsAverageCount", "16");
+        Gui_tap(switchedOffBy);
+        EXPECT_FALSE(isSensitive("graphSettingsAverageCount"));
+        const std::string count = Gui_text("graphSettingsAverageCount");
+        type("7");
+        EXPECT_EQ(Gui_text("graphSettingsAverageCount"), count) << switchedOffBy;
+        EXPECT_EQ(Gui_text("graphSettingsRangeMin"), "7") << "the keypad has turned to the next";
+        apply();
+        EXPECT_EQ(std::to_string(configuration_getGraphSettings(0).averageCount), count);
+    }
+}
+
+TEST_F(GraphSettings, AnEmptyEntryIsRefusedAndTurnedTo) {
+    const GraphSettings_t before = configuration_getGraphSettings(0);
+    open();
+    Gui_tap("graphSettingsCheckButtonAverage");
+    for (const char* entry :
+         {"graphSettingsRangeMin", "graphSettingsRangeMax", "graphSettingsLimitMin",
+          "graphSettingsLimitMax", "graphSettingsAverageCount"}) {
+        for (const char* keys : {"C", "C>", "C.", "C->"}) {
+            enter(entry, keys);
+            apply();
+            ASSERT_TRUE(Gui_isShown("graphSettingsDialog")) << entry << " " << keys;
+            EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(Gui_widget("graphSettingsDialog"))),
+                      Gui_widget(entry))
+                << keys;
+            type("5");
+            EXPECT_EQ(Gui_text(entry), "5") << keys << " is wholly selected";
+        }
+    }
+    EXPECT_EQ(configuration_getGraphSettings(0).maxPower, before.maxPower);
+    apply();
+    EXPECT_FALSE(Gui_isShown("graphSettingsDialog"));
+    EXPECT_EQ(configuration_getGraphSettings(0).averageCount, 5U);
+}
+
+TEST_F(GraphSettings, AnEmptyCountThatDoesNotAnswerChangesNothing) {
+    const uint32_t before = configuration_getGraphSettings(0).averageCount;
+    open();
+    Gui_tap("graphSettingsCheckButtonAverage");
+    enter("graphSettingsAverageCount", "C");
+    Gui_tap("graphSettingsCheckButtonAverage");
+    apply();
+    EXPECT_FALSE(Gui_isShown("graphSettingsDialog"));
+    EXPECT_EQ(configuration_getGraphSettings(0).averageCount, before);
 }
 
 TEST_F(GraphSettings, AChangeOfDirectionEmptiesTheBufferAndNothingElseDoes) {
@@ -437,10 +497,15 @@ TEST_F(GraphSettings, TheGraphsButtonsRestWhileTheDialogIsOpen) {
         expectGraphButtons(true);
     }
     open();
+    for (const char* button : {"title", "mode", "auto", "clear"}) {
+        const std::string label = std::string("singleGraph.graph.") + button;
+        EXPECT_EQ(colourOfText(label), "#6a6e72") << button;
+    }
     gtk_window_close(GTK_WINDOW(Gui_widget("graphSettingsDialog")));
     Gui_settle();
     EXPECT_FALSE(Gui_isShown("graphSettingsDialog"));
     expectGraphButtons(true);
+    EXPECT_EQ(colourOfText("singleGraph.graph.title"), "#ffd766");
 }
 
 TEST_F(GraphSettings, ReadingsAndChartGoOnBehindTheDialog) {
