@@ -9,6 +9,7 @@
 #include "PulseConfig.h"
 #include "PulseConfigSending.h"
 #include "PulseDisplay.h"
+#include "SensorManager.h"
 #include "SensorPortHandler.h"
 #include "StyleSheet.h"
 
@@ -21,6 +22,8 @@ PULSE_CONFIG_DIALOG gPulseConfigDlg3164;
 namespace {
 
 constexpr char interfaceFile[] = "./resources/pulseConfigDialog.ui";
+
+constexpr uint32_t watchPeriod_ms = 300;
 
 constexpr char styleText[] = R"(
 #pulseConfigDialog, #pulseConfigError { background-color: black; border: none; }
@@ -100,19 +103,63 @@ bool takeWidgets(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     return PulseConfigForm_create(dialog, builder) && isComplete;
 }
 
-/// While a configuration is on its way only Cancel answers, and the user sees why.
-void setSending(PULSE_CONFIG_DIALOG* dialog, bool isSending) {
+const char* statusOf(const PULSE_CONFIG_DIALOG* dialog) {
+    if (dialog->sensorHasGone) {
+        return "The sensor has gone.";
+    }
+    return dialog->isSending ? "Sending to the sensor..." : "";
+}
+
+/// While a configuration is on its way, and once the sensor has gone, only Cancel answers, and the
+/// user sees why.
+void showStatus(PULSE_CONFIG_DIALOG* dialog) {
     for (GtkWidget* widget :
          {dialog->form, dialog->keypad, dialog->restore, dialog->apply, dialog->applyAndStore}) {
-        gtk_widget_set_sensitive(widget, !isSending);
+        gtk_widget_set_sensitive(widget, !dialog->isSending && !dialog->sensorHasGone);
     }
-    setLabelText(dialog->status, isSending ? "Sending to the sensor..." : "");
+    setLabelText(dialog->status, statusOf(dialog));
+}
+
+void setSending(PULSE_CONFIG_DIALOG* dialog, bool isSending) {
+    dialog->isSending = isSending;
+    showStatus(dialog);
+}
+
+/// Looks whether the sensor is still the one that the dialog was opened for. What comes after it is
+/// another one, even if it has the same port.
+bool noticeMissingSensor(PULSE_CONFIG_DIALOG* dialog) {
+    const auto port = static_cast<uint32_t>(dialog->channel);
+    if (!dialog->sensorHasGone && (!SensorManager_IsSensorActive(port) ||
+                                   SensorManager_getAdmissionNumber(port) != dialog->admission)) {
+        dialog->sensorHasGone = true;
+        PulseConfigForm_setTarget(dialog, nullptr);
+        showStatus(dialog);
+    }
+    return dialog->sensorHasGone;
+}
+
+gboolean watchSensor(gpointer data) {
+    auto* dialog = static_cast<PULSE_CONFIG_DIALOG*>(data);
+    if (!noticeMissingSensor(dialog)) {
+        return G_SOURCE_CONTINUE;
+    }
+    dialog->watch = 0;
+    return G_SOURCE_REMOVE;
+}
+
+void stopWatching(PULSE_CONFIG_DIALOG* dialog) {
+    if (dialog->watch != 0) {
+        g_source_remove(dialog->watch);
+        dialog->watch = 0;
+    }
 }
 
 void closeDialog(PULSE_CONFIG_DIALOG* dialog) {
+    stopWatching(dialog);
     PulseConfigForm_setTarget(dialog, nullptr);
     setWidgetVisible(dialog->errorWindow, false);
     setWidgetVisible(dialog->window, false);
+    dialog->sensorHasGone = false;
     setSending(dialog, false);
 }
 
@@ -203,6 +250,14 @@ void finishSending(const USBTMC_PARAM_ERRORS& errors, void* context) {
 }
 
 void applyConfiguration(PULSE_CONFIG_DIALOG* dialog, bool isStored) {
+    if (noticeMissingSensor(dialog)) {
+        return;
+    }
+    GtkWidget* empty = PulseConfigForm_emptyEntry(dialog);
+    if (empty != nullptr) {
+        PulseConfigForm_setTarget(dialog, empty);
+        return;
+    }
     updatePulseSensorConfiguration(dialog);
     const bool isValid = dialog->pulseConfig.bSupportsTriggeredGates
                              ? validatePulseConfiguration3164(dialog)
@@ -245,6 +300,8 @@ void createPulseConfigDisplay3164(PULSE_CONFIG_DIALOG* dialog) {
 }
 
 void pulseConfigDialog_Show(uint32_t port) {
+    // Looked up first: whatever comes later belongs to this sensor, or is found to have gone.
+    const uint32_t admission = SensorManager_getAdmissionNumber(port);
     SENSOR_CONFIGS config = {};
     sensorPortHandler_getSensorConfigs(&config, port);
     PULSE_CONFIG_DIALOG* dialog =
@@ -252,7 +309,10 @@ void pulseConfigDialog_Show(uint32_t port) {
     if (dialog->window == nullptr || PulseConfigSending_isActive()) {
         return;
     }
+    stopWatching(dialog);
     dialog->channel = static_cast<int>(port);
+    dialog->admission = admission;
+    dialog->sensorHasGone = false;
     dialog->pulseConfig = config;
     dialog->powerUnitIsdBm = configuration_getPowerUnitsIsdBm();
     setTitle(dialog, port);
@@ -261,6 +321,9 @@ void pulseConfigDialog_Show(uint32_t port) {
     setWidgetVisible(dialog->window, true);
     gtk_window_present(GTK_WINDOW(dialog->window));
     PulseConfigForm_setTarget(dialog, nullptr);
+    if (!noticeMissingSensor(dialog)) {
+        dialog->watch = gdk_threads_add_timeout(watchPeriod_ms, watchSensor, dialog);
+    }
 }
 
 bool validatePulseConfiguration3163(PULSE_CONFIG_DIALOG* dialog) {

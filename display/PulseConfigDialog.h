@@ -24,7 +24,8 @@ void pulseConfigDialog_Create(PULSE_CONFIG_DIALOG& dialog, int form);
 void createPulseConfigDisplay3163(PULSE_CONFIG_DIALOG* dialog);
 void createPulseConfigDisplay3164(PULSE_CONFIG_DIALOG* dialog);
 
-/// Fills the form that fits the port's sensor with its configuration and shows it.
+/// Fills the form that fits the port's sensor with its configuration and shows it. The dialog
+/// belongs to that sensor: once it has gone, only Cancel answers.
 void pulseConfigDialog_Show(uint32_t port);
 
 /// True when the configuration as it was read is valid. Otherwise the first failed rule is told in
@@ -35,7 +36,8 @@ bool validatePulseConfiguration3164(PULSE_CONFIG_DIALOG* dialog);
 /// Shows a text that the user has to confirm.
 void showErrorDialog(PULSE_CONFIG_DIALOG* dialog, const char* text);
 
-/// Restore, Apply, Apply and store, Cancel; `data` is the dialog. Apply returns at once: the
+/// Restore, Apply, Apply and store, Cancel; `data` is the dialog. Apply turns the keypad to an
+/// entry that was left empty, and sends nothing then. Otherwise it returns at once: the
 /// configuration is sent by a thread of its own, and the dialog closes when no error came back.
 void callbackPulseConfigBtnClicked(GtkWidget* button, gpointer data);
 

@@ -51,6 +51,7 @@ constexpr WidgetRow widgetRows[] = {
     {"pulseConfigGateGrid", &PULSE_CONFIG_DIALOG::gateGrid},
     {"pulseConfigStateGrid", &PULSE_CONFIG_DIALOG::stateGrid},
     {"pulseConfigAddState", &PULSE_CONFIG_DIALOG::addState},
+    {"pulseConfigRemoveState", &PULSE_CONFIG_DIALOG::removeState},
     {"pulseConfigFrequencyAuto", &PULSE_CONFIG_DIALOG::frequencyAuto},
     {"pulseConfigPeriodAuto", &PULSE_CONFIG_DIALOG::periodAuto},
     {"pulseConfigLevelAuto", &PULSE_CONFIG_DIALOG::levelAuto},
@@ -177,6 +178,7 @@ void showMode(PULSE_CONFIG_DIALOG* dialog) {
         }
     }
     gtk_widget_set_sensitive(dialog->addState, config.numStates < pulseConfigStateCount);
+    gtk_widget_set_sensitive(dialog->removeState, config.numStates > 0);
 }
 
 /// The sensor finds these itself. The period's number stays in use: it limits the states.
@@ -280,6 +282,17 @@ void tapAddState(GtkWidget* /*button*/, gpointer data) {
     }
 }
 
+/// The last state goes.
+void tapRemoveState(GtkWidget* /*button*/, gpointer data) {
+    auto* dialog = static_cast<PULSE_CONFIG_DIALOG*>(data);
+    uint8_t& count = dialog->pulseConfig.numStates;
+    if (gtk_init_done && count > 0) {
+        --count;
+        showMode(dialog);
+        keepTargetUsable(dialog);
+    }
+}
+
 bool takeEntries(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     bool isComplete = true;
     for (size_t i = 0; i < entryRows.size(); ++i) {
@@ -322,6 +335,7 @@ void connectForm(PULSE_CONFIG_DIALOG* dialog) {
         g_signal_connect(box, "toggled", G_CALLBACK(toggleAutomatic), dialog);
     }
     g_signal_connect(dialog->addState, "clicked", G_CALLBACK(tapAddState), dialog);
+    g_signal_connect(dialog->removeState, "clicked", G_CALLBACK(tapRemoveState), dialog);
 }
 
 void connectKeys(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
@@ -416,6 +430,15 @@ void PulseConfigForm_setTarget(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry) {
                                        gtk_entry_get_text(GTK_ENTRY(entry)));
     }
     updateMinusKey(dialog);
+}
+
+GtkWidget* PulseConfigForm_emptyEntry(const PULSE_CONFIG_DIALOG* dialog) {
+    for (const PulseConfigEntry& entry : dialog->entries) {
+        if (canBeTarget(entry) && !Dialog_holdsNumber(entry.entry)) {
+            return entry.entry;
+        }
+    }
+    return nullptr;
 }
 
 GtkWidget* PulseConfigForm_entryOf(const PULSE_CONFIG_DIALOG* dialog,

@@ -55,6 +55,7 @@ struct PULSE_CONFIG_DIALOG {
     GtkWidget* gateGrid;
     GtkWidget* stateGrid;
     GtkWidget* addState;
+    GtkWidget* removeState;
     std::array<GtkWidget*, pulseConfigStateCount> stateLabels;
     std::array<PulseConfigEntry, pulseConfigEntryCount> entries;
     GtkWidget* frequencyAuto;
@@ -70,11 +71,15 @@ struct PULSE_CONFIG_DIALOG {
     GtkWidget* apply;
     GtkWidget* applyAndStore;
     GtkWidget* cancel;
-    GtkWidget* status; ///< tells that a configuration is on its way
+    GtkWidget* status; ///< tells that a configuration is on its way, or why nothing answers
     GtkWidget* errorWindow;
     GtkWidget* errorText;
     GtkWidget* errorOk;
     CKeypadManager_Instance keypadManager;
+    uint32_t admission; ///< of the sensor that the dialog was opened for
+    bool sensorHasGone;
+    bool isSending;
+    guint watch; ///< source that looks whether the sensor has gone; 0 while closed
 };
 
 /// Takes the form's widgets from a builder and connects them. False, with a message, if one is
@@ -92,6 +97,9 @@ double PulseConfigForm_typedPeriod_s(const PULSE_CONFIG_DIALOG* dialog);
 
 /// Makes an entry the keypad's target, wholly selected; null ends it.
 void PulseConfigForm_setTarget(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry);
+
+/// The first entry that answers and holds no number; null when there is none.
+GtkWidget* PulseConfigForm_emptyEntry(const PULSE_CONFIG_DIALOG* dialog);
 
 /// The entry that a failed rule is about.
 GtkWidget* PulseConfigForm_entryOf(const PULSE_CONFIG_DIALOG* dialog,

@@ -1,140 +1,10 @@
-#include "PulseConfigDialog.h"
-
-#include "CSensorDisplayFSM.h"
-#include "PulseConfig.h"
-#include "PulseConfigSending.h"
-#include "PulseFixture.h"
+#include "PulseConfigFixture.h"
 #include "ScreenSize.h"
-#include "XServer.h"
 
 #include <array>
-#include <cmath>
-#include <cstring>
 #include <unistd.h>
 
 namespace {
-
-constexpr char storedFile[] = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
-constexpr uint32_t limit_ms = 20000;
-
-class PulseConfigDialog : public PulseScreens {
-protected:
-    void SetUp() override {
-        PulseScreens::SetUp();
-        static const bool isCreated = [] {
-            pulseConfigDialog_Create(gPulseConfigDlg3163, pulseConfigForm3163);
-            pulseConfigDialog_Create(gPulseConfigDlg3164, pulseConfigForm3164);
-            return true;
-        }();
-        ASSERT_TRUE(isCreated);
-        PulseDisplay_registerConfigDialog(pulseConfigDialog_Show);
-        sensorPortHandler_setPulseConfigFile("");
-        World_removeFile(storedFile);
-        SensorFake& sensor = sensorFakes[sensorPort_USB1];
-        sensor.identity.sensorFrequency = {360000.0F, 105000000.0F};
-        sensor.identity.sensorPulsePeriod = {6e-6F, 1.0F};
-        sensor.identity.sensorPower = {0.0F, 25000.0F};
-        sensor.identity.sensorTriggerDelay = {-1.0F, 1.0F};
-        sensor.configs.freqVal = 13560000.0F;
-        sensor.configs.prdVal = 0.01F;
-        sensor.configs.trigLevelVal = 10.0F;
-        sensor.configs.trigSlope = 1;
-        sensor.configs.gateBegin = 0.0001F;
-    }
-
-    void TearDown() override {
-        PulseConfigSending_cancel();
-        for (PULSE_CONFIG_DIALOG* one : {&gPulseConfigDlg3163, &gPulseConfigDlg3164}) {
-            callbackPulseConfigBtnClicked(one->cancel, one);
-        }
-        Gui_settle();
-        PulseDisplay_registerConfigDialog(nullptr);
-    }
-
-    /// Opens the dialog of the first USB port as the user does.
-    void open(bool supportsTriggeredGates) {
-        sensorFakes[sensorPort_USB1].configs.bSupportsTriggeredGates = supportsTriggeredGates;
-        dialog = supportsTriggeredGates ? &gPulseConfigDlg3164 : &gPulseConfigDlg3163;
-        Gui_tap("pulse.btnConfig");
-        ASSERT_TRUE(isShown(dialog->window));
-    }
-
-    static bool isShown(GtkWidget* widget) {
-        return gtk_widget_get_mapped(widget) != 0;
-    }
-
-    GtkWidget* part(const std::string& name) const {
-        GtkWidget* widget = find_child(dialog->window, name.c_str());
-        EXPECT_NE(widget, nullptr) << name;
-        return widget;
-    }
-
-    static void tap(GtkWidget* widget) {
-        Gui_settle();
-        ASSERT_TRUE(isShown(widget)) << gtk_widget_get_name(widget);
-        const GdkRectangle place = Gui_place(widget);
-        XServer_movePointer(place.x + place.width / 2, place.y + place.height / 2);
-        XServer_button(true);
-        Gui_settle();
-        Gui_release();
-    }
-
-    void tap(const std::string& name) const {
-        tap(part(name));
-    }
-
-    std::string text(const std::string& name) const {
-        return gtk_entry_get_text(GTK_ENTRY(part(name)));
-    }
-
-    std::string unit(const std::string& name) const {
-        return gtk_button_get_label(GTK_BUTTON(part(name + "Unit")));
-    }
-
-    bool isActive(const std::string& name) const {
-        return gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(part(name))) != 0;
-    }
-
-    /// Touches an entry and types a number.
-    void type(const std::string& name, const char* number) const {
-        tap(name);
-        for (const char* key = number; *key != '\0'; ++key) {
-            const std::string keyName =
-                *key == '.' ? "Period" : (*key == '-' ? "Minus" : std::string(1, *key));
-            tap("pulseConfigKey" + keyName);
-        }
-    }
-
-    /// The text of the error dialog, which is confirmed.
-    std::string takeError() const {
-        if (!Gui_waitUntil([this] { return isShown(dialog->errorWindow); }, limit_ms)) {
-            return "";
-        }
-        std::string message = gtk_label_get_text(GTK_LABEL(dialog->errorText));
-        tap(dialog->errorOk);
-        EXPECT_FALSE(isShown(dialog->errorWindow));
-        return message;
-    }
-
-    static void answer(int count, bool sensorHasGone) {
-        ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, limit_ms));
-        USBTMC_PARAM_ERRORS errors = {};
-        errors.count = count;
-        errors.sensorHasGone = sensorHasGone;
-        for (int i = 0; i < count; ++i) {
-            snprintf(errors.errors[i], sizeof errors.errors[i], "Number %u is not valid",
-                     static_cast<unsigned>(i) % 10U);
-        }
-        SensorFakes_answer(errors);
-        ASSERT_TRUE(Gui_waitUntil([] { return !PulseConfigSending_isActive(); }, limit_ms));
-    }
-
-    bool isTarget(const std::string& name) const {
-        return dialog->pEntryTarget == part(name);
-    }
-
-    PULSE_CONFIG_DIALOG* dialog = nullptr;
-};
 
 TEST_F(PulseConfigDialog, ASensorWithoutStatesGetsTheShortForm) {
     open(false);
@@ -323,6 +193,32 @@ TEST_F(PulseConfigDialog, StatesAreAddedUpToFour) {
     EXPECT_FALSE(isShown(part("pulseConfigStateBegin1")));
 }
 
+TEST_F(PulseConfigDialog, TheLastStateCanBeRemovedAgain) {
+    open(true);
+    tap("pulseConfigModelStates");
+    EXPECT_FALSE(gtk_widget_get_sensitive(dialog->removeState));
+    const GdkRectangle add = Gui_place(dialog->addState);
+    for (int count = 0; count < 4; ++count) {
+        tap("pulseConfigAddState");
+    }
+    for (int count = 3; count >= 0; --count) {
+        tap("pulseConfigRemoveState");
+        EXPECT_EQ(dialog->pulseConfig.numStates, count);
+        for (int number = 1; number <= 4; ++number) {
+            EXPECT_EQ(isShown(part("pulseConfigStateEnd" + std::to_string(number))),
+                      number <= count);
+        }
+        EXPECT_TRUE(gtk_widget_get_sensitive(dialog->addState));
+        EXPECT_TRUE(isTarget("pulseConfigFrequency")) << "the removed state's entry was the target";
+    }
+    EXPECT_FALSE(gtk_widget_get_sensitive(dialog->removeState));
+    EXPECT_EQ(Gui_place(dialog->addState).x, add.x);
+    EXPECT_EQ(Gui_place(dialog->addState).y, add.y);
+    tap("pulseConfigApply");
+    answer(0, false);
+    EXPECT_EQ(SensorFakes_request().config.numStates, 0);
+}
+
 TEST_F(PulseConfigDialog, StatesAreSentAndTheUnusedOnesReset) {
     open(true);
     tap("pulseConfigModelStates");
@@ -379,7 +275,7 @@ TEST_F(PulseConfigDialog, TheShortFormKnowsTheGateOnly) {
 TEST_F(PulseConfigDialog, WhileItSendsOnlyCancelAnswersAndReadingsGoOn) {
     open(true);
     tap("pulseConfigApply");
-    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, limit_ms));
+    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, pulseConfigLimit_ms));
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->status)), "Sending to the sensor...");
     for (GtkWidget* button : {dialog->apply, dialog->applyAndStore, dialog->restore,
                               part("pulseConfigFrequency"), part("pulseConfigKey1")}) {
@@ -403,17 +299,19 @@ TEST_F(PulseConfigDialog, ACancelBeforeTheConfigurationIsHandedOverEndsItsThread
     tap(dialog->cancel);
     EXPECT_FALSE(isShown(dialog->window));
     SensorFakes_holdRequests(false);
-    EXPECT_TRUE(Gui_waitUntil([] { return SensorFakes_request().endedCount == 1; }, limit_ms));
+    EXPECT_TRUE(
+        Gui_waitUntil([] { return SensorFakes_request().endedCount == 1; }, pulseConfigLimit_ms));
     EXPECT_EQ(SensorFakes_request().count, 0);
-    EXPECT_EQ(World_readFile(storedFile), "");
+    EXPECT_EQ(World_readFile(pulseConfigStoredFile), "");
 }
 
 TEST_F(PulseConfigDialog, ACancelEndsItsOwnSendingOnly) {
     open(true);
     tap("pulseConfigApply");
-    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, limit_ms));
+    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, pulseConfigLimit_ms));
     tap(dialog->cancel);
-    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().endedCount == 1; }, limit_ms));
+    ASSERT_TRUE(
+        Gui_waitUntil([] { return SensorFakes_request().endedCount == 1; }, pulseConfigLimit_ms));
     open(true);
     tap("pulseConfigApply");
     answer(0, false);
@@ -424,12 +322,12 @@ TEST_F(PulseConfigDialog, ACancelEndsItsOwnSendingOnly) {
 TEST_F(PulseConfigDialog, AfterACancelledSendingItOpensAsNew) {
     open(true);
     tap("pulseConfigStore");
-    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, limit_ms));
+    ASSERT_TRUE(Gui_waitUntil([] { return SensorFakes_request().isWaiting; }, pulseConfigLimit_ms));
     tap(dialog->cancel);
     open(true);
     EXPECT_TRUE(gtk_widget_is_sensitive(dialog->apply));
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->status)), "");
-    EXPECT_EQ(World_readFile(storedFile), "");
+    EXPECT_EQ(World_readFile(pulseConfigStoredFile), "");
     EXPECT_FALSE(isShown(dialog->errorWindow));
 }
 
@@ -437,7 +335,7 @@ TEST_F(PulseConfigDialog, ApplyStoresNothingApplyAndStoreDoes) {
     open(true);
     tap("pulseConfigApply");
     answer(0, false);
-    EXPECT_EQ(World_readFile(storedFile), "");
+    EXPECT_EQ(World_readFile(pulseConfigStoredFile), "");
     open(true);
     type("pulseConfigPeriod", "25");
     tap("pulseConfigStore");
@@ -457,7 +355,7 @@ TEST_F(PulseConfigDialog, WhatTheSensorRefusesIsToldAndNotStored) {
                            "  Number 0 is not valid\n\r  Number 1 is not valid\n\r");
     EXPECT_TRUE(isShown(dialog->window));
     EXPECT_TRUE(gtk_widget_is_sensitive(dialog->apply));
-    EXPECT_EQ(World_readFile(storedFile), "");
+    EXPECT_EQ(World_readFile(pulseConfigStoredFile), "");
 }
 
 TEST_F(PulseConfigDialog, ASensorThatHasGoneIsToldAndNothingIsStored) {
@@ -466,7 +364,7 @@ TEST_F(PulseConfigDialog, ASensorThatHasGoneIsToldAndNothingIsStored) {
     answer(0, true);
     EXPECT_EQ(takeError(), "The sensor has gone.\nNothing has been stored.");
     EXPECT_TRUE(isShown(dialog->window));
-    EXPECT_EQ(World_readFile(storedFile), "");
+    EXPECT_EQ(World_readFile(pulseConfigStoredFile), "");
 }
 
 TEST_F(PulseConfigDialog, RestoreFillsTheEntriesAndSendsNothing) {
@@ -535,8 +433,9 @@ TEST_F(PulseConfigDialog, StandsOnTheWholeScreenWithTargetsForAFinger) {
             }
         }
     }
-    for (GtkWidget* widget : {dialog->cancel, dialog->addState, dialog->minusKey, dialog->modelGate,
-                              dialog->slopeFalling, dialog->levelAuto}) {
+    for (GtkWidget* widget :
+         {dialog->cancel, dialog->addState, dialog->removeState, dialog->minusKey,
+          dialog->modelGate, dialog->slopeFalling, dialog->levelAuto}) {
         EXPECT_GE(gtk_widget_get_allocated_height(widget), 48) << gtk_widget_get_name(widget);
     }
 }

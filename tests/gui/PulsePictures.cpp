@@ -51,6 +51,22 @@ void drawFull(const char* prefix, bool isTriggered, const SENSOR_MEASUREMENTS& m
     drawPages(prefix, gtkSensorSinglePulse, isTriggered);
 }
 
+/// Triggered gates, but none of them.
+void drawWithoutStates() {
+    setTriggered(true, 0);
+    Gui_showScreen(gtkSensorSinglePulse);
+    show(gtkSensorSinglePulse, 0, sensorPort_USB1, readings());
+    turnTo(gtkSensorSinglePulse, &CGTKPulseDisplay::pGridState);
+    Pictures_save("pulse-no-states");
+    Gui_showScreen(gtkSensorDualPulseChannel1);
+    show(gtkSensorDualPulseChannel1, 0, sensorPort_USB1, readings());
+    show(gtkSensorDualPulseChannel2, 1, sensorPort_USB2, readings());
+    turnTo(gtkSensorDualPulseChannel1, &CGTKPulseDisplay::pGridState);
+    turnTo(gtkSensorDualPulseChannel2, &CGTKPulseDisplay::pGridState);
+    Pictures_save("pulse-dual-no-states");
+    turnTo(gtkSensorDualPulseChannel2, &CGTKPulseDisplay::pGridAttr);
+}
+
 void drawHalves(const char* prefix, const SENSOR_MEASUREMENTS& measurements) {
     Gui_showScreen(gtkSensorDualPulseChannel1);
     setTriggered(false, 0);
@@ -115,12 +131,17 @@ void drawDialogs() {
     SensorFakes_answer(errors);
     Gui_waitUntil([] { return gtk_widget_get_mapped(gPulseConfigDlg3164.errorWindow) != 0; }, 5000);
     Pictures_save("pulse-dialog-refused");
+    gtk_button_clicked(GTK_BUTTON(gPulseConfigDlg3164.errorOk));
+    sensor.hasGone = true;
+    Gui_waitUntil([] { return gPulseConfigDlg3164.sensorHasGone; }, 5000);
+    Pictures_save("pulse-dialog-gone");
 }
 
 void drawScreens() {
     drawFull("pulse-single", false, readings());
     drawFull("pulse-single-triggered", true, readings());
     drawHalves("pulse-dual", readings());
+    drawWithoutStates();
     drawFull("pulse-long", false, longestOfAll());
     drawFull("pulse-long-triggered", true, longestOfAll());
     drawHalves("pulse-dual-long", longestOfAll());

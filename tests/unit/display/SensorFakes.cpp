@@ -43,6 +43,14 @@ uint32_t SensorInstance_GetLogicalChannel(uint32_t port) {
     return port < sensorPortCount ? sensorFakes[port].logicalChannel : sensorLogicalNoChannel;
 }
 
+bool SensorManager_IsSensorActive(uint32_t port) {
+    return port < sensorPortCount && !sensorFakes[port].hasGone;
+}
+
+uint32_t SensorManager_getAdmissionNumber(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].admission : 0;
+}
+
 SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port) {
     return port < sensorPortCount ? sensorFakes[port].status : SENSOR_STATUS{notReady, ""};
 }

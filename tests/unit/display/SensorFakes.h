@@ -16,6 +16,8 @@ struct SensorFake {
     char serialNumber[10];
     SENSOR_CONFIGS configs;
     SENSOR_IDENTITY identity; ///< all but the model
+    bool hasGone;
+    uint32_t admission;
 };
 
 extern SensorFake sensorFakes[sensorPortCount];
