@@ -1,6 +1,7 @@
 #include "FleetConfig.h"
 
 #include "FleetText.h"
+#include "TomlAscii.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,6 +9,11 @@
 #include <fstream>
 #include <span>
 #include <sstream>
+
+// The library asserts what it checks and complains of a line later (a table's name that begins with
+// '*'); some compilers take its assertions for facts where NDEBUG is set.
+#undef NDEBUG
+#define TOML_ASSERT(expr) static_assert(true)
 #include <toml++/toml.h>
 
 namespace {
@@ -17,6 +23,10 @@ constexpr int64_t shortestKeep_ms = 3'600'000;
 constexpr int64_t largestBatch = 100'000;
 constexpr int64_t largestShare = 1000;
 constexpr size_t longestName = 64;
+
+std::string placed(const std::string& file, long line, std::string_view complaint) {
+    return file + ":" + std::to_string(line) + ": " + std::string(complaint);
+}
 
 /// What is wrong with a value; "" if nothing is.
 using Complaint = std::string;
@@ -212,7 +222,7 @@ struct Reader {
     std::string error;
 
     bool complain(const toml::node& node, const std::string& what) {
-        error = file + ":" + std::to_string(node.source().begin.line) + ": " + what;
+        error = placed(file, node.source().begin.line, what);
         return false;
     }
 };
@@ -320,19 +330,37 @@ bool checkWhole(Reader& reader, const toml::table& root, const FleetConfig& conf
     return true;
 }
 
+/// The library's parser does not always stop at its first failure unless it throws.
+std::optional<toml::table> parse(std::string_view text, const std::string& file,
+                                 std::string& error) {
+    const TomlAscii ascii = TomlAscii_make(text);
+    if (!ascii.complaint.empty()) {
+        error = placed(file, std::count(ascii.text.begin(), ascii.text.end(), '\n') + 1,
+                       ascii.complaint);
+        return std::nullopt;
+    }
+    try {
+        return toml::parse(std::string_view(ascii.text), file);
+    } catch (const toml::parse_error& failure) {
+        std::string complaint(failure.description());
+        // It quotes what it has met as it is, the end of a line included.
+        std::replace_if(
+            complaint.begin(), complaint.end(), [](char c) { return c < ' '; }, '?');
+        error = placed(file, failure.source().begin.line, complaint);
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 bool FleetConfig_parse(std::string_view text, const std::string& file, FleetConfig& config,
                        std::string& error) {
     config = {};
-    const toml::parse_result parsed = toml::parse(text, file);
+    const std::optional<toml::table> parsed = parse(text, file, error);
     if (!parsed) {
-        const toml::parse_error& failure = parsed.error();
-        error = file + ":" + std::to_string(failure.source().begin.line) + ": " +
-                std::string(failure.description());
         return false;
     }
-    const toml::table& root = parsed.table();
+    const toml::table& root = *parsed;
     Reader reader{file, {}};
     const bool isRead =
         readKeys<FleetConfig>(reader, root, fleetKeys, {"meter", "export"}, config) &&

@@ -79,30 +79,6 @@ std::optional<std::array<int, count>> takeNumbers(std::string_view& text,
     return numbers;
 }
 
-/// Length of the valid UTF-8 character at the front; 0 if there is none.
-size_t characterLength(std::string_view text) {
-    const auto byte = [text](size_t at) { return static_cast<unsigned char>(text[at]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80) {
-        return first >= 0x20 && first != 0x7f ? 1 : 0;
-    }
-    const size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-    if (first < 0xc2 || first > 0xf4 || text.size() < length) {
-        return 0;
-    }
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xc0) != 0x80) {
-            return 0;
-        }
-    }
-    // Overlong forms, surrogates, what lies beyond the last character, and the C1 controls.
-    const bool isForbidden = (first == 0xe0 && byte(1) < 0xa0) ||
-                             (first == 0xed && byte(1) > 0x9f) ||
-                             (first == 0xf0 && byte(1) < 0x90) ||
-                             (first == 0xf4 && byte(1) > 0x8f) || (first == 0xc2 && byte(1) < 0xa0);
-    return isForbidden ? 0 : length;
-}
-
 } // namespace
 
 std::string FleetText_time(int64_t time_ms) {
@@ -188,10 +164,33 @@ std::optional<double> FleetText_parseNumber(std::string_view text) {
     return number;
 }
 
+size_t FleetText_characterLength(std::string_view text) {
+    const auto byte = [text](size_t at) { return static_cast<unsigned char>(text[at]); };
+    const unsigned char first = byte(0);
+    if (first < 0x80) {
+        return first >= 0x20 && first != 0x7f ? 1 : 0;
+    }
+    const size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+    if (first < 0xc2 || first > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xc0) != 0x80) {
+            return 0;
+        }
+    }
+    // Overlong forms, surrogates, what lies beyond the last character, and the C1 controls.
+    const bool isForbidden = (first == 0xe0 && byte(1) < 0xa0) ||
+                             (first == 0xed && byte(1) > 0x9f) ||
+                             (first == 0xf0 && byte(1) < 0x90) ||
+                             (first == 0xf4 && byte(1) > 0x8f) || (first == 0xc2 && byte(1) < 0xa0);
+    return isForbidden ? 0 : length;
+}
+
 std::string FleetText_clean(std::string_view text) {
     std::string clean;
     while (!text.empty()) {
-        const size_t length = characterLength(text);
+        const size_t length = FleetText_characterLength(text);
         const size_t taken = std::max<size_t>(length, 1);
         if (clean.size() + taken > longestText) {
             break;

@@ -31,6 +31,10 @@ void FleetText_appendNumber(std::string& text, double number);
 /// Reads a decimal number, whatever the locale; NaN for "nan", nothing if it is none.
 std::optional<double> FleetText_parseNumber(std::string_view text);
 
+/// Length of the valid UTF-8 character at the front of a text that is not empty; 0 if there is
+/// none, or a control character.
+size_t FleetText_characterLength(std::string_view text);
+
 /// What a stranger has sent, fit for every file and page: at most 64 bytes of whole UTF-8
 /// characters, control characters and broken ones replaced by '?', without blanks at its ends.
 std::string FleetText_clean(std::string_view text);

@@ -155,12 +155,30 @@ TEST_F(FleetConfigTest, WhatIsWrongIsToldWithItsLine) {
 }
 
 TEST_F(FleetConfigTest, WhatIsNoTomlIsToldWithItsLine) {
-    for (const char* text :
-         {"\n\nevery = ", "\n\n[[meter", "\n\n= 1", "\n\nevery = \"1s", "\n\na\x01"}) {
+    for (const char* text : {"\n\nevery = ", "\n\n[[meter", "\n\n= 1", "\n\nevery = \"1s",
+                             "\n\na\x01", "\n\nhold = tr\n[export]"}) {
         EXPECT_FALSE(parse(text)) << text;
         EXPECT_TRUE(error.starts_with("fleet.toml:3: ")) << error;
         EXPECT_EQ(std::string::npos, error.find('\n')) << error;
     }
+}
+
+TEST_F(FleetConfigTest, CharactersBeyondAsciiStandInTextsAndCommentsOnly) {
+    ASSERT_TRUE(parse("# Zürich\n[[meter]]\naddress = \"a\"\nname = \"\\\"Zürich\"\n"
+                      "place = \"Bülach €😀\" # é\n"))
+        << error;
+    EXPECT_EQ("\"Zürich", config.meters.at(0).name);
+    EXPECT_EQ("Bülach €😀", config.meters.at(0).place);
+    for (const char* text : {"\n\nevery = ·1", "\n\nplacé = 1", "\n\n·every = \"1s\"", "\n\"\n é",
+                             "\n#\nx = \"\\\"\" é", "\n\nplace = 'é'", "\n\nplace = \"\\é\"",
+                             "\n\nplace = \"\xc3\""}) {
+        EXPECT_FALSE(parse(text)) << text;
+        EXPECT_TRUE(error.starts_with("fleet.toml:3: ")) << text << error;
+    }
+    EXPECT_FALSE(parse("\nevery = \"\"\"\n1s\"\"\""));
+    EXPECT_EQ("fleet.toml:2: a text of several lines, which nothing here needs", error);
+    EXPECT_FALSE(parse("[*meter]"));
+    EXPECT_TRUE(error.starts_with("fleet.toml:1: ")) << error;
 }
 
 TEST_F(FleetConfigTest, AFileThatIsNotThereIsTold) {
