@@ -3,6 +3,7 @@
 #include "BenchClock.h"
 #include "BenchHardware.h"
 #include "BenchText.h"
+#include "DiskCommand.h"
 #include "PortCommands.h"
 #include "WorldFolder.h"
 
@@ -21,7 +22,7 @@ CommandOutcome status(BenchHardware& hardware, const CommandWords&) {
     text += BenchText_format("clock: speed=%g ahead=%.3fs\n", clock.speed,
                              static_cast<double>(clock.ahead_ns + clock.wallOffset_ns) / 1e9);
     return CommandOutcome_accept(text + PortCommands_status(hardware) +
-                                 Supply_describe(hardware.supply));
+                                 Supply_describe(hardware.supply) + DiskCommand_status(hardware));
 }
 
 CommandOutcome battery(BenchHardware& hardware, const CommandWords& words) {
@@ -114,7 +115,7 @@ struct Command {
 
 constexpr size_t anyNumber = 100;
 
-constexpr std::array<Command, 13> commands{{
+constexpr std::array<Command, 14> commands{{
     {"plug", 3, anyNumber, PortCommands_plug, "plug PORT MODEL [KEY=VALUE...]", "plug a sensor in"},
     {"unplug", 2, 2, PortCommands_unplug, "unplug PORT", "pull it"},
     {"replug", 2, 3, PortCommands_replug, "replug PORT [TIME]", "pull it and put it back"},
@@ -129,6 +130,8 @@ constexpr std::array<Command, 13> commands{{
     {"ac", 2, 2, externalPower, "ac on | off", "external power"},
     {"switch", 1, 1, pressSwitch, "switch", "press the power switch"},
     {"remove", 2, 2, removeFile, "remove PATH", "take a device or file away, such as /dev/ttyS4"},
+    {"disk", 2, 2, DiskCommand_run, "disk slow=TIME | full | none",
+     "the disk: how long a flush takes, and whether there is room"},
     {"clock", 3, 3, clock, "clock step TIME | clock speed FACTOR", "the program's time"},
     {"stop", 1, 1, stop, "stop [--all]", "end the bench; --all: all benches of this user"},
 }};

@@ -70,6 +70,17 @@ bool BenchFaults_add(const char* folder, BenchFault kind, std::string_view instr
     });
 }
 
+bool BenchFaults_remove(const char* folder, BenchFault kind) {
+    return changeFaults(folder, [&](BenchFaults& faults) {
+        for (BenchFaultEntry& entry : faults.entries) {
+            if (entry.kind.load() == kind) {
+                entry.kind.store(BenchFault::none);
+            }
+        }
+        return true;
+    });
+}
+
 bool BenchFaults_clear(const char* folder) {
     return changeFaults(folder, [](BenchFaults& faults) {
         for (BenchFaultEntry& entry : faults.entries) {

@@ -16,13 +16,14 @@ enum class BenchFault : uint32_t {
     full,   ///< a full disk: files open, but every write to them fails with ENOSPC
     rename, ///< renaming to the path fails
     sync,   ///< flushing to the disk fails
+    slow,   ///< flushing to the disk takes this many milliseconds, or until the fault ends
 };
 
 constexpr size_t benchFaultLimit = 8;
 
 struct BenchFaultEntry {
     std::atomic<BenchFault> kind;
-    std::atomic<int32_t> error;
+    std::atomic<int32_t> error; ///< of a slow disk its time
     /// The instrument path; the fault holds for it and for all below it or beside it by a suffix.
     std::array<char, 248> path;
 };
@@ -34,12 +35,15 @@ struct BenchFaults {
 /// Maps the faults of a world, making the file if there is none. Null on failure.
 BenchFaults* BenchFaults_map(const char* folder);
 
-/// The error number with which this kind of access to an instrument path fails, or 0.
+/// The error number with which this kind of access to an instrument path fails (of a slow disk its
+/// time), or 0.
 int BenchFaults_find(const BenchFaults& faults, BenchFault kind, std::string_view instrumentPath);
 
 /// Adds a fault; false when there are too many or the path is too long.
 bool BenchFaults_add(const char* folder, BenchFault kind, std::string_view instrumentPath,
                      int error);
+/// Ends the faults of this kind, or all.
+bool BenchFaults_remove(const char* folder, BenchFault kind);
 bool BenchFaults_clear(const char* folder);
 
 #endif

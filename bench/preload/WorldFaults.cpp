@@ -4,7 +4,9 @@
 
 #include "NextFunction.h"
 #include "PreloadWorld.h"
+#include "WorldClock.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -27,22 +29,21 @@ const BenchFaults* worldFaults() {
     return faults;
 }
 
-bool failsAt(BenchFault kind, const char* instrumentPath) {
+int findFault(BenchFault kind, const char* instrumentPath) {
     const BenchFaults* const faults = worldFaults();
-    const int error = faults == nullptr ? 0 : BenchFaults_find(*faults, kind, instrumentPath);
+    return faults == nullptr ? 0 : BenchFaults_find(*faults, kind, instrumentPath);
+}
+
+bool failsAt(BenchFault kind, const char* instrumentPath) {
+    const int error = findFault(kind, instrumentPath);
     if (error != 0) {
         errno = error;
     }
     return error != 0;
 }
 
-} // namespace
-
-bool WorldFaults_fails(BenchFault kind, const WorldPath& path) {
-    return path.isInWorld() && failsAt(kind, path.instrumentPath());
-}
-
-bool WorldFaults_failsFor(BenchFault kind, int fd) {
+/// The instrument path of an open file into `path`. False for a file outside the world.
+template <size_t size> bool findPath(int fd, char (&path)[size]) {
     char root[PATH_MAX];
     char link[32];
     char name[PATH_MAX];
@@ -54,7 +55,49 @@ bool WorldFaults_failsFor(BenchFault kind, int fd) {
     const ssize_t length = readlink(link, name, sizeof name - 1);
     errno = keptErrno;
     name[length > 0 ? length : 0] = '\0';
-    return strncmp(name, root, strlen(root)) == 0 && failsAt(kind, name + strlen(root));
+    const bool isInside = strncmp(name, root, strlen(root)) == 0;
+    snprintf(path, size, "%s", isInside ? name + strlen(root) : "");
+    return isInside;
+}
+
+/// Takes the time of a slow disk, on the world's clock. A disk that is mended meanwhile is fast.
+void waitForDisk(const char* instrumentPath) {
+    constexpr int64_t millisecond_ns = 1'000'000;
+    constexpr int64_t step_ns = 10 * millisecond_ns;
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    const int64_t start_ns = WorldClock_ns(time);
+    for (int64_t now_ns = start_ns;;) {
+        const int64_t end_ns =
+            start_ns + findFault(BenchFault::slow, instrumentPath) * millisecond_ns;
+        if (now_ns >= end_ns ||
+            WorldClock_sleepUntil(CLOCK_MONOTONIC, std::min(now_ns + step_ns, end_ns)) == ENOSYS) {
+            return;
+        }
+        clock_gettime(CLOCK_MONOTONIC, &time);
+        now_ns = WorldClock_ns(time);
+    }
+}
+
+int flush(NextFunction<int(int)>& next, int fd) {
+    char path[PATH_MAX];
+    if (findPath(fd, path)) {
+        const int keptErrno = errno;
+        waitForDisk(path);
+        errno = keptErrno;
+    }
+    return WorldFaults_failsFor(BenchFault::sync, fd) ? -1 : next(fd);
+}
+
+} // namespace
+
+bool WorldFaults_fails(BenchFault kind, const WorldPath& path) {
+    return path.isInWorld() && failsAt(kind, path.instrumentPath());
+}
+
+bool WorldFaults_failsFor(BenchFault kind, int fd) {
+    char path[PATH_MAX];
+    return findPath(fd, path) && failsAt(kind, path);
 }
 
 #pragma GCC visibility push(default)
@@ -62,12 +105,12 @@ extern "C" {
 
 int fsync(int fd) {
     static NextFunction<int(int)> next("fsync");
-    return WorldFaults_failsFor(BenchFault::sync, fd) ? -1 : next(fd);
+    return flush(next, fd);
 }
 
 int fdatasync(int fd) {
     static NextFunction<int(int)> next("fdatasync");
-    return WorldFaults_failsFor(BenchFault::sync, fd) ? -1 : next(fd);
+    return flush(next, fd);
 }
 
 } // extern "C"

@@ -67,6 +67,7 @@ enum class WorldFault {
     full,   ///< a full disk: files open, but every write to a file opened from now on fails
     rename, ///< renaming to the path fails (EBUSY: something is mounted there)
     sync,   ///< flushing to the disk fails (EIO)
+    slow, ///< flushing to the disk takes as many milliseconds as the number says, or until it ends
 };
 /// Lets it fail with this error number (ENOSPC, whatever is given, for a full disk) until the
 /// faults are cleared. At most eight at a time; false beyond.

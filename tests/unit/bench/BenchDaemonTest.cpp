@@ -4,17 +4,20 @@
 
 #include "BenchChannel.h"
 #include "BenchCommands.h"
+#include "BenchFaults.h"
 #include "LocalSocket.h"
 #include "WorldFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <functional>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -200,6 +203,25 @@ TEST_F(BenchDaemonTest, TheLogShowsBytesBothWays) {
     close(port);
 }
 
+TEST_F(BenchDaemonTest, ADiskIsMadeSlowOrFullAndMended) {
+    BenchFaults* const faults = BenchFaults_map(world.c_str());
+    ASSERT_NE(faults, nullptr);
+    constexpr const char* file = "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf";
+    EXPECT_THAT(command("status"), HasSubstr("disk: slow=0ms\n"));
+    EXPECT_EQ(command("disk slow=0.5s"), "ok\n");
+    EXPECT_EQ(command("disk slow=20ms"), "ok\n");
+    EXPECT_EQ(command("disk full"), "ok\n");
+    EXPECT_THAT(command("status"), HasSubstr("disk: slow=20ms full\n"));
+    EXPECT_EQ(BenchFaults_find(*faults, BenchFault::slow, file), 20);
+    EXPECT_EQ(BenchFaults_find(*faults, BenchFault::slow, "/root/.battcharged"), 20);
+    EXPECT_EQ(BenchFaults_find(*faults, BenchFault::full, file), ENOSPC);
+    EXPECT_EQ(BenchFaults_find(*faults, BenchFault::full, "/tmp/crashlog.txt"), 0);
+    EXPECT_EQ(command("disk none"), "ok\n");
+    EXPECT_EQ(BenchFaults_find(*faults, BenchFault::slow, file), 0);
+    EXPECT_EQ(BenchFaults_find(*faults, BenchFault::full, file), 0);
+    munmap(faults, sizeof *faults);
+}
+
 TEST_F(BenchDaemonTest, ErrorsNameWhatIsAllowed) {
     command("plug serial2 5132");
     const struct {
@@ -222,6 +244,9 @@ TEST_F(BenchDaemonTest, ErrorsNameWhatIsAllowed) {
         {"log serial2 --last x", "is not the number of the last entries"},
         {"log serial2 1 2", "usage: log PORT"},
         {"set serial2 fwd=file:/nowhere/series", "file:/nowhere/series"},
+        {"disk soft", "'soft' is not slow=TIME, full or none"},
+        {"disk slow=soon", "is not a time such as slow=500ms"},
+        {"disk slow=-1s", "is not a time such as slow=500ms"},
         {"clock stop now", "unknown clock command 'stop'"},
         {"clock speed 0", "is not a speed"},
         {"clock step soon", "is not a time"},

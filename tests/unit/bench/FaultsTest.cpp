@@ -4,12 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -111,6 +114,35 @@ TEST_F(Faults, AFlushToABrokenDiskFails) {
     EXPECT_EQ(errno, EIO);
     EXPECT_EQ(fdatasync(fd), -1);
     close(fd);
+}
+
+TEST_F(Faults, AFlushToASlowDiskTakesItsTimeOnTheWorldsClock) {
+    constexpr int64_t time_ms = 40000;
+    ASSERT_TRUE(World_fail(WorldFault::slow, folder, time_ms));
+    const int fd = open(file, O_WRONLY | O_CLOEXEC);
+    World_skipSleeps(true);
+    for (const auto flush : {fsync, fdatasync}) {
+        const auto before = std::chrono::steady_clock::now();
+        EXPECT_EQ(flush(fd), 0);
+        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(time_ms));
+    }
+    World_skipSleeps(false);
+    close(fd);
+}
+
+TEST_F(Faults, ADiskThatIsMendedEndsAFlush) {
+    constexpr int hour_ms = 3600000;
+    ASSERT_TRUE(World_fail(WorldFault::slow, folder, hour_ms));
+    std::atomic<bool> isFlushed = false;
+    std::thread flushing([&] {
+        const int fd = open(file, O_WRONLY | O_CLOEXEC);
+        EXPECT_EQ(fsync(fd), 0);
+        close(fd);
+        isFlushed = true;
+    });
+    EXPECT_FALSE(World_waitUntil([&] { return isFlushed.load(); }, 50));
+    World_clearFaults();
+    flushing.join();
 }
 
 TEST_F(Faults, TheyReachAFileThroughItsResolvedNameToo) {
