@@ -22,6 +22,7 @@ void pollBattery() {
     pollI2CBatteryMonitor(&present, &charging);
     batteryPresent = present;
     batteryCharging = charging;
+    batteryIsPolled = battMon.state != BATT_MON_STATE_POWERUP; // last: the others are known now
     if (present) {
         pollI2CFuelGauge();
     }

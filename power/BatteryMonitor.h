@@ -31,6 +31,7 @@ extern BATT_MONITOR battMon;
 inline std::atomic<int> batteryPercent{0};
 inline std::atomic<int> batteryCharging{BATT_MISSING}; ///< batteryState
 inline std::atomic<bool> batteryPresent{false};
+inline std::atomic<bool> batteryIsPolled{false}; ///< the charger has answered once
 
 /// Sets the record to its initial values and the charger up. Returns 1 in every case: the
 /// service manual relies on what start-up then logs (docs/compatibility.md: monitor-answers-one).

@@ -74,8 +74,8 @@ void BatteryIndicator_place(GtkFixed* topLine) {
 }
 
 void updateBatteryDisplay() {
-    const BatteryIndication shown = BatteryIndicatorRules_choose(modelHasBattery(), batteryPresent,
-                                                                 batteryCharging, batteryPercent);
+    const BatteryIndication shown = BatteryIndicatorRules_choose(
+        modelHasBattery(), batteryIsPolled, batteryPresent, batteryCharging, batteryPercent);
     for (size_t index = 0; index < images.size(); ++index) {
         setWidgetVisible(images[index], static_cast<int>(index) == static_cast<int>(shown.image));
     }

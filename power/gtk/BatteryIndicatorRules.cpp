@@ -46,10 +46,13 @@ BatteryIndication withPercent(BatteryImage image, int percent) {
 
 } // namespace
 
-BatteryIndication BatteryIndicatorRules_choose(bool modelHasBattery, bool isPresent, int charging,
-                                               int percent) {
+BatteryIndication BatteryIndicatorRules_choose(bool modelHasBattery, bool isPolled, bool isPresent,
+                                               int charging, int percent) {
     if (!modelHasBattery) {
         return withText(BatteryImage::plug, "");
+    }
+    if (!isPolled) {
+        return withText(BatteryImage::none, "");
     }
     if (!isPresent) {
         return withText(BatteryImage::notConnected, "");

@@ -26,8 +26,9 @@ struct BatteryIndication {
 };
 
 /// What is shown of a battery's state: `charging` is a batteryState, `percent` 0 to 100 (a greater
-/// one is not written out).
-BatteryIndication BatteryIndicatorRules_choose(bool modelHasBattery, bool isPresent, int charging,
-                                               int percent);
+/// one is not written out). Nothing is shown before the charger has been polled: nobody knows yet
+/// whether there is a battery.
+BatteryIndication BatteryIndicatorRules_choose(bool modelHasBattery, bool isPolled, bool isPresent,
+                                               int charging, int percent);
 
 #endif

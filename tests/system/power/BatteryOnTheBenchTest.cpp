@@ -94,6 +94,16 @@ TEST_F(BatteryOnTheBench, MissingBatteryIsShown) {
     EXPECT_FALSE(Bench_isVisible(bench, "batteryPercent"));
 }
 
+TEST_F(BatteryOnTheBench, NothingIsShownBeforeTheChargerHasAnswered) {
+    start({"remove /sys/devices/virtual/battery_charger/ltc4162/chargerState_raw"});
+    ASSERT_TRUE(Bench_waitUntil([&] { return watchedPasses(0) >= 1; }, limit_ms));
+    for (const char* image : {"batteryNC", "batteryPlug", "batteryCharging", "battery5"}) {
+        EXPECT_FALSE(Bench_isVisible(bench, image)) << image;
+    }
+    ASSERT_TRUE(Bench_do(bench, "battery state=missing"));
+    EXPECT_TRUE(waitForImage("batteryNC"));
+}
+
 TEST_F(BatteryOnTheBench, ModelWithoutBatteryShowsThePlugAndNeverWarns) {
     start({"clock speed 20", "ac off", "battery volts=10.0"}, "modelNumber 8830K8-2\n");
     EXPECT_TRUE(waitForImage("batteryPlug"));

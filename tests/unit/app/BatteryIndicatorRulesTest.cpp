@@ -10,6 +10,7 @@
 TEST(BatteryIndicatorRules, EveryStateHasItsPictureAndText) {
     struct Case {
         bool modelHasBattery;
+        bool isPolled;
         bool isPresent;
         int charging;
         int percent;
@@ -17,36 +18,39 @@ TEST(BatteryIndicatorRules, EveryStateHasItsPictureAndText) {
         const char* text;
         bool isRed;
     };
-    constexpr std::array<Case, 25> cases = {{
-        {false, true, BATT_NOT_CHARGING, 50, BatteryImage::plug, "", false},
-        {false, false, BATT_MISSING, 0, BatteryImage::plug, "", false},
-        {true, false, BATT_FULLY_CHARGED, 50, BatteryImage::notConnected, "", false},
-        {true, true, BATT_FULLY_CHARGED, 50, BatteryImage::plug, "100%", false},
-        {true, true, BATT_CHARGING_ACCUM, 50, BatteryImage::charging, "50%", false},
-        {true, true, BATT_CHARGING_ACCUM, 5, BatteryImage::charging, "5%", true},
-        {true, true, BATT_CHARGING_ACCUM, 6, BatteryImage::charging, "6%", false},
-        {true, true, BATT_CHARGING_ACCUM, 101, BatteryImage::charging, "", false},
-        {true, true, BATT_CHARGING_VOLTAGE, 3, BatteryImage::charging, "---%", false},
-        {true, true, BATT_NOT_CHARGING, 101, BatteryImage::full, "", false},
-        {true, true, BATT_NOT_CHARGING, 100, BatteryImage::full, "100%", false},
-        {true, true, BATT_NOT_CHARGING, 76, BatteryImage::full, "76%", false},
-        {true, true, BATT_NOT_CHARGING, 75, BatteryImage::threeQuarters, "75%", false},
-        {true, true, BATT_NOT_CHARGING, 51, BatteryImage::threeQuarters, "51%", false},
-        {true, true, BATT_NOT_CHARGING, 50, BatteryImage::half, "50%", false},
-        {true, true, BATT_NOT_CHARGING, 26, BatteryImage::half, "26%", false},
-        {true, true, BATT_NOT_CHARGING, 25, BatteryImage::quarter, "25%", false},
-        {true, true, BATT_NOT_CHARGING, 6, BatteryImage::quarter, "6%", false},
-        {true, true, BATT_NOT_CHARGING, 5, BatteryImage::low, "5%", true},
-        {true, true, BATT_NOT_CHARGING, 1, BatteryImage::low, "1%", true},
-        {true, true, BATT_NOT_CHARGING, 0, BatteryImage::low, "0%", true},
-        {true, true, BATT_MISSING, 50, BatteryImage::none, "", false},
-        {true, true, 5, 50, BatteryImage::none, "", false},
-        {true, true, -1, 50, BatteryImage::none, "", false},
-        {true, false, BATT_NOT_CHARGING, 0, BatteryImage::notConnected, "", false},
+    constexpr std::array<Case, 28> cases = {{
+        {false, true, true, BATT_NOT_CHARGING, 50, BatteryImage::plug, "", false},
+        {false, true, false, BATT_MISSING, 0, BatteryImage::plug, "", false},
+        {true, true, false, BATT_FULLY_CHARGED, 50, BatteryImage::notConnected, "", false},
+        {true, true, true, BATT_FULLY_CHARGED, 50, BatteryImage::plug, "100%", false},
+        {true, true, true, BATT_CHARGING_ACCUM, 50, BatteryImage::charging, "50%", false},
+        {true, true, true, BATT_CHARGING_ACCUM, 5, BatteryImage::charging, "5%", true},
+        {true, true, true, BATT_CHARGING_ACCUM, 6, BatteryImage::charging, "6%", false},
+        {true, true, true, BATT_CHARGING_ACCUM, 101, BatteryImage::charging, "", false},
+        {true, true, true, BATT_CHARGING_VOLTAGE, 3, BatteryImage::charging, "---%", false},
+        {true, true, true, BATT_NOT_CHARGING, 101, BatteryImage::full, "", false},
+        {true, true, true, BATT_NOT_CHARGING, 100, BatteryImage::full, "100%", false},
+        {true, true, true, BATT_NOT_CHARGING, 76, BatteryImage::full, "76%", false},
+        {true, true, true, BATT_NOT_CHARGING, 75, BatteryImage::threeQuarters, "75%", false},
+        {true, true, true, BATT_NOT_CHARGING, 51, BatteryImage::threeQuarters, "51%", false},
+        {true, true, true, BATT_NOT_CHARGING, 50, BatteryImage::half, "50%", false},
+        {true, true, true, BATT_NOT_CHARGING, 26, BatteryImage::half, "26%", false},
+        {true, true, true, BATT_NOT_CHARGING, 25, BatteryImage::quarter, "25%", false},
+        {true, true, true, BATT_NOT_CHARGING, 6, BatteryImage::quarter, "6%", false},
+        {true, true, true, BATT_NOT_CHARGING, 5, BatteryImage::low, "5%", true},
+        {true, true, true, BATT_NOT_CHARGING, 1, BatteryImage::low, "1%", true},
+        {true, true, true, BATT_NOT_CHARGING, 0, BatteryImage::low, "0%", true},
+        {true, true, true, BATT_MISSING, 50, BatteryImage::none, "", false},
+        {true, true, true, 5, 50, BatteryImage::none, "", false},
+        {true, true, true, -1, 50, BatteryImage::none, "", false},
+        {true, true, false, BATT_NOT_CHARGING, 0, BatteryImage::notConnected, "", false},
+        {true, false, false, BATT_MISSING, 0, BatteryImage::none, "", false},
+        {true, false, true, BATT_NOT_CHARGING, 50, BatteryImage::none, "", false},
+        {false, false, false, BATT_MISSING, 0, BatteryImage::plug, "", false},
     }};
     for (const Case& row : cases) {
         const BatteryIndication shown = BatteryIndicatorRules_choose(
-            row.modelHasBattery, row.isPresent, row.charging, row.percent);
+            row.modelHasBattery, row.isPolled, row.isPresent, row.charging, row.percent);
         const std::string label = "charge state " + std::to_string(row.charging) + ", " +
                                   std::to_string(row.percent) + " percent";
         EXPECT_EQ(shown.image, row.image) << label;

@@ -104,6 +104,20 @@ TEST_F(HwPolling, BatteryIsPublished) {
     EXPECT_FLOAT_EQ(battMon.lipoBattVoltage, 11.4F);
 }
 
+TEST_F(HwPolling, BatteryIsNotKnownBeforeTheChargerHasAnswered) {
+    initBatteryMonitor();
+    batteryIsPolled = false;
+    World_removeFile(chargerState);
+    HwPolling_pass(&state);
+    EXPECT_FALSE(batteryIsPolled);
+    World_writeFile(chargerState, "256\n");
+    HwPolling_pass(&state);
+    EXPECT_TRUE(batteryIsPolled);
+    World_removeFile(chargerState);
+    HwPolling_pass(&state);
+    EXPECT_TRUE(batteryIsPolled) << "what is known stays known";
+}
+
 TEST_F(HwPolling, ReleasedBatteryMonitorIsNotPolled) {
     initBatteryMonitor();
     disableBatteryMonitor();
