@@ -29,6 +29,7 @@ struct Wrapping {
 };
 thread_local Wrapping wrapping{};
 thread_local char lastRenamed[4096] = "";
+thread_local FlushedFile lastFlushed{-1, 0};
 
 constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
 
@@ -83,8 +84,13 @@ std::string WrappedCalls_lastRenamed() {
     return lastRenamed;
 }
 
+FlushedFile WrappedCalls_lastFlushed() {
+    return lastFlushed;
+}
+
 void WrappedCalls_reset() {
     wrapping = Wrapping{};
+    lastFlushed = {-1, 0};
 }
 
 extern "C" {
@@ -100,6 +106,8 @@ int __real_posix_spawn(pid_t*, const char*, const posix_spawn_file_actions_t*,
                        const posix_spawnattr_t*, char* const*, char* const*);
 int __real_rename(const char*, const char*);
 int __real_fsync(int);
+int __real_fdatasync(int);
+int __real_access(const char*, int);
 ssize_t __real_write(int, const void*, size_t);
 ssize_t __real_read(int, void*, size_t);
 int __real_fallocate(int, int, off_t, off_t);
@@ -173,6 +181,17 @@ int __wrap_rename(const char* from, const char* to) {
 
 int __wrap_fsync(int fd) {
     return failsWithErrno(Call::syncFile) ? -1 : __real_fsync(fd);
+}
+
+int __wrap_fdatasync(int fd) {
+    struct stat status {};
+    lastFlushed = {fd, fstat(fd, &status) == 0 ? status.st_size : -1};
+    return __real_fdatasync(fd);
+}
+
+int __wrap_access(const char* path, int mode) {
+    const bool asksReadable = (mode & R_OK) != 0;
+    return asksReadable && failsWithErrno(Call::askReadable) ? -1 : __real_access(path, mode);
 }
 
 ssize_t __wrap_write(int fd, const void* bytes, size_t size) {

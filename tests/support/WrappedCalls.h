@@ -26,6 +26,7 @@ enum class Call {
     nameAddress,
     allocateMemory, ///< calloc
     listenSocket,
+    askReadable, ///< access for reading
     count
 };
 
@@ -60,6 +61,13 @@ void WrappedCalls_holdMonotonicClock(int64_t now_ns);
 
 /// The name that this thread has renamed last, or tried to.
 std::string WrappedCalls_lastRenamed();
+
+/// What fdatasync was called for last in this thread, -1 before, and how long the file was then.
+struct FlushedFile {
+    int fd;
+    int64_t size;
+};
+FlushedFile WrappedCalls_lastFlushed();
 
 /// Ends everything above.
 void WrappedCalls_reset();

@@ -1,11 +1,14 @@
 #include "CrashHandler.h"
 
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,7 +41,60 @@ int statusOfChildThatRaises(int signal) {
     return status;
 }
 
+/// Opens the crash log in this process, for a test that calls the handler itself.
+class OwnCrashLog {
+public:
+    OwnCrashLog() {
+        World_removeFile(crashLog);
+        CrashHandler_openLog();
+    }
+    ~OwnCrashLog() {
+        close(backtraceFd);
+        backtraceFd = -1;
+        World_removeFile(crashLog);
+    }
+    OwnCrashLog(const OwnCrashLog&) = delete;
+    OwnCrashLog& operator=(const OwnCrashLog&) = delete;
+};
+
+/// Calls the handler below so many calls of its own.
+[[gnu::noinline]] void traceFromDepth(int depth) {
+    if (depth == 0) {
+        handle_signals(SIGUSR1);
+    } else {
+        traceFromDepth(depth - 1);
+    }
+    asm volatile(""); // what comes behind the call keeps it from becoming a jump
+}
+
 } // namespace
+
+TEST(CrashHandler, LogIsReadableForAllAndWritableForItsOwner) {
+    const mode_t mask = umask(0);
+    {
+        const OwnCrashLog log;
+        struct stat status {};
+        ASSERT_EQ(fstat(backtraceFd, &status), 0);
+        EXPECT_EQ(status.st_mode & 07777U, 0644U);
+    }
+    umask(mask);
+}
+
+TEST(CrashHandler, TraceIsFlushedToTheDiskAtItsEnd) {
+    const OwnCrashLog log;
+    WrappedCalls_reset();
+    handle_signals(SIGUSR1);
+    const FlushedFile flushed = WrappedCalls_lastFlushed();
+    EXPECT_EQ(flushed.fd, backtraceFd);
+    EXPECT_EQ(flushed.size, static_cast<int64_t>(World_readFile(crashLog).size()));
+}
+
+TEST(CrashHandler, TraceHoldsAThousandFrames) {
+    constexpr int deeper = 1100;
+    const OwnCrashLog log;
+    traceFromDepth(deeper);
+    EXPECT_EQ(std::ranges::count(World_readFile(crashLog), '\n'), 1000 + 2);
+}
 
 TEST(CrashHandler, TerminationAndInterruptDoNothing) {
     World_removeFile(crashLog);

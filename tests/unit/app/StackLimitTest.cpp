@@ -9,8 +9,8 @@ namespace {
 
 constexpr rlim_t mebibyte = 1024 * 1024;
 
-/// Soft limit, in MiB, that a child ends up with.
-int softLimitAfterRaise(rlim_t soft, rlim_t hard) {
+/// The soft or the hard limit, in MiB, that a child ends up with.
+int limitAfterRaise(rlim_t soft, rlim_t hard, rlim_t rlimit::*asked) {
     const pid_t child = fork();
     if (child == 0) {
         const rlimit before{soft, hard};
@@ -18,11 +18,15 @@ int softLimitAfterRaise(rlim_t soft, rlim_t hard) {
         StackLimit_raise();
         rlimit after{};
         getrlimit(RLIMIT_STACK, &after);
-        _exit(static_cast<int>(after.rlim_cur / mebibyte));
+        _exit(static_cast<int>(after.*asked / mebibyte));
     }
     int status = 0;
     EXPECT_EQ(waitpid(child, &status, 0), child);
     return WEXITSTATUS(status);
+}
+
+int softLimitAfterRaise(rlim_t soft, rlim_t hard) {
+    return limitAfterRaise(soft, hard, &rlimit::rlim_cur);
 }
 
 } // namespace
@@ -36,6 +40,11 @@ TEST(StackLimit, OnlyALowerLimitIsTooLow) {
 TEST(StackLimit, SoftLimitIsRaisedToThirtyTwoMebibytes) {
     EXPECT_EQ(softLimitAfterRaise(8 * mebibyte, 64 * mebibyte), 32);
     EXPECT_EQ(softLimitAfterRaise(48 * mebibyte, 64 * mebibyte), 48);
+}
+
+TEST(StackLimit, HardLimitStays) {
+    EXPECT_EQ(limitAfterRaise(8 * mebibyte, 64 * mebibyte, &rlimit::rlim_max), 64);
+    EXPECT_EQ(limitAfterRaise(48 * mebibyte, 64 * mebibyte, &rlimit::rlim_max), 64);
 }
 
 TEST(StackLimit, HardLimitBelowIsToldOnStandardErrorAndLeftAlone) {

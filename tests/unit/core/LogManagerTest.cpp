@@ -150,6 +150,16 @@ TEST_F(LogManager, RemovedConfigurationTurnsEveryCategoryOffAgain) {
     EXPECT_EQ(enabledCategories(), "");
 }
 
+TEST_F(LogManager, MarkerThatCannotBeReadSwitchesNothingOn) {
+    startTrace("ScpiParser\n");
+    WrappedCalls_fail(Call::askReadable, EACCES); // the marker is asked for first
+    LogManager_route();
+    LogManager_enable(ScpiParser, true);
+    EXPECT_EQ(enabledCategories(), "");
+    LogManager_route();
+    EXPECT_EQ(enabledCategories(), "8 ");
+}
+
 TEST_F(LogManager, EnableSwitchesOneCategoryAndIgnoresIndexesBehindTheLast) {
     startTrace("");
     LogManager_enable(BatteryMonitor, true);

@@ -47,10 +47,15 @@ TEST(GraphText, SettingsValuesAreConvertedBetweenMilliwattsAndDBm) {
         bool isdBm;
         double expected;
     } const cases[] = {
-        {3000.0, graphScale_mW, false, 3000.0}, {30.0, graphScale_dBm, false, 1000.0},
-        {-60.0, graphScale_dBm, false, 1e-6},   {1000.0, graphScale_mW, true, 30.0},
-        {0.000001, graphScale_mW, true, -60.0}, {0.0, graphScale_mW, true, -60.0},
+        {3000.0, graphScale_mW, false, 3000.0},
+        {30.0, graphScale_dBm, false, 1000.0},
+        {-60.0, graphScale_dBm, false, 1e-6},
+        {1000.0, graphScale_mW, true, 30.0},
+        {0.000001, graphScale_mW, true, -60.0},
+        {0.0, graphScale_mW, true, -60.0},
         {12.5, graphScale_dBm, true, 12.5},
+        {1e-7, graphScale_mW, true, -60.0},
+        {1.1e-6, graphScale_mW, true, -59.58607314841775},
     };
     for (const auto& test : cases) {
         EXPECT_NEAR(getGraphPowerValueInCorrectUnits(test.value, test.unit, test.isdBm),

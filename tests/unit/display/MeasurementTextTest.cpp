@@ -177,7 +177,7 @@ TEST(MeasurementText, PowerLinesInDBmAreNotClampedAndHideTheirScale) {
         const char* value;
     } const cases[] = {
         {1.0F, "  30.00"}, {0.001F, "   0.00"},  {0.0005F, "  -3.01"}, {1e-12F, " -90.00"},
-        {1e5F, "  80.00"}, {1e-15F, " -120.00"}, {0.0F, "   -inf"},
+        {1e5F, "  80.00"}, {1e-15F, " -120.00"}, {0.0F, "   -inf"},    {1e-10F, " -70.00"},
     };
     for (const auto& test : cases) {
         const PowerLineText line =
@@ -240,8 +240,11 @@ TEST(MeasurementText, MatchTextsOfEveryTypeAndCorner) {
         {100.0F, 1.0F, rfMatch_RflCoeff, "RHO:", "  0.100", ""},
         {9.0F, 1.0F, rfMatch_VSWR, "VSWR:", "   2.00", ""},
         {1.0F, 0.9801F, rfMatch_VSWR, "VSWR:", " 199.00", ""},
+        {1.0F, 0.99F, rfMatch_VSWR, "VSWR:", " 199.00", ""},
         {1.0F, justBelow * justBelow, rfMatch_VSWR, "VSWR:", " 198.80", ""},
         {1e10F, 1.0F, rfMatch_RL, "RL:", " -99.99", "dB"},
+        {1.0F, 1e-9F, rfMatch_RL, "RL:", " -90.00", "dB"},
+        {1.0F, 2e-10F, rfMatch_RL, "RL:", " -96.99", "dB"},
     };
     for (const auto& test : cases) {
         const MatchText text = MeasurementText_match(test.fwd, test.rfl, test.type);

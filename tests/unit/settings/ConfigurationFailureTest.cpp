@@ -75,6 +75,18 @@ TEST_F(SettingsFailure, DirectoryIsOpenToAllAsFarAsTheProcessAllows) {
     EXPECT_EQ(status.st_mode & 0777U, 0777U);
 }
 
+TEST_F(SettingsFailure, NewFileIsForAllAsFarAsTheProcessAllows) {
+    for (const mode_t mask : {0000U, 0022U}) {
+        World_removeFile(standardSettingsFile);
+        const mode_t before = umask(mask);
+        startSettings();
+        umask(before);
+        struct stat status {};
+        ASSERT_EQ(stat(World_realPath(standardSettingsFile).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
+    }
+}
+
 TEST_F(SettingsFailure, DirectoryThatCannotBeMadeIsTheSameAsAnUnwritableFile) {
     startSettings("/etc/QuorvelPowerMeterApp/one/two/settings");
     configuration_setPowerUnitsIsdBm(true);
