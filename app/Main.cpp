@@ -47,7 +47,7 @@
 
 namespace {
 
-constexpr uint32_t shutdownLimit_ms = 6000;
+constexpr uint32_t shutdownLimit_ms = 11000;
 
 void startLogging() {
     File_runShellCommand("touch /var/run/Quorvel_autorun");

@@ -2,6 +2,7 @@
 
 #include "AppFlags.h"
 #include "BatteryMonitor.h"
+#include "Configuration.h"
 #include "Files.h"
 #include "LogManager.h"
 #include "Threads.h"
@@ -10,6 +11,7 @@
 namespace {
 
 constexpr uint32_t armShipModeTime_ms = 3000;
+constexpr uint32_t savingLimit_ms = 5000; // a disk that never ends does not keep the unit on
 constexpr const char* shutdownCommand = "shutdown";
 
 /// Whether the command was issued, and who waits for that.
@@ -26,6 +28,12 @@ ShutdownProgress& progress() {
         return fresh;
     }();
     return record;
+}
+
+void waitForSettings() {
+    if (!configuration_waitUntilSaved(savingLimit_ms)) {
+        DIAGNOSTIC("shutDownPower: the settings are not saved after %u ms\n", savingLimit_ms);
+    }
 }
 
 bool isCommandIssued() {
@@ -52,6 +60,7 @@ void shutDownPower() {
     DIAGNOSTIC("**************** shutDownPower Turning off the power by writing a zero to the "
                "KeepOn GPIO pin ****************\n");
     LogManager_flush();
+    waitForSettings();
     const int result = File_runShellCommand(shutdownCommand);
     if (result == 0) {
         announceCommand();

@@ -79,7 +79,8 @@ void updateGatedPower(CGTKPulseDisplay* display, const SENSOR_MEASUREMENTS& meas
         display->power.powerType);
     if (text.scaleChanged) {
         display->gatedPowerScale = text.scale;
-        configuration_setGatedPowerScale(text.scale, display->power.displayIndex);
+        configuration_setGatedPowerScale(text.scale, display->power.displayIndex,
+                                         Saving::inBackground);
     }
     showCell(gate.meanValue, text.mean);
     showCell(gate.maxValue, text.max);
@@ -106,7 +107,8 @@ void updateState(CGTKPulseDisplay* display, uint32_t index, const PULSE_STATES& 
         display->power.powerType);
     if (text.scaleChanged) {
         state.powerScale = text.scale;
-        configuration_setStatePowerScale(text.scale, display->power.displayIndex, index);
+        configuration_setStatePowerScale(text.scale, display->power.displayIndex, index,
+                                         Saving::inBackground);
     }
     setStateVisible(state, true, text.scaleVisible);
     showCell(state.mean, text.mean);

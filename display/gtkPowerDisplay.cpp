@@ -23,7 +23,8 @@ void updatePower(CGTKPowerDisplay* display, uint32_t direction, float power_W) {
         display->powerType);
     if (text.scaleChanged) {
         scale = text.scale;
-        configuration_setRfPowerScale(scale, display->displayIndex, direction);
+        configuration_setRfPowerScale(scale, display->displayIndex, direction,
+                                      Saving::inBackground);
     }
     setWidgetFgColor(line.label, text.isOverRange ? textColorRed : textColorLightGrey);
     setWidgetFgColor(line.value, text.isOverRange ? textColorRed : textColorWhite);

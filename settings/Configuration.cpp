@@ -1,5 +1,6 @@
 #include "Configuration.h"
 
+#include "BackgroundSave.h"
 #include "ConfigurationFile.h"
 #include "Files.h"
 #include "InstrumentFiles.h"
@@ -30,13 +31,18 @@ struct GraphSpan {
 constexpr GraphSpan spanInMilliwatts{0.0, 99999999.0, 5.0};
 constexpr GraphSpan spanInDbm{-60.0, 80.0, 1.0};
 
-/// Guards everything below. Valid from the start, and set up again by readConfigFile.
+/// Guards the record and its serial lines, for moments only. Valid from the start, and set up again
+/// by readConfigFile.
 pthread_mutex_t configurationMutex = PTHREAD_MUTEX_INITIALIZER;
 
 QUORVEL_APP_SETTINGS quorvelAppSettings;
+ConfigurationSerialLines serialLines{nullptr, nullptr};
+
+/// Guards the file, its name and its text, for as long as the disk takes. Outside the record's.
+pthread_mutex_t fileMutex = PTHREAD_MUTEX_INITIALIZER;
+
 char configurationFileName[nameSize] = "";
 char configurationFilePath[nameSize] = "";
-ConfigurationSerialLines serialLines{nullptr, nullptr};
 
 void createDirectory() {
     if (configurationFilePath[0] != '\0') {
@@ -44,14 +50,16 @@ void createDirectory() {
     }
 }
 
-/// Composes the file's text. The stream over a fixed buffer is opened once, since auto-ranging
-/// saves often. An empty view means that the text could not be composed.
+/// Composes the file's text from the record as it is now. The stream over a fixed buffer is opened
+/// once, since auto-ranging saves often. An empty view means that the text could not be composed.
+/// fileMutex held.
 std::string_view composeText() {
     static char text[textSize];
     static FILE* const stream = fmemopen(text, sizeof text, "w");
     if (stream == nullptr) {
         return {};
     }
+    const ScopedLock lock(configurationMutex);
     rewind(stream);
     ConfigurationFile_write(stream, quorvelAppSettings);
     if (serialLines.write != nullptr) {
@@ -63,8 +71,8 @@ std::string_view composeText() {
                                   : std::string_view();
 }
 
-/// The one writer. The mutex is held.
-void writeFile() {
+/// The one writer. fileMutex held: of two texts the older one never comes last.
+void replaceFile() {
     const std::string_view text = composeText();
     bool written = !text.empty() && File_replace(configurationFileName, text);
     if (!written && errno == ENOENT) {
@@ -74,6 +82,19 @@ void writeFile() {
     if (!written) {
         DIAGNOSTIC("Warning: Unable to open settings file %s for writing.\n\n",
                    configurationFileName);
+    }
+}
+
+void writeFile() {
+    const ScopedLock lock(fileMutex);
+    replaceFile();
+}
+
+void save(Saving saving) {
+    if (saving == Saving::inBackground) {
+        BackgroundSave_request(writeFile);
+    } else {
+        writeFile();
     }
 }
 
@@ -90,11 +111,16 @@ void validateAllGraphSettings() {
     }
 }
 
-/// What every setter does: stores under the mutex and rewrites the file.
-template <typename Value> void storeAndWrite(Value& field, const Value& value) {
+template <typename Value> void store(Value& field, const Value& value) {
     const ScopedLock lock(configurationMutex);
     field = value;
-    writeFile();
+}
+
+/// What every setter does.
+template <typename Value>
+void storeAndWrite(Value& field, const Value& value, Saving saving = Saving::beforeReturn) {
+    store(field, value);
+    save(saving);
 }
 
 template <typename Value> Value copy(const Value& field) {
@@ -150,7 +176,7 @@ void configuration_registerSerialLines(ConfigurationSerialLines lines) {
 }
 
 void setConfigurationFile(const char* name) {
-    const ScopedLock lock(configurationMutex);
+    const ScopedLock lock(fileMutex);
     const bool isNamed = name != nullptr && name[0] != '\0';
     snprintf(configurationFileName, sizeof configurationFileName, "%s",
              isNamed ? name : settingsFileName);
@@ -161,6 +187,7 @@ void setConfigurationFile(const char* name) {
 }
 
 void readConfigFile() {
+    const ScopedLock fileLock(fileMutex);
     pthread_mutex_destroy(&configurationMutex);
     const int error = pthread_mutex_init(&configurationMutex, nullptr);
     if (error != 0) {
@@ -169,44 +196,52 @@ void readConfigFile() {
                    error);
         configurationMutex = PTHREAD_MUTEX_INITIALIZER;
     }
-    const ScopedLock lock(configurationMutex);
     File_removeAbandonedSiblings(configurationFileName);
-    quorvelAppSettings = {};
+    restoreDefaultSettings();
     FILE* file = fopen(configurationFileName, "re");
     if (file == nullptr) {
         DIAGNOSTIC("Warning: Unable to open settings file %s for reading\n\n",
                    configurationFileName);
         DIAGNOSTIC("Using defaults\n\n");
-        writeFile();
+        replaceFile();
         return;
     }
-    ConfigurationFile_read(file, quorvelAppSettings, serialLines.read);
+    {
+        const ScopedLock lock(configurationMutex);
+        ConfigurationFile_read(file, quorvelAppSettings, serialLines.read);
+    }
     fclose(file);
 }
 
 void writeConfigFile() {
-    const ScopedLock lock(configurationMutex);
     writeFile();
 }
 
 void writeConfigFileWithValidation() {
-    const ScopedLock lock(configurationMutex);
-    validateAllGraphSettings();
+    {
+        const ScopedLock lock(configurationMutex);
+        validateAllGraphSettings();
+    }
     writeFile();
 }
 
 void restoreDefaultSettings() {
-    const ScopedLock lock(configurationMutex);
-    quorvelAppSettings = {};
+    store(quorvelAppSettings, {});
 }
 
 void resetConfigToDefaults() {
-    const ScopedLock lock(configurationMutex);
-    QUORVEL_APP_SETTINGS defaults;
-    defaults.useLegacyRS232Commands = quorvelAppSettings.useLegacyRS232Commands;
-    defaults.legacyCommandModeSW = quorvelAppSettings.legacyCommandModeSW;
-    quorvelAppSettings = defaults;
+    {
+        const ScopedLock lock(configurationMutex);
+        QUORVEL_APP_SETTINGS defaults;
+        defaults.useLegacyRS232Commands = quorvelAppSettings.useLegacyRS232Commands;
+        defaults.legacyCommandModeSW = quorvelAppSettings.legacyCommandModeSW;
+        quorvelAppSettings = defaults;
+    }
     writeFile();
+}
+
+bool configuration_waitUntilSaved(uint32_t limit_ms) {
+    return BackgroundSave_wait(limit_ms);
 }
 
 template <typename Value> Value configuration_get(Value QUORVEL_APP_SETTINGS::*field) {
@@ -261,29 +296,31 @@ void configuration_setPulseMode(bool isActive) {
     configuration_set(&QUORVEL_APP_SETTINGS::sensorPulseModeIsActive, isActive);
 }
 
-void configuration_setRfPowerScale(rfPowerScale scale, uint32_t channel, uint32_t direction) {
+void configuration_setRfPowerScale(rfPowerScale scale, uint32_t channel, uint32_t direction,
+                                   Saving saving) {
     const bool channelIsValid = checkChannel(channel);
     const bool directionIsValid = checkDirection(direction);
     const bool indexIsValid = checkScaleIndex(scale);
     if (channelIsValid && directionIsValid && indexIsValid) {
-        storeAndWrite(quorvelAppSettings.scale[channel][direction], scale);
+        storeAndWrite(quorvelAppSettings.scale[channel][direction], scale, saving);
     }
 }
 
-void configuration_setGatedPowerScale(rfPowerScale scale, uint32_t channel) {
+void configuration_setGatedPowerScale(rfPowerScale scale, uint32_t channel, Saving saving) {
     const bool channelIsValid = checkChannel(channel);
     const bool indexIsValid = checkScaleIndex(scale);
     if (channelIsValid && indexIsValid) {
-        storeAndWrite(quorvelAppSettings.gatedPowerScale[channel], scale);
+        storeAndWrite(quorvelAppSettings.gatedPowerScale[channel], scale, saving);
     }
 }
 
-void configuration_setStatePowerScale(rfPowerScale scale, uint32_t channel, uint32_t stateIndex) {
+void configuration_setStatePowerScale(rfPowerScale scale, uint32_t channel, uint32_t stateIndex,
+                                      Saving saving) {
     const bool channelIsValid = checkChannel(channel);
     const bool indexIsValid = checkScaleIndex(scale);
     const bool stateIsValid = checkStateIndex(stateIndex);
     if (channelIsValid && indexIsValid && stateIsValid) {
-        storeAndWrite(quorvelAppSettings.pulseStateScale[channel][stateIndex], scale);
+        storeAndWrite(quorvelAppSettings.pulseStateScale[channel][stateIndex], scale, saving);
     }
 }
 
@@ -291,9 +328,11 @@ void configuration_setGraphSettings(const GraphSettings_t& settings, uint32_t ch
     if (!isChannelValid(channel)) {
         return;
     }
-    const ScopedLock lock(configurationMutex);
-    quorvelAppSettings.graphSettings[channel] = settings;
-    validateAllGraphSettings();
+    {
+        const ScopedLock lock(configurationMutex);
+        quorvelAppSettings.graphSettings[channel] = settings;
+        validateAllGraphSettings();
+    }
     writeFile();
 }
 

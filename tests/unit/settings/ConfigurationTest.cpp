@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -301,6 +303,68 @@ TEST_F(Settings, NameOfUpTo64CharactersIsRemembered) {
     World_removeFile(name);
 }
 
+/// What another thread does while a text is composed from the record.
+struct Intruder {
+    const char* name;
+    void (*act)();
+};
+
+constexpr Intruder intruders[] = {
+    {"getter of a field", [] { configuration_getPowerUnitsIsdBm(); }},
+    {"getter of a scale", [] { configuration_getRfPowerScale(0, 0); }},
+    {"getter of a graph", [] { configuration_getGraphSettings(0); }},
+    {"getter of all", [] { configuration_getQuorvelAppConfiguration(); }},
+    {"setter",
+     [] {
+         configuration_setRfPowerScale({true, 3}, 0, 0, Saving::inBackground);
+     }},
+    {"setter of all", [] { restoreDefaultSettings(); }},
+};
+
+/// Held by whoever composes, for as long as a thread that is not kept out would need.
+struct Composing {
+    std::atomic<bool> hasBegun{false};
+    std::atomic<bool> isIntruderDone{false};
+    std::atomic<bool> wasIntruded{false};
+};
+Composing composing;
+
+void holdWhileComposing(FILE*) {
+    constexpr uint32_t enough_ms = 200;
+    if (!composing.hasBegun.exchange(true)) {
+        composing.wasIntruded =
+            World_waitUntil([] { return composing.isIntruderDone.load(); }, enough_ms);
+    }
+}
+
+TEST_F(Settings, NobodyGetsAtTheRecordWhileATextIsComposedFromIt) {
+    for (const Intruder& intruder : intruders) {
+        composing.hasBegun = composing.isIntruderDone = composing.wasIntruded = false;
+        configuration_registerSerialLines({holdWhileComposing, nullptr});
+        std::thread other([&] {
+            EXPECT_TRUE(World_waitUntil([] { return composing.hasBegun.load(); }, 30000));
+            intruder.act();
+            composing.isIntruderDone = true;
+        });
+        writeConfigFile();
+        other.join();
+        EXPECT_FALSE(composing.wasIntruded) << intruder.name;
+        EXPECT_TRUE(configuration_waitUntilSaved(30000));
+    }
+}
+
+std::atomic<int> composerCount{0};
+std::atomic<bool> composersHaveMet{false};
+
+/// The text has one buffer: two composers at once would mix theirs.
+void meetOtherComposers(FILE*) {
+    if (++composerCount > 1) {
+        composersHaveMet = true;
+    }
+    std::this_thread::yield();
+    --composerCount;
+}
+
 void* callEverySetter(void*) {
     for (int count = 0; count < 5; ++count) {
         for (const SetterCase& row : setters) {
@@ -312,7 +376,9 @@ void* callEverySetter(void*) {
     return nullptr;
 }
 
-TEST_F(Settings, ThreadsThatSetAndGetLeaveAFileOfWholeValues) {
+TEST_F(Settings, ThreadsThatSetAndGetComposeOneTextAfterTheOther) {
+    composersHaveMet = false;
+    configuration_registerSerialLines({meetOtherComposers, nullptr});
     std::array<pthread_t, 4> threads{};
     for (pthread_t& thread : threads) {
         ASSERT_EQ(Thread_startJoinable(&thread, "setter", callEverySetter, nullptr), 0);
@@ -320,6 +386,7 @@ TEST_F(Settings, ThreadsThatSetAndGetLeaveAFileOfWholeValues) {
     for (const pthread_t thread : threads) {
         pthread_join(thread, nullptr);
     }
+    EXPECT_FALSE(composersHaveMet);
     std::string expected = defaultSettingsText;
     for (const SetterCase& row : setters) {
         expected = withLines(expected, row.lines);
