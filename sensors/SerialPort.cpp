@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr cc_t sensorTimeout_ds = 10; // tenths of a second; the sensor protocol rests on it
+constexpr cc_t sensorTimeout_ds = serialReadTimeout_ms / 100; // as VTIME counts
 constexpr tcflag_t lineFlags = CSIZE | CSTOPB | PARENB | PARODD;
 
 std::atomic<int32_t> fd_{-1};

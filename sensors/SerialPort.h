@@ -17,6 +17,9 @@ constexpr const char* serialPort1Name = "/dev/ttyS1";
 constexpr const char* serialPort2Name = "/dev/ttyS2";
 constexpr const char* serialCommandPortName = "/dev/ttyS4";
 
+/// How long a read of a sensor's port waits for a byte; the sensor protocol rests on it.
+constexpr uint32_t serialReadTimeout_ms = 1000;
+
 /// Opens read-write, blocking, close-on-exec and not as controlling terminal. Returns the
 /// descriptor or -1.
 int32_t serial_open(const char* path);

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -80,11 +81,45 @@ sensorSerCommState initialSyncState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     return handleCommandS(port.fd, port.rxBuffer) ? stateSerIdentify : stateSerFlush;
 }
 
-/// Stores what the sensor told of itself and returns a copy.
-SENSOR_IDENTITY storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler) {
+void storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& identity) {
     const ScopedLock lock(sensorPortInfoMutex[portOf(handler)]);
-    parseIdentity(handler->serialPort.rxBuffer, &handler->sensorIdentity);
-    return handler->sensorIdentity;
+    handler->sensorIdentity = identity;
+}
+
+bool isSameIdentity(const SENSOR_IDENTITY& one, const SENSOR_IDENTITY& other) {
+    // The limits bit by bit: noise may have made them not-a-number, which equals nothing.
+    return strcmp(one.sensorModel, other.sensorModel) == 0 &&
+           strcmp(one.sensorFirmwareRevision, other.sensorFirmwareRevision) == 0 &&
+           strcmp(one.sensorSupportedCommands, other.sensorSupportedCommands) == 0 &&
+           memcmp(&one.sensorPower, &other.sensorPower, sizeof one.sensorPower) == 0;
+}
+
+/// A sensor was ready, or replaces one that was.
+bool hasPredecessor(const SERIAL_HANDLER_DATA_STRUCT* handler) {
+    return handler->isInitialized || handler->awaitsReading;
+}
+
+/// Another sensor answers than before: it was exchanged faster than detection looks. What its
+/// predecessor told must not stand beside what it tells, so it is ready with its first reading.
+void beginSuccessor(SERIAL_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& identity) {
+    handler->isInitialized = false;
+    handler->awaitsReading = true;
+    setStatus(handler, notReady);
+    sensorSerialHandler_resetSensorInformation(handler);
+    storeIdentity(handler, identity);
+}
+
+void setReadyOnceIdentified(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    if (!handler->awaitsReading) {
+        setReady(handler);
+    }
+}
+
+void setReadyOnceRead(SERIAL_HANDLER_DATA_STRUCT* handler) {
+    if (handler->awaitsReading) {
+        handler->awaitsReading = false;
+        setReady(handler);
+    }
 }
 
 sensorSerCommState identifyState(SERIAL_HANDLER_DATA_STRUCT* handler) {
@@ -92,12 +127,18 @@ sensorSerCommState identifyState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     if (!handleCommandI(port.fd, port.rxBuffer)) {
         return stateSerFlush;
     }
-    const SENSOR_IDENTITY identity = storeIdentity(handler);
+    SENSOR_IDENTITY identity = SensorRecords_noIdentity();
+    parseIdentity(port.rxBuffer, &identity);
+    if (hasPredecessor(handler) && !isSameIdentity(identity, handler->sensorIdentity)) {
+        beginSuccessor(handler, identity);
+    } else {
+        storeIdentity(handler, identity);
+    }
     SensorRecords_logIdentity(portOf(handler), identity);
     if (!SerialSensorProtocol_hasNoSerialNumber(identity.sensorModel)) {
         return stateSerSerialNum;
     }
-    setReady(handler);
+    setReadyOnceIdentified(handler);
     return stateSerFwd;
 }
 
@@ -106,8 +147,13 @@ sensorSerCommState serialNumState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     if (!handleCommandZ(port.fd, port.rxBuffer, serialNumberAddress, serialNumberCount)) {
         return stateSerFlush;
     }
+    std::array<char, sensorSerialNumberSize> serialNumber{};
+    validateSerialNumber(serialNumber.data(), port.rxBuffer);
+    if (hasPredecessor(handler) && strcmp(serialNumber.data(), handler->serialNumber) != 0) {
+        beginSuccessor(handler, SENSOR_IDENTITY(handler->sensorIdentity));
+    }
     SensorRecords_storeSerialNumber(recordsOf(handler), port.rxBuffer);
-    setReady(handler);
+    setReadyOnceIdentified(handler);
     return stateSerFwd;
 }
 
@@ -126,6 +172,9 @@ sensorSerCommState forwardState(SERIAL_HANDLER_DATA_STRUCT* handler) {
 sensorSerCommState reflectedState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     const uint32_t port = portOf(handler);
     const bool isRead = measure(handler, "R", &SENSOR_MEASUREMENTS::rflPwrVal, true);
+    if (isRead) {
+        setReadyOnceRead(handler);
+    }
     // A forward reading is announced even if the reflected one of the same cycle is missing
     // (docs/compatibility.md: reading-without-reflected).
     if (newMeasurementIsAvailable[port]) {
@@ -174,21 +223,12 @@ void openPort(SERIAL_PORT_DATA_STRUCT* port) {
 void beginConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     sensorSerialHandler_resetSensorInformation(handler);
     handler->isInitialized = false;
+    handler->awaitsReading = false;
     setStatus(handler, notReady);
     handler->sensorState = stateSerFlush;
     handler->serialPort.portState = sensorPortConnected;
     SensorPortSignals_setServedConnection(portOf(handler), connection);
     Thread_sleep_ms(sensorSettlingPause_ms);
-}
-
-/// Talks to one sensor from its plugging to its pulling. A sensor that was replaced while a step
-/// was waiting is noticed by the connection's number.
-void serveConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
-    beginConnection(handler, connection);
-    while (SensorPortSignals_isSameConnection(portOf(handler), connection)) {
-        sensorSerialHandler_handleSensorStates(handler);
-    }
-    handler->serialPort.portState = sensorPortDisconnected;
 }
 
 } // namespace
@@ -208,8 +248,18 @@ void sensorSerialHandlerThread(SERIAL_HANDLER_DATA_STRUCT* handler) {
     openPort(&handler->serialPort);
     const uint32_t port = portOf(handler);
     for (;;) {
-        serveConnection(handler, SensorPortSignals_waitUntilConnected(port));
+        const uint32_t connection = SensorPortSignals_waitUntilConnected(port);
+        sensorSerialHandler_serveConnection(handler, connection);
     }
+}
+
+void sensorSerialHandler_serveConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
+    beginConnection(handler, connection);
+    // A sensor that was replaced while a step was waiting is noticed by the connection's number.
+    while (SensorPortSignals_isSameConnection(portOf(handler), connection)) {
+        sensorSerialHandler_handleSensorStates(handler);
+    }
+    handler->serialPort.portState = sensorPortDisconnected;
 }
 
 void sensorSerialHandler_handleSensorStates(SERIAL_HANDLER_DATA_STRUCT* handler) {

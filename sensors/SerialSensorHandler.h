@@ -35,6 +35,7 @@ struct SERIAL_PORT_DATA_STRUCT {
 struct SERIAL_HANDLER_DATA_STRUCT : SENSOR_HANDLER_RECORD {
     // Of the handler's thread alone.
     sensorSerCommState sensorState;
+    bool awaitsReading; ///< replaces a sensor that was ready, and has not been read yet
     SERIAL_PORT_DATA_STRUCT serialPort;
 };
 
@@ -50,6 +51,9 @@ void sensorSerialHandler_resetSensorInformation(SERIAL_HANDLER_DATA_STRUCT* hand
 /// The thread's body; never returns. A device that cannot be opened is reported once, and the
 /// thread goes on regardless.
 void sensorSerialHandlerThread(SERIAL_HANDLER_DATA_STRUCT* handler);
+
+/// Serves one sensor from its plugging to its pulling.
+void sensorSerialHandler_serveConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection);
 
 /// One step of the protocol. A failed command leads back to stateSerFlush.
 void sensorSerialHandler_handleSensorStates(SERIAL_HANDLER_DATA_STRUCT* handler);

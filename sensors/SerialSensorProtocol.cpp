@@ -20,7 +20,8 @@ constexpr uint32_t measurementLimit_ms = 500;
 constexpr uint32_t memoryLimit_ms = 500;
 constexpr uint32_t flushLimit_ms = 2000;
 constexpr uint32_t flushPause_ms = 250;
-constexpr uint32_t quietLine_ms = 1000;
+/// Bytes of one reply follow each other; at 9600 baud every millisecond.
+constexpr uint32_t byteGap_ms = 100;
 /// Pause after a read that a hung-up line answered at once with nothing.
 constexpr uint32_t deadLinePause_ms = 100;
 
@@ -71,6 +72,34 @@ int readOrPause(int fd, Line state, char* buffer, int length, uint32_t limit_ms)
     return count;
 }
 
+/// How long a reply may take. One that has begun is read on beyond its limit as long as its bytes
+/// follow each other: a line delivers them one by one.
+struct ReplyLimits {
+    uint32_t begin_ms; ///< until its first byte
+    uint32_t whole_ms; ///< until its last one
+};
+
+int receive(int fd, char* buffer, int length, const ReplyLimits& limits) {
+    memset(buffer, 0, static_cast<size_t>(length));
+    const uint32_t start = getTime_ms();
+    int count = 0;
+    while (count < length) {
+        const uint32_t left = remaining_ms(start, limits.whole_ms);
+        const uint32_t patience =
+            count == 0 ? remaining_ms(start, limits.begin_ms) : std::max(left, byteGap_ms);
+        const Line state = waitForLine(fd, patience);
+        if (state == Line::quiet) {
+            break;
+        }
+        const int added = readOrPause(fd, state, buffer + count, length - count, left);
+        if (added == 0 && remaining_ms(start, limits.whole_ms) == 0) {
+            break;
+        }
+        count += added;
+    }
+    return count;
+}
+
 uint32_t wordAt(const char* bytes) {
     uint32_t word = 0;
     for (int index = 0; index < measurementSize; ++index) {
@@ -85,7 +114,7 @@ bool flushSensorBuffer(int fd, char* buffer) {
     const uint32_t start = getTime_ms();
     Thread_sleep_ms(flushPause_ms);
     // A line that reports an error at once is taken for quiet: the sync that follows waits.
-    while (waitForLine(fd, quietLine_ms) == Line::readable &&
+    while (waitForLine(fd, serialReadTimeout_ms) == Line::readable &&
            serial_gets(fd, buffer, flushReadSize) > 0) {
         if (remaining_ms(start, flushLimit_ms) == 0) {
             return false;
@@ -95,21 +124,9 @@ bool flushSensorBuffer(int fd, char* buffer) {
 }
 
 int waitForSensorResponse(int fd, char* buffer, int length, uint32_t timeout_ms) {
-    memset(buffer, 0, static_cast<size_t>(length));
-    const uint32_t start = getTime_ms();
-    int count = 0;
-    while (count < length) {
-        const Line state = waitForLine(fd, remaining_ms(start, timeout_ms));
-        if (state == Line::quiet) {
-            break;
-        }
-        count +=
-            readOrPause(fd, state, buffer + count, length - count, remaining_ms(start, timeout_ms));
-        if (remaining_ms(start, timeout_ms) == 0) {
-            break;
-        }
-    }
-    return count;
+    // A read that has begun within the limit blocks for its own time.
+    const uint32_t reads = (timeout_ms + serialReadTimeout_ms - 1) / serialReadTimeout_ms;
+    return receive(fd, buffer, length, {reads * serialReadTimeout_ms, timeout_ms});
 }
 
 bool handleCommandS(int fd, char* buffer) {
@@ -125,7 +142,8 @@ bool handleCommandI(int fd, char* buffer) {
 }
 
 bool handleCommandZ(int fd, char* buffer, uint8_t firstAddress, uint32_t count) {
-    waitForSensorResponse(fd, buffer, static_cast<int>(serialNumberCount), memoryLimit_ms);
+    // What is pending is discarded.
+    receive(fd, buffer, static_cast<int>(serialNumberCount), {memoryLimit_ms, memoryLimit_ms});
     bool hasAnswered = false;
     uint32_t length = 0;
     for (uint32_t index = 0; index < std::min(count, maxMemoryRead); ++index) {

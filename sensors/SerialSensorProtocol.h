@@ -18,9 +18,13 @@ constexpr uint32_t serialNumberCount = 9;
 /// coming for two. Takes 250 ms at least.
 bool flushSensorBuffer(int fd, char* buffer);
 
-/// Clears `length` bytes of the buffer and reads until they are full or the time is over. Returns
-/// the count; read errors add nothing.
+/// Clears `length` bytes of the buffer and reads until they are full or the time is over. The read
+/// that is under way then still has its second (serialReadTimeout_ms) for a reply to begin, and a
+/// reply that has begun is read on while its bytes are less than 100 ms apart. Returns the count;
+/// read errors add nothing.
 int waitForSensorResponse(int fd, char* buffer, int length, uint32_t timeout_ms);
+
+// The time limits of the commands are those of waitForSensorResponse.
 
 /// Sync: true when the last byte received within 500 ms is 'S'.
 bool handleCommandS(int fd, char* buffer);

@@ -47,8 +47,10 @@ void queueReply(SerialPortPlayer& player, std::string reply, int64_t asked_ns) {
         reply.resize(reply.size() / 2);
         player.unplugAfterReply = true;
     }
-    int64_t due =
-        player.fromSensor.empty() ? asked_ns : std::max(asked_ns, player.fromSensor.back().due_ns);
+    int64_t due = asked_ns + static_cast<int64_t>(player.sensor->latency_s * 1e9);
+    if (!player.fromSensor.empty()) {
+        due = std::max(due, player.fromSensor.back().due_ns);
+    }
     for (const char byte : reply) {
         due += byteTime_ns(player);
         player.fromSensor.push_back({due, byte});

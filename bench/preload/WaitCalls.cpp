@@ -1,9 +1,11 @@
 // The C library's calls that wait, interposed: at the bench's speed, and until the bench's time.
 
 #include "NextFunction.h"
+#include "PreloadWorld.h"
 #include "WorldClock.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -93,6 +95,30 @@ int realTimeout_ms(const BenchClockReading& clock, int timeout_ms) {
     return static_cast<int>(std::min<int64_t>((real_ns + 999'999) / 1'000'000, INT_MAX));
 }
 
+NextFunction<int(pollfd*, nfds_t, int)> nextPoll("poll");
+
+/// Tells until when nothing happens, at most until the end of a wait.
+using WaitPlayer = int64_t (*)(int64_t end_ns);
+std::atomic<WaitPlayer> waitPlayer{nullptr};
+
+/// A wait for descriptors that takes no real time: as long as nothing is there, the clocks jump to
+/// where the player lets something happen, or to the end.
+int pollAtOnce(pollfd* files, nfds_t count, int timeout_ms, WaitPlayer player) {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const int64_t end_ns = WorldClock_ns(now) + timeout_ms * int64_t{1'000'000};
+    for (;;) {
+        const int result = nextPoll(files, count, 0);
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        if (result != 0 || WorldClock_ns(now) >= end_ns) {
+            return result;
+        }
+        const int64_t moment_ns = std::min(player(end_ns), end_ns);
+        BenchClock_advance(PreloadWorld_folder(),
+                           std::max<int64_t>(moment_ns - WorldClock_ns(now), 0));
+    }
+}
+
 timeval realTimeval(const BenchClockReading& clock, const timeval& time) {
     constexpr int64_t nanosecondsPerMicrosecond = 1000;
     const int64_t real_ns = WorldClock_realWait_ns(
@@ -141,14 +167,23 @@ unsigned sleep(unsigned wait_s) {
 }
 
 int poll(pollfd* files, nfds_t count, int timeout_ms) {
-    static NextFunction<int(pollfd*, nfds_t, int)> nextPoll("poll");
     static NextFunction<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll("ppoll");
+    const WaitPlayer player = waitPlayer.load();
+    if (player != nullptr && timeout_ms > 0) {
+        return pollAtOnce(files, count, timeout_ms, player);
+    }
     const BenchClockReading clock = WorldClock_read();
     if (clock.speed == 1.0) {
         return nextPoll(files, count, timeout_ms);
     }
     timespec real{};
     return nextPpoll(files, count, realTimeout(clock, timeout_ms, real), nullptr);
+}
+
+// Lets the waits of this process in poll take no real time; null ends it. The player may let
+// something happen at the moment that it returns: it is there when the clocks are.
+void quorvelbench_playWaits(WaitPlayer player) {
+    waitPlayer.store(player);
 }
 
 int __poll_chk(pollfd* files, nfds_t count, int timeout_ms, size_t) {

@@ -37,13 +37,17 @@ std::string padded(std::string text, size_t length, char with) {
 
 using Key = SensorKey<Sensor513x>;
 
-constexpr std::array<Key, 6> keys{{
+constexpr std::array<Key, 7> keys{{
     {"current",
      [](Sensor513x& sensor, const TypedValue& value) {
          return TypedValue_toNumber(value, BenchText_number, &sensor.current_mA);
      }},
     {"boot", [](Sensor513x& sensor,
                 const TypedValue& value) { return TypedValue_toDuration(value, &sensor.boot_s); }},
+    {"latency",
+     [](Sensor513x& sensor, const TypedValue& value) {
+         return TypedValue_toDuration(value, &sensor.latency_s);
+     }},
     {"model",
      [](Sensor513x& sensor, const TypedValue& value) {
          return TypedValue_toText(value, modelLength, &sensor.modelText);

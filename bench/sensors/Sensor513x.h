@@ -50,6 +50,7 @@ struct Sensor513x {
     SensorInput input;
     double current_mA;
     double boot_s;          ///< silent this long after it was plugged in
+    double latency_s;       ///< from a command to the first byte of its reply
     std::string unfinished; ///< bytes of a memory command that is not whole yet
     int64_t lastByte_ns;    ///< a memory command that stays unfinished is forgotten
     uint32_t noise;         ///< state of the noise fault

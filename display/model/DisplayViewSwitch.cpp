@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A refresh has room for the longest label on every CW screen, whatever it was bound with.
+/// A refresh has room for the longest label on every screen, whatever it was bound with.
 constexpr uint32_t fullLabelLength = 30;
 
 /// Before the screens register, every operation does nothing.
@@ -113,9 +113,8 @@ SENSOR_MEASUREMENTS DisplayViewSwitch_refresh(const CSensorDisplayFSM* instance)
     const ScreenContainerRow& shown = SensorDisplayState_container(instance);
     const GtkSensorInstance screen = shown.screens[instance->display];
     const bool isPulse = shown.use == ScreenUse::pulse;
-    if (!isPulse) {
-        view.setSensorLabel(screen, fullLabelLength);
-    }
+    // What stands there may be of a sensor that was replaced without leaving the display.
+    view.setSensorLabel(screen, fullLabelLength);
     view.updateScale(screen);
     const SENSOR_MEASUREMENTS measurements =
         sensorPortHandler_getSensorMeasurements(instance->port);

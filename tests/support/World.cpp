@@ -184,6 +184,11 @@ void World_skipSleeps(bool skips) {
     BenchClock_skipSleeps(World_folder().c_str(), skips);
 }
 
+void World_playWaits(int64_t (*player)(int64_t end_ns)) {
+    using Register = void(int64_t(*)(int64_t));
+    reinterpret_cast<Register*>(dlsym(RTLD_DEFAULT, "quorvelbench_playWaits"))(player);
+}
+
 bool World_fail(WorldFault fault, const std::string& instrumentPath, int error) {
     const auto kind = static_cast<BenchFault>(static_cast<uint32_t>(fault) + 1);
     return BenchFaults_add(World_folder().c_str(), kind, instrumentPath, error);

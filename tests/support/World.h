@@ -60,6 +60,12 @@ void World_setSpeed(double factor);
 /// For prescribed pauses; waits for something that may come sooner still take their time.
 void World_skipSleeps(bool skips);
 
+/// Lets a wait in poll of this process take no real time, too, while nothing is there: the clocks
+/// advance to its end, or to the moment before it at which the player lets something happen. The
+/// player is called with the end, returns that moment or the end, and is not asked any more once
+/// it is null.
+void World_playWaits(int64_t (*player)(int64_t end_ns));
+
 /// What can fail in a world, on an instrument path and below or beside it.
 enum class WorldFault {
     open,   ///< opening fails, for reading as well (EMFILE, EACCES, ...)

@@ -131,6 +131,34 @@ TEST_F(HotPlug, ExactlyTheThresholdOfSupplyCurrentIsNoSensor) {
     EXPECT_TRUE(shows("single.fwd.value", "  4.000"));
 }
 
+TEST_F(HotPlug, ASensorThatAnswersLateButBeginsInTimeMeasures) {
+    start();
+    plugFirst("serial1", "SMK fwd=9 latency=700ms");
+    EXPECT_TRUE(shows("single.title", "SMK-250: "));
+    EXPECT_TRUE(measures("serial1", "single.fwd.value"));
+}
+
+TEST_F(HotPlug, ASensorThatIsExchangedBetweenTwoPollsIsShownWithItsOwnReading) {
+    start();
+    plugFirst("serial1", "5132 fwd=25");
+    const uint64_t before = lastEntry("serial1");
+    ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
+    plug("serial1", "5134 fwd=9");
+    bool isMixed = false;
+    const auto isNewThere = [&] {
+        const auto title = Bench_widget(bench, "single.title");
+        const auto value = Bench_widget(bench, "single.fwd.value");
+        const bool hasOldValue = value && value->isVisible && value->text == "  25.00";
+        isMixed = isMixed || (hasOldValue && title && title->text.starts_with("5134"));
+        answerIfAsked(); // detection may have seen the gap
+        return value && value->isVisible && value->text == "  9.000";
+    };
+    EXPECT_TRUE(Bench_waitUntil(isNewThere, readingLimit_ms));
+    EXPECT_TRUE(waitForLog("serial1", before, "-> 49  I"));
+    EXPECT_TRUE(shows("single.title", "5134: 513400203"));
+    EXPECT_FALSE(isMixed);
+}
+
 TEST_F(HotPlug, ModelsWithoutSerialNumberAreShownWithoutOne) {
     const struct {
         const char* model;

@@ -184,6 +184,24 @@ TEST_F(UsbSensor, ThePulseScreenShowsWhatTheSensorMeasures) {
     EXPECT_TRUE(shows("pulse.valueGatedMin", "  80.00"));
 }
 
+TEST_F(UsbSensor, APulseScreenHasTheNameOfTheSensorThatCameUpOnIt) {
+    startFast({}, "sensorPulseMode 1\n");
+    plug("usb1", "3164 fwd=25 period=1ms width=250us");
+    ASSERT_TRUE(chooseChannel(1));
+    plug("usb2", "3164 fwd=4 period=1ms width=250us serial=999888777");
+    ASSERT_TRUE(becomesVisible("3164: 999888777", true, readingLimit_ms)); // its title
+    // It is replaced before detection can look, and the other one is pulled while it comes up.
+    ASSERT_TRUE(Bench_do(bench, std::string("set usb2") + stillBooting));
+    const uint64_t before = lastEntry("usb2");
+    ASSERT_TRUE(Bench_do(bench, "replug usb2 0s"));
+    ASSERT_TRUE(waitForLog("usb2", before, "-> *RST"));
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    ASSERT_TRUE(shows("pulse.btnTitle.text", "Connecting..."));
+    ASSERT_TRUE(comesUp("usb2"));
+    EXPECT_TRUE(shows("pulse.btnTitle.text", "3164: 999888777", readingLimit_ms));
+    EXPECT_TRUE(shows("pulse.valueFwd", "  4.000", readingLimit_ms));
+}
+
 TEST_F(UsbSensor, AQuestionablePulseBlanksThePulseReadings) {
     startFast({}, "sensorPulseMode 1\n");
     plug("usb1", "3164 fwd=25 period=1ms width=250us");

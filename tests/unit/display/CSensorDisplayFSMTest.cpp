@@ -331,6 +331,21 @@ TEST_F(DisplayFsm, PulseReadingsGoToThePulseScreens) {
     expectScreen(LowerDisplay, gtkSensorDualPulseChannel2);
 }
 
+TEST_F(DisplayFsm, EveryRefreshWritesTheSensorsNameInPulseModeToo) {
+    for (const bool isPulse : {false, true}) {
+        configuration_setPulseMode(isPulse);
+        plugAndMeasure(sensorPort_USB1, 0, 1.0F);
+        RecordedScreen& screen =
+            viewRecord.screens[isPulse ? gtkSensorSinglePulse : gtkSensorSingleChannel1];
+        screen.labels = 0;
+        screen.labelLength = 0;
+        CSensorDisplayFSM_updateMeasurements(sensorPort_USB1);
+        EXPECT_EQ(screen.labels, 1U) << isPulse;
+        EXPECT_EQ(screen.labelLength, 30U) << isPulse;
+        CSensorDisplayFSM_disconnect(sensorPort_USB1);
+    }
+}
+
 TEST_F(DisplayFsm, GraphRequestsAreIgnoredInPulseAndTheGraphFollowsTheSettingAfterwards) {
     plugAndMeasure(sensorPort_USB1, 0, 1.0F);
     CSensorDisplayFSM_setPulse();

@@ -57,6 +57,7 @@ void bindScreen(GtkSensorInstance screen, SensorDisplayInstance_t display, uint3
 
 void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
     viewRecord.screens[screen].labelLength = maxLength;
+    viewRecord.screens[screen].labels += 1;
 }
 
 void clearValues(GtkSensorInstance screen) {

@@ -18,6 +18,7 @@ struct RecordedScreen {
     uint32_t displayIndex; ///< of the last binding
     uint32_t port;         ///< of the last binding
     uint32_t labelLength;  ///< of the last sensor label
+    uint32_t labels;       ///< how often it was written
     uint32_t bindings;
     uint32_t scaleUpdates;
     uint32_t graphUpdates;

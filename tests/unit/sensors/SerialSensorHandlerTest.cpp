@@ -1,7 +1,7 @@
 #include "SerialSensorHandler.h"
 
-#include "Channel.h"
 #include "PortHandlers.h"
+#include "SensorLine.h"
 #include "SensorPortHandler.h"
 #include "SerialSensorModel.h"
 #include "Terminal.h"
@@ -26,12 +26,11 @@ protected:
     SerialSensor() {
         handler.serialPort.channelIndex = 1;
         sensorSerialHandler_initSensorData(&handler, "test line");
-        handler.serialPort.fd = channel.fd();
+        handler.serialPort.fd = line.fd();
         signalled = 0;
         sensorPortHandler_registerReadingListener([] { ++signalled; });
     }
     ~SerialSensor() override {
-        World_setSpeed(1);
         sensorPortHandler_registerReadingListener(nullptr);
     }
     sensorSerCommState step(sensorSerCommState state) {
@@ -39,10 +38,15 @@ protected:
         sensorSerialHandler_handleSensorStates(&handler);
         return handler.sensorState;
     }
+    /// From the identity to the first reading.
+    void readAll() {
+        for (const auto state : {stateSerIdentify, stateSerSerialNum, stateSerFwd, stateSerRfl}) {
+            step(state);
+        }
+    }
 
     SerialSensorModel sensor;
-    Channel channel{SOCK_STREAM,
-                    [this](const std::string& command) { return sensor.answer(command); }};
+    SensorLine line{[this](const std::string& command) { return sensor.answer(command); }};
     SERIAL_HANDLER_DATA_STRUCT handler{};
 };
 
@@ -65,7 +69,6 @@ constexpr Transition transitions[] = {
 };
 
 TEST_F(SerialSensor, EachStateLeadsOnAfterItsCommandSucceeded) {
-    World_setSpeed(5);
     for (const Transition& one : transitions) {
         EXPECT_EQ(step(one.state), one.afterSuccess) << one.state;
     }
@@ -73,7 +76,6 @@ TEST_F(SerialSensor, EachStateLeadsOnAfterItsCommandSucceeded) {
 }
 
 TEST_F(SerialSensor, EachStateLeadsBackToTheFlushAfterItsCommandFailed) {
-    World_setSpeed(100); // nothing is answered that could come too late
     for (const Transition& one : transitions) {
         sensor.replace(one.letter, "");
         EXPECT_EQ(step(one.state), one.afterFailure) << one.state;
@@ -85,25 +87,21 @@ TEST_F(SerialSensor, AStateWithoutAnActionLeadsToTheFlush) {
     for (const int state : {0, -1, 10, 11, 255, 100000}) {
         EXPECT_EQ(step(static_cast<sensorSerCommState>(state)), stateSerFlush) << state;
     }
-    EXPECT_TRUE(channel.commands().empty());
+    EXPECT_TRUE(line.allCommands().empty());
 }
 
-TEST_F(SerialSensor, AFlushThatFailsIsRepeated) {
-    World_setSpeed(4); // a silence of a quarter of a second is still none
-    std::atomic<bool> isOver = false;
-    std::thread chatter([&] {
-        while (!isOver) {
-            channel.send("x");
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-    });
-    EXPECT_EQ(step(stateSerFlush), stateSerFlush);
-    isOver = true;
-    chatter.join();
+TEST(SerialSensorFlush, IsRepeatedWhileTheSensorKeepsTalking) {
+    SERIAL_HANDLER_DATA_STRUCT handler{};
+    const SensorLine line(SensorLine_bytes(std::string(30, 'x'), 0, 100));
+    handler.serialPort.fd = line.fd();
+    handler.sensorState = stateSerFlush;
+    sensorSerialHandler_handleSensorStates(&handler);
+    EXPECT_EQ(handler.sensorState, stateSerFlush);
+    sensorSerialHandler_handleSensorStates(&handler);
+    EXPECT_EQ(handler.sensorState, stateSerInitialSync) << "it has ended after three seconds";
 }
 
 TEST_F(SerialSensor, ASensorThatSyncsWithAnotherByteNeverGetsBeyondSyncAndFlush) {
-    World_setSpeed(10);
     sensor.replace('S', "s");
     sensorSerCommState state = stateSerFlush;
     for (int count = 0; count < 6; ++count) {
@@ -136,7 +134,6 @@ TEST_F(SerialSensor, ModelsWithoutASerialNumberAreReadyOnceIdentified) {
 }
 
 TEST_F(SerialSensor, IsReadyOnceItsSerialNumberHasBeenRead) {
-    World_setSpeed(5);
     step(stateSerSerialNum);
     EXPECT_STREQ(handler.serialNumber, "200201170");
     EXPECT_TRUE(handler.isInitialized);
@@ -145,19 +142,73 @@ TEST_F(SerialSensor, IsReadyOnceItsSerialNumberHasBeenRead) {
 
 TEST_F(SerialSensor, TwentyReadingsOfTheSerialNumberLeaveItUnchanged) {
     for (int count = 0; count < 20; ++count) {
-        channel.send("no digits"); // what is pending is not waited for
+        line.send("no digits"); // what is pending is not waited for
         step(stateSerSerialNum);
         EXPECT_STREQ(handler.serialNumber, "200201170");
     }
 }
 
 TEST_F(SerialSensor, StaysReadyThroughAResynchronisation) {
-    World_setSpeed(5);
     step(stateSerSerialNum);
     sensor.replace('F', "");
     EXPECT_EQ(step(stateSerFwd), stateSerFlush);
     EXPECT_TRUE(handler.isInitialized);
     EXPECT_EQ(handler.sensorStatus.status, isReady);
+}
+
+struct Successor {
+    const char* model;
+    const char* serialNumber; ///< in its memory
+    const char* title;        ///< the one that is told
+    sensorSerCommState identifiedIn;
+};
+
+TEST_F(SerialSensor, ASensorExchangedBetweenTwoPollsIsReadyWithItsOwnReading) {
+    const Successor cases[] = {
+        {"5134", "123456789", "123456789", stateSerIdentify},  // another model
+        {"5134", "987654321", "987654321", stateSerSerialNum}, // another of the same model
+        {"SMK", "987654321", "", stateSerIdentify},            // a model without a serial number
+        {"5132", "200201170", "200201170", stateSerIdentify},
+    };
+    readAll();
+    EXPECT_TRUE(handler.isInitialized);
+    for (const Successor& one : cases) {
+        sensor.setModel(one.model);
+        sensor.setSerialNumber(one.serialNumber);
+        for (sensorSerCommState state = stateSerIdentify; state != stateSerFwd;) {
+            const bool isSeen = state >= one.identifiedIn;
+            state = step(state);
+            EXPECT_EQ(handler.sensorStatus.status, isSeen ? notReady : isReady) << one.title;
+            EXPECT_EQ(std::isnan(handler.sensorMeasurements.fwdPwrVal), isSeen) << one.title;
+        }
+        EXPECT_STREQ(handler.sensorIdentity.sensorModel, one.model);
+        EXPECT_STREQ(handler.serialNumber, one.title);
+        step(stateSerFwd);
+        EXPECT_EQ(handler.sensorStatus.status, notReady) << one.title;
+        step(stateSerRfl);
+        EXPECT_EQ(handler.sensorStatus.status, isReady) << one.title;
+        EXPECT_TRUE(handler.isInitialized);
+    }
+}
+
+TEST_F(SerialSensor, ASuccessorThatIsExchangedBeforeItsFirstReadingLeavesNoSerialNumberBehind) {
+    readAll();
+    sensor.setModel("5134");
+    sensor.setSerialNumber("123456789");
+    step(stateSerIdentify);
+    step(stateSerSerialNum);
+    sensor.setModel("SMK");
+    EXPECT_EQ(step(stateSerIdentify), stateSerFwd);
+    EXPECT_STREQ(handler.serialNumber, "");
+    EXPECT_EQ(handler.sensorStatus.status, notReady);
+}
+
+TEST_F(SerialSensor, TheSameSensorKeepsItsReadingsWhenItIsIdentifiedAgain) {
+    readAll();
+    EXPECT_EQ(step(stateSerIdentify), stateSerSerialNum);
+    EXPECT_EQ(step(stateSerSerialNum), stateSerFwd);
+    EXPECT_EQ(handler.sensorStatus.status, isReady);
+    EXPECT_EQ(handler.sensorMeasurements.fwdPwrVal, 9.0F);
 }
 
 TEST_F(SerialSensor, ForwardReplyOfThreeStoresNineWatts) {
@@ -178,7 +229,6 @@ TEST_F(SerialSensor, FrequencyAndTemperatureAreStoredAsTheyCome) {
 }
 
 TEST_F(SerialSensor, AFailedReadingLeavesTheLastValue) {
-    World_setSpeed(5);
     for (const Transition& one : transitions) {
         step(one.state);
     }
@@ -219,7 +269,6 @@ TEST_F(SerialSensor, AReadingBeginsBeforeItsForwardPowerIsAskedFor) {
 }
 
 TEST_F(SerialSensor, AReadingIsSignalledEvenIfTheReflectedOneFails) {
-    World_setSpeed(5);
     sensor.replace('R', "");
     step(stateSerFwd);
     EXPECT_EQ(step(stateSerRfl), stateSerFlush);
@@ -227,7 +276,6 @@ TEST_F(SerialSensor, AReadingIsSignalledEvenIfTheReflectedOneFails) {
 }
 
 TEST_F(SerialSensor, NothingIsSignalledWithoutAForwardReading) {
-    World_setSpeed(5);
     sensor.replace('F', "");
     step(stateSerFwd);
     EXPECT_FALSE(newMeasurementIsAvailable[sensorPort_Serial2]);
@@ -246,8 +294,14 @@ TEST_F(SerialSensor, TheMeasuringCycleIsTimedFromForwardToSync) {
     EXPECT_LT(handler.measCycle_time_ms, 2000);
 }
 
+TEST_F(SerialSensor, IsLeftAloneForATenthOfASecondAfterItsPlugging) {
+    EXPECT_TRUE(line.clock().takes(100, [this] {
+        sensorSerialHandler_serveConnection(&handler,
+                                            0); // of a sensor that has been pulled already
+    }));
+}
+
 TEST_F(SerialSensor, ForgettingASensorLeavesTheDefaults) {
-    World_setSpeed(5);
     for (const Transition& one : transitions) {
         step(one.state);
     }
@@ -317,7 +371,7 @@ bool hasReading(uint32_t port, float forward_W) {
 
 /// The handlers' threads never end, so that one test plays all of their life.
 TEST(SerialSensorThreads, ServeEachSensorFromItsPluggingToItsPulling) {
-    World_setSpeed(1); // a raced clock lets a busy machine's replies come too late
+    World_setSpeed(2); // at a faster pace a busy machine's replies come too late
     World_removeFile("/dev/ttyS2");
     World_clearSyslog();
     TerminalSensor terminal("/dev/ttyS1");

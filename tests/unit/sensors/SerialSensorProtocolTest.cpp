@@ -1,7 +1,7 @@
 #include "SerialSensorProtocol.h"
 
-#include "Channel.h"
 #include "SensorFloat.h"
+#include "SensorLine.h"
 #include "SensorRecords.h"
 #include "SerialSensorModel.h"
 #include "World.h"
@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <ctime>
 #include <sys/socket.h>
 
@@ -26,23 +25,9 @@ std::string identityReply(const std::string& model, const std::string& commands 
     return sensor.answer("I");
 }
 
-Channel::Answer always(const std::string& reply) {
+SensorLine::Answer always(const std::string& reply) {
     return [reply](const std::string&) { return reply; };
 }
-
-/// Lets a test that waits for time to run out do so quickly. An answer that is in time on a machine
-/// that is busy, too, wants the real clock.
-class Hurry {
-public:
-    Hurry() {
-        World_setSpeed(10);
-    }
-    ~Hurry() {
-        World_setSpeed(1);
-    }
-    Hurry(const Hurry&) = delete;
-    Hurry& operator=(const Hurry&) = delete;
-};
 
 int64_t threadTime_ms() {
     timespec time{};
@@ -85,84 +70,154 @@ TEST(SerialSensorProtocol, EachCommandSendsItsLetterAndChecksItsReply) {
         {"temperature", temperature, "T", SensorFloat_bytes(3), true},
     };
     for (const CommandCase& one : cases) {
-        const Channel channel(SOCK_STREAM, always(one.reply));
-        World_setSpeed(one.succeeds ? 1 : 10);
+        SensorLine line(always(one.reply));
         Buffer buffer{};
-        EXPECT_EQ(one.run(channel.fd(), buffer.data()), one.succeeds) << one.legend;
-        EXPECT_EQ(channel.allCommands(), one.sent) << one.legend;
+        EXPECT_EQ(one.run(line.fd(), buffer.data()), one.succeeds) << one.legend;
+        EXPECT_EQ(line.allCommands(), one.sent) << one.legend;
     }
-    World_setSpeed(1);
+}
+
+bool askForward(int fd, char* buffer) {
+    return handleMeasCommand(fd, buffer, "F");
+}
+
+bool readMemory(int fd, char* buffer) {
+    return handleCommandZ(fd, buffer, 48, 1);
+}
+
+struct LimitCase {
+    const char* legend;
+    bool (*run)(int fd, char* buffer);
+    double onADeadLine_ms;
+    double onAQuietLine_ms;
+};
+
+TEST(SerialSensorProtocol, EachCommandHasItsTimeLimitAndARead) {
+    // A dead line shows the limit itself: on a quiet one the last read blocks for a second.
+    const LimitCase cases[] = {
+        {"sync", handleCommandS, 500, 1000},
+        {"identify", handleCommandI, 1000, 1000},
+        {"measurement", askForward, 500, 1000},
+        {"memory, and what is pending before", readMemory, 500 + 500, 500 + 1000},
+        {"flush", flushSensorBuffer, 250, 250 + 1000},
+    };
+    constexpr int noDescriptor = 9999;
+    for (const LimitCase& one : cases) {
+        Buffer buffer{};
+        const SensorLine line(always(""));
+        EXPECT_TRUE(line.clock().takes(one.onADeadLine_ms, [&] {
+            one.run(noDescriptor, buffer.data());
+        })) << one.legend;
+        EXPECT_TRUE(line.clock().takes(one.onAQuietLine_ms, [&] {
+            one.run(line.fd(), buffer.data());
+        })) << one.legend;
+    }
+}
+
+struct LateCase {
+    const char* legend;
+    bool (*run)(int fd, char* buffer);
+    std::vector<LineByte> bytes;
+    bool succeeds;
+    double time_ms;
+};
+
+std::vector<LineByte> withLast(std::vector<LineByte> bytes, double at_ms) {
+    bytes.back().at_ms = at_ms;
+    return bytes;
+}
+
+TEST(SerialSensorProtocol, AReplyThatBeginsInTimeIsReadToItsEnd) {
+    const std::string identity = identityReply("5132");
+    const std::string number = SensorFloat_bytes(3);
+    const LateCase cases[] = {
+        {"begins within the read", handleCommandS, {{990, 'S'}}, true, 990},
+        {"begins behind it", handleCommandS, {{1010, 'S'}}, false, 1000},
+        {"a late forward", askForward, SensorLine_bytes(number, 700, 1), true, 703},
+        {"a late identity", handleCommandI, SensorLine_bytes(identity, 980, 1), true, 1019},
+        {"a slow one", askForward, SensorLine_bytes(number, 480, 95), true, 765},
+        {"a gap behind the limit", askForward, SensorLine_bytes(number, 480, 105), false, 580},
+        {"a gap before it", askForward, withLast(SensorLine_bytes(number, 0, 1), 490), true, 490},
+        {"a gap over it", askForward, withLast(SensorLine_bytes(number, 0, 1), 510), false, 500},
+        {"in the identity", handleCommandI, withLast(SensorLine_bytes(identity, 0, 1), 990), true,
+         990},
+        {"over its limit", handleCommandI, withLast(SensorLine_bytes(identity, 0, 1), 1010), false,
+         1000},
+    };
+    for (const LateCase& one : cases) {
+        const SensorLine line(one.bytes);
+        Buffer buffer{};
+        bool succeeds = false;
+        EXPECT_TRUE(line.clock().takes(one.time_ms, [&] {
+            succeeds = one.run(line.fd(), buffer.data());
+        })) << one.legend;
+        EXPECT_EQ(succeeds, one.succeeds) << one.legend;
+    }
+}
+
+TEST(SerialSensorProtocol, AFlushWaitsForASecondOfSilenceForTwoSecondsAtMost) {
+    const struct {
+        double last_ms; ///< bytes come every half second until then
+        bool succeeds;
+        double time_ms;
+    } cases[] = {{1000, true, 2000}, {1900, true, 2900}, {2500, false, 2000}};
+    for (const auto& one : cases) {
+        std::vector<LineByte> bytes;
+        for (double at_ms = 100; at_ms < one.last_ms; at_ms += 475) {
+            bytes.push_back({at_ms, 'x'});
+        }
+        bytes.push_back({one.last_ms, 'x'});
+        const SensorLine line(bytes);
+        Buffer buffer{};
+        bool succeeds = !one.succeeds;
+        EXPECT_TRUE(line.clock().takes(one.time_ms, [&] {
+            succeeds = flushSensorBuffer(line.fd(), buffer.data());
+        })) << one.last_ms;
+        EXPECT_EQ(succeeds, one.succeeds) << one.last_ms;
+    }
 }
 
 TEST(SerialSensorProtocol, AReplyThatTricklesInIsPutTogether) {
-    const Channel channel(SOCK_STREAM, always(""));
-    std::thread sensor([&channel] {
-        for (const char letter : "abcd"s) {
-            channel.send(std::string(1, letter));
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-    });
+    const SensorLine line(SensorLine_bytes("abcdx", 5, 5));
     Buffer buffer;
-    buffer.fill('x');
-    EXPECT_EQ(waitForSensorResponse(channel.fd(), buffer.data(), 4, 2000), 4);
-    EXPECT_EQ(std::string(buffer.data(), 5), "abcdx");
-    sensor.join();
+    buffer.fill('#');
+    EXPECT_EQ(waitForSensorResponse(line.fd(), buffer.data(), 4, 2000), 4);
+    EXPECT_EQ(std::string(buffer.data(), 5), "abcd#");
 }
 
 TEST(SerialSensorProtocol, AMissingReplyLeavesTheAskedLengthCleared) {
-    const Hurry hurry;
-    const Channel channel(SOCK_STREAM, always(""));
-    channel.send("a");
+    SensorLine line(always(""));
+    line.send("a");
     Buffer buffer;
     buffer.fill('x');
-    EXPECT_EQ(waitForSensorResponse(channel.fd(), buffer.data(), 4, 50), 1);
+    EXPECT_EQ(waitForSensorResponse(line.fd(), buffer.data(), 4, 50), 1);
     EXPECT_EQ(std::string(buffer.data(), 5), "a\0\0\0x"s);
 }
 
 TEST(SerialSensorProtocol, ALineOfNoUseIsWaitedForWithoutSpinning) {
-    Channel channel(SOCK_STREAM, always(""));
-    channel.hangUp();
-    World_setSpeed(5); // less time to wait, and as much that a spinning wait would use
-    for (const int fd : {channel.fd(), -1, 9999}) {
+    SensorLine line(always(""));
+    line.hangUp();
+    for (const int fd : {line.fd(), -1, 9999}) {
         Buffer buffer{};
-        const auto start = std::chrono::steady_clock::now();
         const int64_t used = threadTime_ms();
+        const double start_ms = StillClock::now_ms();
         EXPECT_EQ(waitForSensorResponse(fd, buffer.data(), 4, 500), 0) << fd;
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(490)) << fd;
+        EXPECT_GE(StillClock::now_ms() - start_ms, 499) << fd;
         EXPECT_LE(threadTime_ms() - used, 20) << fd;
         EXPECT_TRUE(flushSensorBuffer(fd, buffer.data())) << fd;
     }
-    World_setSpeed(1);
 }
 
 TEST(SerialSensorProtocol, AFlushDiscardsWhatIsPendingAndEndsOnAQuietLine) {
-    const Hurry hurry;
-    const Channel channel(SOCK_STREAM, always(""));
-    channel.send(std::string(100, 'x'));
+    SensorLine line(always(""));
+    line.send(std::string(100, 'x'));
     Buffer buffer{};
-    EXPECT_TRUE(flushSensorBuffer(channel.fd(), buffer.data()));
-    EXPECT_EQ(recv(channel.fd(), buffer.data(), buffer.size(), MSG_DONTWAIT), -1);
-}
-
-TEST(SerialSensorProtocol, AFlushFailsWhileTheSensorKeepsTalking) {
-    World_setSpeed(4); // a silence of a quarter of a second is still none
-    const Channel channel(SOCK_STREAM, always(""));
-    std::atomic<bool> isOver = false;
-    std::thread chatter([&] {
-        while (!isOver) {
-            channel.send("x");
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    });
-    Buffer buffer{};
-    EXPECT_FALSE(flushSensorBuffer(channel.fd(), buffer.data()));
-    isOver = true;
-    chatter.join();
-    World_setSpeed(1);
+    EXPECT_TRUE(flushSensorBuffer(line.fd(), buffer.data()));
+    EXPECT_EQ(recv(line.fd(), buffer.data(), buffer.size(), MSG_DONTWAIT), -1);
 }
 
 /// Answers memory reads from `memory`; addresses that it does not hold stay unanswered.
-Channel::Answer memory(const std::string& replies) {
+SensorLine::Answer memory(const std::string& replies) {
     return [replies](const std::string& command) -> std::string {
         const size_t index = (static_cast<uint8_t>(command.back()) - size_t{48}) * 2;
         return index + 2 <= replies.size() ? replies.substr(index, 2) : std::string();
@@ -170,48 +225,47 @@ Channel::Answer memory(const std::string& replies) {
 }
 
 TEST(SerialSensorProtocol, MemoryIsReadAddressByAddress) {
-    const Channel channel(SOCK_STREAM, memory("2\0000\0000\0002\0000\0001\0001\0007\0000\000"s));
+    SensorLine line(memory("2\0000\0000\0002\0000\0001\0001\0007\0000\000"s));
     Buffer buffer{};
-    EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
+    EXPECT_TRUE(handleCommandZ(line.fd(), buffer.data(), 48, 9));
     EXPECT_STREQ(buffer.data(), "200201170");
     std::string expected;
     for (char address = 48; address <= 56; ++address) {
         expected += "Z\x04"s + address;
     }
-    EXPECT_EQ(channel.allCommands(), expected);
+    EXPECT_EQ(line.allCommands(), expected);
 }
 
 TEST(SerialSensorProtocol, AMemoryCharacterWithASecondByteIsDropped) {
-    const Channel channel(SOCK_STREAM, memory("1\0002\0013\0004\1775\0006\0007\0008\0009\000"s));
+    SensorLine line(memory("1\0002\0013\0004\1775\0006\0007\0008\0009\000"s));
     Buffer buffer{};
-    EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
+    EXPECT_TRUE(handleCommandZ(line.fd(), buffer.data(), 48, 9));
     EXPECT_STREQ(buffer.data(), "1356789");
 }
 
 TEST(SerialSensorProtocol, AMemoryReadWithoutAnyCharacterStillSucceeds) {
-    const Channel channel(SOCK_STREAM, always("5\001"));
+    SensorLine line(always("5\001"));
     Buffer buffer{};
-    EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
+    EXPECT_TRUE(handleCommandZ(line.fd(), buffer.data(), 48, 9));
     std::array<char, 10> serialNumber{};
     validateSerialNumber(serialNumber.data(), buffer.data());
     EXPECT_STREQ(serialNumber.data(), "");
 }
 
 TEST(SerialSensorProtocol, PendingBytesStayWhenAMemoryReadStoresNoCharacter) {
-    const Channel channel(SOCK_STREAM, always("5\001"));
-    channel.send("12ab34cd5");
+    SensorLine line(always("5\001"));
+    line.send("12ab34cd5");
     Buffer buffer{};
-    EXPECT_TRUE(handleCommandZ(channel.fd(), buffer.data(), 48, 9));
+    EXPECT_TRUE(handleCommandZ(line.fd(), buffer.data(), 48, 9));
     std::array<char, 10> serialNumber{};
     validateSerialNumber(serialNumber.data(), buffer.data());
     EXPECT_STREQ(serialNumber.data(), "12345");
 }
 
 TEST(SerialSensorProtocol, AMemoryReadFailsWhenNoAddressAnswers) {
-    const Hurry hurry;
-    const Channel channel(SOCK_STREAM, always(""));
+    SensorLine line(always(""));
     Buffer buffer{};
-    EXPECT_FALSE(handleCommandZ(channel.fd(), buffer.data(), 48, 2));
+    EXPECT_FALSE(handleCommandZ(line.fd(), buffer.data(), 48, 2));
 }
 
 TEST(SerialSensorProtocol, MeasurementsArriveMostSignificantByteFirst) {
