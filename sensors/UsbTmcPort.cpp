@@ -1,5 +1,6 @@
 #include "UsbTmcPort.h"
 
+#include "CSimpleTimer.h"
 #include "Numbers.h"
 #include "RetryInterrupted.h"
 #include "Threads.h"
@@ -20,6 +21,8 @@ constexpr uint32_t askAgain_ms = 50;
 constexpr uint32_t afterTrigger_ms = 10;
 constexpr int triggerTries = 1200;
 constexpr int statusTries = 100;
+/// A sensor that has not answered for so long is lost, however many tries are left.
+constexpr uint32_t silenceLimit_ms = 30000;
 constexpr int dataOutOfRange = -222;
 /// No sensor keeps more errors than this, whatever count it claims.
 constexpr int mostErrors = 256;
@@ -105,15 +108,26 @@ enUSBTMCErrors statusOf(int32_t fd, char* buffer, ssize_t result) {
     return error < 0 ? usbtmc_sensorError : usbtmc_success;
 }
 
-/// Sends a question and reads until an answer is there or the tries are used up.
+/// True when it is of no use to ask on: the sensor has gone, or has been silent since `heard_ms`
+/// for too long.
+bool isGivenUp(uint32_t heard_ms) {
+    return isUnplugged || getTime_ms() - heard_ms >= silenceLimit_ms;
+}
+
+/// Asks and reads until an answer is there, the tries are used up or the sensor is given up. It is
+/// asked anew after a read that failed: the clear that followed has thrown the answer away.
 ssize_t askPatiently(int32_t fd, char* buffer, const char* question) {
-    ssize_t result = UsbTmcPort_Send(fd, question);
-    if (result <= 0) {
-        return result;
-    }
-    for (int count = 0; count < statusTries && !isUnplugged; ++count) {
+    const uint32_t begun_ms = getTime_ms();
+    ssize_t result = -1;
+    for (int count = 0; count < statusTries; ++count) {
+        if (result < 0) {
+            result = UsbTmcPort_Send(fd, question);
+            if (result <= 0) {
+                return result;
+            }
+        }
         result = UsbTmcPort_Receive(fd, buffer, usbTmcReplySize);
-        if (result > 0) {
+        if (result > 0 || isGivenUp(begun_ms)) {
             break;
         }
         Thread_sleep_ms(askAgain_ms);
@@ -214,11 +228,14 @@ int clearSysErrCount(int32_t fd, char* buffer) {
     }
     int result = reply.ival;
     const int count = std::min(reply.ival, mostErrors);
-    for (int index = 0; index < count; ++index) {
+    uint32_t heard_ms = getTime_ms();
+    for (int index = 0; index < count && !isGivenUp(heard_ms); ++index) {
         const ssize_t received = handleQuery(fd, buffer, Q_SYSTEM_ERROR, &reply);
         if (received <= 0) {
-            return static_cast<int>(received);
+            result = static_cast<int>(received); // the errors behind the lost one remain
+            continue;
         }
+        heard_ms = getTime_ms();
         if (reply.ival < 0) {
             result = reply.ival;
         }
@@ -228,16 +245,22 @@ int clearSysErrCount(int32_t fd, char* buffer) {
 
 int waitOperationComplete(int32_t fd, char* buffer, int tries) {
     bool isComplete = false;
+    uint32_t heard_ms = getTime_ms();
     for (int count = 0; !isComplete;) {
         const ssize_t sent = UsbTmcPort_Send(fd, "*OPC?\n");
         if (sent < 0) {
             return static_cast<int>(sent);
         }
         const ssize_t received = UsbTmcPort_Receive(fd, buffer, usbTmcReplySize);
+        if (isUnplugged) {
+            return -1;
+        }
+        // A sensor that answers 0 is busy; only one that answers nothing is given up early.
+        heard_ms = received > 0 ? getTime_ms() : heard_ms;
         isComplete = received > 0 && strcmp(buffer, "1\n") == 0;
         // The last try is a time-out even if it brought the answer: a sensor that took so long is
         // reset (docs/compatibility.md: last-try-lost).
-        if (++count >= tries) {
+        if (++count >= tries || isGivenUp(heard_ms)) {
             return 0;
         }
         Thread_sleep_ms(askAgain_ms);

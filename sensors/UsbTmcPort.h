@@ -65,20 +65,25 @@ ssize_t handleCmd(int32_t fd, char* buffer, sensor_cmd_e command, cmd_type* valu
 enUSBTMCErrors handleQueryWithStatus(int32_t fd, char* buffer, sensor_qry_e query, qry_type* reply);
 enUSBTMCErrors handleCmdWithStatus(int32_t fd, char* buffer, sensor_cmd_e command, cmd_type* value);
 
-/// Drains the sensor's error queue, as far as it answers and 256 errors at most. Returns the last
-/// negative error code, the number of errors if none was negative, 0 for an empty queue, or the
-/// failing query's result (-1 for the count's).
+/// Drains the sensor's error queue, 256 errors at most, whatever answers are lost meanwhile.
+/// Returns the last negative error code, the number of errors if none was negative, 0 for an empty
+/// queue, or the result of a query that failed behind that code (-1 for the count's, which ends
+/// it).
 int clearSysErrCount(int32_t fd, char* buffer);
 
+// A sensor that does not answer one of the questions below for 30 s is given up.
+
 /// Asks at most `tries` times, 50 ms apart, whether the measurement is complete. 1 when it is, 0
-/// when the tries are used up, negative when nothing could be sent.
+/// when the tries are used up or the sensor is given up, negative when nothing could be sent or the
+/// sensor has gone.
 int waitOperationComplete(int32_t fd, char* buffer, int tries);
 
 /// Triggers a measurement and waits for its end, at most 1200 tries. Result as above.
 int handleInitCmd(int32_t fd, char* buffer);
 
-/// Ask for the status byte or the questionable condition; up to 100 reads, 50 ms apart. The reply
-/// stays in the buffer. Return the last read's result, or the failing send's.
+/// Ask for the status byte or the questionable condition; up to 100 reads, 50 ms apart, and a new
+/// question after each read that failed. The reply stays in the buffer. Return the last read's
+/// result, or the failing send's.
 ssize_t handleReadStatusByteQuery(int32_t fd, char* buffer);
 ssize_t handleQuestionableEventQuery(int32_t fd, char* buffer);
 

@@ -13,7 +13,8 @@
 #include <unistd.h>
 
 const std::array<const char*, usbFaultCount> usbFaultNames = {
-    "none", "silence", "late", "garbage", "hostile", "stall", "cut", "cutdevice", "error"};
+    "none",  "silence", "late", "garbage",   "hostile",
+    "stall", "stallin", "cut",  "cutdevice", "error"};
 
 namespace {
 
@@ -58,7 +59,7 @@ void queueReply(UsbPortPlayer& player, std::string bytes, int64_t now_ns) {
 
 // Returns the error number that the transfer ends with.
 int takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_ns) {
-    if (player.isStalled) {
+    if (player.isOutHalted) {
         return EPIPE;
     }
     if (player.reply) {
@@ -66,7 +67,12 @@ int takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_n
         Sensor316x_interrupt(*player.sensor);
     }
     WireLog_addMessage(player.log, now_ns, true, message);
-    queueReply(player, Sensor316x_receive(*player.sensor, message, now_ns), now_ns);
+    std::string reply = Sensor316x_receive(*player.sensor, message, now_ns);
+    if (!player.lostQuery.empty() && message.starts_with(player.lostQuery)) {
+        player.lostQuery.clear();
+        reply.clear();
+    }
+    queueReply(player, std::move(reply), now_ns);
     return 0;
 }
 
@@ -76,25 +82,37 @@ void pull(UsbPortPlayer& player, int channel, int64_t now_ns) {
     UsbPortPlayer_unplug(player, now_ns);
 }
 
-// A transfer that is lost ends at once where nobody wants to wait for it.
-void failNextRead(UsbPortPlayer& player, int channel) {
-    if (player.hastyReadsLeft > 0) {
-        --player.hastyReadsLeft;
+void takeWrite(UsbPortPlayer& player, int channel, const std::string& message, int64_t now_ns) {
+    const int error = takeMessage(player, message, now_ns);
+    const bool isUnanswered = message.find('?') != std::string::npos && !player.reply;
+    acknowledge(channel, error);
+    if (player.isHasty && error == 0 && isUnanswered) {
         sendPacket(channel, "E" + std::to_string(ETIMEDOUT));
     }
 }
 
-void takeWrite(UsbPortPlayer& player, int channel, const std::string& message, int64_t now_ns) {
-    const int error = takeMessage(player, message, now_ns);
-    const bool isUnanswered = message.find('?') != std::string::npos && !player.reply;
-    player.hastyReadsLeft = error == 0 && isUnanswered ? player.hastyReads : 0;
-    acknowledge(channel, error);
-    failNextRead(player, channel);
+void tellHalt(const UsbPortPlayer& player, int channel) {
+    sendPacket(channel, player.isInHalted ? "H1" : "H0");
 }
 
+void haltIn(UsbPortPlayer& player, bool isHalted) {
+    if (player.isInHalted == isHalted) {
+        return;
+    }
+    player.isInHalted = isHalted;
+    for (const int channel : player.channels) {
+        tellHalt(player, channel);
+    }
+}
+
+// Clearing the device ends the halt of bulk-out only, as the kernel's driver does it.
 void takeRequest(UsbPortPlayer& player, int channel, char request) {
     const int error = Sensor316x_request(*player.sensor, request);
-    player.isStalled = player.isStalled && error != 0;
+    if (error == 0 && request == 'I') {
+        haltIn(player, false);
+    } else if (error == 0) {
+        player.isOutHalted = false;
+    }
     acknowledge(channel, error);
 }
 
@@ -112,7 +130,6 @@ void handlePacket(UsbPortPlayer& player, int channel, const std::string& packet,
     case 'C':
         player.reply.reset();
         takeRequest(player, channel, packet[0]);
-        failNextRead(player, channel); // of what the clear was to help
         break;
     default: // the two clear-halt requests
         takeRequest(player, channel, packet[0]);
@@ -147,7 +164,7 @@ void serveChannels(UsbPortPlayer& player, int64_t now_ns) {
 }
 
 void deliver(UsbPortPlayer& player, int64_t now_ns) {
-    if (!player.reply || now_ns < player.reply->due_ns) {
+    if (!player.reply || player.isInHalted || now_ns < player.reply->due_ns) {
         return;
     }
     sendPacket(player.reader, "R" + player.reply->bytes);
@@ -163,6 +180,9 @@ void acceptChannels(UsbPortPlayer& player) {
         }
         player.channels.push_back(fd);
         ++player.openings;
+        if (player.isInHalted) {
+            tellHalt(player, fd);
+        }
     }
 }
 
@@ -199,7 +219,8 @@ void UsbPortPlayer_hangUp(UsbPortPlayer& player) {
     }
     player.channels.clear();
     player.reply.reset();
-    player.isStalled = false;
+    player.isOutHalted = false;
+    player.isInHalted = false;
 }
 
 void UsbPortPlayer_close(UsbPortPlayer& player) {
@@ -256,7 +277,8 @@ bool UsbPortPlayer_setFault(UsbPortPlayer& player, std::string_view name, int64_
     }
     player.fault = fault;
     sensor.isHostile = fault == usbFaultHostile;
-    player.isStalled = fault == usbFaultStall;
+    player.isOutHalted = fault == usbFaultStall;
+    haltIn(player, fault == usbFaultStall || fault == usbFaultStallIn);
     if (fault != usbFaultLate) {
         player.reply.reset();
     }
@@ -290,7 +312,7 @@ int64_t UsbPortPlayer_nextDue_ns(const UsbPortPlayer& player) {
     if (player.replug_ns != 0) {
         next = player.replug_ns;
     }
-    if (player.reply) {
+    if (player.reply && !player.isInHalted) {
         next = std::min(next, player.reply->due_ns);
     }
     return next;

@@ -21,7 +21,8 @@ enum UsbFault : uint32_t {
     usbFaultLate,      ///< answers 8 s late, after the driver has given up
     usbFaultGarbage,   ///< answers with random bytes
     usbFaultHostile,   ///< identity texts full of formats
-    usbFaultStall,     ///< the endpoints are halted: each transfer fails until they are cleared
+    usbFaultStall,     ///< both endpoints are halted: transfers fail until the halts are ended
+    usbFaultStallIn,   ///< bulk-in alone is halted: messages arrive, and every read fails
     usbFaultCut,       ///< pulled in the next message: the transfer fails with EPIPE
     usbFaultCutDevice, ///< the same with ENODEV
     usbFaultError,     ///< refuses one setting with a code of one's choice
@@ -39,12 +40,13 @@ struct UsbPortPlayer {
     std::string world;
     std::optional<Sensor316x> sensor;
     UsbFault fault;
-    bool isStalled;
+    bool isOutHalted; ///< writes fail with EPIPE
+    bool isInHalted;  ///< reads do; a reply waits meanwhile
     int listener;
-    std::vector<int> channels; ///< open descriptors of the program, normally one
-    uint32_t openings;         ///< that there have been
-    uint32_t hastyReads;       ///< so many reads without a reply time out at once, not after 5 s
-    uint32_t hastyReadsLeft;   ///< of the last query
+    std::vector<int> channels;     ///< open descriptors of the program, normally one
+    uint32_t openings;             ///< that there have been
+    bool isHasty;                  ///< a read without a reply times out at once, not after 5 s
+    std::string lostQuery;         ///< the next answer to it is lost under way
     std::optional<UsbReply> reply; ///< not sent yet
     int reader;                    ///< channel that asked for it
     int64_t replug_ns;             ///< when a pulled sensor comes back, 0 for never

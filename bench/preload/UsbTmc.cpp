@@ -3,6 +3,7 @@
 #include "UsbTmc.h"
 
 #include "NextFunction.h"
+#include "PreloadWorld.h"
 #include "WorldClock.h"
 #include "WorldSocket.h"
 
@@ -54,6 +55,7 @@ struct Channel {
     std::atomic<int> fd{-1};
     std::atomic<ino_t> identity{0}; // tells the socket from a later file of the same number
     bool isGone = false;
+    bool isInHalted = false;
     int owedAnswers = 0; // to transfers that were given up
     size_t keptCount = 0;
     std::array<Packet, 4> kept;
@@ -110,6 +112,7 @@ bool remember(int fd) {
     found->fd.store(fd);
     found->identity.store(identityOf(fd));
     found->isGone = false;
+    found->isInHalted = false;
     found->owedAnswers = 0;
     found->keptCount = 0;
     found->place.store(Place::used);
@@ -142,7 +145,8 @@ int sendPacket(Channel& channel, char kind, const void* bytes, size_t size) {
     }
 }
 
-/// Waits for a packet. -1 with ETIMEDOUT, EINTR, or the errors of a sensor that has gone.
+/// Waits for a packet, and notes what it says of the bulk-in endpoint. -1 with ETIMEDOUT, EINTR, or
+/// the errors of a sensor that has gone.
 int receivePacket(Channel& channel, Packet& packet) {
     static NextFunction<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll("ppoll");
     pollfd input{channel.fd, POLLIN, 0};
@@ -165,6 +169,9 @@ int receivePacket(Channel& channel, Packet& packet) {
     packet.size = static_cast<size_t>(count) - 1;
     packet.taken = 0;
     packet.bytes[packet.size] = '\0';
+    if (packet.kind == 'H') {
+        channel.isInHalted = packet.bytes[0] == '1';
+    }
     return 0;
 }
 
@@ -191,7 +198,7 @@ int awaitAcknowledgement(Channel& channel) {
             channel.owedAnswers += errno == ETIMEDOUT ? 1 : 0;
             return -1;
         }
-        if (isOverdue(channel, packet)) {
+        if (packet.kind == 'H' || isOverdue(channel, packet)) {
             continue;
         }
         if (packet.kind == 'A') {
@@ -204,6 +211,14 @@ int awaitAcknowledgement(Channel& channel) {
     }
 }
 
+/// A read that times out at once has waited no less on the bench's clocks.
+void passTransferLimit(int error) {
+    const char* const folder = PreloadWorld_folder();
+    if (error == ETIMEDOUT && folder != nullptr) {
+        BenchClock_advance(folder, transferLimit_ns);
+    }
+}
+
 /// Takes what fits of the oldest kept packet.
 ssize_t takeKept(Channel& channel, void* buffer, size_t size) {
     Packet& packet = channel.kept[0];
@@ -211,6 +226,7 @@ ssize_t takeKept(Channel& channel, void* buffer, size_t size) {
     bool isFinished = true;
     if (packet.kind == 'E') {
         errno = atoi(packet.bytes.data());
+        passTransferLimit(errno);
     } else {
         const size_t count = std::min(size, packet.size - packet.taken);
         memcpy(buffer, packet.bytes.data() + packet.taken, count);
@@ -273,14 +289,19 @@ ssize_t UsbTmc_read(int fd, void* buffer, size_t size) {
         errno = EBADF;
         return -1;
     }
-    while (channel->keptCount == 0) {
+    while (channel->keptCount == 0 && !channel->isInHalted) {
         if (receivePacket(*channel, channel->kept[0]) != 0) {
             return -1;
         }
         // An answer that comes after its transfer was given up means nothing any more.
         const Packet& packet = channel->kept[0];
-        const bool isOfNoUse = isOverdue(*channel, packet) || packet.kind == 'A';
+        const bool isOfNoUse =
+            isOverdue(*channel, packet) || packet.kind == 'A' || packet.kind == 'H';
         channel->keptCount = isOfNoUse ? 0 : 1;
+    }
+    if (channel->isInHalted) {
+        errno = EPIPE;
+        return -1;
     }
     return takeKept(*channel, buffer, size);
 }

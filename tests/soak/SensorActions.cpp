@@ -10,8 +10,9 @@ namespace {
 
 constexpr std::array serialFaults = {"silence", "short",   "wrongsync", "chatter",
                                      "slow",    "hostile", "noise",     "cut"};
-constexpr std::array usbFaults = {"silence", "late", "garbage",   "hostile",
-                                  "stall",   "cut",  "cutdevice", "error:-222:SENS:FREQ"};
+constexpr std::array usbFaults = {"silence", "late",      "garbage",
+                                  "hostile", "stall",     "stallin",
+                                  "cut",     "cutdevice", "error:-222:SENS:FREQ"};
 constexpr double leastFault = 4; ///< a fault lasts at least so long
 constexpr size_t faultsAtOnce = 2;
 constexpr double cutLimit = 15; ///< the next message of a measuring sensor is sent by then
@@ -255,7 +256,7 @@ bool SensorActions_beginFault(Soak& soak) {
     }
     const auto index = static_cast<size_t>(port);
     const std::string name = Truth_isUsb(index)
-                                 ? usbFaults.at(static_cast<size_t>(Soak_pick(soak, 0, 7)))
+                                 ? usbFaults.at(static_cast<size_t>(Soak_pick(soak, 0, 8)))
                                  : serialFaults.at(static_cast<size_t>(Soak_pick(soak, 0, 7)));
     const bool isCut = name.starts_with("cut");
     if (isCut && (!Truth_mustMeasure(soak.truth, index) || !isPresenceFree(soak))) {

@@ -49,12 +49,8 @@ void admit(Truth& truth) {
     truth.presenceChanged = SoakClock::now();
 }
 
-double recoverTime_s(size_t port, const std::string& fault) {
-    if (!Truth_isUsb(port)) {
-        return soakTimes::recoverSerial;
-    }
-    return fault == "silence" || fault == "late" ? soakTimes::recoverUsbReply
-                                                 : soakTimes::recoverUsb;
+double recoverTime_s(size_t port) {
+    return Truth_isUsb(port) ? soakTimes::recoverUsb : soakTimes::recoverSerial;
 }
 
 bool isDisturbed(const Truth& truth, size_t port) {
@@ -104,7 +100,7 @@ void Truth_beginFault(Truth& truth, size_t port, const std::string& name) {
         sensor.isTitleKnown && (!makesUpIdentity || (Truth_isUsb(port) && wasMeasuring));
     sensor.falsifies = sensor.falsifies || makesUp;
     // What has not been recovered from when the next fault begins still has to be.
-    const double recover_s = recoverTime_s(port, name);
+    const double recover_s = recoverTime_s(port);
     sensor.recover_s = isDisturbed(truth, port) ? std::max(recover_s, sensor.recover_s) : recover_s;
     sensor.fault = name;
     sensor.faultBegan = SoakClock::now();

@@ -26,11 +26,9 @@ constexpr double layout = 4;         ///< a plugged or pulled sensor is seen
 constexpr double connectSerial = 12; ///< found, identified and measuring
 constexpr double connectUsb = 20;
 constexpr double recoverSerial = 12; ///< after the end of a fault
-constexpr double recoverUsb = 40;
-/// A lost status byte is waited for a hundred times, five seconds each.
-constexpr double recoverUsbReply = 530;
-constexpr double presenceGap = 2;   ///< between two changes that must not fall into one poll
-constexpr double machineReal = 1.5; ///< real; a busy machine stands still now and then
+constexpr double recoverUsb = 45;    ///< a lost answer's time-out included
+constexpr double presenceGap = 2;    ///< between two changes that must not fall into one poll
+constexpr double machineReal = 1.5;  ///< real; a busy machine stands still now and then
 } // namespace soakTimes
 
 struct TruthValue {

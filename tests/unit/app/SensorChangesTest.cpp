@@ -6,8 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace {
 
+std::vector<std::string> connecting; ///< the ports that a display was given, in order
 uint32_t answeredChannel = sensorLogicalChannel1;
 int questionCount = 0;
 
@@ -21,7 +25,9 @@ DisplayView silentView() {
     DisplayView view{};
     view.setVisible = [](ScreenContainer, SensorDisplayInstance_t, bool) {};
     view.setNoConnect = [](GtkSensorInstance) {};
-    view.setConnecting_withPort = [](GtkSensorInstance, const char*) {};
+    view.setConnecting_withPort = [](GtkSensorInstance, const char* port) {
+        connecting.emplace_back(port);
+    };
     view.setSensorError_withPort = [](GtkSensorInstance, const char*) {};
     view.setMessage = [](GtkSensorInstance, const char*, const char*) {};
     view.bindScreen = [](GtkSensorInstance, SensorDisplayInstance_t, uint32_t) {};
@@ -46,6 +52,7 @@ protected:
         sensorConnectionsChanged = false;
         answeredChannel = sensorLogicalChannel1;
         questionCount = 0;
+        connecting.clear();
     }
     void TearDown() override {
         SensorManager_Destroy();
@@ -83,6 +90,24 @@ TEST_F(SensorChanges, SecondSensorTakesTheOtherChannelWithoutAQuestion) {
     EXPECT_EQ(questionCount, 1);
     EXPECT_EQ(sensorFSM[UpperDisplay].port, sensorPort_Serial1);
     EXPECT_EQ(sensorFSM[LowerDisplay].port, sensorPort_Serial2);
+}
+
+TEST_F(SensorChanges, SensorsOfOnePassAreShownInThePortsOrder) {
+    const struct {
+        uint32_t ports;
+        const char* first;
+    } cases[] = {{sensorPortBit_USB1 | sensorPortBit_USB2, "USB1"},
+                 {sensorPortBit_USB2 | sensorPortBit_Serial1, "USB2"},
+                 {sensorPortBit_Serial1 | sensorPortBit_Serial2, "Serial1"}};
+    for (const auto& one : cases) {
+        detect(one.ports);
+        SensorChanges_handle();
+        ASSERT_FALSE(connecting.empty());
+        EXPECT_EQ(connecting.front(), one.first);
+        detect(0);
+        SensorChanges_handle();
+        connecting.clear();
+    }
 }
 
 TEST_F(SensorChanges, RemovalComesBeforeInsertionInTheSamePass) {

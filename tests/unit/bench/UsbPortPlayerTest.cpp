@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -119,14 +120,28 @@ TEST_F(UsbPortPlayerTest, ALateAnswerComesAfterTheDriverHasGivenUp) {
     EXPECT_EQ(read(9 * second_ns), std::string("R1\n"));
 }
 
-TEST_F(UsbPortPlayerTest, AStalledEndpointFailsUntilItIsCleared) {
-    ASSERT_TRUE(UsbPortPlayer_setFault(player, "stall", 0));
-    EXPECT_EQ(write("*OPC?\n"), acknowledged(EPIPE));
-    for (const char* request : {"O", "I", "C"}) {
+TEST_F(UsbPortPlayerTest, EachHaltIsEndedByTheRequestsThatEndItInTheKernel) {
+    write("*CLS\n");
+    for (const char* request : {"O", "C"}) {
+        ASSERT_TRUE(UsbPortPlayer_setFault(player, "stall", 0));
+        EXPECT_EQ(read(), "H1");
+        EXPECT_EQ(write("*OPC?\n"), acknowledged(EPIPE));
         EXPECT_EQ(packet(request), acknowledged());
+        EXPECT_EQ(write("*OPC?\n"), acknowledged());
+        EXPECT_EQ(read(), "") << "bulk-in is still halted";
+        EXPECT_EQ(UsbPortPlayer_nextDue_ns(player), std::numeric_limits<int64_t>::max());
+        EXPECT_EQ(packet("I"), "H0");
+        EXPECT_EQ(read(), acknowledged());
+        EXPECT_EQ(read(), "R1\n") << "the reply has waited";
     }
-    EXPECT_EQ(write("*OPC?\n"), acknowledged());
-    EXPECT_EQ(read(), std::string("R1\n"));
+}
+
+TEST_F(UsbPortPlayerTest, AHaltOfBulkInAloneLetsMessagesThroughAndIsToldToWhoOpensTheDevice) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "stallin", 0));
+    EXPECT_EQ(write("*CLS\n"), "H1");
+    EXPECT_EQ(read(), acknowledged());
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "none", 0));
+    EXPECT_EQ(read(), "H0");
 }
 
 TEST_F(UsbPortPlayerTest, ACutCableFailsTheNextMessageAndTakesTheSensorAway) {
@@ -176,20 +191,27 @@ TEST_F(UsbPortPlayerTest, UnknownFaultsAreRefusedAndChangeNothing) {
     EXPECT_EQ(player.sensor->refused["SENS:FREQ"], -222);
 }
 
-TEST_F(UsbPortPlayerTest, ReadsWithoutAReplyCanTimeOutAtOnce) {
-    const std::string timedOut = "E" + std::to_string(ETIMEDOUT);
-    player.hastyReads = 2;
+TEST_F(UsbPortPlayerTest, AReadWithoutAReplyCanTimeOutAtOnce) {
+    player.isHasty = true;
     player.sensor->scripted["*STB?"] = "";
     EXPECT_EQ(write("*STB?\n"), acknowledged());
-    EXPECT_EQ(read(), timedOut);
-    EXPECT_EQ(packet("C"), acknowledged());
-    EXPECT_EQ(read(), timedOut);
-    EXPECT_EQ(packet("C"), acknowledged());
+    EXPECT_EQ(read(), "E" + std::to_string(ETIMEDOUT));
     EXPECT_EQ(read(), "");
     EXPECT_EQ(write("*CLS\n"), acknowledged());
     EXPECT_EQ(read(), "") << "nobody asked";
     EXPECT_EQ(write("*OPC?\n"), acknowledged());
     EXPECT_EQ(read(), "R1\n");
+}
+
+TEST_F(UsbPortPlayerTest, OneAnswerCanGetLostAfterTheSensorHasGivenIt) {
+    player.sensor->errors = {{-100, "First"}, {-200, "Second"}};
+    player.lostQuery = "SYST:ERR?";
+    EXPECT_EQ(write("SYST:ERR:COUN?\n"), acknowledged());
+    EXPECT_EQ(read(), "R2\n");
+    EXPECT_EQ(write("SYST:ERR?\n"), acknowledged());
+    EXPECT_EQ(read(), "");
+    EXPECT_EQ(write("SYST:ERR?\n"), acknowledged());
+    EXPECT_EQ(read(), "R-200,\"Second\"\n");
 }
 
 TEST_F(UsbPortPlayerTest, AHangUpEndsTheConnectionOfASensorThatStays) {

@@ -185,6 +185,40 @@ TEST_F(UsbTmc, ErrorsOfTheSensorBecomeErrorsOfTheCall) {
     EXPECT_EQ(readReply(64), "errno " + std::to_string(EPIPE));
 }
 
+TEST_F(UsbTmc, AHaltOfBulkInFailsEveryReadUntilItIsEnded) {
+    sendPacket(sensor, "H1");
+    for (int count = 0; count < 2; ++count) {
+        EXPECT_EQ(readReply(64), "errno " + std::to_string(EPIPE));
+        whileSensor([this] { acknowledge("C"); },
+                    [this] { EXPECT_EQ(ioctl(fd, USBTMC_IOCTL_CLEAR), 0); });
+    }
+    whileSensor(
+        [this] {
+            acknowledge("W*OPC?\n");
+            EXPECT_EQ(receivePacket(sensor), "I");
+            sendPacket(sensor, "H0");
+            sendPacket(sensor, "A0");
+            sendPacket(sensor, "R1\n");
+        },
+        [this] {
+            EXPECT_EQ(write(fd, "*OPC?\n", 6), 6);
+            EXPECT_EQ(ioctl(fd, USBTMC_IOCTL_CLEAR_IN_HALT), 0);
+        });
+    EXPECT_EQ(readReply(64), "1\n");
+}
+
+TEST_F(UsbTmc, ATimeOutThatTheFarSideTellsTakesItsFiveSecondsOfTheBench) {
+    timespec before{};
+    clock_gettime(CLOCK_MONOTONIC, &before);
+    const int64_t start = realTime_ms();
+    sendPacket(sensor, "E" + std::to_string(ETIMEDOUT));
+    EXPECT_EQ(readReply(64), "errno " + std::to_string(ETIMEDOUT));
+    timespec after{};
+    clock_gettime(CLOCK_MONOTONIC, &after);
+    EXPECT_GE(after.tv_sec - before.tv_sec, 5);
+    EXPECT_LT(realTime_ms() - start, 4000);
+}
+
 TEST_F(UsbTmc, APulledSensorBreaksTheCallAndIsGoneThen) {
     close(sensor);
     EXPECT_EQ(readReply(64), "errno " + std::to_string(EPIPE));

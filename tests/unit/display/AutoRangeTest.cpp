@@ -103,6 +103,20 @@ TEST(AutoRange, EveryRowIsEnteredFromBelowAtItsUpThreshold) {
     }
 }
 
+TEST(AutoRange, EveryRowIsEnteredFromBelowWithinItsTolerance) {
+    for (const Ranges& ranges : allRanges) {
+        for (uint32_t i = 1; i < rangeCount; ++i) {
+            SCOPED_TRACE(at(ranges, i));
+            const float threshold = ranges.table[i].upThreshold;
+            const float within = threshold - 0.9F * ranges.tolerance;
+            // Beyond some size a float cannot be that close to the threshold.
+            if (threshold - within < ranges.tolerance) {
+                EXPECT_EQ(ranges.search(within, i - 1), i);
+            }
+        }
+    }
+}
+
 TEST(AutoRange, EveryRowIsNotEnteredFromBelowUnderItsUpThresholdLessTheTolerance) {
     for (const Ranges& ranges : allRanges) {
         for (uint32_t i = 1; i < rangeCount; ++i) {

@@ -3,10 +3,14 @@
 #include "SensorDetect.h"
 #include "SensorManager.h"
 #include "SensorPortHandler.h"
+#include "UsbSensorSlots.h"
+#include "UsbTmcPort.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <fcntl.h>
 #include <string>
 
 namespace {
@@ -180,6 +184,35 @@ TEST(SensorDetect, CountsThePortsWithASensor) {
     EXPECT_EQ(SensorDetect_getConnectedCount({0x33, 0, false}), 4U);
     EXPECT_EQ(SensorDetect_getConnectedCount({0x12, 0, false}), 2U);
     EXPECT_EQ(SensorDetect_getConnectedCount({0xFFFFFFCC, 0, false}), 0U);
+}
+
+UsbSlotLoss lossOf(uint32_t slot) {
+    std::array<char, 32> name{};
+    return UsbSensorSlots_getLoss(slot, name.data(), name.size());
+}
+
+void takeAndLose(uint32_t slot) {
+    UsbTmcPort_Close(UsbSensorSlots_take(slot).fd);
+    UsbSensorSlots_reportLost(slot);
+    EXPECT_EQ(lossOf(slot), UsbSlotLoss::lost);
+}
+
+TEST(UsbSensorSlots, ALossEndsWithItsDevice) {
+    const auto openSomething = [] { return open("/dev/null", O_RDWR | O_CLOEXEC); };
+    ASSERT_TRUE(UsbSensorSlots_offer(usbPort1Name, openSomething()));
+    takeAndLose(0);
+    UsbSensorSlots_forgetLoss(0);
+    EXPECT_EQ(lossOf(0), UsbSlotLoss::none);
+    UsbSensorSlots_reportLost(0);
+    UsbSensorSlots_offerAgain(0, openSomething());
+    EXPECT_EQ(lossOf(0), UsbSlotLoss::none);
+    takeAndLose(0);
+    UsbSensorSlots_release(usbPort1Name);
+    ASSERT_TRUE(UsbSensorSlots_offer(usbPort1Name, openSomething()));
+    EXPECT_EQ(lossOf(0), UsbSlotLoss::none) << "of the next sensor";
+    takeAndLose(0);
+    UsbSensorSlots_release(usbPort1Name);
+    EXPECT_EQ(UsbSensorSlots_take(0).fd, -1);
 }
 
 } // namespace

@@ -119,6 +119,22 @@ TEST_F(UsbConfigRequest, AWaitingConfigurationIsNotReplacedByTheSensorsOwn) {
     EXPECT_TRUE(device.hasReceived("SENS:FREQ 2.000000"));
 }
 
+TEST_F(UsbConfigRequest, AConfigurationThatGotStuckIsNotReplacedByTheSensorsOwn) {
+    const uint32_t number = nextNumber();
+    Caller caller(manual());
+    ASSERT_TRUE(isRequested(number));
+    device.loseNextAnswer("SENS:FREQ?");
+    EXPECT_FALSE(sensorPortHandler_sendConfigToSensor(&handler));
+    EXPECT_TRUE(sensorPortHandler_readSensorConfig(&handler)); // it has been started again
+    EXPECT_EQ(handler.sensorConfigs.freqVal, 2000000.0F);
+    EXPECT_TRUE(handler.newConfig);
+    EXPECT_FALSE(caller.isDone);
+    EXPECT_TRUE(sensorPortHandler_sendConfigToSensor(&handler));
+    UsbSensorConfig_complete(&handler);
+    EXPECT_FALSE(caller.result().sensorHasGone);
+    EXPECT_TRUE(device.hasReceived("SENS:FREQ 2.000000"));
+}
+
 TEST_F(UsbConfigRequest, APulledSensorEndsTheWait) {
     const uint32_t number = nextNumber();
     Caller caller(manual());

@@ -23,7 +23,7 @@ UsbDevice::UsbDevice(uint32_t number) : wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLO
         }
     };
     UsbPortPlayer_open(player, number, World_folder());
-    player.hastyReads = 1;
+    player.isHasty = true;
     EXPECT_TRUE(UsbPortPlayer_plug(player, std::move(*sensor), 0));
     server = std::thread([this] { serve(); });
 }
@@ -91,9 +91,14 @@ void UsbDevice::setRawReply(const std::string& query, const std::string& reply) 
     player.sensor->scripted[query] = reply;
 }
 
-void UsbDevice::setHastyReads(uint32_t count) {
+void UsbDevice::loseNextAnswer(const std::string& query) {
     const Lock lock(mutex);
-    player.hastyReads = count;
+    player.lostQuery = query;
+}
+
+void UsbDevice::fault(const std::string& name) {
+    const Lock lock(mutex);
+    EXPECT_TRUE(UsbPortPlayer_setFault(player, name, 0));
 }
 
 void UsbDevice::refuse(const std::string& command, int error) {

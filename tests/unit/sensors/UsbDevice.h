@@ -34,8 +34,10 @@ public:
     void setReply(const std::string& query, const std::string& reply);
     /// The reply as it is sent, line end or none.
     void setRawReply(const std::string& query, const std::string& reply);
-    /// How many reads, with a clear between them, look for a reply that is not given; 1 at first.
-    void setHastyReads(uint32_t count);
+    /// The next answer to this question gets lost under way.
+    void loseNextAnswer(const std::string& query);
+    /// One of the bench's faults, such as "stallin".
+    void fault(const std::string& name);
     /// A setting that is refused with this error, whatever its value.
     void refuse(const std::string& command, int error);
     void accept(const std::string& command);

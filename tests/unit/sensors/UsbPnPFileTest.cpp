@@ -174,6 +174,16 @@ TEST_F(UsbPnPTransfer, FailsWhenAnAnswerDoesNotFit) {
     }
 }
 
+TEST_F(UsbPnPTransfer, ASensorThatClaimsMoreThan4096BlocksIsNotAskedForAny) {
+    device.setReply("PNP:FILE:BLOC:DATA?", "no header");
+    for (const int total : {4096, 4097}) {
+        device.setReply("PNP:FILE:BLOC:TOT?", std::to_string(total));
+        device.clearMessages();
+        EXPECT_EQ(read(), -1);
+        EXPECT_EQ(device.hasReceived("PNP:FILE:BLOC:NUMB 1"), total == 4096) << total;
+    }
+}
+
 TEST_F(UsbPnPTransfer, AFileThatDoesNotFitFails) {
     setBlocks({usbDevice_block(std::string(file.size(), 'x'))});
     EXPECT_EQ(read(), -1);

@@ -4,6 +4,7 @@
 #include "SensorDetect.h"
 #include "SensorManager.h"
 #include "SensorPolling.h"
+#include "StillClock.h"
 #include "Threads.h"
 #include "UsbSensorFixture.h"
 
@@ -223,6 +224,39 @@ TEST_F(UsbSensor, IdleStaysWhileThePortIsClosed) {
     EXPECT_EQ(step(stateUsbIdle), stateUsbIdle);
 }
 
+struct PauseCase {
+    sensorUsbCommState state;
+    uint32_t substate;
+    const char* query;
+    const char* reply;
+    double pause_ms;
+};
+
+TEST_F(UsbSensor, EveryStepGivesTheSensorItsTime) {
+    const PauseCase cases[] = {
+        {stateUsbStart, 0, "*STB?", "32", 1000},
+        {stateUsbConnect, 0, "*STB?", "32", 500},
+        {stateUsbConnect, 1, "*STB?", "32", 500},
+        {stateUsbConnect, 1, "*STB?", "0", 500},
+        {stateUsbConnect, 2, "*STB?", "32", 500},
+        {stateUsbIdent, 0, "SYST:IDEN:MOD?", "316", 500},
+        {stateUsbIdent, 0, "SYST:IDEN:MOD?", "3164", 0},
+        {stateUsbGetConfig, 0, "*STB?", "0", 0},
+        {stateUsbInit, 0, "*STB?", "0", 10 + 50},
+        {stateUsbIdle, 0, "*STB?", "0", 20},
+    };
+    const StillClock clock;
+    for (const PauseCase& one : cases) {
+        device.setReply(one.query, one.reply);
+        handler.usbtmcRetryCount = 2;
+        EXPECT_TRUE(clock.takes(one.pause_ms, [&] { step(one.state, one.substate); }))
+            << SensorPortHandler_getSensorUSBStateName(one.state) << ' ' << one.substate << ' '
+            << one.reply;
+    }
+    device.setRequestError(EIO);
+    EXPECT_TRUE(clock.takes(500, [&] { step(stateUsbStart); })) << "a clear that fails";
+}
+
 TEST_F(UsbSensor, AStateBeyondTheTableBecomesIdle) {
     for (const uint32_t state : {12U, 255U, 0xFFFFFFFFU}) {
         EXPECT_EQ(step(static_cast<sensorUsbCommState>(state)), stateUsbIdle);
@@ -274,7 +308,12 @@ TEST(UsbSensorConnection, BeginsWithTheStoredConfigurationAndWithoutAnyReading) 
     handler.usbPort.configDone = true;
     handler.isInitialized = true;
     handler.sensorMeasurements.fwdPwrVal = 5.0F;
-    sensorUsbHandler_serveConnection(&handler, 0); // of a sensor that has been pulled already
+    handler.sensorIdentity.sensorPower.max = 5.0F;
+    const StillClock clock;
+    EXPECT_TRUE(clock.takes(100, [&handler] {
+        sensorUsbHandler_serveConnection(&handler, 0); // of a sensor that has been pulled already
+    }));
+    EXPECT_EQ(sensorPortHandler_getSensorMaxPower(sensorPort_USB2), 199990.0F);
     EXPECT_FALSE(handler.usbPort.configDone);
     EXPECT_FALSE(handler.isInitialized);
     EXPECT_TRUE(std::isnan(handler.sensorMeasurements.fwdPwrVal));

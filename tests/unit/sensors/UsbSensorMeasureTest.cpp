@@ -37,7 +37,6 @@ TEST_F(UsbSensor, InitFollowsTheSummaryBits) {
 TEST_F(UsbSensor, AQuestionableRegisterThatIsNotToldChangesNothing) {
     device.setReply("*STB?", "8");
     device.setReply("STAT:QUES:COND?", "");
-    device.setHastyReads(100);
     readings().questionable = 3;
     EXPECT_EQ(step(stateUsbInit), stateUsbCwMeasure);
     EXPECT_EQ(readings().questionable, 3);
@@ -50,7 +49,6 @@ TEST_F(UsbSensor, ATriggerThatTimesOutIsRemembered) {
     device.setReply("*OPC?", "1");
     handler.usbPort.initTimeout = false;
     device.setReply("*STB?", "");
-    device.setHastyReads(100);
     EXPECT_EQ(step(stateUsbInit), stateUsbStart);
     EXPECT_TRUE(handler.usbPort.initTimeout);
 }

@@ -1,10 +1,12 @@
 #include "UsbTmcPort.h"
 
+#include "StillClock.h"
 #include "UsbDevice.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -13,6 +15,10 @@
 namespace {
 
 using Messages = std::vector<std::string>;
+
+/// The driver's time-out, and the pause between two questions.
+constexpr double transferLimit_ms = 5000;
+constexpr double askAgain_ms = 50;
 
 class UsbTmc : public testing::Test {
 protected:
@@ -245,13 +251,25 @@ TEST_F(UsbTmc, DrainingEndsWhateverCountTheSensorClaims) {
     EXPECT_EQ(clearSysErrCount(fd, buffer.data()), 2147483647);
     EXPECT_EQ(device.messages().size(), 257U);
     device.clearMessages();
-    device.setListener([this](const std::string& message) {
-        if (message == "SYST:ERR?") {
-            device.setReply("SYST:ERR?", "");
-        }
-    });
+    device.setReply("SYST:ERR?", "");
     EXPECT_EQ(clearSysErrCount(fd, buffer.data()), -1);
-    EXPECT_EQ(device.messages(), (Messages{"SYST:ERR:COUN?", "SYST:ERR?", "<C>"}));
+    constexpr size_t lostAnswers = 6; // five seconds each: it is lost itself after thirty
+    EXPECT_EQ(device.messages().size(), 1 + 2 * lostAnswers);
+}
+
+TEST_F(UsbTmc, DrainingGoesOnBehindALostAnswer) {
+    struct {
+        std::vector<int> errors; ///< the answer with the first one is lost
+        int result;
+    } cases[] = {{{-100, -101, -102}, -102}, {{-100, 4}, -1}, {{-100}, -1}};
+    for (auto& one : cases) {
+        for (const int error : one.errors) {
+            device.queueError(error);
+        }
+        device.loseNextAnswer("SYST:ERR?");
+        EXPECT_EQ(clearSysErrCount(fd, buffer.data()), one.result);
+        EXPECT_EQ(clearSysErrCount(fd, buffer.data()), 0) << "errors are left";
+    }
 }
 
 TEST_F(UsbTmc, AMeasurementIsCompleteOnceTheAnswerIsOne) {
@@ -278,19 +296,75 @@ TEST_F(UsbTmc, TheLastTryTimesOutEvenIfItBringsTheAnswer) {
     EXPECT_EQ(waitOperationComplete(fd, buffer.data(), 2), 1);
 }
 
-TEST_F(UsbTmc, TheStatusByteIsAwaitedForAHundredReads) {
+TEST_F(UsbTmc, TheStatusIsAskedForAnewWhenItsAnswerIsLost) {
     device.setReply("*STB?", "68");
     device.setReply("STAT:QUES:COND?", "512");
-    EXPECT_EQ(handleReadStatusByteQuery(fd, buffer.data()), 3);
-    EXPECT_STREQ(buffer.data(), "68\n");
+    device.loseNextAnswer("*STB?");
+    const StillClock clock;
+    EXPECT_TRUE(clock.takes(transferLimit_ms + askAgain_ms, [this] {
+        EXPECT_EQ(handleReadStatusByteQuery(fd, buffer.data()), 3);
+        EXPECT_STREQ(buffer.data(), "68\n");
+    }));
+    device.loseNextAnswer("STAT:QUES:COND?");
     EXPECT_EQ(handleQuestionableEventQuery(fd, buffer.data()), 4);
     EXPECT_STREQ(buffer.data(), "512\n");
+    EXPECT_EQ(device.messages(),
+              (Messages{"*STB?", "<C>", "*STB?", "STAT:QUES:COND?", "<C>", "STAT:QUES:COND?"}));
+}
+
+TEST_F(UsbTmc, ASensorThatIsSilentForHalfAMinuteIsGivenUp) {
+    const StillClock clock;
+    constexpr int reads = 6;
+    constexpr double silence_ms = reads * transferLimit_ms + (reads - 1) * askAgain_ms;
     device.setReply("*STB?", "");
-    device.setHastyReads(100);
-    World_skipSleeps(true);
-    device.clearMessages();
-    EXPECT_EQ(handleReadStatusByteQuery(fd, buffer.data()), -1);
-    EXPECT_EQ(device.messages().size(), 101U);
+    device.setReply("*OPC?", "");
+    EXPECT_TRUE(clock.takes(
+        silence_ms, [this] { EXPECT_EQ(handleReadStatusByteQuery(fd, buffer.data()), -1); }));
+    EXPECT_EQ(device.messages().size(), 2U * reads);
+    EXPECT_TRUE(clock.takes(
+        silence_ms, [this] { EXPECT_EQ(waitOperationComplete(fd, buffer.data(), 1200), 0); }));
+    EXPECT_EQ(device.messages().size(), 4U * reads);
+}
+
+TEST_F(UsbTmc, ASensorThatAnswersNowAndThenIsBusyAndNotSilent) {
+    const StillClock clock;
+    std::atomic<int> asked{0};
+    device.setListener([&](const std::string& message) {
+        if (message == "*OPC?") {
+            ++asked;
+            device.setReply("*OPC?", asked % 5 != 0 ? "" : asked < 20 ? "0" : "1");
+        }
+    });
+    EXPECT_EQ(handleInitCmd(fd, buffer.data()), 1);
+    EXPECT_EQ(asked, 20);
+}
+
+TEST_F(UsbTmc, AHaltOfBulkInEndsEveryWaitAtItsFirstRead) {
+    using Wait = int (*)(int32_t fd, char* buffer);
+    const Wait waits[] = {handleInitCmd, [](int32_t port, char* reply) {
+                              return static_cast<int>(handleReadStatusByteQuery(port, reply));
+                          }};
+    for (const Wait wait : waits) {
+        device.fault("stallin");
+        device.clearMessages();
+        UsbTmcPort_forgetUnplugged();
+        EXPECT_LT(wait(fd, buffer.data()), 0);
+        EXPECT_EQ(std::ranges::count(device.messages(), "<C>"), 1);
+        EXPECT_TRUE(UsbTmcPort_wasUnplugged());
+        EXPECT_GE(handleUsbTmcClear(fd), 0); // as the sensor is started again
+        EXPECT_EQ(waitOperationComplete(fd, buffer.data(), 2), -1) << "until it is forgotten";
+        UsbTmcPort_forgetUnplugged();
+        EXPECT_EQ(waitOperationComplete(fd, buffer.data(), 2), 1);
+    }
+}
+
+TEST_F(UsbTmc, AMeasurementIsAskedForAfterTenMillisecondsAndThenEveryFifty) {
+    const StillClock clock;
+    EXPECT_TRUE(
+        clock.takes(10 + askAgain_ms, [this] { EXPECT_EQ(handleInitCmd(fd, buffer.data()), 1); }));
+    device.setReply("*OPC?", "0");
+    EXPECT_TRUE(clock.takes(10 + 1199 * askAgain_ms,
+                            [this] { EXPECT_EQ(handleInitCmd(fd, buffer.data()), 0); }));
 }
 
 TEST_F(UsbTmc, APulledSensorIsNoticedByTheNextCall) {
