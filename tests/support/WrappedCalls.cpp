@@ -30,6 +30,7 @@ struct Wrapping {
 thread_local Wrapping wrapping{};
 thread_local char lastRenamed[4096] = "";
 thread_local FlushedFile lastFlushed{-1, 0};
+thread_local termios lastTerminal{};
 
 constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
 
@@ -88,6 +89,10 @@ FlushedFile WrappedCalls_lastFlushed() {
     return lastFlushed;
 }
 
+termios WrappedCalls_lastTerminal() {
+    return lastTerminal;
+}
+
 void WrappedCalls_reset() {
     wrapping = Wrapping{};
     lastFlushed = {-1, 0};
@@ -117,11 +122,17 @@ int __real_vasprintf(char**, const char*, va_list);
 int __real_getifaddrs(ifaddrs**);
 int __real_getnameinfo(const sockaddr*, socklen_t, char*, socklen_t, char*, socklen_t, int);
 
+int __real_tcsetattr(int, int, const termios*);
 void* __real_calloc(size_t, size_t);
 int __real_listen(int, int);
 
 void* __wrap_calloc(size_t count, size_t size) {
     return failsWithErrno(Call::allocateMemory) ? nullptr : __real_calloc(count, size);
+}
+
+int __wrap_tcsetattr(int fd, int action, const termios* settings) {
+    lastTerminal = *settings;
+    return __real_tcsetattr(fd, action, settings);
 }
 
 int __wrap_listen(int fd, int backlog) {

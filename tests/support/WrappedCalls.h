@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <string>
+#include <termios.h>
 
 /// System calls of this test program that fail on demand. Only calls of the arming thread fail.
 enum class Call {
@@ -68,6 +69,9 @@ struct FlushedFile {
     int64_t size;
 };
 FlushedFile WrappedCalls_lastFlushed();
+
+/// The terminal settings that this thread has applied last, or tried to.
+termios WrappedCalls_lastTerminal();
 
 /// Ends everything above.
 void WrappedCalls_reset();

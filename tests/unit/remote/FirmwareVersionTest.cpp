@@ -61,4 +61,16 @@ TEST(FirmwareVersion, IsCutAt127Characters) {
     EXPECT_EQ(getFwVersion(), "2024  " + longText.substr(0, 121));
 }
 
+TEST(FirmwareVersion, TagsAreReadFromPiecesOf63Characters) {
+    const BuildFile files[] = {
+        {std::string(63, 'x') + "BUILD_DATE=2024\n", "2024"},
+        {std::string(62, 'x') + "BUILD_DATE=2024\n", ""},
+        {std::string(64, 'x') + "BUILD_DATE=2024\n", ""},
+    };
+    for (const BuildFile& file : files) {
+        World_writeFile(buildFile, file.content);
+        EXPECT_EQ(FirmwareVersion_readTags().build_date, file.version) << file.content;
+    }
+}
+
 } // namespace

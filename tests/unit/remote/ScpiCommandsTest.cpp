@@ -250,6 +250,19 @@ TEST(ScpiErrors, AreReportedAsStandardErrorsWithTheirTexts) {
     }
 }
 
+TEST(ScpiErrors, AreSeventeenAtMost) {
+    RemoteInstrument instrument;
+    for (int error = 0; error < 20; ++error) {
+        instrument.send("FOO");
+    }
+    EXPECT_EQ(instrument.send("SYST:ERR:COUN?"), "17\r\n");
+    std::string expected;
+    for (int error = 0; error < 16; ++error) {
+        expected += "-113,\"Undefined header;FOO\"\n";
+    }
+    EXPECT_EQ(instrument.errors(), expected + "-350,\"Queue overflow\"");
+}
+
 TEST(ScpiErrors, CarryTheCallersText) {
     RemoteInstrument instrument;
     pushCustomScpiErrorWithMsg(&instrument.context, 106, "Freq is not valid");

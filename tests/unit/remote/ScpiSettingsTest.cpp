@@ -8,6 +8,7 @@
 #include "SerialConfig.h"
 #include "SerialPort.h"
 #include "World.h"
+#include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
@@ -88,6 +89,9 @@ TEST(ScpiSerialSettings, AreStagedAndAppliedByARestart) {
     expectExchange(meter,
                    {"SYST:COMM:RS232:BAUD?;LENGTH?;STOP?;PAR?;FLOW?", "1200;7;2;e;none\r\n", ""});
     EXPECT_NE(World_readFile(settingsFile).find("serialSpeed 1200"), std::string::npos);
+    const termios applied = WrappedCalls_lastTerminal();
+    EXPECT_EQ(applied.c_ispeed, B1200);
+    EXPECT_EQ(applied.c_ospeed, B1200);
     // Nothing is staged any more.
     expectExchange(meter, {"SYST:COMM:RS232:PAR O", "", ""});
     expectExchange(meter, {"SYST:COMM:RS232:REST", "", ""});
@@ -308,8 +312,12 @@ TEST(ScpiPreset, BringsPortLanAndPulseConfigurationBack) {
     meter.send("SYST:COMM:RS232:BAUD 300;LENGTH 7;STOP 2;PAR O;REST");
     meter.send("SYST:COMM:RS232:BAUD 600");
     meter.send("SYST:COMM:LAN:DHCP 0;ADDR 10.0.0.5");
+    EXPECT_NE(World_readFile(settingsFile).find("serialSpeed 300"), std::string::npos);
     expectExchange(meter, {"SYST:PRES", "", ""});
     EXPECT_EQ(SerialMeter::port(), "9600 8 N 1");
+    EXPECT_EQ(WrappedCalls_lastTerminal().c_ispeed, B9600);
+    EXPECT_EQ(WrappedCalls_lastTerminal().c_ospeed, B9600);
+    EXPECT_NE(World_readFile(settingsFile).find("serialSpeed 9600"), std::string::npos);
     EXPECT_EQ(LanMeter::file(), dhcp);
     EXPECT_EQ(LanMeter::restarts(), 1U);
     EXPECT_EQ(scpi.load()->newTty.speed, 0);
