@@ -2,11 +2,12 @@
 
 #include "AppFlags.h"
 #include "CSimpleTimer.h"
+#include "GraphHistory.h"
 #include "GraphSettingsKeypad.h"
 #include "GraphSettingsUtilities.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayTypes.h"
-#include "SensorDisplays.h"
+#include "ScreenTable.h"
 #include "SensorPortHandler.h"
 #include "message.h"
 
@@ -170,13 +171,7 @@ void storeSettings() {
     if (Dialog_holdsNumber(GTK_WIDGET(widgets.countEntry))) {
         working.settings.averageCount = typedCount();
     }
-    CGraphData* buffer = &sensorDisplays[working.displayIndex].graphDataPwr;
-    if (working.settings.bReflectedMode != configuration_getGraphRflMode(working.displayIndex)) {
-        // Forward and reflected samples never mix.
-        CGraphData_reset(buffer);
-    }
-    configuration_setGraphSettings(working.settings, working.displayIndex);
-    CGraphData_setFilterWidth(buffer, working.settings.averageCount);
+    GraphHistory_store(working.settings, working.displayIndex);
     CGTKTimePowerGraph_invalidateDisplay(working.displayIndex);
 }
 

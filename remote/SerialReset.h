@@ -2,7 +2,7 @@
 #define REMOTE_SERIAL_RESET_H
 
 /// INT: brings the application's settings, but the remote-control modes, to their defaults and
-/// writes them. Input thread.
+/// writes them; the graphs follow. Input thread.
 void SerialReset_HandleCommand();
 
 #endif

@@ -187,6 +187,25 @@ TEST_F(SerialHandler, InitialisationRestoresSettingsAndModeOneOnly) {
     EXPECT_FALSE(settings.autoscale);
 }
 
+TEST_F(SerialHandler, InitialisationLetsTheGraphsFollow) {
+    GraphSettings_t settings = configuration_getGraphSettings(UpperDisplay);
+    settings.averageCount = 8;
+    configuration_setGraphSettings(settings, LowerDisplay);
+    settings.bReflectedMode = true;
+    configuration_setGraphSettings(settings, UpperDisplay);
+    for (SensorDisplayInstance& display : sensorDisplays) {
+        CGraphData_create(&display.graphDataPwr, settings.averageCount);
+        CGraphData_addItem(&display.graphDataPwr, 1.0F);
+    }
+    serial_command_handle_command(COMMAND_RESET);
+    EXPECT_EQ(CGraphData_getCount(&sensorDisplays[UpperDisplay].graphDataPwr, RawData), 0U)
+        << "reflected samples do not begin a graph of forward power";
+    EXPECT_EQ(CGraphData_getCount(&sensorDisplays[LowerDisplay].graphDataPwr, RawData), 1U);
+    for (const SensorDisplayInstance& display : sensorDisplays) {
+        EXPECT_EQ(display.graphDataPwr.filterWidth, graphSettingsDefault.averageCount);
+    }
+}
+
 TEST_F(SerialHandler, OnlyEnterIsAnsweredWithAReading) {
     SerialSensors_show(UpperDisplay, 0);
     SerialSensors_store(0, 25.0F, 0.5F);
