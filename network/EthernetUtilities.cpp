@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <climits>
@@ -33,6 +34,8 @@ constexpr int octetCount = 4;
 
 using Host = std::array<char, hostSize>;
 
+std::atomic<void (*)()> restartListener;
+
 /// Which of an interface's addresses is asked for.
 using AddressOf = const sockaddr* (*)(const ifaddrs&);
 
@@ -44,13 +47,20 @@ const sockaddr* ownNetmask(const ifaddrs& entry) {
     return entry.ifa_netmask;
 }
 
+bool isIpv4(const ifaddrs& entry) {
+    return entry.ifa_addr != nullptr && entry.ifa_addr->sa_family == AF_INET;
+}
+
 const ifaddrs* findIpv4(const ifaddrs* entry, const char* name) {
-    while (entry != nullptr &&
-           (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET ||
-            strcmp(entry->ifa_name, name) != 0)) {
+    while (entry != nullptr && (!isIpv4(*entry) || strcmp(entry->ifa_name, name) != 0)) {
         entry = entry->ifa_next;
     }
     return entry;
+}
+
+bool hasAddress(const ifaddrs& entry, in_addr address) {
+    return isIpv4(entry) &&
+           reinterpret_cast<const sockaddr_in*>(entry.ifa_addr)->sin_addr.s_addr == address.s_addr;
 }
 
 void writeNumericHost(const sockaddr* address, Host& host) {
@@ -181,8 +191,31 @@ int set_conf_inet(const char* name, int method, const char* address, const char*
     return replaced && File_replace(interfacesFileName, *replaced) ? 0 : 1;
 }
 
+bool Ethernet_isOwnAddress(in_addr address) {
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0) {
+        DIAGNOSTIC("getifaddrs errno=%d\n", errno);
+        return true;
+    }
+    const ifaddrs* entry = list;
+    while (entry != nullptr && !hasAddress(*entry, address)) {
+        entry = entry->ifa_next;
+    }
+    const bool isFound = entry != nullptr;
+    freeifaddrs(list);
+    return isFound;
+}
+
 void network_restart() {
     File_runShellCommand(restartCommand);
+    void (*const listener)() = restartListener;
+    if (listener != nullptr) {
+        listener();
+    }
+}
+
+void network_registerRestartListener(void (*listener)()) {
+    restartListener = listener;
 }
 
 bool validate_number(const char* text) {

@@ -2,6 +2,7 @@
 #define NETWORK_ETHERNET_UTILITIES_H
 
 #include <cstddef>
+#include <netinet/in.h>
 
 /// The wired interface as it runs, and as the network interfaces file configures it.
 
@@ -31,8 +32,14 @@ int get_conf_inet(const char* name, int* method, char* address, char* netmask, c
 int set_conf_inet(const char* name, int method, const char* address, const char* netmask,
                   const char* gateway);
 
-/// Restarts networking and waits for it.
+/// True while an interface of this machine has the IPv4 address, and when that cannot be told.
+bool Ethernet_isOwnAddress(in_addr address);
+
+/// Restarts networking and waits for it, then tells the listener.
 void network_restart();
+
+/// Registers who is told, on the restarting thread, that networking has been restarted.
+void network_registerRestartListener(void (*listener)());
 
 /// True when every character is a decimal digit; so is an empty text.
 bool validate_number(const char* text);

@@ -1,6 +1,7 @@
 #include "ScpiTcpServer.h"
 
 #include "CSimpleTimer.h"
+#include "EthernetUtilities.h"
 #include "Files.h"
 #include "Numbers.h"
 #include "Process.h"
@@ -31,6 +32,8 @@ constexpr uint32_t acceptPause_ms = 1000; ///< after a failure that lasts, such 
 
 ScpiLink tcpLink;
 std::atomic<int32_t> clientFd{-1};
+/// Held while the client's descriptor is copied, or forgotten before it is closed.
+pthread_mutex_t clientMutex = PTHREAD_MUTEX_INITIALIZER;
 
 [[noreturn]] void failToServe(const char* words) {
     DIAGNOSTIC("%s", words);
@@ -153,8 +156,34 @@ void serveClient(int client, int server) {
     while (serveOnce(client, server)) {
     }
     // What the client left behind must not meet the next one.
-    clientFd = -1;
+    {
+        const ScopedLock lock(clientMutex);
+        clientFd = -1;
+    }
     ScpiLink_discard(&tcpLink);
+}
+
+/// The client's connection, a descriptor of the caller's own; below 0 without a client.
+int copyClient() {
+    const ScopedLock lock(clientMutex);
+    return clientFd < 0 ? -1 : fcntl(clientFd, F_DUPFD_CLOEXEC, 0);
+}
+
+bool hasItsAddress(int client) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    return getsockname(client, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
+           Ethernet_isOwnAddress(address.sin_addr);
+}
+
+/// Networking has been restarted: at an address that the meter does not have any more, nothing
+/// reaches the client, nor the meter. Any thread.
+void dropStrandedClient() {
+    const ScopedFd client(copyClient());
+    if (client.isOpen() && !hasItsAddress(client.get())) {
+        DIAGNOSTIC("The client's address has gone\n");
+        shutdown(client.get(), SHUT_RDWR);
+    }
 }
 
 void forgetWorkingCopies(SCPI_S* record) {
@@ -204,6 +233,7 @@ void scpiTcpServerThread() {
     if (server < 0) {
         failToServe("createTcpServer() failed");
     }
+    network_registerRestartListener(dropStrandedClient);
     for (;;) {
         serveClient(acceptClient(server), server);
     }

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -44,6 +45,33 @@ TEST_F(Ethernet, AddressAndNetmaskAreThoseOfTheNamedInterface) {
     EXPECT_STREQ(get_ip_address("eth0:0"), "169.254.0.1");
     EXPECT_STREQ(get_netmask("eth0:0"), "255.255.0.0");
     EXPECT_TRUE(World_syslog().empty());
+}
+
+TEST_F(Ethernet, OwnAddressesAreThoseOfAllInterfaces) {
+    const auto isOwn = [](const char* text) {
+        in_addr address{};
+        EXPECT_EQ(inet_pton(AF_INET, text, &address), 1);
+        return Ethernet_isOwnAddress(address);
+    };
+    EXPECT_TRUE(isOwn("192.168.1.40"));
+    EXPECT_TRUE(isOwn("169.254.0.1"));
+    EXPECT_FALSE(isOwn("192.168.1.41"));
+    setInterfaces("eth0\n");
+    EXPECT_FALSE(isOwn("192.168.1.40"));
+    WrappedCalls_fail(Call::listInterfaces, ENOBUFS);
+    EXPECT_TRUE(isOwn("192.168.1.40")) << "nothing is known against it";
+}
+
+TEST_F(Ethernet, ARestartIsTold) {
+    static int told = 0;
+    network_registerRestartListener([] { ++told; });
+    World_clearCommands();
+    network_restart();
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(World_commands().size(), 1U) << "first restarted, then told";
+    network_registerRestartListener(nullptr);
+    network_restart();
+    EXPECT_EQ(told, 1);
 }
 
 TEST_F(Ethernet, UnknownInterfaceHasNeitherAddressNorNetmask) {

@@ -12,6 +12,7 @@
 #include "SerialConfig.h"
 #include "SerialPort.h"
 #include "World.h"
+#include "WorldTree.h"
 #include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@
 #include <arpa/inet.h>
 #include <clocale>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <netinet/in.h>
 #include <poll.h>
@@ -302,6 +304,38 @@ TEST_F(ScpiServers, ServeOneClientAfterTheOther) {
     EXPECT_EQ(poll(&waited, 1, 0), 0) << "not served while the first stays";
     first.reset();
     EXPECT_EQ(second.readLines(1), "0\r\n");
+}
+
+void setInterfaces(const std::string& lines) {
+    std::ofstream(World_folder() + "/" + WorldFile::addresses, std::ios::trunc) << lines;
+}
+
+TEST_F(ScpiServers, DropAClientWhoseAddressARestartHasTaken) {
+    World_writeFile("/etc/network/interfaces", "iface eth0 inet dhcp\n\n");
+    const Client client;
+    setInterfaces("eth0 10.0.0.5 255.255.255.0\n");
+    client.send("SYST:COMM:LAN:REST\n");
+    EXPECT_TRUE(client.isClosedByServer());
+    setInterfaces(WorldTree_addresses);
+    const Client next;
+    EXPECT_EQ(next.ask("*OPC?"), "1\r\n");
+}
+
+TEST_F(ScpiServers, DropAClientWhoseAddressARestartFromElsewhereHasTaken) {
+    World_writeFile("/etc/network/interfaces", "iface eth0 inet dhcp\n\n");
+    const Client client;
+    EXPECT_EQ(client.ask("*OPC?"), "1\r\n");
+    setInterfaces("eth0 10.0.0.5 255.255.255.0\n");
+    EXPECT_EQ(askTerminal("SYST:COMM:LAN:REST;*OPC?"), "1\r\n");
+    EXPECT_TRUE(client.isClosedByServer());
+    setInterfaces(WorldTree_addresses);
+}
+
+TEST_F(ScpiServers, KeepAClientAndItsErrorsOverARestartThatChangesNothing) {
+    World_writeFile("/etc/network/interfaces", "iface eth0 inet dhcp\n\n");
+    const Client client;
+    client.send("*CLS;FOO\nSYST:COMM:LAN:REST\n");
+    EXPECT_EQ(client.ask("SYST:ERR?"), "-113,\"Undefined header;FOO\"\r\n");
 }
 
 TEST_F(ScpiServers, DiscardWhatAClientLeftBehind) {
