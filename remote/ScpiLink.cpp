@@ -166,8 +166,9 @@ void refuseLine(ScpiLink* link) {
 void takeLine(ScpiLink* link, std::string_view bytes) {
     if (!link->skipsLine && fits(link, bytes.size())) {
         // Replies that came in one go may leave in one go, but none waits for a command that is no
-        // query: those may take their time.
-        if (bytes.find('?') == std::string_view::npos) {
+        // query: those may take their time. Nor does a line begin whose reply may not fit.
+        if (bytes.find('?') == std::string_view::npos ||
+            link->replyLength > link->reply.size() - scpiLineReplySize) {
             sendReply(link);
         }
         rememberLine(link, bytes);

@@ -15,6 +15,9 @@
 /// Longest wait for a peer that does not take its reply.
 constexpr int scpiReplyTimeout_ms = 5000;
 
+/// More than a line can ask for: 42 times the identity, or the whole error queue.
+constexpr size_t scpiLineReplySize = 8192;
+
 struct ScpiLink {
     scpi_t* context;
     /// Where replies go; null while there is no peer. It holds -1 while the port is closed.
@@ -24,7 +27,7 @@ struct ScpiLink {
     size_t lineLength; ///< of the line being run, as it was received, in upper case
     std::array<char, scpiInputBufferSize> line;
     size_t replyLength; ///< of the reply being gathered
-    std::array<char, 4096> reply;
+    std::array<char, 2 * scpiLineReplySize> reply;
 };
 
 /// The library's way back to the program; both links share it.

@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fcntl.h>
+#include <string>
 #include <sys/socket.h>
+#include <vector>
 
 namespace {
 
@@ -137,6 +140,62 @@ TEST(ScpiLink, SendsEachReplyInOnePiece) {
     instrument.linkEnd = old;
 }
 
+/// The replies to these bytes, as they were sent.
+std::vector<std::string> piecesOf(RemoteInstrument& instrument, const std::string& bytes) {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends), 0);
+    const int32_t old = instrument.linkEnd.exchange(ends[0]);
+    ScpiLink_receive(&instrument.link, bytes);
+    instrument.linkEnd = old;
+    std::vector<std::string> pieces;
+    std::array<char, 32768> packet;
+    for (ssize_t count = 0; (count = recv(ends[1], packet.data(), packet.size(), 0)) > 0;) {
+        pieces.emplace_back(packet.data(), static_cast<size_t>(count));
+    }
+    close(ends[0]);
+    close(ends[1]);
+    return pieces;
+}
+
+std::string repeated(const std::string& text, size_t times) {
+    std::string all;
+    for (size_t i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+TEST(ScpiLink, SendsTheLongestReplyInOnePiece) {
+    RemoteInstrument instrument;
+    const std::string version(scpiFwVersionSize - 1, 'v');
+    const std::string model(scpiIdentitySize - 1, 'm');
+    snprintf(scpi.load()->fwVersion, scpiFwVersionSize, "%s", version.c_str());
+    snprintf(scpi.load()->modelNum, scpiIdentitySize, "%s", model.c_str());
+    snprintf(scpi.load()->serialNum, scpiIdentitySize, "%s", model.c_str());
+    const std::string line = repeated("*IDN?;", 41) + "*IDN?\n";
+    const std::string answer = "QUORVEL-TECHNOLOGIES," + model + "," + model + "," + version;
+    const std::string reply = repeated(answer + ";", 41) + answer + "\r\n";
+    ASSERT_LT(reply.size(), scpiLineReplySize);
+    EXPECT_EQ(piecesOf(instrument, line), std::vector<std::string>{reply});
+    std::string all;
+    for (const std::string& piece : piecesOf(instrument, repeated(line, 5))) {
+        EXPECT_TRUE(piece.ends_with("\r\n")) << "no line's reply is cut";
+        all += piece;
+    }
+    EXPECT_EQ(all, repeated(reply, 5));
+}
+
+TEST(ScpiLink, SendsTheWholeErrorQueueInOnePiece) {
+    RemoteInstrument instrument;
+    const std::string unknown(230, 'X');
+    for (size_t error = 0; error < scpiErrorQueueSize; ++error) {
+        instrument.send(unknown);
+    }
+    const std::string one = "-113,\"Undefined header;" + unknown + "\"";
+    EXPECT_EQ(piecesOf(instrument, "SYST:ERR?" + repeated(";ERR?", scpiErrorQueueSize - 1) + "\n"),
+              std::vector<std::string>{repeated(one + ";", scpiErrorQueueSize - 1) + one + "\r\n"});
+}
+
 TEST(ScpiLink, SendsWhatACommandWroteThoughNoQuerySucceeded) {
     RemoteInstrument instrument;
     EXPECT_EQ(instrument.send("SYST:COMM:RS232:FLOW?;FLOW? 1"), "none;none\r\n");
@@ -154,7 +213,7 @@ TEST(ScpiLink, AnswersNobodyWithoutADescriptor) {
 
 TEST(ScpiLink, DeliversAReplyThatIsLongerThanItsBuffer) {
     RemoteInstrument instrument;
-    const std::string text(10000, 'x');
+    const std::string text(3 * scpiLineReplySize, 'x');
     EXPECT_EQ(scpi_interface.write(&instrument.context, text.data(), text.size()), text.size());
     EXPECT_EQ(instrument.readReplies() + instrument.send(""), text);
 }
