@@ -6,12 +6,15 @@
 #include "ScpiCallback.h"
 #include "ScpiErrors.h"
 #include "ScpiLink.h"
+#include "ScpiReaders.h"
 #include "ScpiRecord.h"
 #include "SerialPort.h"
 #include "Threads.h"
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
+#include <string_view>
 
 namespace {
 
@@ -46,16 +49,14 @@ bool isAddress(const char* text) {
 /// never copied.
 template <typename Check>
 scpi_result_t stageText(scpi_t* context, LanText LANCONFIG_IP_S::*member, Check isValid) {
-    const char* text = nullptr;
-    size_t length = 0;
     LanText staged = {};
-    if (!SCPI_ParamCharacters(context, &text, &length, TRUE)) {
+    const std::optional<std::string_view> text =
+        ScpiReaders_raw(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
+    if (!text) {
         return SCPI_RES_ERR;
     }
-    if (length < sizeof staged) {
-        memcpy(staged, text, length);
-    }
-    const bool accepted = length < sizeof staged && isValid(staged);
+    text->copy(staged, sizeof staged - 1);
+    const bool accepted = text->size() < sizeof staged && isValid(staged);
     if (!accepted) {
         staged[0] = '\0';
     }

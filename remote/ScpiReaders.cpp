@@ -5,7 +5,6 @@
 #include "ScpiRecord.h"
 #include "SensorPortHandler.h"
 
-#include <algorithm>
 #include <cctype>
 #include <cfloat>
 #include <cmath>
@@ -42,23 +41,23 @@ std::optional<uint8_t> readNamed(scpi_t* context, const NamedValue (&names)[Coun
     return {};
 }
 
-/// A unit: the text that shows it is there, where the text is then cut, and its factor.
+/// A unit, and the factor of a number that has it.
 struct UnitRule {
-    const char* contained;
-    const char* cutAt; ///< at the first of these letters
+    const char* unit;
     double factor;
 };
 
-// The first rule that fits wins. Every text with an S fits the first, so that 10MS becomes 10M and
-// is refused; likewise 5KW. Remote programs rely on what is refused and what is not
-// (docs/compatibility.md: time-suffix, level-suffix).
-constexpr UnitRule timeRules[] = {{"S", "S", 1}, {"MS", "MS", 1e-3}, {"US", "US", 1e-6}};
-constexpr UnitRule levelRules[] = {{"MW", "MW", 1e-3}, {"W", "W", 1}, {"KW", "KW", 1e3}};
+// The first rule whose unit stands in the text wins, and the text is cut there. Every text with an
+// S fits the first, so that 10MS becomes 10M and is refused; likewise 5KW. Remote programs rely on
+// what is refused and what is not (docs/compatibility.md: time-suffix, level-suffix).
+constexpr UnitRule timeRules[] = {{"S", 1}, {"MS", 1e-3}, {"US", 1e-6}};
+constexpr UnitRule levelRules[] = {{"MW", 1e-3}, {"W", 1}, {"KW", 1e3}};
 
 template <size_t Count> double cutUnit(char* text, const UnitRule (&rules)[Count]) {
     for (const UnitRule& rule : rules) {
-        if (strstr(text, rule.contained) != nullptr) {
-            text[strcspn(text, rule.cutAt)] = '\0';
+        char* unit = strstr(text, rule.unit);
+        if (unit != nullptr) {
+            *unit = '\0';
             return rule.factor;
         }
     }
@@ -68,11 +67,11 @@ template <size_t Count> double cutUnit(char* text, const UnitRule (&rules)[Count
 /// Any text but a bare unit is cut at its first H or Z and has the factor 1, so that 10KHZ becomes
 /// 10K and is refused. Remote programs rely on it (docs/compatibility.md: frequency-suffix).
 double cutFrequencyUnit(char* text) {
-    constexpr UnitRule units[] = {{"HZ", "HZ", 1}, {"KHZ", "KHZ", 1e3}, {"MHZ", "MHZ", 1e6}};
-    for (const UnitRule& unit : units) {
-        if (strcmp(text, unit.contained) != 0) {
-            text[strcspn(text, unit.cutAt)] = '\0';
-            return unit.factor;
+    constexpr UnitRule rules[] = {{"HZ", 1}, {"KHZ", 1e3}, {"MHZ", 1e6}};
+    for (const UnitRule& rule : rules) {
+        if (strcmp(text, rule.unit) != 0) {
+            text[strcspn(text, rule.unit)] = '\0';
+            return rule.factor;
         }
     }
     return 1;
@@ -139,14 +138,33 @@ void convertScpiStringToUpperCase(char* text) {
     }
 }
 
+std::optional<std::string_view> ScpiReaders_raw(scpi_t* context, int16_t refusal) {
+    scpi_parameter_t parameter{};
+    if (!SCPI_Parameter(context, &parameter, TRUE)) {
+        return {};
+    }
+    const std::string_view text(parameter.ptr, static_cast<size_t>(parameter.len));
+    switch (parameter.type) {
+    case SCPI_TOKEN_HEXNUM:
+    case SCPI_TOKEN_OCTNUM:
+    case SCPI_TOKEN_BINNUM:
+        ScpiErrors_refuse(context, refusal);
+        return {};
+    case SCPI_TOKEN_SINGLE_QUOTE_PROGRAM_DATA:
+    case SCPI_TOKEN_DOUBLE_QUOTE_PROGRAM_DATA:
+        return text.substr(1, text.size() - 2);
+    default:
+        return text;
+    }
+}
+
 scpi_result_t SCPI_ReadStringParameter(scpi_t* context, ScpiString* text) {
-    const char* from = nullptr;
-    size_t length = 0;
-    if (!SCPI_ParamCharacters(context, &from, &length, TRUE)) {
+    const std::optional<std::string_view> raw =
+        ScpiReaders_raw(context, SCPI_ERROR_PARAMETER_ERROR);
+    if (!raw) {
         return SCPI_RES_ERR;
     }
-    length = std::min(length, text->size() - 1);
-    memcpy(text->data(), from, length);
+    const size_t length = raw->copy(text->data(), text->size() - 1);
     (*text)[length] = '\0';
     (*text)[strcspn(text->data(), ", \r\n")] = '\0';
     convertScpiStringToUpperCase(text->data());

@@ -24,6 +24,10 @@ scpi_result_t SCPI_ReadChannelParameter(scpi_t* context, size_t* channel);
 /// when there is no sensor.
 bool SCPI_IsChannelValid(size_t channel);
 
+/// The next parameter's text as it was sent, without its quotes; mandatory. A number to another
+/// base (#H10) would lose its base and leaves the error `refusal`.
+std::optional<std::string_view> ScpiReaders_raw(scpi_t* context, int16_t refusal);
+
 /// The next parameter's text, cut at the first comma, blank, carriage return or line feed.
 /// Missing: -109.
 scpi_result_t SCPI_ReadStringParameter(scpi_t* context, ScpiString* text);

@@ -4,6 +4,7 @@
 #include "ScpiCallback.h"
 #include "ScpiErrors.h"
 #include "ScpiLink.h"
+#include "ScpiReaders.h"
 #include "ScpiRecord.h"
 #include "ScpiSerialTables.h"
 #include "SerialPort.h"
@@ -13,6 +14,8 @@
 #include <cctype>
 #include <cmath>
 #include <iterator>
+#include <optional>
+#include <string_view>
 
 namespace {
 
@@ -136,12 +139,12 @@ int32_t parityRow(char letter) {
 }
 
 scpi_result_t stageParity(scpi_t* context) {
-    const char* text = nullptr;
-    size_t length = 0;
-    if (!SCPI_ParamCharacters(context, &text, &length, TRUE)) {
+    const std::optional<std::string_view> text =
+        ScpiReaders_raw(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE);
+    if (!text) {
         return SCPI_RES_ERR;
     }
-    const int32_t row = length == 0 ? 0 : parityRow(text[0]);
+    const int32_t row = text->empty() ? 0 : parityRow(text->front());
     if (row != 0) {
         changeStaged([row](TTY_CONFIG_S& numbers, TTY_CONFIG_BITS_S& bits) {
             numbers.parity = row;
@@ -150,8 +153,9 @@ scpi_result_t stageParity(scpi_t* context) {
     }
     // A longer word is refused, though its first letter has been staged: remote programs rely
     // on what is then applied (docs/compatibility.md: parity-staged).
-    return row == 0 || length != 1 ? ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
-                                   : SCPI_RES_OK;
+    return row == 0 || text->size() != 1
+               ? ScpiErrors_refuse(context, SCPI_ERROR_ILLEGAL_PARAMETER_VALUE)
+               : SCPI_RES_OK;
 }
 
 void replaceFlags(termios* settings, tcflag_t mask, tcflag_t flags) {

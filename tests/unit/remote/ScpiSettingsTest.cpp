@@ -126,6 +126,7 @@ TEST(ScpiSerialSettings, RefuseWhatIsNotInTheirTables) {
         {"SYST:COMM:RS232:PAR X", "", illegal},
         {"SYST:COMM:RS232:PAR", "", missing},
         {"SYST:COMM:RS232:PAR \"\"", "", illegal},
+        {"SYST:COMM:RS232:PAR #HE", "", illegal},
         {"SYST:COMM:RS232:BAUD 1200.9", "", ""},
         {"SYST:COMM:RS232:STOP 2.5", "", ""},
         {"SYST:COMM:RS232:BAUD 1200,1", "", "-108,\"Parameter not allowed\""},
