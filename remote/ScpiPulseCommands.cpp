@@ -64,13 +64,18 @@ scpi_result_t store(scpi_t* context, const PulseSensorConditions& conditions, Pl
     return SCPI_RES_OK;
 }
 
-/// The working copy of the channel that a query names.
+/// The working copy of the channel that a query names. A sensor that is still starting has none.
 std::optional<SENSOR_CONFIGS> readCopy(scpi_t* context, const PulseSensorConditions& conditions) {
     size_t channel = 0;
     if (ScpiConditions_readChannel(context, conditions, &channel) != SCPI_RES_OK) {
         return {};
     }
-    return ScpiRecord_workingCopy(channel).config;
+    const scpi_sensor_config copy = ScpiRecord_workingCopy(channel);
+    if (copy.state == NotInitialized) {
+        pushCustomScpiError(context, scpiErrorNoSensor);
+        return {};
+    }
+    return copy.config;
 }
 
 template <typename Place>

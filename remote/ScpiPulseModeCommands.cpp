@@ -46,10 +46,10 @@ scpi_result_t SCPI_SystemPulseConfigSync(scpi_t* context) {
     if (ScpiConditions_readChannel(context, forPulseSensor, &channel) != SCPI_RES_OK) {
         return SCPI_RES_ERR;
     }
-    const uint32_t port = ScpiRecord_sensorPort(channel);
-    SENSOR_CONFIGS config{};
-    sensorPortHandler_getSensorConfigs(&config, port);
-    ScpiRecord_synchronizeCopy(channel, port, config);
+    if (!ScpiWorkingCopy_synchronize(channel, ScpiRecord_sensorPort(channel))) {
+        pushCustomScpiError(context, scpiErrorNoSensor);
+        return SCPI_RES_ERR;
+    }
     return SCPI_RES_OK;
 }
 

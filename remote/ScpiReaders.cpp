@@ -3,7 +3,7 @@
 #include "Numbers.h"
 #include "ScpiErrors.h"
 #include "ScpiRecord.h"
-#include "SensorPortHandler.h"
+#include "ScpiWorkingCopy.h"
 
 #include <cctype>
 #include <cfloat>
@@ -100,16 +100,12 @@ std::optional<float> readScaled(scpi_t* context, double (*cut)(char* text)) {
 
 bool SCPI_IsChannelValid(size_t channel) {
     scpiGetSensor();
-    const ScpiChannelState state = ScpiRecord_channelState(channel);
-    if (state.port == sensorPort_None) {
+    const uint32_t port = ScpiRecord_sensorPort(channel);
+    if (port == sensorPort_None) {
         ScpiRecord_forgetCopy(channel);
         return false;
     }
-    if (!state.hasCopy) {
-        SENSOR_CONFIGS config{};
-        sensorPortHandler_getSensorConfigs(&config, state.port);
-        ScpiRecord_synchronizeCopy(channel, state.port, config);
-    }
+    ScpiWorkingCopy_refresh(channel, port);
     return true;
 }
 

@@ -20,8 +20,8 @@ using ScpiString = std::array<char, scpiStringSize>;
 /// number: -220; other numbers: 101; no sensor: 102.
 scpi_result_t SCPI_ReadChannelParameter(scpi_t* context, size_t* channel);
 
-/// Refreshes the channels; makes sure that a channel that has a sensor has a working copy. False
-/// when there is no sensor.
+/// Refreshes the channels, and the working copy of a channel whose sensor has started. False when
+/// there is no sensor.
 bool SCPI_IsChannelValid(size_t channel);
 
 /// The next parameter's text as it was sent, without its quotes; mandatory. A number to another

@@ -66,8 +66,20 @@ void takeOver(SCPI_S* record, size_t channel, const ChannelOwner& owner, SensorI
     record->sensor[channel] = instance;
     if (!(owners[channel] == owner)) {
         owners[channel] = owner;
-        record->configs[channel].state = NotInitialized;
+        record->configs[channel] = {};
         record->measurements[channel] = SensorMeasurements_none();
+    }
+}
+
+void storeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config, bool keepsModified) {
+    SCPI_S* record = scpi;
+    if (record == nullptr || channel >= scpiChannelCount) {
+        return;
+    }
+    const ScopedLock lock(record->lock);
+    scpi_sensor_config& copy = record->configs[channel];
+    if (owners[channel].port == port && !(keepsModified && copy.state == Modified)) {
+        copy = {Syncronized, config};
     }
 }
 
@@ -146,15 +158,6 @@ uint32_t ScpiRecord_sensorPort(size_t channel) {
     return owners[channel].port;
 }
 
-ScpiChannelState ScpiRecord_channelState(size_t channel) {
-    SCPI_S* record = scpi;
-    if (record == nullptr || channel >= scpiChannelCount) {
-        return {sensorPort_None, false};
-    }
-    const ScopedLock lock(record->lock);
-    return {owners[channel].port, record->configs[channel].state != NotInitialized};
-}
-
 SENSOR_MEASUREMENTS ScpiRecord_measurements(size_t channel) {
     SCPI_S* record = scpi;
     if (record == nullptr || channel >= scpiChannelCount) {
@@ -174,14 +177,11 @@ scpi_sensor_config ScpiRecord_workingCopy(size_t channel) {
 }
 
 void ScpiRecord_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config) {
-    SCPI_S* record = scpi;
-    if (record == nullptr || channel >= scpiChannelCount) {
-        return;
-    }
-    const ScopedLock lock(record->lock);
-    if (owners[channel].port == port) {
-        record->configs[channel] = {Syncronized, config};
-    }
+    storeCopy(channel, port, config, false);
+}
+
+void ScpiRecord_refreshCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config) {
+    storeCopy(channel, port, config, true);
 }
 
 void ScpiRecord_forgetCopy(size_t channel) {
@@ -190,5 +190,5 @@ void ScpiRecord_forgetCopy(size_t channel) {
         return;
     }
     const ScopedLock lock(record->lock);
-    record->configs[channel].state = NotInitialized;
+    record->configs[channel] = {};
 }

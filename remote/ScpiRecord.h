@@ -23,7 +23,7 @@ constexpr size_t scpiFwVersionSize = 128;
 
 enum scpi_sensor_config_state_t : int {
     NotInitialized = 0, ///< no copy taken yet
-    Syncronized = 1,    ///< the copy equals the sensor's configuration
+    Syncronized = 1,    ///< as the sensor's configuration was at the latest command
     Modified = 2        ///< changed remotely, not yet committed
 };
 
@@ -106,23 +106,17 @@ bool scpiGetSensor();
 /// or above 1. Any thread.
 uint32_t ScpiRecord_sensorPort(size_t channel);
 
-/// The same, and whether the channel has a working copy.
-struct ScpiChannelState {
-    uint32_t port;
-    bool hasCopy;
-};
-ScpiChannelState ScpiRecord_channelState(size_t channel);
-
 /// Copies; a channel above 1 gives a record without readings, and an empty configuration. Any
 /// thread.
 SENSOR_MEASUREMENTS ScpiRecord_measurements(size_t channel);
 scpi_sensor_config ScpiRecord_workingCopy(size_t channel);
 
 /// Stores a sensor's own configuration as the channel's copy and marks it Syncronized, unless the
-/// channel's sensor is another one by now.
+/// channel's sensor is another one by now. The second leaves a copy alone that is Modified.
 void ScpiRecord_synchronizeCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config);
+void ScpiRecord_refreshCopy(size_t channel, uint32_t port, const SENSOR_CONFIGS& config);
 
-/// Marks the copy of a channel that has no sensor.
+/// Empties the copy of a channel that has no sensor.
 void ScpiRecord_forgetCopy(size_t channel);
 
 #endif

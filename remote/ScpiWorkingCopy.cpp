@@ -1,7 +1,10 @@
 #include "ScpiWorkingCopy.h"
 
+#include "SensorPortHandler.h"
+
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 namespace {
 
@@ -25,7 +28,38 @@ bool sameSettings(const SENSOR_CONFIGS& first, const SENSOR_CONFIGS& second) {
            sameStates(first, second);
 }
 
+bool hasStarted(uint32_t port) {
+    return sensorPortHandler_getSensorStatus(port).status == isReady;
+}
+
+/// The configuration that a sensor has. Empty while it is starting: its port then holds the stored
+/// configuration, or some of the sensor's own.
+std::optional<SENSOR_CONFIGS> sensorsOwn(uint32_t port) {
+    if (!hasStarted(port)) {
+        return {};
+    }
+    SENSOR_CONFIGS config{};
+    sensorPortHandler_getSensorConfigs(&config, port);
+    // Asked twice: another sensor may have come in between.
+    return hasStarted(port) ? std::optional(config) : std::nullopt;
+}
+
 } // namespace
+
+void ScpiWorkingCopy_refresh(size_t channel, uint32_t port) {
+    const std::optional<SENSOR_CONFIGS> own = sensorsOwn(port);
+    if (own) {
+        ScpiRecord_refreshCopy(channel, port, *own);
+    }
+}
+
+bool ScpiWorkingCopy_synchronize(size_t channel, uint32_t port) {
+    const std::optional<SENSOR_CONFIGS> own = sensorsOwn(port);
+    if (own) {
+        ScpiRecord_synchronizeCopy(channel, port, *own);
+    }
+    return own.has_value();
+}
 
 void ScpiWorkingCopy_arrangeStates(SENSOR_CONFIGS* config) {
     PULSE_STATE_INTVL* states = config->pulseStates;

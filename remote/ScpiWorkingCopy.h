@@ -10,8 +10,8 @@
 
 /// Changes one value of a channel's working copy through `place`, which finds it in the
 /// configuration. A value that differs marks the copy Modified. False when there is no copy: the
-/// sensor that the caller has checked is gone, and its settings must not become another's. Takes
-/// the record's lock.
+/// sensor is still starting, or the one that the caller has checked is gone, and its settings must
+/// not become another's. Takes the record's lock.
 template <typename Value, typename Place>
 bool ScpiWorkingCopy_set(size_t channel, Place place, const Value& value) {
     SCPI_S* record = scpi;
@@ -29,6 +29,13 @@ bool ScpiWorkingCopy_set(size_t channel, Place place, const Value& value) {
     }
     return true;
 }
+
+/// Lets a copy in which nothing is staged follow its sensor, whose configuration may have been
+/// changed on the screen. While the sensor is starting the copy stays as it is. Any thread.
+void ScpiWorkingCopy_refresh(size_t channel, uint32_t port);
+
+/// Takes the sensor's configuration, whatever is staged. False while the sensor is starting.
+bool ScpiWorkingCopy_synchronize(size_t channel, uint32_t port);
 
 /// Counts the enabled states into numStates; at most three of them are moved to the front.
 void ScpiWorkingCopy_arrangeStates(SENSOR_CONFIGS* config);

@@ -11,12 +11,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
 
 constexpr int answerLimit_ms = 8000;
+constexpr const char* noError = "0,\"No error\"";
 constexpr uint32_t mirrorLimit_ms = 30000;
 
 /// One end of a link to the meter.
@@ -124,13 +127,51 @@ TEST_F(RemoteControl, ACommitReachesTheSensor) {
     const Link tcp(connectTcp());
     EXPECT_EQ(tcp.ask("SYST:PULS ON;PULS?"), "1");
     EXPECT_EQ(tcp.ask("SENS:FREQ:AUTO OFF;:SENS:FREQ 15;FREQ?"), "15");
+    const uint64_t before = lastEntry("usb1");
     tcp.tell("SYST:PULS:CONF:COMM");
-    EXPECT_EQ(tcp.ask("SYST:ERR?"), "0,\"No error\"");
-    std::string log;
-    ASSERT_TRUE(Bench_do(bench, "log usb1", &log));
-    EXPECT_THAT(log, HasSubstr("15"));
+    EXPECT_EQ(tcp.ask("SYST:ERR?"), noError);
+    const std::string log = logOf("usb1", before);
+    EXPECT_THAT(log, HasSubstr("-> SENS:FREQ:AUTO 0\\n"));
+    EXPECT_THAT(log, HasSubstr("-> SENS:FREQ 15.000000\\n"));
     tcp.tell("SYST:PULS:CONF");
     EXPECT_EQ(tcp.ask("SENS:FREQ?"), "15");
+}
+
+TEST_F(RemoteControl, ACopyIsTakenOfASensorThatHasStartedOnly) {
+    startFast({}, "sensorPulseMode 1\n");
+    const Link tcp(connectTcp());
+    plug("usb1", "3164 fwd=10 latency=5ms");
+    ASSERT_TRUE(chooseChannel(1));
+    EXPECT_TRUE(answers(tcp, "MEAS:AVER?", "10"));
+    const std::string query = "SENS:FREQ?;PER?;:TRIG:LEV?;SLOP?";
+    const std::string copy = tcp.ask(query);
+    EXPECT_THAT(copy, StartsWith("13.56"));
+    tcp.tell("SYST:PULS:CONF");
+    EXPECT_EQ(tcp.ask(query), copy) << "the sensor's own";
+}
+
+TEST_F(RemoteControl, ACommitDoesNotUndoWhatTheScreenHasApplied) {
+    startFast({}, "sensorPulseMode 1\n");
+    plug("usb1", "3164 fwd=10 period=1ms width=250us");
+    ASSERT_TRUE(chooseChannel(1));
+    ASSERT_TRUE(waitForReading("pulse.valueFwd"));
+    const Link tcp(connectTcp());
+    EXPECT_THAT(tcp.ask("SENS:FREQ?;:CALC:GATE:BEG?"), EndsWith(";0"));
+    ASSERT_TRUE(Bench_tap(bench, "pulse.btnConfig"));
+    ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
+    ASSERT_TRUE(Bench_tap(bench, "pulseConfigGateBegin"));
+    for (const char* key : {"pulseConfigKey1", "pulseConfigKey5", "pulseConfigKey0"}) {
+        ASSERT_TRUE(Bench_tap(bench, key));
+    }
+    ASSERT_TRUE(Bench_tap(bench, "pulseConfigApply"));
+    ASSERT_TRUE(becomesVisible("pulseConfigDialog", false, readingLimit_ms));
+    EXPECT_THAT(tcp.ask("CALC:GATE:BEG?"), StartsWith("0.000150"));
+    const uint64_t before = lastEntry("usb1");
+    tcp.tell("SENS:FREQ:AUTO OFF;:SENS:FREQ 15;:SYST:PULS:CONF:COMM");
+    EXPECT_EQ(tcp.ask("SYST:ERR?"), noError);
+    const std::string log = logOf("usb1", before);
+    EXPECT_THAT(log, HasSubstr("-> SENS:FREQ 15.000000\\n"));
+    EXPECT_THAT(log, Not(HasSubstr("-> CALC:GATE:BEG:DEL 0.000000\\n")));
 }
 
 TEST_F(RemoteControl, TheCommandPortIsReadAtTheUsersSpeed) {

@@ -3,6 +3,8 @@
 #include "Configuration.h"
 #include "SensorManager.h"
 #include "SensorPortSignals.h"
+#include "SensorRecords.h"
+#include "SerialSensorHandler.h"
 #include "Threads.h"
 #include "UsbSensorConfig.h"
 
@@ -25,6 +27,12 @@ void detect(uint32_t bits) {
     record.detectedSensorsChanged = detected.detectedSensors ^ bits;
     SensorManager_UpdatePhysicalSensors(&record);
     detected = record;
+}
+
+SensorRecords recordsOf(uint32_t port) {
+    return SensorPort_isUsb(port)
+               ? SensorRecords_of(port, &sensorUsbHandlerData[port - sensorPort_USB1])
+               : SensorRecords_of(port, &sensorSerialHandlerData[port]);
 }
 
 } // namespace
@@ -87,6 +95,16 @@ std::string RemoteInstrument::errors() {
 }
 
 void RemoteInstrument::plug(uint32_t port, uint32_t channel) {
+    plugStarting(port, channel);
+    finishStart(port);
+}
+
+void RemoteInstrument::finishStart(uint32_t port) {
+    SensorRecords_setStatus(recordsOf(port), isReady);
+    SensorPortSignals_setServedConnection(port, SensorPortSignals_waitUntilConnected(port));
+}
+
+void RemoteInstrument::plugStarting(uint32_t port, uint32_t channel) {
     detect(detected.detectedSensors | SensorPort_bit(port));
     SensorInstance_SetLogicalChannel(port, channel);
 }

@@ -28,8 +28,11 @@ public:
     /// Takes the error queue, as in `-220,"Parameter error;text"`, one error a line.
     std::string errors();
 
-    /// Connects a sensor and gives it a channel, 0 or 1.
+    /// Connects a sensor that has started, and gives it a channel, 0 or 1.
     static void plug(uint32_t port, uint32_t channel);
+    /// The same in two steps.
+    static void plugStarting(uint32_t port, uint32_t channel);
+    static void finishStart(uint32_t port);
     static void unplug(uint32_t port);
     /// A USB sensor's own configuration.
     static void setSensorConfig(uint32_t port, const SENSOR_CONFIGS& config);

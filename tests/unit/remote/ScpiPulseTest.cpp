@@ -1,16 +1,12 @@
 #include "CommandForms.h"
 #include "Configuration.h"
-#include "RemoteInstrument.h"
+#include "PulseMeter.h"
 #include "ScpiReaders.h"
 #include "ScpiWorkingCopy.h"
-#include "World.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 // clang-format off
@@ -109,31 +105,6 @@ constexpr const char* pulseGateModel =
     "-100,\"Command error;The command is not supported when using the Pulse Gate model.\"";
 constexpr const char* triggeredGateModel =
     "-100,\"Command error;The command is not supported when using the Triggered Gate model.\"";
-constexpr uint32_t limit_ms = 5000;
-
-SENSOR_CONFIGS sensorConfig() {
-    SENSOR_CONFIGS config{};
-    config.bSupportsAutoPeriod = true;
-    config.bSupportsTriggeredGates = true;
-    config.bAutoFrequency = true;
-    config.freqVal = 250e6F;
-    config.prdVal = 0.002F;
-    config.trigLevelVal = 1.5F;
-    config.trigDelayVal = 0.25F;
-    config.trigSlope = 1;
-    config.gateBegin = 0.125F;
-    config.gateEnd = 0.5F;
-    return config;
-}
-
-/// A pulse sensor with triggered gates on USB1 as channel 1, in pulse mode.
-struct PulseMeter : RemoteInstrument {
-    explicit PulseMeter(const SENSOR_CONFIGS& config = sensorConfig()) {
-        configuration_setPulseMode(true);
-        setSensorConfig(sensorPort_USB1, config);
-        plug(sensorPort_USB1, 0);
-    }
-};
 
 TEST(ScpiPulse, AnswersTheSensorsOwnConfiguration) {
     PulseMeter instrument;
@@ -170,38 +141,24 @@ struct Setting {
 
 TEST(ScpiPulse, SetsEveryValueAndAnswersIt) {
     const Setting settings[] = {
-        {"SENS:FREQ", "100", "100", false},
-        {"SENS:FREQ", "100HZ", "100", false},
-        {"SENS:FREQ", "100 KHZ", "100", false},
-        {"SENS:FREQ", "1e2", "100", false},
-        {"SENS:FREQ:AUTO", "OFF", "0", false},
-        {"SENS:FREQ:AUTO", "0.6", "1", false},
-        {"SENS:PER", "0.5", "0.5", false},
-        {"SENS:PER", "0.5S", "0.5", false},
-        {"SENS:PER", "2.5e-1 s", "0.25", false},
-        {"SENS:PER:AUTO", "ON", "1", false},
-        {"TRIG:LEV", "2.5", "2.5", false},
-        {"TRIG:LEV", "2.5W", "2.5", false},
-        {"TRIG:LEV", "500MW", "0.5", false},
-        {"TRIG:LEV:AUTO", "1", "1", false},
-        {"TRIG:DEL", "0.5S", "0.5", false},
-        {"TRIG:DEL", "-0.5", "-0.5", false},
-        {"TRIG:SLOP", "NEG", "NEG", false},
-        {"TRIG:SLOP", "positive", "POS", false},
-        {"TRIG:SLOP", "\"NEGATIVE\"", "NEG", false},
-        {"CALC:GATE:BEG", "0.25", "0.25", false},
-        {"CALC:GATE:END:DEL", "0.75S", "0.75", false},
-        {"CALC:PULS", "TRIG", "TRIG", false},
-        {"CALC:PULS:MOD", "TRIGGERED", "TRIG", false},
-        {"CALC:PULS", "pulse", "PULS", false},
-        {"CALC:STAT1:ENAB", "ON", "1", true},
-        {"CALC:STATE4:ENAB", "2", "1", true},
-        {"CALC:STAT2:BEG", "0.5", "0.5", true},
-        {"CALC:STAT3:END:D", "0.25S", "0.25", true},
-        {"CALC:STATE2:BEG:DELAY", "1", "1", true},
+        {"SENS:FREQ", "100", "100", false},          {"SENS:FREQ", "100HZ", "100", false},
+        {"SENS:FREQ", "100 KHZ", "100", false},      {"SENS:FREQ", "1e2", "100", false},
+        {"SENS:FREQ:AUTO", "OFF", "0", false},       {"SENS:FREQ:AUTO", "0.6", "1", false},
+        {"SENS:FREQ:AUTO", "0.4", "0", false},       {"SENS:PER", "0.5", "0.5", false},
+        {"SENS:PER", "0.5S", "0.5", false},          {"SENS:PER", "2.5e-1 s", "0.25", false},
+        {"SENS:PER:AUTO", "ON", "1", false},         {"TRIG:LEV", "2.5", "2.5", false},
+        {"TRIG:LEV", "2.5W", "2.5", false},          {"TRIG:LEV", "500MW", "0.5", false},
+        {"TRIG:LEV:AUTO", "1", "1", false},          {"TRIG:DEL", "0.5S", "0.5", false},
+        {"TRIG:DEL", "-0.5", "-0.5", false},         {"TRIG:SLOP", "NEG", "NEG", false},
+        {"TRIG:SLOP", "positive", "POS", false},     {"TRIG:SLOP", "\"NEGATIVE\"", "NEG", false},
+        {"CALC:GATE:BEG", "0.25", "0.25", false},    {"CALC:GATE:END:DEL", "0.75S", "0.75", false},
+        {"CALC:PULS", "TRIG", "TRIG", false},        {"CALC:PULS:MOD", "TRIGGERED", "TRIG", false},
+        {"CALC:PULS", "pulse", "PULS", false},       {"CALC:STAT1:ENAB", "ON", "1", true},
+        {"CALC:STATE4:ENAB", "2", "1", true},        {"CALC:STAT2:BEG", "0.5", "0.5", true},
+        {"CALC:STAT3:END:D", "0.25S", "0.25", true}, {"CALC:STATE2:BEG:DELAY", "1", "1", true},
     };
     for (const Setting& setting : settings) {
-        SENSOR_CONFIGS config = sensorConfig();
+        SENSOR_CONFIGS config = PulseMeter_config();
         config.bModelIsTriggeredGates = setting.inTriggeredModel;
         PulseMeter instrument(config);
         SCOPED_TRACE(setting.command + " " + setting.value);
@@ -212,7 +169,7 @@ TEST(ScpiPulse, SetsEveryValueAndAnswersIt) {
 }
 
 TEST(ScpiPulse, KeepsTheStatesAndTheirTwoDelaysApart) {
-    SENSOR_CONFIGS config = sensorConfig();
+    SENSOR_CONFIGS config = PulseMeter_config();
     config.bModelIsTriggeredGates = true;
     PulseMeter instrument(config);
     for (int state = 1; state <= 4; ++state) {
@@ -312,7 +269,7 @@ TEST(ScpiPulse, ChecksTheConditionsOfEveryCommand) {
     for (const Conditioned& row : commands) {
         SCOPED_TRACE(row.command);
         for (const bool triggered : {false, true}) {
-            SENSOR_CONFIGS config = sensorConfig();
+            SENSOR_CONFIGS config = PulseMeter_config();
             config.bModelIsTriggeredGates = triggered;
             PulseMeter instrument(config);
             instrument.send(row.command);
@@ -324,7 +281,7 @@ TEST(ScpiPulse, ChecksTheConditionsOfEveryCommand) {
             EXPECT_EQ(instrument.errors(), row.needsPulseMode ? cwMode : "");
         }
         {
-            SENSOR_CONFIGS config = sensorConfig();
+            SENSOR_CONFIGS config = PulseMeter_config();
             config.bSupportsTriggeredGates = false;
             PulseMeter plain(config);
             plain.send(row.command);
@@ -354,8 +311,69 @@ TEST(ScpiPulse, MarksTheCopyModifiedOnlyWhenAValueChanges) {
     EXPECT_EQ(instrument.send("SENS:FREQ?"), "250\r\n");
 }
 
+TEST(ScpiPulse, TakesNoCopyOfASensorThatIsStillStarting) {
+    constexpr const char* noSensor = "-220,\"Parameter error;No sensor connected on the channel\"";
+    RemoteInstrument instrument;
+    configuration_setPulseMode(true);
+    SENSOR_CONFIGS unfinished{};
+    unfinished.bSupportsTriggeredGates = true;
+    RemoteInstrument::setSensorConfig(sensorPort_USB1, unfinished);
+    RemoteInstrument::plugStarting(sensorPort_USB1, 0);
+    expectExchange(instrument, {"MEAS:AVER?", "nan\r\n", ""});
+    for (const char* line :
+         {"SENS:FREQ?", "TRIG:LEV?", "TRIG:SLOP?", "SENS:FREQ 100", "SYST:PULS:CONF"}) {
+        expectExchange(instrument, {line, "", noSensor});
+    }
+    expectExchange(instrument, {"SYST:PULS:CONF:COMM", "", ""});
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, NotInitialized);
+
+    RemoteInstrument::setSensorConfig(sensorPort_USB1, PulseMeter_config());
+    RemoteInstrument::finishStart(sensorPort_USB1);
+    expectExchange(instrument, {"SENS:FREQ?;:TRIG:LEV?;SLOP?", "250;1.5;POS\r\n", ""});
+}
+
+TEST(ScpiPulse, FollowsTheScreenWhileNothingIsStaged) {
+    PulseMeter instrument;
+    EXPECT_EQ(instrument.send("SENS:FREQ?"), "250\r\n");
+    SENSOR_CONFIGS applied = PulseMeter_config();
+    applied.freqVal = 100e6F;
+    applied.trigLevelVal = 2.5F;
+    RemoteInstrument::setSensorConfig(sensorPort_USB1, applied);
+    expectExchange(instrument, {"SENS:FREQ?;:TRIG:LEV?", "100;2.5\r\n", ""});
+
+    instrument.send("SENS:FREQ 200");
+    applied.freqVal = 300e6F;
+    RemoteInstrument::setSensorConfig(sensorPort_USB1, applied);
+    expectExchange(instrument, {"SENS:FREQ?", "200\r\n", ""});
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified);
+    expectExchange(instrument, {"SYST:PULS:CONF;:SENS:FREQ?", "300\r\n", ""});
+}
+
+TEST(ScpiPulse, SendsWhatTheScreenHasAppliedWithTheNextCommit) {
+    PulseMeter instrument;
+    const FakeUsbSensor sensor(sensorPort_USB1);
+    EXPECT_EQ(instrument.send("SENS:FREQ?"), "250\r\n");
+    SENSOR_CONFIGS applied = PulseMeter_config();
+    applied.trigLevelVal = 2.5F;
+    RemoteInstrument::setSensorConfig(sensorPort_USB1, applied);
+    expectExchange(instrument, {"SENS:FREQ 100;:SYST:PULS:CONF:COMM", "", ""});
+    EXPECT_EQ(sensor.lastConfig().freqVal, 100e6F);
+    EXPECT_EQ(sensor.lastConfig().trigLevelVal, 2.5F);
+}
+
+TEST(ScpiPulse, KeepsWhatTheOtherLinkStagesWhileACopyIsFetched) {
+    PulseMeter instrument;
+    EXPECT_EQ(instrument.send("SENS:FREQ?"), "250\r\n");
+    const auto frequency = [](SENSOR_CONFIGS& config) -> float& { return config.freqVal; };
+    EXPECT_TRUE(ScpiWorkingCopy_set(0, frequency, 1e6F));
+    ScpiRecord_refreshCopy(0, sensorPort_USB1, PulseMeter_config());
+    EXPECT_EQ(ScpiRecord_workingCopy(0).config.freqVal, 1e6F);
+    ScpiRecord_synchronizeCopy(0, sensorPort_USB1, PulseMeter_config());
+    EXPECT_EQ(ScpiRecord_workingCopy(0).config.freqVal, 250e6F);
+}
+
 TEST(ScpiPulse, AnswersEithForASlopeThatIsNeither) {
-    SENSOR_CONFIGS config = sensorConfig();
+    SENSOR_CONFIGS config = PulseMeter_config();
     config.trigSlope = 7;
     PulseMeter instrument(config);
     EXPECT_EQ(instrument.send("TRIG:SLOP?"), "EITH\r\n");
@@ -368,133 +386,6 @@ TEST(ScpiPulse, SwitchesTheInstrumentsPulseMode) {
     EXPECT_TRUE(configuration_getPulseMode());
     EXPECT_EQ(instrument.send("SYST:PULS:ENAB 0;ENAB?"), "0\r\n");
     EXPECT_FALSE(configuration_getPulseMode());
-}
-
-TEST(ScpiCommit, HandsTheWholeConfigurationToTheSensor) {
-    PulseMeter instrument;
-    const FakeUsbSensor sensor(sensorPort_USB1);
-    RemoteInstrument::setSensorConfig(sensorPort_USB1, sensorConfig());
-    expectExchange(instrument, {"SENS:FREQ 100;:TRIG:DEL 0.5;:SYST:PULS:CONF:COMM", "", ""});
-    EXPECT_EQ(sensor.received(), 1);
-    EXPECT_EQ(sensor.lastConfig().freqVal, 100e6F);
-    EXPECT_EQ(sensor.lastConfig().trigDelayVal, 0.5F);
-    EXPECT_EQ(sensor.lastConfig().trigLevelVal, 1.5F);
-    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Syncronized);
-}
-
-TEST(ScpiCommit, SendsNothingOfAnUnchangedCopy) {
-    PulseMeter instrument;
-    const FakeUsbSensor sensor(sensorPort_USB1);
-    expectExchange(instrument, {"SYST:PULS:CONF:COMM", "", ""});
-    EXPECT_EQ(sensor.received(), 0);
-}
-
-TEST(ScpiCommit, ReportsWhatTheSensorRefused) {
-    PulseMeter instrument;
-    const FakeUsbSensor sensor(sensorPort_USB1, {"Freq is not valid", "Period is not valid"});
-    expectExchange(instrument, {"SENS:FREQ 100;:SYST:PULS:CONF:COMM", "",
-                                "-220,\"Parameter error;Freq is not valid\"\n"
-                                "-220,\"Parameter error;Period is not valid\""});
-    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified);
-}
-
-TEST(ScpiCommit, TellsThatTheSensorHasGone) {
-    PulseMeter instrument;
-    expectExchange(instrument, {"SENS:FREQ 100;:SYST:PULS:CONF:COMM", "",
-                                "-220,\"Parameter error;No sensor connected on the channel\""});
-    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified);
-}
-
-TEST(ScpiCommit, NeverSendsOneSensorsSettingsToAnother) {
-    PulseMeter instrument;
-    instrument.send("SENS:FREQ 100");
-    RemoteInstrument::unplug(sensorPort_USB1);
-    RemoteInstrument::plug(sensorPort_USB1, 0);
-    const FakeUsbSensor sensor(sensorPort_USB1);
-    expectExchange(instrument, {"SYST:PULS:CONF:COMM", "", ""});
-    EXPECT_EQ(sensor.received(), 0);
-}
-
-TEST(ScpiCommit, TakesNoSettingOnceTheSensorOfTheCopyHasGone) {
-    RemoteInstrument instrument;
-    RemoteInstrument::plug(sensorPort_USB1, 0);
-    EXPECT_EQ(instrument.send("SENS:FREQ?"), "0\r\n");
-    const auto frequency = [](SENSOR_CONFIGS& config) -> float& { return config.freqVal; };
-    EXPECT_TRUE(ScpiWorkingCopy_set(0, frequency, 1e6F));
-    ScpiRecord_forgetCopy(0);
-    EXPECT_FALSE(ScpiWorkingCopy_set(0, frequency, 2e6F));
-    EXPECT_EQ(ScpiRecord_workingCopy(0).state, NotInitialized);
-    EXPECT_FALSE(ScpiWorkingCopy_set(scpiChannelCount, frequency, 2e6F));
-    EXPECT_EQ(instrument.send("SENS:FREQ?"), "0\r\n") << "the new sensor's own";
-}
-
-TEST(ScpiCommit, KeepsItsSettingsWhileReadingsPourIn) {
-    RemoteInstrument instrument;
-    std::atomic<bool> isOver{false};
-    std::thread readings([&] {
-        while (!isOver) {
-            scpiUpdateMeasurement(sensorPort_USB1, SensorMeasurements_none());
-        }
-    });
-    for (int connection = 0; connection < 200; ++connection) {
-        RemoteInstrument::plug(sensorPort_USB1, 0);
-        EXPECT_EQ(instrument.send("SENS:FREQ 15"), "");
-        EXPECT_EQ(instrument.send("MEAS:TEMP?"), "nan\r\n");
-        EXPECT_EQ(instrument.send("SENS:FREQ?"), "15\r\n") << connection;
-        RemoteInstrument::unplug(sensorPort_USB1);
-    }
-    isOver = true;
-    readings.join();
-    EXPECT_EQ(instrument.errors(), "");
-}
-
-TEST(ScpiCommit, LetsTheOtherLinkGoOnWhileItWaits) {
-    PulseMeter instrument;
-    FakeUsbSensor sensor(sensorPort_USB1);
-    sensor.isSlow = true;
-    instrument.send("SENS:FREQ 100");
-    std::thread slowLink([&] { ScpiLink_receive(&instrument.link, "SYST:PULS:CONF:COMM\n"); });
-    ASSERT_TRUE(World_waitUntil([&] { return sensor.lastConfig().freqVal == 100e6F; }, limit_ms));
-
-    scpi_t context{};
-    ScpiLink other{};
-    char input[scpiInputBufferSize];
-    scpi_error_t queue[scpiErrorQueueSize];
-    ScpiLink_initialize(&other, &context, input, queue);
-    ScpiLink_receive(&other, "SENS:FREQ 200\nSENS:FREQ?\n");
-    EXPECT_EQ(SCPI_ErrorCount(&context), 0);
-    EXPECT_EQ(ScpiRecord_workingCopy(0).config.freqVal, 200e6F);
-
-    sensor.isSlow = false;
-    slowLink.join();
-    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified)
-        << "changed while the commit was under way";
-}
-
-struct Arrangement {
-    const char* before; ///< one letter a state, a dot where it is disabled
-    const char* after;
-};
-
-TEST(ScpiCommit, MovesAtMostThreeEnabledStatesToTheFront) {
-    const Arrangement arrangements[] = {{"....", "...."}, {"a...", "a..."}, {".b..", "b..."},
-                                        {"...d", "d..."}, {"a.c.", "ac.."}, {".b.d", "bd.."},
-                                        {".bcd", "bcd."}, {"a.cd", "acd."}, {"ab.d", "abd."},
-                                        {"abc.", "abc."}, {"abcd", "abcd"}};
-    for (const Arrangement& arrangement : arrangements) {
-        SENSOR_CONFIGS config{};
-        for (size_t state = 0; state < 4; ++state) {
-            const char letter = arrangement.before[state];
-            config.pulseStates[state] = {letter != '.', static_cast<float>(letter), 0};
-        }
-        ScpiWorkingCopy_arrangeStates(&config);
-        std::string after;
-        for (const PULSE_STATE_INTVL& state : config.pulseStates) {
-            after += state.bEnabled ? static_cast<char>(state.begin) : '.';
-        }
-        EXPECT_EQ(after, arrangement.after) << arrangement.before;
-        EXPECT_EQ(config.numStates, 4 - std::count(after.begin(), after.end(), '.'));
-    }
 }
 
 TEST(ScpiReaders, KnowWhatIsANumber) {
