@@ -238,6 +238,20 @@ bool ScpiLink_lineContains(const scpi_t* context, std::string_view text) {
     return ScpiLink_receivedLine(context).find(text) != std::string_view::npos;
 }
 
+ScpiPeer ScpiLink_peer(const scpi_t* context) {
+    const ScpiLink* link = linkOf(context);
+    pollfd looked{link->descriptor == nullptr ? -1 : link->descriptor->load(), POLLRDHUP, 0};
+    retryInterrupted([&] { return poll(&looked, 1, 0); });
+    if (looked.fd < 0 || (looked.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
+        return ScpiPeer::hasGone;
+    }
+    return (looked.revents & POLLRDHUP) != 0 ? ScpiPeer::saysNoMore : ScpiPeer::isThere;
+}
+
+void ScpiLink_giveUpPeer(const scpi_t* context) {
+    linkOf(context)->peerIsStuck = true;
+}
+
 bool ScpiLink_isQuery(const scpi_t* context) {
     return ScpiLink_lineContains(context, "?");
 }

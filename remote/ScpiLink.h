@@ -59,6 +59,14 @@ std::string_view ScpiLink_receivedLine(const scpi_t* context);
 /// The received line holds the text.
 bool ScpiLink_lineContains(const scpi_t* context, std::string_view text);
 
+/// Whether there is still somebody for the replies of this link: one who has only said that nothing
+/// more comes (a half-closed connection) may be waiting for them. Does not wait.
+enum class ScpiPeer { isThere, saysNoMore, hasGone };
+ScpiPeer ScpiLink_peer(const scpi_t* context);
+
+/// Ends the link with its present peer: nothing more of what it has sent is run or answered.
+void ScpiLink_giveUpPeer(const scpi_t* context);
+
 /// A question mark stands anywhere in the received line: what commands that set and query go by.
 bool ScpiLink_isQuery(const scpi_t* context);
 

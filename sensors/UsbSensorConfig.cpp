@@ -14,6 +14,7 @@
 namespace {
 
 constexpr float cwPeriod_s = 0.01F;
+constexpr uint32_t waitingPeriod_ms = 100; ///< how often a caller is asked whether it waits on
 
 /// What is said when a setting fails. "%d" stands for the number of a measurement state.
 struct SettingRow {
@@ -310,8 +311,21 @@ USB_HANDLER_DATA_STRUCT* handlerOf(uint32_t channel) {
     return SensorPort_isUsb(channel) ? &sensorUsbHandlerData[channel - sensorPort_USB1] : nullptr;
 }
 
-bool isCancelled(const SensorConfigsWait* wait) {
-    return wait != nullptr && wait->isCancelled;
+bool isGivenUp(const SensorConfigsWait* wait) {
+    return wait != nullptr &&
+           (wait->isCancelled || (wait->isOver != nullptr && wait->isOver(wait->context)));
+}
+
+/// Until something has been sent or has ended, or the caller is to be asked again. Config mutex
+/// held.
+void waitForNews(USB_HANDLER_DATA_STRUCT* handler, pthread_mutex_t* mutex,
+                 const SensorConfigsWait* wait) {
+    if (wait == nullptr || wait->isOver == nullptr) {
+        pthread_cond_wait(&handler->usbtmcConfigureComplete, mutex);
+        return;
+    }
+    const timespec deadline = Thread_deadline(waitingPeriod_ms);
+    pthread_cond_clockwait(&handler->usbtmcConfigureComplete, mutex, CLOCK_MONOTONIC, &deadline);
 }
 
 /// Waits for the end of one request's sending; false when the sensor has gone, or the caller does
@@ -323,8 +337,8 @@ bool waitForRequest(USB_HANDLER_DATA_STRUCT* handler, uint32_t request, pthread_
         return static_cast<int32_t>(handler->completedNumber - request) < 0;
     };
     const uint32_t connection = handler->endedConnections;
-    while (handler->endedConnections == connection && isPending() && !isCancelled(wait)) {
-        pthread_cond_wait(&handler->usbtmcConfigureComplete, mutex);
+    while (handler->endedConnections == connection && isPending() && !isGivenUp(wait)) {
+        waitForNews(handler, mutex, wait);
     }
     return handler->endedConnections == connection && !isPending();
 }
@@ -339,7 +353,7 @@ USBTMC_PARAM_ERRORS sensorPortHandler_setSensorConfigs(const SENSOR_CONFIGS& con
     }
     const USBTMC_PARAM_ERRORS gone = {0, {}, true};
     const ScopedLock lock(sensorPortConfigMutex[channel]);
-    if (!handler->isServing || isCancelled(wait)) {
+    if (!handler->isServing || isGivenUp(wait)) {
         return gone;
     }
     SENSOR_CONFIGS wanted = config;

@@ -10,9 +10,14 @@
 
 // For the dialogs and remote control. Any thread but those that hold the GDK lock.
 
-/// A caller's wait, which another thread may end. Set under the port's sensorPortConfigMutex.
+/// A caller's wait, and what ends it before the sending does: another thread, under the port's
+/// sensorPortConfigMutex, or the caller itself.
 struct SensorConfigsWait {
     std::atomic<bool> isCancelled{false};
+    /// Asked at the start and some times a second with that mutex held, so it must not wait. Null
+    /// waits on.
+    bool (*isOver)(void* context) = nullptr;
+    void* context = nullptr;
 };
 
 /// Hands a configuration to a USB port and waits until the handler has sent it in pulse mode; in CW

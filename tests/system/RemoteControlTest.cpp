@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using testing::AnyOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int answerLimit_ms = 8000;
 constexpr const char* noError = "0,\"No error\"";
+constexpr const char* cwMode = "-100,\"Command error;The command is not valid in CW mode.\"";
 constexpr uint32_t mirrorLimit_ms = 30000;
 
 /// One end of a link to the meter.
@@ -74,6 +76,18 @@ protected:
         };
         EXPECT_TRUE(Bench_waitUntil(isConnected, mirrorLimit_ms));
         return client;
+    }
+    /// The meter in pulse mode, with a pulse sensor that comes up as channel 1.
+    void startWithPulseSensor(const std::string& sensor) {
+        startFast({}, "sensorPulseMode 1\n");
+        plug("usb1", sensor);
+        ASSERT_TRUE(chooseChannel(1));
+    }
+    /// Once the sensor measures, it falls silent, and a commit to it begins.
+    void commitToSilence(const Link& tcp) {
+        ASSERT_TRUE(answers(tcp, "MEAS:AVER?", "10"));
+        ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
+        tcp.tell("*CLS;:SENS:FREQ:AUTO OFF;:SENS:FREQ 15;:SYST:PULS:CONF:COMM");
     }
     /// A terminal on the serial command port.
     [[nodiscard]] int openTerminal() const {
@@ -138,10 +152,8 @@ TEST_F(RemoteControl, ACommitReachesTheSensor) {
 }
 
 TEST_F(RemoteControl, ACopyIsTakenOfASensorThatHasStartedOnly) {
-    startFast({}, "sensorPulseMode 1\n");
+    startWithPulseSensor("3164 fwd=10 latency=5ms");
     const Link tcp(connectTcp());
-    plug("usb1", "3164 fwd=10 latency=5ms");
-    ASSERT_TRUE(chooseChannel(1));
     EXPECT_TRUE(answers(tcp, "MEAS:AVER?", "10"));
     const std::string query = "SENS:FREQ?;PER?;:TRIG:LEV?;SLOP?";
     const std::string copy = tcp.ask(query);
@@ -151,9 +163,7 @@ TEST_F(RemoteControl, ACopyIsTakenOfASensorThatHasStartedOnly) {
 }
 
 TEST_F(RemoteControl, ACommitDoesNotUndoWhatTheScreenHasApplied) {
-    startFast({}, "sensorPulseMode 1\n");
-    plug("usb1", "3164 fwd=10 period=1ms width=250us");
-    ASSERT_TRUE(chooseChannel(1));
+    startWithPulseSensor("3164 fwd=10 period=1ms width=250us");
     ASSERT_TRUE(waitForReading("pulse.valueFwd"));
     const Link tcp(connectTcp());
     EXPECT_THAT(tcp.ask("SENS:FREQ?;:CALC:GATE:BEG?"), EndsWith(";0"));
@@ -172,6 +182,44 @@ TEST_F(RemoteControl, ACommitDoesNotUndoWhatTheScreenHasApplied) {
     const std::string log = logOf("usb1", before);
     EXPECT_THAT(log, HasSubstr("-> SENS:FREQ 15.000000\\n"));
     EXPECT_THAT(log, Not(HasSubstr("-> CALC:GATE:BEG:DEL 0.000000\\n")));
+}
+
+TEST_F(RemoteControl, ACommitEndsWhenPulseModeIsSwitchedOff) {
+    startWithPulseSensor("3164 fwd=10 latency=60ms");
+    const Link terminal(openTerminal());
+    ASSERT_TRUE(isServed(terminal));
+    const Link tcp(connectTcp());
+    ASSERT_TRUE(answers(tcp, "MEAS:AVER?", "10"));
+    for (int frequency = 11; frequency < 15; ++frequency) {
+        tcp.tell("*CLS;:SENS:FREQ:AUTO OFF;:SENS:FREQ " + std::to_string(frequency));
+        tcp.tell("SYST:PULS:CONF:COMM");
+        EXPECT_EQ(terminal.ask("SYST:PULS OFF;PULS?"), "0");
+        // It may have been through before.
+        EXPECT_THAT(tcp.ask("SYST:ERR?"), AnyOf(noError, cwMode));
+        EXPECT_EQ(terminal.ask("SYST:PULS ON;PULS?"), "1");
+    }
+}
+
+TEST_F(RemoteControl, ACommitToASensorThatFellSilentEnds) {
+    startWithPulseSensor("3164 fwd=10");
+    const Link tcp(connectTcp());
+    commitToSilence(tcp);
+    setSpeed(20);
+    std::string error;
+    EXPECT_TRUE(
+        Bench_waitUntil([&] { return !(error = tcp.ask("SYST:ERR?")).empty(); }, mirrorLimit_ms));
+    EXPECT_THAT(error, AnyOf("-220,\"Parameter error;The sensor does not answer.\"",
+                             "-220,\"Parameter error;No sensor connected on the channel\""));
+}
+
+TEST_F(RemoteControl, AClientThatHangsUpInACommitMakesRoomForTheNext) {
+    startWithPulseSensor("3164 fwd=10");
+    {
+        const Link tcp(connectTcp());
+        commitToSilence(tcp);
+    }
+    const Link next(connectTcp());
+    EXPECT_EQ(next.ask("SYST:ERR?"), noError);
 }
 
 TEST_F(RemoteControl, TheCommandPortIsReadAtTheUsersSpeed) {

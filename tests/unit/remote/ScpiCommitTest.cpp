@@ -1,6 +1,9 @@
 // Remote working copies on their way to the sensor.
+#include "CSimpleTimer.h"
+#include "Configuration.h"
 #include "PulseMeter.h"
 #include "ScpiWorkingCopy.h"
+#include "UsbSensorConfig.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
@@ -8,10 +11,13 @@
 #include <algorithm>
 #include <atomic>
 #include <string>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
+constexpr const char* cwMode = "-100,\"Command error;The command is not valid in CW mode.\"";
 constexpr uint32_t limit_ms = 5000;
 
 TEST(ScpiCommit, HandsTheWholeConfigurationToTheSensor) {
@@ -113,6 +119,85 @@ TEST(ScpiCommit, LetsTheOtherLinkGoOnWhileItWaits) {
     slowLink.join();
     EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified)
         << "changed while the commit was under way";
+}
+
+/// A commit on its way to a sensor that leaves it waiting.
+struct WaitingCommit : PulseMeter {
+    WaitingCommit() : sensor(sensorPort_USB1) {
+        sensor.isSlow = true;
+        send("SENS:FREQ 100");
+        thread = std::thread(
+            [this] { isTaken = ScpiLink_receive(&link, "SYST:PULS:CONF:COMM\n*OPC?\n"); });
+        EXPECT_TRUE(
+            World_waitUntil([this] { return sensor.lastConfig().freqVal == 100e6F; }, limit_ms));
+    }
+    ~WaitingCommit() {
+        World_setSpeed(1);
+        if (thread.joinable()) {
+            thread.join();
+        }
+    }
+    WaitingCommit(const WaitingCommit&) = delete;
+    WaitingCommit& operator=(const WaitingCommit&) = delete;
+
+    /// What has been answered, and the errors, once it is over.
+    std::string outcome() {
+        thread.join();
+        const std::string answered = readReplies();
+        return answered + errors();
+    }
+
+    FakeUsbSensor sensor;
+    std::atomic<bool> isTaken{true};
+    std::thread thread;
+};
+
+TEST(ScpiCommit, EndsWhenPulseModeIsSwitchedOff) {
+    WaitingCommit commit;
+    configuration_setPulseMode(false);
+    EXPECT_EQ(commit.outcome(), std::string("1\r\n") + cwMode);
+    EXPECT_EQ(ScpiRecord_workingCopy(0).state, Modified) << "what was staged stays";
+}
+
+TEST(ScpiCommit, EndsWhenTheSensorLeaves) {
+    WaitingCommit commit;
+    UsbSensorConfig_setServing(&sensorUsbHandlerData[0], false);
+    EXPECT_EQ(commit.outcome(), "1\r\n-220,\"Parameter error;No sensor connected on the channel\"");
+}
+
+TEST(ScpiCommit, EndsAfterHalfAMinute) {
+    WaitingCommit commit;
+    const uint32_t start_ms = getTime_ms();
+    World_setSpeed(50);
+    EXPECT_EQ(commit.outcome(), "1\r\n-220,\"Parameter error;The sensor does not answer.\"");
+    EXPECT_GT(getTime_ms() - start_ms, 29000U);
+}
+
+TEST(ScpiCommit, EndsWithoutAnErrorWhenTheClientHangsUp) {
+    WaitingCommit commit;
+    close(commit.clientEnd);
+    commit.clientEnd = -1;
+    commit.thread.join();
+    EXPECT_FALSE(commit.isTaken);
+    EXPECT_EQ(SCPI_ErrorCount(&commit.context), 0);
+}
+
+TEST(ScpiCommit, IsAnsweredForAClientThatOnlySaysNoMore) {
+    WaitingCommit commit;
+    shutdown(commit.clientEnd, SHUT_WR);
+    commit.sensor.isSlow = false;
+    EXPECT_EQ(commit.outcome(), "1\r\n");
+    EXPECT_TRUE(commit.isTaken);
+}
+
+TEST(ScpiCommit, DoesNotWaitLongForAClientThatSaysNoMore) {
+    WaitingCommit commit;
+    shutdown(commit.clientEnd, SHUT_WR);
+    World_setSpeed(20);
+    const uint32_t start_ms = getTime_ms();
+    EXPECT_EQ(commit.outcome(), "");
+    EXPECT_GT(getTime_ms() - start_ms, 4000U);
+    EXPECT_FALSE(commit.isTaken);
 }
 
 struct Arrangement {
