@@ -142,7 +142,7 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 .instrument.background entry.target { border-color: #ffd766; }
 .instrument.background entry selection { background-color: #4f81bd; color: white; }
 .instrument.background textview, .instrument.background textview text {
-    background-color: #101112; color: white; font-family: Monospace; font-size: 17px;
+    background-color: #101112; color: white; font-family: Monospace; font-size: 20px;
 }
 .instrument.background combobox cellview, .instrument.background combobox arrow {
     color: white; font-size: 26px;
@@ -156,8 +156,6 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 }
 .instrument.background combobox menu menuitem { min-width: 96px; color: white; }
 .instrument.background combobox menu menuitem:hover { background-color: #5a5e62; }
-.instrument.background scrollbar { background-color: #1d1f21; border: none; }
-.instrument.background scrollbar slider { min-width: 40px; min-height: 80px; }
 )";
 
 // "pulseDisplayctive" reaches no widget: existing test programs know the screens without that rule

@@ -3,6 +3,7 @@
 #include "FirmwareVersion.h"
 #include "InstrumentIdentity.h"
 #include "Process.h"
+#include "TextPages.h"
 #include "message.h"
 
 #include <cstdio>
@@ -47,6 +48,9 @@ constexpr Part regulatoryParts[] = {
     {"aboutDialogRegTextview", &ABOUTDIALOG_S::aboutDialogRegTextview},
     {"aboutDialogReg_license", &ABOUTDIALOG_S::aboutDialogReg_license},
     {"aboutDialogReg_ok", &ABOUTDIALOG_S::aboutDialogReg_ok},
+    {"aboutDialogReg_previous", &ABOUTDIALOG_S::aboutDialogReg_previous},
+    {"aboutDialogReg_next", &ABOUTDIALOG_S::aboutDialogReg_next},
+    {"aboutDialogReg_page", &ABOUTDIALOG_S::aboutDialogReg_page},
 };
 
 constexpr Part licenseParts[] = {
@@ -59,6 +63,9 @@ constexpr Part licenseParts[] = {
     {"aboutDialogLicTextview", &ABOUTDIALOG_S::aboutDialogLicTextview},
     {"aboutDialogLic_regulatory", &ABOUTDIALOG_S::aboutDialogLic_regulatory},
     {"aboutDialogLic_ok", &ABOUTDIALOG_S::aboutDialogLic_ok},
+    {"aboutDialogLic_previous", &ABOUTDIALOG_S::aboutDialogLic_previous},
+    {"aboutDialogLic_next", &ABOUTDIALOG_S::aboutDialogLic_next},
+    {"aboutDialogLic_page", &ABOUTDIALOG_S::aboutDialogLic_page},
 };
 
 /// A viewer's files and the parts that are no widgets.
@@ -69,20 +76,41 @@ struct Viewer {
     const char* adjustmentId;
     GtkTextBuffer* ABOUTDIALOG_S::*buffer;
     GtkAdjustment* ABOUTDIALOG_S::*adjustment;
+    TextPages* pages;
+    GtkWidget* ABOUTDIALOG_S::*view;
+    GtkWidget* ABOUTDIALOG_S::*frame;
+    GtkWidget* ABOUTDIALOG_S::*number;
+    GtkWidget* ABOUTDIALOG_S::*previous;
+    GtkWidget* ABOUTDIALOG_S::*next;
 };
+
+TextPages regulatoryPages;
+TextPages licensePages;
 
 constexpr Viewer regulatoryViewer = {"./resources/aboutDialogRegulatory.ui",
                                      "./resources/regulatory.txt",
                                      "aboutDialogRegTextbuffer",
                                      "aboutDialogRegVadjustment",
                                      &ABOUTDIALOG_S::aboutDialogRegTextbuffer,
-                                     &ABOUTDIALOG_S::aboutDialogRegVadjustment};
+                                     &ABOUTDIALOG_S::aboutDialogRegVadjustment,
+                                     &regulatoryPages,
+                                     &ABOUTDIALOG_S::aboutDialogRegTextview,
+                                     &ABOUTDIALOG_S::aboutDialogRegScrolledWindow,
+                                     &ABOUTDIALOG_S::aboutDialogReg_page,
+                                     &ABOUTDIALOG_S::aboutDialogReg_previous,
+                                     &ABOUTDIALOG_S::aboutDialogReg_next};
 constexpr Viewer licenseViewer = {"./resources/aboutDialogLicense.ui",
                                   "./resources/license.txt",
                                   "aboutDialogLicTextbuffer",
                                   "aboutDialogLicVadjustment",
                                   &ABOUTDIALOG_S::aboutDialogLicTextbuffer,
-                                  &ABOUTDIALOG_S::aboutDialogLicVadjustment};
+                                  &ABOUTDIALOG_S::aboutDialogLicVadjustment,
+                                  &licensePages,
+                                  &ABOUTDIALOG_S::aboutDialogLicTextview,
+                                  &ABOUTDIALOG_S::aboutDialogLicScrolledWindow,
+                                  &ABOUTDIALOG_S::aboutDialogLic_page,
+                                  &ABOUTDIALOG_S::aboutDialogLic_previous,
+                                  &ABOUTDIALOG_S::aboutDialogLic_next};
 
 void closeParts(std::span<const Part> parts) {
     if (about == nullptr) {
@@ -130,6 +158,15 @@ void showText(GtkTextBuffer* buffer, const char* file) {
     g_free(text);
 }
 
+void beginPages(const Viewer& viewer) {
+    viewer.pages->view = about->*viewer.view;
+    viewer.pages->frame = about->*viewer.frame;
+    viewer.pages->number = about->*viewer.number;
+    viewer.pages->previous = about->*viewer.previous;
+    viewer.pages->next = about->*viewer.next;
+    TextPages_begin(viewer.pages);
+}
+
 void openViewer(const Viewer& viewer, std::span<const Part> parts,
                 std::span<const DialogHandler> handlers) {
     if (about == nullptr) {
@@ -148,6 +185,7 @@ void openViewer(const Viewer& viewer, std::span<const Part> parts,
         showText(buffer, viewer.textFile);
     }
     Dialog_showAbove(about->*parts[0].widget);
+    beginPages(viewer);
     g_object_unref(builder);
 }
 

@@ -45,6 +45,9 @@ struct aboutDialog {
     GtkAdjustment* aboutDialogRegVadjustment;
     GtkWidget* aboutDialogReg_license;
     GtkWidget* aboutDialogReg_ok;
+    GtkWidget* aboutDialogReg_previous;
+    GtkWidget* aboutDialogReg_next;
+    GtkWidget* aboutDialogReg_page;
 
     GtkWidget* aboutDialogLicense;
     GtkWidget* aboutDialogLicVbox;
@@ -57,6 +60,9 @@ struct aboutDialog {
     GtkAdjustment* aboutDialogLicVadjustment;
     GtkWidget* aboutDialogLic_regulatory;
     GtkWidget* aboutDialogLic_ok;
+    GtkWidget* aboutDialogLic_previous;
+    GtkWidget* aboutDialogLic_next;
+    GtkWidget* aboutDialogLic_page;
 };
 using ABOUTDIALOG_S = struct aboutDialog;
 

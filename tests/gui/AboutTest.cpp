@@ -5,6 +5,7 @@
 #include "InstrumentIdentity.h"
 #include "MenuFixture.h"
 #include "WrappedCalls.h"
+#include "XServer.h"
 
 #include <gmock/gmock.h>
 
@@ -49,6 +50,55 @@ protected:
         return result;
     }
 };
+
+/// A viewer's widgets have the same names but for these letters.
+struct ViewerCase {
+    const char* letters;
+    const char* file;
+    void (*open)();
+};
+
+constexpr ViewerCase viewers[] = {
+    {"Reg", "./resources/regulatory.txt", aboutDialogRegulatory_Create},
+    {"Lic", "./resources/license.txt", aboutDialogLicense_Create}};
+
+std::string partOf(const ViewerCase& viewer, const char* part) {
+    return std::string("aboutDialog") + viewer.letters + part;
+}
+
+GtkTextBuffer* bufferOf(const ViewerCase& viewer) {
+    return gtk_text_view_get_buffer(GTK_TEXT_VIEW(Gui_widget(partOf(viewer, "Textview"))));
+}
+
+/// The text of the page that is shown.
+std::string shownText(const ViewerCase& viewer) {
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_bounds(bufferOf(viewer), &start, &end);
+    gchar* text = gtk_text_buffer_get_text(bufferOf(viewer), &start, &end, FALSE);
+    std::string result = text;
+    g_free(text);
+    return result;
+}
+
+bool answers(const ViewerCase& viewer, const char* key) {
+    return gtk_widget_is_sensitive(Gui_widget(partOf(viewer, key))) != 0;
+}
+
+/// The page's last line, which the text's characters so far end with, stands whole in the frame.
+void expectWholeLines(const ViewerCase& viewer, size_t characters, bool isLast) {
+    constexpr int twoLines_px = 60;
+    Gui_settle();
+    GtkTextView* view = GTK_TEXT_VIEW(Gui_widget(partOf(viewer, "Textview")));
+    GtkTextIter end;
+    gtk_text_buffer_get_iter_at_offset(bufferOf(viewer), &end, static_cast<int>(characters) - 1);
+    GdkRectangle place;
+    gtk_text_view_get_iter_location(view, &end, &place);
+    const int bottom = place.y + place.height + gtk_text_view_get_top_margin(view);
+    const int room = Gui_place(Gui_widget(partOf(viewer, "ScrolledWindow"))).height;
+    EXPECT_LE(bottom, room);
+    EXPECT_TRUE(isLast || bottom > room - twoLines_px) << "half a page";
+}
 
 } // namespace
 
@@ -95,14 +145,16 @@ TEST_F(About, ViewersShowTheirTextsAndLeadToEachOther) {
     ASSERT_NE(Dialog_shown("aboutDialogRegulatory"), nullptr);
     EXPECT_EQ(Gui_textOf(about->aboutDialogRegTextbuffer), resource("./resources/regulatory.txt"));
     Dialog_expectTouchable("aboutDialogRegulatory",
-                           {"aboutDialogReg_license", "aboutDialogReg_ok"});
+                           {"aboutDialogReg_license", "aboutDialogReg_ok",
+                            "aboutDialogReg_previous", "aboutDialogReg_next"});
     Dialog_keepPicture("regulatory");
     Gui_tap("aboutDialogReg_license");
     EXPECT_EQ(Dialog_shown("aboutDialogRegulatory"), nullptr);
     ASSERT_NE(Dialog_shown("aboutDialogLicense"), nullptr);
     EXPECT_EQ(Gui_textOf(about->aboutDialogLicTextbuffer), resource("./resources/license.txt"));
     Dialog_expectTouchable("aboutDialogLicense",
-                           {"aboutDialogLic_regulatory", "aboutDialogLic_ok"});
+                           {"aboutDialogLic_regulatory", "aboutDialogLic_ok",
+                            "aboutDialogLic_previous", "aboutDialogLic_next"});
     Dialog_keepPicture("licence");
     Gui_tap("aboutDialogLic_regulatory");
     EXPECT_EQ(Dialog_shown("aboutDialogLicense"), nullptr);
@@ -113,6 +165,71 @@ TEST_F(About, ViewersShowTheirTextsAndLeadToEachOther) {
     Gui_tap("aboutDialogLic_ok");
     EXPECT_EQ(Dialog_shown("aboutDialogLicense"), nullptr);
     EXPECT_NE(Dialog_shown("aboutDialog"), nullptr);
+}
+
+TEST_F(About, ViewersAreReadPageByPage) {
+    for (const ViewerCase& viewer : viewers) {
+        viewer.open();
+        std::string read = shownText(viewer);
+        EXPECT_FALSE(answers(viewer, "_previous"));
+        const std::string first = Gui_text(partOf(viewer, "_page"));
+        ASSERT_EQ(first.rfind("Page 1 of ", 0), 0U) << first;
+        const std::string count = first.substr(strlen("Page 1 of "));
+        int page = 1;
+        while (answers(viewer, "_next")) {
+            expectWholeLines(viewer, read.size(), false);
+            Gui_tap(partOf(viewer, "_next"));
+            ++page;
+            EXPECT_EQ(Gui_text(partOf(viewer, "_page")),
+                      "Page " + std::to_string(page) + " of " + count);
+            read += shownText(viewer);
+        }
+        expectWholeLines(viewer, read.size(), true);
+        EXPECT_EQ(std::to_string(page), count);
+        EXPECT_GT(page, 1) << viewer.letters;
+        EXPECT_EQ(read, resource(viewer.file));
+        Gui_tap(partOf(viewer, "_previous"));
+        EXPECT_EQ(Gui_text(partOf(viewer, "_page")),
+                  "Page " + std::to_string(page - 1) + " of " + count);
+    }
+}
+
+TEST_F(About, NothingInAViewerScrollsOrIsSelected) {
+    constexpr int way_px = 200;
+    constexpr double leastLetters_px = 20.0;
+    for (const ViewerCase& viewer : viewers) {
+        viewer.open();
+        Gui_settle();
+        GtkWidget* view = Gui_widget(partOf(viewer, "Textview"));
+        GtkWidget* frame = Gui_widget(partOf(viewer, "ScrolledWindow"));
+        const GdkRectangle place = Gui_place(frame);
+        XServer_movePointer(place.x + place.width / 2, place.y + place.height / 2);
+        XServer_button(true);
+        Gui_settle();
+        XServer_movePointer(place.x + place.width / 2 - way_px,
+                            place.y + place.height / 2 - way_px);
+        Gui_settle();
+        Gui_release();
+        EXPECT_FALSE(gtk_text_buffer_get_has_selection(bufferOf(viewer)));
+        GtkAdjustment* way = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(frame));
+        EXPECT_EQ(gtk_adjustment_get_value(way), 0.0);
+        EXPECT_FALSE(
+            gtk_widget_get_mapped(gtk_scrolled_window_get_vscrollbar(GTK_SCROLLED_WINDOW(frame))));
+        double letters_px = 0.0;
+        gtk_style_context_get(gtk_widget_get_style_context(view), GTK_STATE_FLAG_NORMAL,
+                              "font-size", &letters_px, nullptr);
+        EXPECT_GE(letters_px, leastLetters_px);
+    }
+}
+
+TEST_F(About, PagesDoNotTurnBeforeStartUpHasFinished) {
+    aboutDialogLicense_Create();
+    Gui_tap("aboutDialogLic_next");
+    const std::string second = shownText(viewers[1]);
+    gtk_init_done = false;
+    Gui_tap("aboutDialogLic_next");
+    Gui_tap("aboutDialogLic_previous");
+    EXPECT_EQ(shownText(viewers[1]), second);
 }
 
 TEST_F(About, TextsNameEveryLibraryAndLeaveTheMakersPlaces) {
