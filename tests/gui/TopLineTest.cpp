@@ -1,6 +1,7 @@
 #include "BatteryIndicator.h"
 #include "BatteryMonitor.h"
 #include "FocusGuard.h"
+#include "GtkThread.h"
 #include "GuiHarness.h"
 
 #include <gtest/gtest.h>
@@ -107,6 +108,24 @@ TEST(FocusGuard, TakesTheFocusFromTheMainWindow) {
     EXPECT_TRUE(handleFocusChange());
     EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(entireScreen.mainWindow)), nullptr);
     EXPECT_FALSE(handleFocusChange()) << "nothing is left to take";
+}
+
+TEST_F(TopLine, EveryTwentyFifthPassOfTheScreensTakesTheFocus) {
+    constexpr int passes = 25;
+    GtkThreadState state = GtkThread_begin(0);
+    GtkWidget* button = Gui_widget("single.fwd.unitsButton");
+    GtkWindow* window = GTK_WINDOW(entireScreen.mainWindow);
+    gtk_widget_set_can_focus(button, TRUE);
+    for (int round = 0; round < 2; ++round) {
+        gtk_window_set_focus(window, button);
+        for (int pass = 1; pass < passes; ++pass) {
+            GtkThread_pass(&state, 0);
+            EXPECT_EQ(gtk_window_get_focus(window), button) << "pass " << pass;
+        }
+        GtkThread_pass(&state, 0);
+        EXPECT_EQ(gtk_window_get_focus(window), nullptr);
+    }
+    gtk_widget_set_can_focus(button, FALSE);
 }
 
 TEST(FocusGuard, LeavesAFocusInsideADialogAlone) {
