@@ -10,6 +10,7 @@
 #include "message.h"
 
 #include <array>
+#include <bit>
 #include <cstdio>
 #include <cstring>
 
@@ -86,12 +87,17 @@ void storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& i
     handler->sensorIdentity = identity;
 }
 
+/// Bit by bit: noise may have made a limit not-a-number, which equals nothing.
+bool isSameLimit(float one, float other) {
+    return std::bit_cast<uint32_t>(one) == std::bit_cast<uint32_t>(other);
+}
+
 bool isSameIdentity(const SENSOR_IDENTITY& one, const SENSOR_IDENTITY& other) {
-    // The limits bit by bit: noise may have made them not-a-number, which equals nothing.
     return strcmp(one.sensorModel, other.sensorModel) == 0 &&
            strcmp(one.sensorFirmwareRevision, other.sensorFirmwareRevision) == 0 &&
            strcmp(one.sensorSupportedCommands, other.sensorSupportedCommands) == 0 &&
-           memcmp(&one.sensorPower, &other.sensorPower, sizeof one.sensorPower) == 0;
+           isSameLimit(one.sensorPower.max, other.sensorPower.max) &&
+           isSameLimit(one.sensorPower.min, other.sensorPower.min);
 }
 
 /// A sensor was ready, or replaces one that was.

@@ -44,9 +44,11 @@ TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
 }
 
 TEST(SensorPortHandler, RecordsAreValidBeforeAnyHandlerExists) {
-    EXPECT_TRUE(std::isnan(sensorPortHandler_getSensorMeasurements(1).rflPwrVal));
-    EXPECT_EQ(sensorPortHandler_getSensorMaxPower(1), 199990.0F);
-    EXPECT_EQ(sensorPortHandler_getSensorStatus(1).status, notReady);
+    for (uint32_t port = sensorPort_Serial1; port < sensorPortCount; ++port) {
+        EXPECT_TRUE(std::isnan(sensorPortHandler_getSensorMeasurements(port).rflPwrVal)) << port;
+        EXPECT_EQ(sensorPortHandler_getSensorMaxPower(port), 199990.0F) << port;
+        EXPECT_EQ(sensorPortHandler_getSensorStatus(port).status, notReady) << port;
+    }
 }
 
 TEST(SensorPortHandler, ARecordWithoutReadingsIsZeroButForFourValues) {

@@ -203,6 +203,22 @@ TEST_F(SerialSensor, ASuccessorThatIsExchangedBeforeItsFirstReadingLeavesNoSeria
     EXPECT_EQ(handler.sensorStatus.status, notReady);
 }
 
+TEST_F(SerialSensor, ASuccessorMayDifferInAnyPartOfItsIdentity) {
+    const std::string identity = sensor.answer("I");
+    constexpr size_t parts[] = {0, 8, 16, 35, 39}; // model, firmware, commands, greatest, least
+    for (const size_t part : parts) {
+        sensor.replace('I', identity);
+        readAll();
+        step(stateSerIdentify);
+        EXPECT_EQ(handler.sensorStatus.status, isReady) << part;
+        std::string other = identity;
+        other[part] = static_cast<char>(other[part] ^ 0x40);
+        sensor.replace('I', other);
+        step(stateSerIdentify);
+        EXPECT_EQ(handler.sensorStatus.status, notReady) << part;
+    }
+}
+
 TEST_F(SerialSensor, TheSameSensorKeepsItsReadingsWhenItIsIdentifiedAgain) {
     readAll();
     EXPECT_EQ(step(stateSerIdentify), stateSerSerialNum);

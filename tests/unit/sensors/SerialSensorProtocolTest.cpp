@@ -132,16 +132,16 @@ TEST(SerialSensorProtocol, AReplyThatBeginsInTimeIsReadToItsEnd) {
     const std::string number = SensorFloat_bytes(3);
     const LateCase cases[] = {
         {"begins within the read", handleCommandS, {{990, 'S'}}, true, 990},
-        {"begins behind it", handleCommandS, {{1010, 'S'}}, false, 1000},
+        {"begins behind it", handleCommandS, {{1080, 'S'}}, false, 1000},
         {"a late forward", askForward, SensorLine_bytes(number, 700, 1), true, 703},
         {"a late identity", handleCommandI, SensorLine_bytes(identity, 980, 1), true, 1019},
-        {"a slow one", askForward, SensorLine_bytes(number, 480, 95), true, 765},
-        {"a gap behind the limit", askForward, SensorLine_bytes(number, 480, 105), false, 580},
+        {"a slow one", askForward, SensorLine_bytes(number, 480, 60), true, 660},
+        {"a gap behind the limit", askForward, SensorLine_bytes(number, 480, 170), false, 580},
         {"a gap before it", askForward, withLast(SensorLine_bytes(number, 0, 1), 490), true, 490},
-        {"a gap over it", askForward, withLast(SensorLine_bytes(number, 0, 1), 510), false, 500},
+        {"a gap over it", askForward, withLast(SensorLine_bytes(number, 0, 1), 580), false, 500},
         {"in the identity", handleCommandI, withLast(SensorLine_bytes(identity, 0, 1), 990), true,
          990},
-        {"over its limit", handleCommandI, withLast(SensorLine_bytes(identity, 0, 1), 1010), false,
+        {"over its limit", handleCommandI, withLast(SensorLine_bytes(identity, 0, 1), 1080), false,
          1000},
     };
     for (const LateCase& one : cases) {
@@ -157,14 +157,14 @@ TEST(SerialSensorProtocol, AReplyThatBeginsInTimeIsReadToItsEnd) {
 
 TEST(SerialSensorProtocol, AFlushWaitsForASecondOfSilenceForTwoSecondsAtMost) {
     const struct {
-        double last_ms; ///< bytes come every half second until then
+        double last_ms; ///< bytes come every 400 ms until then
         bool succeeds;
         double time_ms;
-    } cases[] = {{1000, true, 2000}, {1900, true, 2900}, {2500, false, 2000}};
+    } cases[] = {{1000, true, 2000}, {1900, true, 2900}, {2500, false, 2150}};
     for (const auto& one : cases) {
         std::vector<LineByte> bytes;
-        for (double at_ms = 100; at_ms < one.last_ms; at_ms += 475) {
-            bytes.push_back({at_ms, 'x'});
+        for (int at_ms = 150; at_ms < one.last_ms; at_ms += 400) {
+            bytes.push_back({static_cast<double>(at_ms), 'x'});
         }
         bytes.push_back({one.last_ms, 'x'});
         const SensorLine line(bytes);

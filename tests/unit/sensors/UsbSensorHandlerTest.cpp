@@ -274,11 +274,13 @@ TEST_F(UsbSensor, AStepThatFindsItUnpluggedSaysSo) {
 }
 
 TEST_F(UsbSensor, WithoutADeviceAStepOnlyPauses) {
+    const StillClock clock;
     const int fd = handler.usbPort.fd;
     for (const int none : {-1, 0}) {
         handler.usbPort.fd = none;
         handler.sensorState = stateUsbInit;
-        EXPECT_TRUE(sensorUsbHandler_handleSensorStates(&handler));
+        EXPECT_TRUE(clock.takes(
+            100, [this] { EXPECT_TRUE(sensorUsbHandler_handleSensorStates(&handler)); }));
         EXPECT_EQ(handler.sensorState, stateUsbInit);
     }
     handler.usbPort.fd = fd;
