@@ -7,13 +7,12 @@
 #include "Configuration.h"
 #include "FocusGuard.h"
 #include "GdkLock.h"
+#include "GtkHelpers.h"
 #include "Heartbeat.h"
 #include "LogManager.h"
 #include "SensorChanges.h"
 #include "ShutDownWarning.h"
 #include "message.h"
-
-#include <gtk/gtk.h>
 
 namespace {
 
@@ -61,16 +60,6 @@ void followSettings(GtkThreadState* state) {
 void serviceTopLine() {
     updateBatteryDisplay();
     WarningDialog_handleState(&shutDownWarningDlg);
-}
-
-/// Sends what was drawn, and lets the main loop look for what X has sent: only the main thread may
-/// run the loop.
-void flushDisplay() {
-    GdkDisplay* display = gdk_display_get_default();
-    if (display != nullptr) {
-        gdk_display_flush(display);
-    }
-    g_main_context_wakeup(nullptr);
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr char dialogClass[] = "instrument";
+constexpr int progressMargin = 40;
 
 /// A file may name any object's style; here the widget names are the builder ids.
 void nameWidget(gpointer object, gpointer /*data*/) {
@@ -72,6 +73,16 @@ void Dialog_showAbove(GtkWidget* dialog) {
     gtk_window_set_keep_above(window, TRUE);
     gtk_widget_show_all(dialog);
     gtk_window_present(window);
+}
+
+GtkWidget* Dialog_showProgress(const char* name, const char* text) {
+    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_widget_set_name(window, name);
+    gtk_container_set_border_width(GTK_CONTAINER(window), progressMargin);
+    gtk_container_add(GTK_CONTAINER(window), gtk_label_new(text));
+    Dialog_showAbove(window);
+    gtk_window_set_modal(GTK_WINDOW(window), FALSE);
+    return window;
 }
 
 void Dialog_close(GtkWidget** dialog) {

@@ -29,6 +29,10 @@ bool Dialog_holdsNumber(GtkWidget* entry);
 /// behind it go on: nothing waits for its answer.
 void Dialog_showAbove(GtkWidget* dialog);
 
+/// Shows a window that says what is going on, until it is closed. It keeps no touches from
+/// anything.
+GtkWidget* Dialog_showProgress(const char* name, const char* text);
+
 /// Takes a dialog away and forgets it; null is skipped.
 void Dialog_close(GtkWidget** dialog);
 

@@ -208,6 +208,26 @@ void setWidgetVisible(GtkWidget* widget, bool visible) {
     }
 }
 
+void setWidgetClass(GtkWidget* widget, const char* name, bool hasClass) {
+    GtkStyleContext* context = gtk_widget_get_style_context(widget);
+    if ((gtk_style_context_has_class(context, name) != FALSE) == hasClass) {
+        return;
+    }
+    if (hasClass) {
+        gtk_style_context_add_class(context, name);
+    } else {
+        gtk_style_context_remove_class(context, name);
+    }
+}
+
+void flushDisplay() {
+    GdkDisplay* display = gdk_display_get_default();
+    if (display != nullptr) {
+        gdk_display_flush(display);
+    }
+    g_main_context_wakeup(nullptr);
+}
+
 bool containsFocus(GtkWidget* widget) {
     GdkLock_assertHeld();
     GtkWidget* window = widget != nullptr ? gtk_widget_get_toplevel(widget) : nullptr;

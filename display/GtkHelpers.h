@@ -54,6 +54,13 @@ void setLabelFitting(GtkWidget* label, int characters);
 /// Shows or hides a widget; null is skipped.
 void setWidgetVisible(GtkWidget* widget, bool visible);
 
+/// Gives a widget a class of the style sheet, or takes it away.
+void setWidgetClass(GtkWidget* widget, const char* name, bool hasClass);
+
+/// Sends what was drawn, and lets the main loop look for what X has sent: only the main thread may
+/// run the loop. For the other threads that draw.
+void flushDisplay();
+
 /// True when the keyboard focus of the widget's window is on the widget or inside it; false for
 /// null.
 bool containsFocus(GtkWidget* widget);

@@ -62,18 +62,8 @@ void gtkPowerDisplay_setVisible(gtkPowerDisplay_RFPower* line, CGTKScaleControls
 
 void gtkPowerDisplay_setUnits(const gtkPowerDisplay_RFPower& line, const char* text) {
     setLabelText(line.unitsButtonLabel, text);
-    if (line.unitsButton == nullptr) {
-        return;
-    }
-    GtkStyleContext* context = gtk_widget_get_style_context(line.unitsButton);
-    const bool isBlank = *text == '\0';
-    if ((gtk_style_context_has_class(context, "blank") != 0) == isBlank) {
-        return;
-    }
-    if (isBlank) {
-        gtk_style_context_add_class(context, "blank");
-    } else {
-        gtk_style_context_remove_class(context, "blank");
+    if (line.unitsButton != nullptr) {
+        setWidgetClass(line.unitsButton, "blank", *text == '\0');
     }
 }
 
