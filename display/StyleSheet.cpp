@@ -94,6 +94,7 @@ window#appSettings label.section, .instrument.background label.section { color: 
 window#appSettings label.note, .instrument.background label.note {
     color: #b8bcc0; font-size: 20px;
 }
+.instrument.background label.problem { color: #ff6b5e; }
 .instrument.background label.value { font-family: Monospace; font-size: 24px; }
 window#appSettings label:disabled { color: #6a6e72; }
 window#appSettings button, .instrument.background button {
@@ -136,10 +137,11 @@ window#appSettings checkbutton check:disabled { border-color: #4a4e52; color: #6
 .instrument.background entry {
     background-color: #1d1f21; background-image: none; color: white; caret-color: white;
     font-family: Monospace; font-size: 28px; border: 2px solid #6a6e72; border-radius: 6px;
-    box-shadow: none; padding: 0 10px;
+    box-shadow: none; padding: 0 10px; transition: none;
 }
 .instrument.background entry:disabled { color: #6a6e72; background-color: black; }
 .instrument.background entry.target { border-color: #ffd766; }
+.instrument.background entry.refused { border-color: #ff3b30; border-width: 4px; padding: 0 8px; }
 .instrument.background entry selection { background-color: #4f81bd; color: white; }
 .instrument.background textview, .instrument.background textview text {
     background-color: #101112; color: white; font-family: Monospace; font-size: 20px;

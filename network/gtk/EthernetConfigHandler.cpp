@@ -24,7 +24,8 @@ constexpr char infoFile[] = "./resources/ethInfoDialog.ui";
 constexpr char settingsFile[] = "./resources/ethSettingsDialog.ui";
 constexpr const char* aliasName = "eth0:0";
 constexpr uint32_t addressWait_ms = 3000;
-constexpr int progressMargin = 40;
+constexpr char refusedClass[] = "refused";
+constexpr char missingAddress[] = "Address: a static configuration needs one";
 
 struct Part {
     const char* id;
@@ -55,6 +56,7 @@ constexpr Part settingsParts[] = {
     {"ethSettingsEntryNetmask", &EthernetDialogs::ethSettingsEntryNetmask},
     {"ethSettingsLabelGateway", &EthernetDialogs::ethSettingsLabelGateway},
     {"ethSettingsEntryGateway", &EthernetDialogs::ethSettingsEntryGateway},
+    {"ethSettingsProblem", &EthernetDialogs::ethSettingsProblem},
     {"ethSettingsDialog_apply", &EthernetDialogs::ethSettingsDialog_apply},
     {"ethSettingsDialog_cancel", &EthernetDialogs::ethSettingsDialog_cancel},
 };
@@ -65,16 +67,21 @@ struct Field {
     char (ethConfigIp::*current)[ethernetTextSize];
     char (ethConfigNewIp::*edited)[ethernetTextSize];
     bool isNetmask;
+    const char* problem; ///< told of a text that is none
 };
 
 constexpr std::array<Field, ethernetEntryCount> fields = {{
     {&EthernetDialogs::ethSettingsEntryAddress, &ethConfigIp::address, &ethConfigNewIp::address,
-     false},
+     false, "Address: four numbers from 0 to 255, as in 192.168.1.40"},
     {&EthernetDialogs::ethSettingsEntryNetmask, &ethConfigIp::netmask, &ethConfigNewIp::netmask,
-     true},
+     true, "Netmask: only ones, then only zeros, as in 255.255.255.0"},
     {&EthernetDialogs::ethSettingsEntryGateway, &ethConfigIp::gateway, &ethConfigNewIp::gateway,
-     false},
+     false, "Gateway: four numbers from 0 to 255, as in 192.168.1.1"},
 }};
+
+/// What is wrong with each entry since it was last applied, in the order of the fields; null for
+/// one that is in order or has been changed.
+std::array<const char*, ethernetEntryCount> problems{};
 
 /// Networking is being restarted by a thread, which frees the record at its end.
 std::atomic<bool> isRestarting{false};
@@ -88,6 +95,7 @@ void closeParts(std::span<const Part> parts) {
 }
 
 void closeSettings() {
+    problems = {};
     EthernetKeypad_end();
     closeParts(settingsParts);
 }
@@ -107,8 +115,20 @@ bool staticIsChosen() {
            FALSE;
 }
 
+/// Frames the entries that were refused, and tells of the first one why.
+void showProblems() {
+    const char* told = "";
+    for (size_t at = fields.size(); at-- > 0;) {
+        setWidgetClass(ethDialogs.*fields[at].entry, refusedClass, problems[at] != nullptr);
+        told = problems[at] != nullptr ? problems[at] : told;
+    }
+    setLabelText(ethDialogs.ethSettingsProblem, told);
+}
+
 /// The values can be edited only where they mean something.
 void followMethod() {
+    problems = {};
+    showProblems();
     for (const Field& field : fields) {
         gtk_widget_set_sensitive(ethDialogs.*field.entry, staticIsChosen());
     }
@@ -144,24 +164,21 @@ bool isValid(const Field& field) {
            (ethConfig->checkIp(text) && (!field.isNetmask || ethConfig->checkNetmask(text)));
 }
 
-/// The first entry that cannot be taken, or null.
-GtkWidget* firstInvalidEntry() {
-    for (const Field& field : fields) {
-        if (!isValid(field)) {
-            return ethDialogs.*field.entry;
-        }
+/// Looks every edited value through. True when all can be taken.
+bool checkValues() {
+    for (size_t at = 0; at < fields.size(); ++at) {
+        problems[at] = isValid(fields[at]) ? nullptr : fields[at].problem;
     }
-    return nullptr;
+    return std::ranges::all_of(problems, [](const char* problem) { return problem == nullptr; });
 }
 
-void showProgress() {
-    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_widget_set_name(window, "ethProgress");
-    gtk_container_set_border_width(GTK_CONTAINER(window), progressMargin);
-    gtk_container_add(GTK_CONTAINER(window), gtk_label_new("Applying the LAN settings..."));
-    ethDialogs.ethProgress = window;
-    Dialog_showAbove(window);
-    gtk_window_set_modal(GTK_WINDOW(window), FALSE); // everything else goes on
+/// The settings are not applied: tells why, and lets the first entry that is to blame be edited.
+void refuse() {
+    showProblems();
+    const auto* const first =
+        std::ranges::find_if(problems, [](const char* problem) { return problem != nullptr; });
+    EthernetKeypad_setTarget(ethDialogs.*
+                             fields[static_cast<size_t>(first - problems.begin())].entry);
 }
 
 void endRestart() {
@@ -181,14 +198,13 @@ void restartNetworking() {
     }
     const ScopedGdkLock lock;
     endRestart();
-    gdk_display_flush(gdk_display_get_default());
-    g_main_context_wakeup(nullptr);
+    flushDisplay();
 }
 
 void startRestart() {
     isRestarting = true;
     restartsStatic = ethConfig->method == ethernetMethodStatic;
-    showProgress();
+    ethDialogs.ethProgress = Dialog_showProgress("ethProgress", "Applying the LAN settings...");
     pthread_t thread{};
     if (Thread_start(&thread, "lanRestart", restartNetworking) != 0) {
         DIAGNOSTIC("Failed to start the thread that restarts networking.\n");
@@ -231,18 +247,28 @@ void on_ethSettingsMethod_toggled(GtkToggleButton* button, gpointer /*data*/) {
     }
 }
 
+void on_ethSettingsEntry_edited(GtkWidget* entry, gpointer /*data*/) {
+    for (size_t at = 0; at < fields.size(); ++at) {
+        if (problems[at] != nullptr && entry == ethDialogs.*fields[at].entry) {
+            problems[at] = nullptr;
+            showProblems();
+        }
+    }
+}
+
 void on_ethSettingsDialog_apply_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
     if (!gtk_init_done || ethConfig == nullptr) {
         return;
     }
     takeEditedValues();
     const bool isStatic = ethConfig->newIp.method == ethernetMethodStatic;
-    GtkWidget* invalid = isStatic ? firstInvalidEntry() : nullptr;
-    if (invalid == nullptr && !ethernetSetConfig(ethConfig)) {
-        invalid = ethDialogs.ethSettingsEntryAddress; // a static address is missing
+    if (isStatic && !checkValues()) {
+        refuse();
+        return;
     }
-    if (invalid != nullptr) {
-        EthernetKeypad_setTarget(invalid);
+    if (!ethernetSetConfig(ethConfig)) {
+        problems[0] = missingAddress;
+        refuse();
         return;
     }
     closeSettings();
@@ -281,6 +307,7 @@ const DialogHandler infoHandlers[] = {
 
 const DialogHandler settingsHandlers[] = {
     {"on_ethSettingsMethod_toggled", G_CALLBACK(on_ethSettingsMethod_toggled)},
+    {"on_ethSettingsEntry_edited", G_CALLBACK(on_ethSettingsEntry_edited)},
     {"on_ethSettingsDialog_apply_clicked", G_CALLBACK(on_ethSettingsDialog_apply_clicked)},
     {"on_ethSettingsDialog_cancel_clicked", G_CALLBACK(on_ethSettingsDialog_cancel_clicked)},
     {"on_ethSettingsDialog_delete_event", G_CALLBACK(on_ethSettingsDialog_delete_event)},

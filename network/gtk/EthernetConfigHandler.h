@@ -30,6 +30,7 @@ struct EthernetDialogs {
     GtkWidget* ethSettingsEntryNetmask;
     GtkWidget* ethSettingsLabelGateway;
     GtkWidget* ethSettingsEntryGateway;
+    GtkWidget* ethSettingsProblem; ///< says what is wrong with an entry
     GtkWidget* ethSettingsDialog_apply;
     GtkWidget* ethSettingsDialog_cancel;
 

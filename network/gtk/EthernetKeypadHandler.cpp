@@ -1,6 +1,7 @@
 #include "EthernetKeypadHandler.h"
 
 #include "AppFlags.h"
+#include "GtkHelpers.h"
 
 #include <algorithm>
 #include <cstring>
@@ -124,15 +125,6 @@ void display(bool isDisplayed) {
     gtk_widget_set_sensitive(ethernetKeypad.numKeypadTable, isDisplayed);
 }
 
-void mark(GtkWidget* entry, bool isTarget) {
-    GtkStyleContext* style = gtk_widget_get_style_context(entry);
-    if (isTarget) {
-        gtk_style_context_add_class(style, targetClass);
-    } else {
-        gtk_style_context_remove_class(style, targetClass);
-    }
-}
-
 } // namespace
 
 void EthernetKeypad_begin(GtkBuilder* builder,
@@ -149,7 +141,7 @@ void EthernetKeypad_begin(GtkBuilder* builder,
 
 void EthernetKeypad_setTarget(GtkWidget* entry) {
     if (ethernetKeypad.currentNumPadTarget != nullptr) {
-        mark(ethernetKeypad.currentNumPadTarget, false);
+        setWidgetClass(ethernetKeypad.currentNumPadTarget, targetClass, false);
         // A touch inside a selection would take hold of it instead of the entry.
         gtk_editable_select_region(editable(), 0, 0);
     }
@@ -160,7 +152,7 @@ void EthernetKeypad_setTarget(GtkWidget* entry) {
     }
     const auto place = std::ranges::find(ethernetKeypad.entryList, entry);
     ethernetKeypad.entryIndex = static_cast<int>(place - ethernetKeypad.entryList.begin());
-    mark(entry, true);
+    setWidgetClass(entry, targetClass, true);
     CKeypadManager_HandleNextField(&ethernetKeypad.manager, targetText());
     gtk_widget_grab_focus(entry);
     gtk_editable_select_region(editable(), 0, -1);

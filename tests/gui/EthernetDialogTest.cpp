@@ -74,6 +74,23 @@ protected:
     static bool isSensitive(const char* name) {
         return gtk_widget_get_sensitive(Gui_widget(name)) != FALSE;
     }
+    /// The entries whose frame says that they were refused.
+    static std::string framed() {
+        std::string names;
+        for (const char* name : {"Address", "Netmask", "Gateway"}) {
+            const std::string entry = std::string("ethSettingsEntry") + name;
+            GtkStyleContext* style = gtk_widget_get_style_context(Gui_widget(entry));
+            GdkRGBA* frame = nullptr;
+            gtk_style_context_get(style, gtk_style_context_get_state(style), "border-color", &frame,
+                                  nullptr);
+            const bool isRed = frame->red > 0.9 && frame->green < 0.4 && frame->blue < 0.4;
+            gdk_rgba_free(frame);
+            if (isRed) {
+                names += std::string(name) + " ";
+            }
+        }
+        return names;
+    }
     static size_t restarts() {
         return static_cast<size_t>(std::ranges::count(World_commands(), restartCommand));
     }
@@ -240,6 +257,54 @@ TEST_F(EthernetDialog, InvalidEntryGetsTheKeypadAndNothingIsApplied) {
         EXPECT_EQ(World_readFile(interfacesFile), staticFile) << row.text;
         EXPECT_EQ(restarts(), 0U);
     }
+}
+
+TEST_F(EthernetDialog, RefusedEntriesAreFramedAndToldUntilTheyAreChanged) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    enter("ethSettingsEntryAddress", "192.168.1");
+    enter("ethSettingsEntryNetmask", "255.0.255.0");
+    EXPECT_EQ(framed(), "");
+    EXPECT_EQ(Gui_text("ethSettingsProblem"), "");
+    const GdkRectangle place = Gui_place(Dialog_shown("ethSettingsDialog"));
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_EQ(framed(), "Address Netmask ");
+    EXPECT_EQ(Gui_text("ethSettingsProblem"),
+              "Address: four numbers from 0 to 255, as in 192.168.1.40");
+    EXPECT_GE(Gui_contrast(Gui_widget("ethSettingsProblem")), 4.5);
+    const GdkRectangle placeThen = Gui_place(Dialog_shown("ethSettingsDialog"));
+    EXPECT_EQ(placeThen.height, place.height) << "nothing moves";
+    EXPECT_EQ(placeThen.width, place.width);
+    Dialog_expectTouchable("ethSettingsDialog",
+                           {"ethSettingsDialog_apply", "ethSettingsDialog_cancel"});
+    Dialog_keepPicture("lan-refused");
+    Gui_tap("ethSettingsEntryGateway");
+    EXPECT_EQ(framed(), "Address Netmask ") << "a touch alone changes nothing";
+    enter("ethSettingsEntryAddress", "192.168.1.7");
+    EXPECT_EQ(framed(), "Netmask ");
+    EXPECT_EQ(Gui_text("ethSettingsProblem"),
+              "Netmask: only ones, then only zeros, as in 255.255.255.0");
+    Gui_tap("ethSettingsRadioButton1");
+    EXPECT_EQ(framed(), "") << "with DHCP they mean nothing";
+    EXPECT_EQ(Gui_text("ethSettingsProblem"), "");
+}
+
+TEST_F(EthernetDialog, AStaticAddressThatIsMissingIsTold) {
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    enter("ethSettingsEntryAddress", "");
+    enter("ethSettingsEntryGateway", "1.2.3");
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_EQ(framed(), "Gateway ");
+    EXPECT_EQ(Gui_text("ethSettingsProblem"),
+              "Gateway: four numbers from 0 to 255, as in 192.168.1.1");
+    enter("ethSettingsEntryGateway", "1.2.3.4");
+    Gui_tap("ethSettingsDialog_apply");
+    EXPECT_EQ(framed(), "Address ");
+    EXPECT_EQ(Gui_text("ethSettingsProblem"), "Address: a static configuration needs one");
+    Gui_tap("ethSettingsDialog_cancel");
+    openSettings();
+    EXPECT_EQ(framed(), "") << "a new dialog begins anew";
 }
 
 TEST_F(EthernetDialog, ApplyWritesTheStaticStanzaAndRestartsNetworkingOnce) {
