@@ -83,6 +83,8 @@ TEST_F(BackgroundSave, OtherSettersWaitForTheirTurnAndTheFile) {
     });
     EXPECT_TRUE(World_waitUntil(configuration_getPowerUnitsIsdBm, limit_ms));
     setIndex(4); // waits with what the user's setter is about to write
+    constexpr uint32_t enough_ms = 200;
+    EXPECT_FALSE(World_waitUntil([] { return textCount > 1; }, enough_ms)) << "one after the other";
     EXPECT_EQ(fileText(), defaultSettingsText);
     mendDisk();
     user.join();
