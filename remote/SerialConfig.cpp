@@ -2,6 +2,7 @@
 
 #include "Configuration.h"
 #include "SerialPort.h"
+#include "Threads.h"
 #include "message.h"
 
 #include <cstring>
@@ -13,15 +14,17 @@ constexpr speed_t fallbackSpeed = B2400;
 constexpr const char* fallbackSpeedLabel = "2400";
 constexpr const char* wordSeparators = " \n\r";
 
-/// The four settings of the port as they were last read or asked for. Guarded by the settings
-/// module's mutex, since only its writer and its reader come here.
+/// The four settings of the port.
 struct PortSettings {
     speed_t speed;
     data_bits_t dataBits;
     stop_bits_t stopBits;
     parity_t parity;
 };
-PortSettings lastKnown{B9600, DATA_BITS_8, STOP_BITS_1, PARITY_NONE};
+
+/// As they were when the port could be read last. Guarded by the mutex, which is innermost.
+PortSettings lastRead{B9600, DATA_BITS_8, STOP_BITS_1, PARITY_NONE};
+pthread_mutex_t lastReadMutex = PTHREAD_MUTEX_INITIALIZER;
 
 PortSettings takeFrom(const termios& settings) {
     return {SerialConfig_TermiosGetSpeed(&settings), SerialConfig_TermiosGetDataBits(&settings),
@@ -33,6 +36,17 @@ void putInto(termios& settings, const PortSettings& port) {
     SerialConfig_TermiosPutDataBits(&settings, port.dataBits);
     SerialConfig_TermiosPutStopBits(&settings, port.stopBits);
     SerialConfig_TermiosPutParity(&settings, port.parity);
+}
+
+/// What is offered for a port that was never there.
+termios presetSettings() {
+    termios settings{};
+    cfmakeraw(&settings);
+    settings.c_cflag |= CREAD | CLOCAL;
+    settings.c_cc[VMIN] = 1;
+    const ScopedLock lock(lastReadMutex);
+    putInto(settings, lastRead);
+    return settings;
 }
 
 /// The label of a code, or that of the fallback for a code outside the table.
@@ -212,19 +226,26 @@ void SerialConfig_registerWithSettings() {
     configuration_registerSerialLines({SerialConfig_File_Write, SerialConfig_File_Read});
 }
 
-void SerialConfig_File_Write(FILE* file) {
+termios SerialConfig_portSettings() {
     termios settings{};
     if (SerialPort_GetConfig(&settings) == 0) {
-        lastKnown = takeFrom(settings);
+        const PortSettings read = takeFrom(settings);
+        const ScopedLock lock(lastReadMutex);
+        lastRead = read;
+    } else if (!SerialPort_GetRemembered(&settings)) {
+        settings = presetSettings();
     }
-    put_config_file_value(file, CONFIG_FILE_SERIAL_SPEED,
-                          SerialConfig_SpeedToLabel(lastKnown.speed));
+    return settings;
+}
+
+void SerialConfig_File_Write(FILE* file) {
+    const PortSettings port = takeFrom(SerialConfig_portSettings());
+    put_config_file_value(file, CONFIG_FILE_SERIAL_SPEED, SerialConfig_SpeedToLabel(port.speed));
     put_config_file_value(file, CONFIG_FILE_SERIAL_DATA_BITS,
-                          SerialConfig_DataBitsToLabel(lastKnown.dataBits));
+                          SerialConfig_DataBitsToLabel(port.dataBits));
     put_config_file_value(file, CONFIG_FILE_SERIAL_STOP_BITS,
-                          SerialConfig_StopBitsToLabel(lastKnown.stopBits));
-    put_config_file_value(file, CONFIG_FILE_SERIAL_PARITY,
-                          SerialConfig_ParityToLabel(lastKnown.parity));
+                          SerialConfig_StopBitsToLabel(port.stopBits));
+    put_config_file_value(file, CONFIG_FILE_SERIAL_PARITY, SerialConfig_ParityToLabel(port.parity));
 }
 
 bool SerialConfig_File_Read(const char* line) {
@@ -236,12 +257,8 @@ bool SerialConfig_File_Read(const char* line) {
     if (id == CONFIG_FILE_SERIAL_NONE) {
         return true;
     }
-    termios settings{};
-    if (SerialPort_GetConfig(&settings) != 0) {
-        putInto(settings, lastKnown);
-    }
+    termios settings = SerialConfig_portSettings();
     putItem(settings, id, value);
-    lastKnown = takeFrom(settings);
     SerialPort_SetConfig(&settings); // a missing port takes the settings when it is opened
     return true;
 }

@@ -70,11 +70,16 @@ parity_t SerialConfig_LabelToParity(const char* label);
 /// Number of a settings-file key; CONFIG_FILE_SERIAL_NONE for any other text.
 config_file_label_id_t serial_config_id(const char* key);
 
+/// The port's terminal settings. While it cannot be read those that it will have when it comes: the
+/// last that were set, or else the last that were read, or else 9600 baud 8N1. Waits for nothing.
+/// Any thread.
+termios SerialConfig_portSettings();
+
 /// Lets the settings file carry the four lines. Main thread, before readConfigFile.
 void SerialConfig_registerWithSettings();
 
-/// Appends the four lines from the port's current settings; from the last known ones while they
-/// cannot be read. Called by the settings writer with its mutex held.
+/// Appends the four lines from SerialConfig_portSettings. Called by the settings writer with its
+/// mutex held.
 void SerialConfig_File_Write(FILE* file);
 
 /// Takes the value behind the key `line`, as the next word of the line that strtok has begun, and

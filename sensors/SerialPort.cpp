@@ -22,9 +22,21 @@ struct LineSettings {
     termios settings;
 };
 LineSettings lineSettings{};
-/// Also held while settings are applied, so that what is remembered is what the port has.
-/// Innermost.
+/// Guards them, for moments only. Innermost.
 pthread_mutex_t lineSettingsMutex = PTHREAD_MUTEX_INITIALIZER;
+/// Held while settings are applied, so that what is remembered is what the port has. That lasts
+/// until the port has sent what is queued, which at 300 baud takes seconds.
+pthread_mutex_t applyingMutex = PTHREAD_MUTEX_INITIALIZER;
+
+void remember(const termios& settings) {
+    const ScopedLock lock(lineSettingsMutex);
+    lineSettings = {true, settings};
+}
+
+LineSettings remembered() {
+    const ScopedLock lock(lineSettingsMutex);
+    return lineSettings;
+}
 
 // The descriptor level's settings: a record that could not be read is used as it is, as the
 // failure is logged.
@@ -43,12 +55,13 @@ void applyAttributes(int32_t fd, const termios& settings) {
     }
 }
 
-/// Gives a port that has just been opened the user's line settings again. lineSettingsMutex held.
+/// Gives a port that has just been opened the user's line settings again. applyingMutex held.
 void applyLineSettings(int32_t fd) {
-    if (!lineSettings.areKnown) {
+    const LineSettings chosen = remembered();
+    if (!chosen.areKnown) {
         return;
     }
-    const termios& known = lineSettings.settings;
+    const termios& known = chosen.settings;
     termios settings = readAttributes(fd);
     settings.c_cflag = (settings.c_cflag & ~lineFlags) | (known.c_cflag & lineFlags);
     cfsetispeed(&settings, cfgetispeed(&known));
@@ -151,7 +164,7 @@ int32_t SerialPort_Open(const char* path) {
     const int32_t fd = serial_open(path);
     tty_set_raw(fd);
     if (fd != -1) {
-        const ScopedLock lock(lineSettingsMutex);
+        const ScopedLock lock(applyingMutex);
         applyLineSettings(fd);
     }
     fd_ = fd;
@@ -168,7 +181,7 @@ bool SerialPort_Reopen(const char* path) {
     }
     tty_set_raw(fd);
     // Settings that are made meanwhile wait, and then meet the new device.
-    const ScopedLock lock(lineSettingsMutex);
+    const ScopedLock lock(applyingMutex);
     applyLineSettings(fd);
     publish(fd);
     return true;
@@ -203,13 +216,21 @@ int32_t SerialPort_GetConfig(termios* settings) {
 }
 
 int32_t SerialPort_SetConfig(const termios* settings) {
-    const ScopedLock lock(lineSettingsMutex);
-    lineSettings = {true, *settings};
+    const ScopedLock lock(applyingMutex);
+    remember(*settings);
     const int result = retryInterrupted([&] { return tcsetattr(fd_, TCSAFLUSH, settings); });
     if (result != 0) {
         DIAGNOSTIC("tcsetattr errno = %d\n", errno);
     }
     return result;
+}
+
+bool SerialPort_GetRemembered(termios* settings) {
+    const LineSettings chosen = remembered();
+    if (chosen.areKnown) {
+        *settings = chosen.settings;
+    }
+    return chosen.areKnown;
 }
 
 int32_t SerialPort_Close() {

@@ -72,10 +72,14 @@ const std::atomic<int32_t>* SerialPort_getfd();
 /// Reads the port's terminal settings. Returns 0, or the failing result.
 int32_t SerialPort_GetConfig(termios* settings);
 
-/// Applies terminal settings; pending input is discarded. They are remembered for SerialPort_Open
-/// even where they could not be applied, so that a missing port takes them when it comes. Returns
-/// 0, or the failing result.
+/// Applies terminal settings; pending input is discarded, and what is queued for sending is waited
+/// for. They are remembered for SerialPort_Open even where they could not be applied, so that a
+/// missing port takes them when it comes. Returns 0, or the failing result.
 int32_t SerialPort_SetConfig(const termios* settings);
+
+/// The settings that are remembered: of them the port has size, stop bits, parity and speed, or
+/// will have them when it comes. False when none were set yet. Waits for nothing.
+bool SerialPort_GetRemembered(termios* settings);
 
 /// Closes the port. The descriptor becomes -1, so that no late call meets another device that has
 /// been given the same number.

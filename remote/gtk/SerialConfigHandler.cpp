@@ -3,12 +3,15 @@
 #include "AppFlags.h"
 #include "Configuration.h"
 #include "DialogHelpers.h"
+#include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "Process.h"
 #include "SerialConfig.h"
 #include "SerialPort.h"
+#include "Threads.h"
 #include "message.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -46,6 +49,11 @@ constexpr Part parts[] = {
 
 /// While the controls are set from the record, their changes mean nothing.
 bool isLoading = false;
+
+/// The port is being set by a thread, which alone reads what was chosen.
+std::atomic<bool> isApplying{false};
+SERCONFIG_S chosen{};
+GtkWidget* progress = nullptr;
 
 bool isUserAction() {
     return gtk_init_done && !isLoading && serConfig != nullptr;
@@ -94,20 +102,42 @@ void on_serSettingsRadioStop_toggled(GtkToggleButton* button, gpointer /*data*/)
     }
 }
 
+void endApplying() {
+    Dialog_close(&progress);
+    isApplying = false;
+}
+
+/// Thread: a port takes new settings when it has sent what is queued, which may last for seconds.
+void applyChosen() {
+    // The port may have come, or changed how it is read, since the dialog was opened.
+    termios settings = SerialConfig_portSettings();
+    SerialConfig_TermiosPutSpeed(&settings, chosen.speed);
+    SerialConfig_TermiosPutDataBits(&settings, static_cast<data_bits_t>(chosen.dataBits));
+    SerialConfig_TermiosPutStopBits(&settings, static_cast<stop_bits_t>(chosen.stopBits));
+    SerialConfig_TermiosPutParity(&settings, static_cast<parity_t>(chosen.parity));
+    SerialPort_SetConfig(&settings); // a missing port takes the settings when it is opened
+    writeConfigFile();
+    const ScopedGdkLock lock;
+    endApplying();
+    flushDisplay();
+}
+
+/// The dialog stays open when its settings cannot be applied.
 void on_serSettingsDialog_apply_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
     if (!isUserAction()) {
         return;
     }
-    termios& settings = serConfig->config;
-    // The port may have come, or changed how it is read, since the dialog was opened.
-    SerialPort_GetConfig(&settings);
-    SerialConfig_TermiosPutSpeed(&settings, serConfig->speed);
-    SerialConfig_TermiosPutDataBits(&settings, static_cast<data_bits_t>(serConfig->dataBits));
-    SerialConfig_TermiosPutStopBits(&settings, static_cast<stop_bits_t>(serConfig->stopBits));
-    SerialConfig_TermiosPutParity(&settings, static_cast<parity_t>(serConfig->parity));
-    SerialPort_SetConfig(&settings); // a missing port takes the settings when it is opened
-    writeConfigFile();
+    isApplying = true;
+    chosen = *serConfig;
+    pthread_t thread{};
+    if (Thread_start(&thread, "serialApply", applyChosen) != 0) {
+        DIAGNOSTIC("Failed to start the thread that sets the serial port.\n");
+        isApplying = false;
+        return;
+    }
     closeDialog();
+    // The thread's end waits for the lock that is held here.
+    progress = Dialog_showProgress("serProgress", "Applying the serial settings...");
 }
 
 void on_serSettingsDialog_cancel_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
@@ -148,17 +178,6 @@ bool findParts(GtkBuilder* builder) {
     return isComplete;
 }
 
-/// What is offered for a port that is not there.
-termios presetSettings() {
-    termios settings{};
-    cfmakeraw(&settings);
-    settings.c_cflag |= CREAD | CLOCAL;
-    settings.c_cc[VMIN] = 1;
-    SerialConfig_TermiosPutSpeed(&settings, B9600);
-    SerialConfig_TermiosPutDataBits(&settings, DATA_BITS_8);
-    return settings;
-}
-
 void setActive(GtkWidget* button) {
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(button), TRUE);
 }
@@ -192,9 +211,7 @@ void initSerConfig() {
         Process_leave(processStatusFatal);
     }
     termios& settings = serConfig->config;
-    if (SerialPort_GetConfig(&settings) != 0) {
-        settings = presetSettings();
-    }
+    settings = SerialConfig_portSettings();
     serConfig->speed = SerialConfig_TermiosGetSpeed(&settings);
     serConfig->dataBits = SerialConfig_TermiosGetDataBits(&settings);
     serConfig->stopBits = SerialConfig_TermiosGetStopBits(&settings);
@@ -202,7 +219,7 @@ void initSerConfig() {
 }
 
 void SerialSettingsDialog_Create() {
-    if (serConfig != nullptr) {
+    if (serConfig != nullptr || isApplying) {
         return;
     }
     initSerConfig();

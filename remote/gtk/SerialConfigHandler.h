@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <termios.h>
 
-/// The dialog that changes speed, data bits, stop bits and parity of the serial command port. Main
-/// thread, GDK lock held.
+/// The dialog that changes speed, data bits, stop bits and parity of the serial command port. They
+/// are applied by a thread of its own, which shows that it is at work. Main thread, GDK lock held.
 
 /// The settings that are being edited, and the dialog's widgets.
 struct serConfig {
@@ -41,10 +41,12 @@ extern SERCONFIG_S* serConfig;
 /// The top line's button that opens the dialog.
 GtkWidget* SerialConfig_Dialog_ButtonCreate();
 
-/// Makes the record with the port's settings; ends the process if there is no memory.
+/// Makes the record with the port's settings, or with those that a port that is gone will have;
+/// ends the process if there is no memory.
 void initSerConfig();
 
-/// Opens the dialog, with a new record; one that is open stays.
+/// Opens the dialog, with a new record; one that is open stays. Nothing while settings are still
+/// being applied.
 void SerialSettingsDialog_Create();
 
 #endif

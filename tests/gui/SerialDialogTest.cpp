@@ -1,3 +1,4 @@
+#include "Configuration.h"
 #include "DialogFixture.h"
 #include "MenuFixture.h"
 #include "SerialConfig.h"
@@ -27,17 +28,13 @@ protected:
         World_plugTerminal(serialCommandPortName);
         SerialPort_Open(serialCommandPortName);
         Screens::SetUp();
-        termios settings{};
-        EXPECT_EQ(SerialPort_GetConfig(&settings), 0);
-        SerialConfig_TermiosPutSpeed(&settings, B9600);
-        SerialConfig_TermiosPutDataBits(&settings, DATA_BITS_8);
-        SerialConfig_TermiosPutStopBits(&settings, STOP_BITS_1);
-        SerialConfig_TermiosPutParity(&settings, PARITY_NONE);
-        EXPECT_EQ(SerialPort_SetConfig(&settings), 0);
+        setPort(B9600, DATA_BITS_8, STOP_BITS_1, PARITY_NONE);
         World_clearSyslog();
     }
     void TearDown() override {
         gtk_init_done = true;
+        WrappedCalls_reset();
+        EXPECT_TRUE(isApplied());
         if (serConfig != nullptr) {
             Gui_tap("serSettingsDialog_cancel");
         }
@@ -49,6 +46,25 @@ protected:
         Gui_tap("serialButton");
         ASSERT_TRUE(
             Gui_waitUntil([] { return Dialog_shown(dialogName) != nullptr; }, dialogLimit_ms));
+    }
+    static void apply() {
+        Gui_tap("serSettingsDialog_apply");
+        EXPECT_EQ(serConfig, nullptr);
+        EXPECT_EQ(Dialog_shown(dialogName), nullptr);
+        EXPECT_TRUE(isApplied());
+    }
+    static bool isApplied() {
+        return Gui_waitUntil([] { return Dialog_shown("serProgress") == nullptr; }, dialogLimit_ms);
+    }
+    static void setPort(speed_t speed, data_bits_t dataBits, stop_bits_t stopBits,
+                        parity_t parity) {
+        termios settings{};
+        EXPECT_EQ(SerialPort_GetConfig(&settings), 0);
+        SerialConfig_TermiosPutSpeed(&settings, speed);
+        SerialConfig_TermiosPutDataBits(&settings, dataBits);
+        SerialConfig_TermiosPutStopBits(&settings, stopBits);
+        SerialConfig_TermiosPutParity(&settings, parity);
+        EXPECT_EQ(SerialPort_SetConfig(&settings), 0);
     }
     /// Taps a list's key and returns the list.
     static GtkWidget* openList(const char* comboName) {
@@ -114,6 +130,13 @@ constexpr std::array<PortCase, 6> ports = {{
     {B9600, "9600", DATA_BITS_8, STOP_BITS_1, PARITY_NONE, "9600 8 N 1"},
 }};
 
+/// What the settings file says of it.
+std::string linesOf(const PortCase& port) {
+    return std::string("serialSpeed ") + port.speedLabel + "\nserialDataBits " +
+           data_bits_label[port.dataBits] + "\nserialStopBits " + stop_bits_label[port.stopBits] +
+           "\nserialParity " + parity_label[port.parity] + "\n";
+}
+
 } // namespace
 
 TEST_F(SerialDialog, EveryLineOfItsOpenListsCanBeRead) {
@@ -139,13 +162,7 @@ TEST_F(SerialDialog, EveryLineOfItsOpenListsCanBeRead) {
 
 TEST_F(SerialDialog, ShowsThePortsSettings) {
     for (const PortCase& port : ports) {
-        termios settings{};
-        ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
-        SerialConfig_TermiosPutSpeed(&settings, port.speed);
-        SerialConfig_TermiosPutDataBits(&settings, port.dataBits);
-        SerialConfig_TermiosPutStopBits(&settings, port.stopBits);
-        SerialConfig_TermiosPutParity(&settings, port.parity);
-        ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
+        setPort(port.speed, port.dataBits, port.stopBits, port.parity);
         open();
         EXPECT_EQ(chosen("serSettingsComboSpeed"), port.speedLabel);
         EXPECT_EQ(chosen("serSettingsComboParity"), parity_label[port.parity]);
@@ -163,15 +180,9 @@ TEST_F(SerialDialog, ApplySetsThePortAndStoresTheSettings) {
         choose("serSettingsComboParity", parity_label[port.parity]);
         Gui_tap(data_bits_name[port.dataBits]);
         Gui_tap(stop_bits_name[port.stopBits]);
-        Gui_tap("serSettingsDialog_apply");
-        EXPECT_EQ(Dialog_shown(dialogName), nullptr);
-        EXPECT_EQ(serConfig, nullptr);
+        apply();
         EXPECT_EQ(World_serialSettings(serialCommandPortName), port.told);
-        const std::string lines = std::string("serialSpeed ") + port.speedLabel +
-                                  "\nserialDataBits " + data_bits_label[port.dataBits] +
-                                  "\nserialStopBits " + stop_bits_label[port.stopBits] +
-                                  "\nserialParity " + parity_label[port.parity] + "\n";
-        EXPECT_THAT(World_readFile(settingsFile), testing::HasSubstr(lines));
+        EXPECT_THAT(World_readFile(settingsFile), testing::HasSubstr(linesOf(port)));
     }
 }
 
@@ -195,18 +206,62 @@ TEST_F(SerialDialog, ChangesTouchTheRecordOnlyAndCancelForgetsThem) {
     EXPECT_EQ(chosen("serSettingsComboSpeed"), "9600");
 }
 
-TEST_F(SerialDialog, OffersAPresetForAMissingPortWhichTakesTheSettingsWhenItComes) {
-    SerialPort_Close();
+TEST_F(SerialDialog, ShowsTheLastKnownSettingsOfAPortThatHasGoneAndGivesItTheNewOnes) {
+    const PortCase& before = ports[0];
+    const PortCase after{B1200, "1200", before.dataBits, STOP_BITS_1, PARITY_EVEN, "1200 7 E 1"};
+    setPort(before.speed, before.dataBits, before.stopBits, before.parity);
+    World_unplugTerminal(serialCommandPortName); // the line is hung up
     open();
-    EXPECT_EQ(chosen("serSettingsComboSpeed"), "9600");
-    EXPECT_TRUE(isActive("data8"));
-    EXPECT_TRUE(isActive("stop1"));
-    EXPECT_EQ(chosen("serSettingsComboParity"), "NONE");
-    choose("serSettingsComboSpeed", "1200");
+    EXPECT_EQ(chosen("serSettingsComboSpeed"), before.speedLabel);
+    EXPECT_EQ(chosen("serSettingsComboParity"), parity_label[before.parity]);
+    EXPECT_TRUE(isActive(data_bits_name[before.dataBits]));
+    EXPECT_TRUE(isActive(stop_bits_name[before.stopBits]));
+    choose("serSettingsComboSpeed", after.speedLabel);
+    choose("serSettingsComboParity", parity_label[after.parity]);
+    Gui_tap(stop_bits_name[after.stopBits]);
+    apply();
+    EXPECT_THAT(World_readFile(settingsFile), testing::HasSubstr(linesOf(after)));
+    open();
+    EXPECT_EQ(chosen("serSettingsComboSpeed"), after.speedLabel) << "known from now on";
+    Gui_tap("serSettingsDialog_cancel");
+    World_resetSerialSettings();
+    World_plugTerminal(serialCommandPortName);
+    EXPECT_TRUE(SerialPort_Reopen(serialCommandPortName));
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), after.told);
+    writeConfigFile();
+    EXPECT_THAT(World_readFile(settingsFile), testing::HasSubstr(linesOf(after)));
+}
+
+TEST_F(SerialDialog, APortThatStillSendsHoldsNobodyUp) {
+    open();
+    choose("serSettingsComboSpeed", "300");
+    WrappedCalls_holdTerminals(true);
     Gui_tap("serSettingsDialog_apply");
     EXPECT_EQ(serConfig, nullptr);
-    SerialPort_Open(serialCommandPortName);
-    EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 8 N 1");
+    ASSERT_NE(Dialog_shown("serProgress"), nullptr) << "something is going on";
+    Dialog_keepPicture("serial-applying");
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "9600 8 N 1");
+    Gui_tap("serialButton");
+    EXPECT_EQ(serConfig, nullptr) << "one at a time";
+    configuration_setPowerUnitsIsdBm(configuration_getPowerUnitsIsdBm()); // nor the settings' file
+    WrappedCalls_holdTerminals(false);
+    EXPECT_TRUE(isApplied());
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "300 8 N 1");
+    EXPECT_THAT(World_readFile(settingsFile), testing::HasSubstr("serialSpeed 300\n"));
+    open();
+}
+
+TEST_F(SerialDialog, StaysOpenWhenItsSettingsCannotBeApplied) {
+    open();
+    choose("serSettingsComboSpeed", "300");
+    WrappedCalls_fail(Call::threadCreate, EAGAIN);
+    Gui_tap("serSettingsDialog_apply");
+    WrappedCalls_reset();
+    EXPECT_TRUE(World_syslogContains("Failed to start the thread that sets the serial port."));
+    ASSERT_NE(serConfig, nullptr);
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "9600 8 N 1");
+    apply();
+    EXPECT_EQ(World_serialSettings(serialCommandPortName), "300 8 N 1");
 }
 
 TEST_F(SerialDialog, LeavesToAPortThatHasComeMeanwhileHowItIsRead) {
@@ -218,7 +273,7 @@ TEST_F(SerialDialog, LeavesToAPortThatHasComeMeanwhileHowItIsRead) {
     ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
     settings.c_lflag |= ICANON; // a server reads lines
     ASSERT_EQ(SerialPort_SetConfig(&settings), 0);
-    Gui_tap("serSettingsDialog_apply");
+    apply();
     ASSERT_EQ(SerialPort_GetConfig(&settings), 0);
     EXPECT_NE(settings.c_lflag & ICANON, 0U);
     EXPECT_EQ(World_serialSettings(serialCommandPortName), "1200 8 N 1");

@@ -1,6 +1,7 @@
 #include "WrappedCalls.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <pthread.h>
 #include <spawn.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -28,6 +30,7 @@ struct Wrapping {
     int64_t heldMonotonic_ns = -1;
 };
 thread_local Wrapping wrapping{};
+std::atomic<bool> terminalsAreHeld{false};
 thread_local char lastRenamed[4096] = "";
 thread_local FlushedFile lastFlushed{-1, 0};
 thread_local termios lastTerminal{};
@@ -81,6 +84,11 @@ void WrappedCalls_holdMonotonicClock(int64_t now_ns) {
     wrapping.heldMonotonic_ns = now_ns;
 }
 
+void WrappedCalls_holdTerminals(bool hold) {
+    terminalsAreHeld = hold;
+    terminalsAreHeld.notify_all();
+}
+
 std::string WrappedCalls_lastRenamed() {
     return lastRenamed;
 }
@@ -96,6 +104,7 @@ termios WrappedCalls_lastTerminal() {
 void WrappedCalls_reset() {
     wrapping = Wrapping{};
     lastFlushed = {-1, 0};
+    WrappedCalls_holdTerminals(false);
 }
 
 extern "C" {
@@ -131,6 +140,7 @@ void* __wrap_calloc(size_t count, size_t size) {
 }
 
 int __wrap_tcsetattr(int fd, int action, const termios* settings) {
+    terminalsAreHeld.wait(true);
     lastTerminal = *settings;
     return __real_tcsetattr(fd, action, settings);
 }

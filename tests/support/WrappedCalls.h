@@ -60,6 +60,9 @@ void WrappedCalls_shiftClocks(int64_t monotonic_ns, int64_t wall_ns);
 /// Holds the monotonic clock that this thread reads at one moment; -1 lets it run again.
 void WrappedCalls_holdMonotonicClock(int64_t now_ns);
 
+/// Lets no thread set a terminal until that is ended, as a port does that still has to send.
+void WrappedCalls_holdTerminals(bool hold);
+
 /// The name that this thread has renamed last, or tried to.
 std::string WrappedCalls_lastRenamed();
 

@@ -110,6 +110,7 @@ TEST_F(MeterMenus, SerialSettingsReachThePortAndItsFileAndTheServerStays) {
     ASSERT_TRUE(isAnswered("*OPC?\n", "1\r\n"));
     tapAll({"serialButton", "data7", "stop2", "serSettingsDialog_apply"});
     EXPECT_TRUE(becomesVisible("serSettingsDialog_apply", false));
+    EXPECT_TRUE(becomesVisible("serProgress", false));
     EXPECT_THAT(WorldFolder_readFile(bench.world + "/tty/ttyS4"), StartsWith("9600 7 N 2\n"));
     EXPECT_TRUE(fileSays(settingsFile, "serialSpeed 9600\nserialDataBits 7\nserialStopBits 2\n"
                                        "serialParity NONE\n"));
@@ -123,6 +124,7 @@ TEST_F(MeterMenus, SerialSettingsReachThePortOfTheOlderProtocolAndItGoesOn) {
     ASSERT_TRUE(isAnswered("U2", " 6610   0100 RS232\r\n"));
     tapAll({"serialButton", "data7", "serSettingsDialog_apply"});
     EXPECT_TRUE(becomesVisible("serSettingsDialog_apply", false));
+    EXPECT_TRUE(becomesVisible("serProgress", false));
     EXPECT_THAT(WorldFolder_readFile(bench.world + "/tty/ttyS4"), StartsWith("9600 7 N 1\n"));
     EXPECT_EQ(askCommandPort("U2"), " 6610   0100 RS232\r\n");
 }

@@ -200,4 +200,25 @@ TEST_F(SerialSettings, AreTheLastKnownOnesWhileThePortIsClosedOrGone) {
     EXPECT_EQ(fileLines(), serialLines("4800", "7", "2", "ODD"));
 }
 
+TEST_F(SerialSettings, AreThoseThatAGonePortWasGivenUntilItComesBackWithThem) {
+    World_writeFile(settingsFile, serialLines("4800", "7", "2", "ODD"));
+    runLife([] {
+        SerialPort_Close();
+        termios settings = SerialConfig_portSettings();
+        EXPECT_EQ(SerialConfig_TermiosGetSpeed(&settings), static_cast<speed_t>(B4800));
+        SerialConfig_TermiosPutSpeed(&settings, B300);
+        EXPECT_NE(SerialPort_SetConfig(&settings), 0);
+        changeAnySetting();
+        settings = SerialConfig_portSettings();
+        EXPECT_EQ(SerialConfig_TermiosGetSpeed(&settings), static_cast<speed_t>(B300));
+        if (testing::Test::HasFailure()) {
+            _exit(1);
+        }
+        World_resetSerialSettings();
+        SerialPort_Open(serialCommandPortName);
+    });
+    EXPECT_EQ(fileLines(), serialLines("300", "7", "2", "ODD"));
+    EXPECT_EQ(portSettings(), "300 7 O 2");
+}
+
 } // namespace
