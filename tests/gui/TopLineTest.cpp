@@ -27,6 +27,7 @@ protected:
         batteryPresent = present;
         batteryCharging = charging;
         batteryPercent = percent;
+        batteryIsPolled = true;
         updateBatteryDisplay();
         Gui_settle();
     }
