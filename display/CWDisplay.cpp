@@ -4,6 +4,7 @@
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
 #include "SensorDisplays.h"
+#include "SilenceSign.h"
 #include "gtkScaleControls.h"
 
 #include <cmath>
@@ -160,6 +161,8 @@ void createTitle(CGTKPowerDisplay* display, const CGTKPowerDisplay_Parameters& p
     gtk_button_set_image(GTK_BUTTON(title.configButton), newImageFromFile("./resources/gear.png"));
     gtk_button_set_always_show_image(GTK_BUTTON(title.configButton), TRUE);
     put(title.container, title.configButton, layout.configButton);
+    SilenceSign_create(&title, WidgetName(parameters.widgetName, "silence", nullptr).text,
+                       layout.titleSize);
     gtk_fixed_put(GTK_FIXED(display->container), title.container, 0,
                   parameters.yOffset + parameters.yLinePositions[lineTitle]);
     gtk_widget_show(title.container);

@@ -13,12 +13,20 @@
 
 struct CGTKPowerDisplay;
 
+/// The sign beside a sensor's name that its readings are old.
+struct SilenceSign {
+    GtkWidget* label; ///< null where there is none
+    int keyWidth_px;  ///< of the sensor button while there is no sign
+    int titleSize_px; ///< of its text then
+};
+
 /// Title row of a screen.
 struct gtkPowerDisplay_Title {
     GtkWidget* container; ///< what its buttons stand in
     GtkWidget* sensorButton;
     GtkWidget* sensorButtonLabel;
     GtkWidget* configButton;
+    SilenceSign silence;
 };
 
 /// One value with caption and unit.

@@ -4,6 +4,7 @@
 #include "DialogHelpers.h"
 #include "GtkHelpers.h"
 #include "PowerDisplayLayout.h"
+#include "SilenceSign.h"
 #include "gtkScaleControls.h"
 
 #include <array>
@@ -16,6 +17,9 @@ constexpr char halfInterfaceFile[] = "./resources/pulseDisplayHalf.ui";
 
 /// Gated and state powers have no third digit before the point in dBm: they are clamped.
 constexpr int groupValueCharacters = 7;
+
+/// As the style sheet gives it to a title.
+constexpr int titleSize_px = 30;
 
 void (*showConfigDialog)(uint32_t port) = nullptr;
 
@@ -319,6 +323,7 @@ void initPulseDisplay(CGTKPulseDisplay* display, bool full) {
     takeContainers(display);
     gtkPowerDisplay_Title& title = display->power.title;
     title.sensorButtonLabel = takeKeyLabel(title.sensorButton, "text");
+    SilenceSign_create(&title, "pulse.silence", titleSize_px);
     setImage(title.configButton, "./resources/gear.png");
     connectKey(title.configButton, tapConfig, &display->power);
     connectAllUnits(display);

@@ -5,6 +5,7 @@
 #include "PulseMeasurements.h"
 #include "SensorDisplays.h"
 #include "SensorScreens.h"
+#include "SilenceSign.h"
 
 namespace {
 
@@ -54,6 +55,12 @@ void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
     }
 }
 
+void setSilence(GtkSensorInstance screen, const char* text) {
+    if (const CGTKPowerDisplay* power = gtkSensor_powerDisplay(screen)) {
+        SilenceSign_show(power->title, text);
+    }
+}
+
 void clearValues(GtkSensorInstance screen) {
     if (CGTKCWDisplay* cw = gtkSensor_cwDisplay(screen)) {
         CGTKPowerDisplay_clearMeasurementsToBlanks(cw);
@@ -61,6 +68,7 @@ void clearValues(GtkSensorInstance screen) {
     if (CGTKPulseDisplay* pulse = gtkSensor_pulseDisplay(screen)) {
         CGTKPowerDisplay_clearPulseMeasurementsToBlanks(pulse);
     }
+    setSilence(screen, "");
 }
 
 void updateScale(GtkSensorInstance screen) {
@@ -100,4 +108,5 @@ const DisplayView screenView = {.setVisible = setVisible,
                                 .updateScale = updateScale,
                                 .updateMeasurements = updateMeasurements,
                                 .updatePulseMeasurements = updatePulseMeasurements,
-                                .updateGraph = updateGraph};
+                                .updateGraph = updateGraph,
+                                .setSilence = setSilence};

@@ -94,6 +94,10 @@ SENSOR_MEASUREMENTS sensorPortHandler_getSensorMeasurements(uint32_t port) {
     return *records.measurements;
 }
 
+SensorSilence sensorPortHandler_getSilence(uint32_t port) {
+    return SensorPortSignals_silence(port);
+}
+
 float sensorPortHandler_getSensorMaxPower(uint32_t port) {
     return powerLimit(port, &PULSE_RANGES::max);
 }
@@ -144,4 +148,5 @@ void SensorPortHandler_setSimulatedMeasurements(uint32_t channel, float fwd_W, f
     measurements.freqVal = freq_Hz;
     measurements.temperatureVal = temperature_C;
     measurements.batteryVal = battery;
+    SensorPortSignals_breakSilence(channel);
 }

@@ -18,6 +18,7 @@ void sensorPortHandler_createAll();
 /// not taken up the sensor that is connected now, so that nothing of the previous sensor is shown.
 SENSOR_STATUS sensorPortHandler_getSensorStatus(uint32_t port);
 SENSOR_MEASUREMENTS sensorPortHandler_getSensorMeasurements(uint32_t port);
+SensorSilence sensorPortHandler_getSilence(uint32_t port);
 float sensorPortHandler_getSensorMaxPower(uint32_t port); ///< W
 float sensorPortHandler_getSensorMinPower(uint32_t port); ///< W
 

@@ -1,8 +1,13 @@
 #include "SensorPortSignals.h"
 
+#include "CSimpleTimer.h"
 #include "Threads.h"
 
 namespace {
+
+/// A serial sensor that takes 50 ms for each of a cycle's five answers needs more than three
+/// seconds to be found again after a lost one.
+constexpr uint32_t slowCycle_ms = 250;
 
 constexpr pthread_mutex_t freshMutex = PTHREAD_MUTEX_INITIALIZER;
 
@@ -23,6 +28,8 @@ Connection connections[sensorPortCount] = {{PTHREAD_COND_INITIALIZER, 0, 0, fals
 std::atomic<uint32_t> readingNumbers[sensorPortCount];
 std::atomic<uint32_t> begunReadings[sensorPortCount];
 std::atomic<uint32_t> deliveredReadings[sensorPortCount]; ///< the begun number of the last one
+std::atomic<uint64_t> heard_ms[sensorPortCount];          ///< 0 before the first sensor
+std::atomic<uint32_t> lastCycle_ms[sensorPortCount];
 std::atomic<void (*)()> readingListener;
 
 } // namespace
@@ -155,6 +162,29 @@ bool sensorPortHandler_hasReadingSince(uint32_t port, uint32_t begunReading) {
     // Right across the numbers' wrap.
     const auto distance = static_cast<int32_t>(deliveredReadings[port].load() - begunReading);
     return distance > 0;
+}
+
+void SensorPortSignals_breakSilence(uint32_t port) {
+    if (port < sensorPortCount) {
+        heard_ms[port] = getTime64_ms();
+    }
+}
+
+void SensorPortSignals_noteCycle(uint32_t port, uint32_t cycle_ms) {
+    if (port < sensorPortCount) {
+        lastCycle_ms[port] = cycle_ms;
+    }
+}
+
+SensorSilence SensorPortSignals_silence(uint32_t port) {
+    if (port >= sensorPortCount || heard_ms[port] == 0) {
+        return {};
+    }
+    // The time is taken first: what is heard meanwhile must not make the silence negative.
+    const uint64_t now_ms = getTime64_ms();
+    const uint64_t since_ms = heard_ms[port];
+    return {now_ms > since_ms ? now_ms - since_ms : 0,
+            !SensorPort_isUsb(port) && lastCycle_ms[port] > slowCycle_ms};
 }
 
 void sensorPortHandler_registerReadingListener(void (*listener)()) {

@@ -68,6 +68,16 @@ uint32_t sensorPortHandler_getBegunReading(uint32_t port);
 /// measured since then. Any thread, no lock.
 bool sensorPortHandler_hasReadingSince(uint32_t port, uint32_t begunReading);
 
+/// A value of any kind has arrived from a port's sensor, or the sensor has become ready: its
+/// silence is counted from now. Any thread, no lock.
+void SensorPortSignals_breakSilence(uint32_t port);
+
+/// Tells how long a port's last measuring cycle took, in milliseconds. Handler threads, no lock.
+void SensorPortSignals_noteCycle(uint32_t port, uint32_t cycle_ms);
+
+/// For how long nothing has been heard. Any thread, no lock.
+SensorSilence SensorPortSignals_silence(uint32_t port);
+
 /// Registers who is told, on the handler's thread, that a port has a new reading.
 void sensorPortHandler_registerReadingListener(void (*listener)());
 

@@ -30,6 +30,9 @@ void SensorRecords_reset(const SensorRecords& records) {
 
 void SensorRecords_setStatus(const SensorRecords& records, SensorStatus status) {
     const ScopedLock lock(sensorPortInfoMutex[records.port]);
+    if (status == isReady && records.status->status != isReady) {
+        SensorPortSignals_breakSilence(records.port); // before anybody asks for its first value
+    }
     records.status->status = status;
 }
 
@@ -55,6 +58,7 @@ double SensorRecords_endCycle(uint32_t port, double start_time_ms, double* finis
     const uint32_t cycle = finish - static_cast<uint32_t>(start_time_ms);
     logManager_printToLog(SensorCommunications, "%s: port %u: measuring cycle = %u ms\n",
                           handlerName(port), port, cycle);
+    SensorPortSignals_noteCycle(port, cycle);
     return cycle;
 }
 

@@ -55,6 +55,13 @@ struct SENSOR_STATUS {
     char errorString[32];
 };
 
+/// How old a sensor's last value is.
+struct SensorSilence {
+    uint64_t
+        time_ms; ///< since a value of any kind arrived; before the first one, since it is ready
+    bool answersSlowly; ///< a serial sensor whose values come seldom
+};
+
 /// Hand-off record from detection to the GUI thread.
 struct CONNECTED_SENSORS {
     uint32_t detectedSensors;        ///< port bits with a sensor

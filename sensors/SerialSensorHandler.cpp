@@ -69,6 +69,7 @@ bool measure(SERIAL_HANDLER_DATA_STRUCT* handler, const char* command,
     const float value = parseMeasurement(port.rxBuffer);
     const ScopedLock lock(sensorPortMeasureMutex[portOf(handler)]);
     handler->sensorMeasurements.*field = isSquareRoot ? value * value : value;
+    SensorPortSignals_breakSilence(portOf(handler));
     return true;
 }
 

@@ -48,6 +48,7 @@ bool fetchInto(Handler* handler, sensor_qry_e query, float SENSOR_MEASUREMENTS::
         return false;
     }
     store(handler, field, value * scale.factor / scale.divisor);
+    SensorPortSignals_breakSilence(sensorUsbHandler_port(handler));
     return true;
 }
 
@@ -110,6 +111,7 @@ void fetchState(Handler* handler, uint32_t state) {
         if (fetch(handler, UsbTmcCommands_queryOfState(one.query, state), &value)) {
             const ScopedLock lock(sensorPortMeasureMutex[sensorUsbHandler_port(handler)]);
             handler->sensorMeasurements.pulseStates[state].*one.field = value;
+            SensorPortSignals_breakSilence(sensorUsbHandler_port(handler));
         }
     }
 }

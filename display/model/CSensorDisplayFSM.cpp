@@ -298,6 +298,10 @@ void updateMeasurementsForDisplay(uint32_t display) {
     default:
         break;
     }
+    // Also of a sensor that is not ready any more: its last values stand there all the same.
+    if (instance->state == Measuring) {
+        DisplayViewSwitch_showSilence(instance);
+    }
 }
 
 void CSensorDisplayFSM_setPulse() {

@@ -34,6 +34,9 @@ struct DisplayView {
     void (*updatePulseMeasurements)(GtkSensorInstance screen,
                                     const SENSOR_MEASUREMENTS& measurements);
     void (*updateGraph)(GtkSensorInstance screen);
+
+    /// Puts up, beside the sensor's name, how old what is shown is; an empty text takes it away.
+    void (*setSilence)(GtkSensorInstance screen, const char* text);
 };
 
 #endif

@@ -1,6 +1,7 @@
 #include "DisplayViewSwitch.h"
 
 #include "CSensorDisplayNames.h"
+#include "MeasurementText.h"
 #include "SensorDisplays.h"
 #include "SensorPortHandler.h"
 
@@ -23,6 +24,7 @@ DisplayView view = {
     .updateMeasurements = [](GtkSensorInstance, const SENSOR_MEASUREMENTS&) {},
     .updatePulseMeasurements = [](GtkSensorInstance, const SENSOR_MEASUREMENTS&) {},
     .updateGraph = [](auto...) {},
+    .setSilence = [](auto...) {},
 };
 
 void setVisible(const CSensorDisplayFSM* instance, const ScreenContainerRow& row, bool visible) {
@@ -127,6 +129,13 @@ SENSOR_MEASUREMENTS DisplayViewSwitch_refresh(const CSensorDisplayFSM* instance)
         view.updateGraph(screen);
     }
     return measurements;
+}
+
+void DisplayViewSwitch_showSilence(const CSensorDisplayFSM* instance) {
+    const SilenceText silence =
+        MeasurementText_silence(sensorPortHandler_getSilence(instance->port));
+    view.setSilence(SensorDisplayState_container(instance).screens[instance->display],
+                    silence.text);
 }
 
 void DisplayViewSwitch_showMessage(GtkSensorInstance screen, const char* title,

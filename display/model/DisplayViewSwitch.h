@@ -23,6 +23,10 @@ void DisplayViewSwitch_show(const CSensorDisplayFSM* instance);
 /// Puts the latest readings of the display's sensor on its screen and returns them.
 SENSOR_MEASUREMENTS DisplayViewSwitch_refresh(const CSensorDisplayFSM* instance);
 
+/// Puts up on the display's measurement screen for how long its sensor has been silent, or takes
+/// that away.
+void DisplayViewSwitch_showSilence(const CSensorDisplayFSM* instance);
+
 /// Puts a text on a no-connection screen.
 void DisplayViewSwitch_showMessage(GtkSensorInstance screen, const char* title,
                                    const char* description);

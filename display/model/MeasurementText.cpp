@@ -27,6 +27,10 @@ constexpr uint32_t modelTextLimit = 19;
 constexpr uint32_t serialTextLimit = 9;
 constexpr uint32_t labelTextLimit = 63;
 
+constexpr uint64_t silenceLimit_ms = 3000;
+constexpr uint64_t slowSilenceLimit_ms = 6000;
+constexpr uint64_t mostSeconds = 99;
+
 const DISPLAY_RANGE_FORMAT& powerRange(uint32_t scaleIndex) {
     return rangeFormats[std::min<uint32_t>(scaleIndex, rangeCount - 1)];
 }
@@ -223,6 +227,19 @@ ValueText MeasurementText_dutyCycle(float dutyCycle) {
     if (!std::isnan(dutyCycle)) {
         std::snprintf(text.value, sizeof text.value, "%.2f", static_cast<double>(dutyCycle));
     }
+    return text;
+}
+
+SilenceText MeasurementText_silence(const SensorSilence& silence) {
+    SilenceText text = {};
+    if (silence.time_ms < (silence.answersSlowly ? slowSilenceLimit_ms : silenceLimit_ms)) {
+        return text;
+    }
+    const uint64_t time_s = silence.time_ms / 1000;
+    const bool isShort = time_s <= mostSeconds;
+    std::snprintf(text.text, sizeof text.text, "no reading for %llu %s",
+                  static_cast<unsigned long long>(isShort ? time_s : time_s / 60),
+                  isShort ? "s" : "min");
     return text;
 }
 

@@ -65,6 +65,11 @@ struct PowerGroupText {
     bool scaleChanged;
 };
 
+/// "no reading for 12 s", in minutes after 99 s.
+struct SilenceText {
+    char text[48];
+};
+
 /// The power at which a display goes over range, in W, from the sensor's largest power. A scale
 /// index beyond the table counts as the last row.
 float MeasurementText_maxPowerForRange(float sensorMaxPower_W, rfPowerScale scale,
@@ -99,6 +104,10 @@ PowerGroupText MeasurementText_powerGroup(float mean_W, float max_W, float min_W
 ValueText MeasurementText_time(float time_s);
 ValueText MeasurementText_frequency(float frequency_Hz);
 ValueText MeasurementText_dutyCycle(float dutyCycle);
+
+/// Says how old the last value is, empty while it is not too old: values that come, however slowly,
+/// are never too old.
+SilenceText MeasurementText_silence(const SensorSilence& silence);
 
 /// Text of the sensor button, at most `maxLength` characters and never more than `text` holds.
 /// An empty model gives the family of the port; a character that is not printable ASCII shows as

@@ -128,4 +128,34 @@ TEST_F(DisplayMachine, ALineThatIsOffBeforeTheStartNeverShows) {
     EXPECT_FALSE(Gui_isShown("single.rfl.scaleUp"));
 }
 
+TEST_F(DisplayMachine, OldValuesKeepTheirLookBesideASignOfTheirAge) {
+    connect(sensorPort_Serial1, 0);
+    measure(sensorPort_Serial1, 25.0F, 0.5F);
+    EXPECT_FALSE(Gui_isShown("single.silence"));
+    sensorFakes[sensorPort_Serial1].silence.time_ms = 12000;
+    measure(sensorPort_Serial1, 25.0F, 0.5F);
+    EXPECT_TRUE(Gui_isShown("single.silence"));
+    EXPECT_EQ(Gui_text("single.silence"), "no reading for 12 s");
+    EXPECT_EQ(Gui_colour("single.silence"), "#ffa000");
+    EXPECT_EQ(Gui_text("single.fwd.value"), "  25.00");
+    EXPECT_EQ(Gui_colour("single.fwd.value"), "#ffffff");
+    EXPECT_EQ(Gui_text("single.title"), "5132: 123456789");
+    EXPECT_EQ(Gui_colour("single.title"), "#ffd766");
+    sensorFakes[sensorPort_Serial1].silence.time_ms = 0;
+    measure(sensorPort_Serial1, 26.0F, 0.5F);
+    EXPECT_FALSE(Gui_isShown("single.silence"));
+}
+
+TEST_F(DisplayMachine, TheSignIsNotLeftToTheNextSensor) {
+    connect(sensorPort_Serial1, 0);
+    sensorFakes[sensorPort_Serial1].silence.time_ms = 12000;
+    measure(sensorPort_Serial1, 25.0F, 0.5F);
+    ASSERT_TRUE(Gui_isShown("single.silence"));
+    CSensorDisplayFSM_disconnect(sensorPort_Serial1);
+    connect(sensorPort_Serial2, 0);
+    measure(sensorPort_Serial2, 4.0F, 0.5F);
+    EXPECT_TRUE(Gui_isShown("single.fwd.value"));
+    EXPECT_FALSE(Gui_isShown("single.silence"));
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "PulseFixture.h"
 #include "ScreenFixture.h"
+#include "SilenceSign.h"
 
 #include <algorithm>
 #include <limits>
@@ -193,6 +194,54 @@ TEST_F(Geometry, ALongSensorLabelStaysInsideItsKey) {
     }
 }
 
+bool isCut(GtkWidget* label) {
+    return pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(label))) != 0;
+}
+
+/// The sign stands beside the name, whole both, and leaves the row as it was.
+void expectRoomForTheSign(GtkSensorInstance screen) {
+    CGTKPowerDisplay* display = gtkSensor_powerDisplay(screen);
+    const gtkPowerDisplay_Title& title = display->title;
+    GtkWidget* sign = title.silence.label;
+    ASSERT_NE(sign, nullptr);
+    CGTKPowerDisplay_setSensorLabel(display, 30);
+    Gui_settle();
+    const GdkRectangle key = Gui_place(title.sensorButton);
+    const int textHeight = Gui_place(title.sensorButtonLabel).height;
+    for (const char* text : {"no reading for 3 s", "no reading for 99 s", "no reading for 1 min",
+                             "no reading for 9999 min"}) {
+        SilenceSign_show(title, text);
+        Gui_settle();
+        EXPECT_TRUE(gtk_widget_get_mapped(sign)) << text;
+        EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(sign)), text);
+        EXPECT_FALSE(isCut(sign)) << text;
+        EXPECT_FALSE(isCut(title.sensorButtonLabel)) << text;
+        const GdkRectangle place = Gui_place(sign);
+        EXPECT_EQ(place.x + place.width, key.x + key.width) << "where the button was";
+        EXPECT_EQ(place.y, key.y);
+        EXPECT_EQ(place.height, key.height) << text;
+        expectPartsApart();
+    }
+    SilenceSign_show(title, "");
+    Gui_settle();
+    EXPECT_FALSE(gtk_widget_get_mapped(sign));
+    const GdkRectangle again = Gui_place(title.sensorButton);
+    EXPECT_TRUE(gdk_rectangle_equal(&again, &key));
+    EXPECT_EQ(Gui_place(title.sensorButtonLabel).height, textHeight);
+}
+
+TEST_F(Geometry, ASilenceStandsBesideTheSensorsNameHoweverLongThatIs) {
+    for (const char* model : {"5132", "WWWWWWWWWWWWWWWWWWW"}) {
+        snprintf(sensorFakes[0].model, sizeof sensorFakes[0].model, "%s", model);
+        for (const CwScreen& screen : cwScreens) {
+            SCOPED_TRACE(screen.name);
+            Gui_showScreen(screen.instance);
+            read(screen.instance, 25.0F, 0.5F);
+            expectRoomForTheSign(screen.instance);
+        }
+    }
+}
+
 class PulseGeometry : public PulseScreens {
 protected:
     /// Calls the check on every page that the screens have, in watts and dBm, with the longest
@@ -227,6 +276,18 @@ private:
 
 TEST_F(PulseGeometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
     onEveryPage([] { expectPartsApart(); });
+}
+
+TEST_F(PulseGeometry, ASilenceStandsBesideTheSensorsNameHoweverLongThatIs) {
+    for (const char* model : {"3164", "WWWWWWWWWWWWWWWWWWW"}) {
+        for (const PulseScreen& screen : pulseScreens) {
+            SCOPED_TRACE(screen.instance);
+            snprintf(sensorFakes[screen.port].model, sizeof sensorFakes[0].model, "%s", model);
+            Gui_showScreen(screen.instance);
+            read(readings(), screen.instance);
+            expectRoomForTheSign(screen.instance);
+        }
+    }
 }
 
 TEST_F(PulseGeometry, EveryKeyAndTabIsLargeEnoughForAFinger) {

@@ -74,6 +74,7 @@ int main(int count, char** arguments) {
     gtk_init_done = true;
     Pictures_drawScreens();
     Pictures_drawGraphs();
+    Pictures_drawSilence();
     Pictures_drawPulse();
     return 0;
 }

@@ -25,5 +25,6 @@ void Pictures_prepare(GtkSensorInstance screen, uint32_t display, uint32_t port,
 void Pictures_drawScreens();
 void Pictures_drawGraphs();
 void Pictures_drawPulse();
+void Pictures_drawSilence();
 
 #endif

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
@@ -253,6 +255,43 @@ void checkMeasuringPort(Snapshot& snapshot, const ShownPort& shown) {
     }
 }
 
+/// "no reading for 12 s" in seconds, as old as that text can be, and nothing for another text.
+std::optional<double> ageOf(const std::string& text) {
+    unsigned age = 0;
+    char unit[4] = "";
+    if (sscanf(text.c_str(), "no reading for %u %3s", &age, unit) != 2) {
+        return std::nullopt;
+    }
+    return std::string_view(unit) == "min" ? age * 60.0 : age;
+}
+
+/// Old values are called old, with an age that they can have; those of a sensor that measures are
+/// not for longer than a busy machine keeps its values back.
+void checkSilence(Snapshot& snapshot, const ShownPort& shown) {
+    Soak& soak = snapshot.soak;
+    const std::string name = (shown.isPulse ? "pulse" : shown.prefix) + ".silence";
+    const ScreenWidget* sign = find(snapshot.widgets, name, shown.region);
+    if (Truth_isSilent(soak.truth, shown.port)) {
+        const std::optional<double> age_s = sign == nullptr ? std::nullopt : ageOf(sign->text);
+        const double greatest_s = Truth_greatestAge_s(soak.truth, shown.port);
+        if (!age_s || *age_s < soakTimes::isNotOld || *age_s > greatest_s) {
+            Report_finding(soak.report, "sign of a silent sensor",
+                           BenchText_format("\"%s\", at most %.0f s",
+                                            sign == nullptr ? "" : sign->text.c_str(), greatest_s));
+        }
+        Report_checked(soak.report, "sign of a silent sensor");
+    } else if (sign != nullptr && Truth_mustMeasure(soak.truth, shown.port)) {
+        const auto isGone = [&] {
+            const auto widgets = Bench_screen(soak.bench);
+            return find(widgets, name, shown.region) == nullptr;
+        };
+        if (!Bench_waitUntil(isGone, Soak_limit_ms(soak, soakTimes::isNotOld))) {
+            Report_finding(soak.report, "sign of a silent sensor",
+                           "\"" + sign->text + "\" while values come");
+        }
+    }
+}
+
 void checkConnecting(Snapshot& snapshot, const ShownPort& shown, const std::string& noConnection) {
     const ScreenWidget* title = find(snapshot.widgets, noConnection);
     if (title == nullptr) {
@@ -278,6 +317,7 @@ void checkChannel(Snapshot& snapshot, int channel) {
         shown.region = channel == 0 ? Region{0, middle_px} : Region{middle_px, 100000};
     }
     shown.prefix = side + (snapshot.soak.settings.showsGraph && !shown.isPulse ? "Graph" : "");
+    checkSilence(snapshot, shown);
     if (!Truth_mustMeasure(snapshot.soak.truth, shown.port)) {
         checkConnecting(snapshot, shown, (isAlone ? "" : side + ".") + "noConnection.title");
         return;

@@ -127,3 +127,24 @@ TEST(SoakTruth, AFaultThatMakesReadingsUpIsNotBelieved) {
     EXPECT_FALSE(Truth_isHonest(truth, 0));
     EXPECT_FALSE(truth.ports[0].isTitleKnown);
 }
+
+TEST(SoakTruth, OnlyASensorThatMeasuredAndFellSilentLongAgoHasOldValues) {
+    Truth truth;
+    truth.speed = 1e6; // what the meter is given passes at once; a busy machine's pause remains
+    Truth_plug(truth, 0, sensor());
+    Truth_choose(truth, 0, 0);
+    const SoakTime longAgo = SoakClock::now() - std::chrono::hours(1);
+    Truth_beginFault(truth, 0, "silence");
+    truth.ports[0].faultBegan = longAgo;
+    EXPECT_FALSE(Truth_isSilent(truth, 0)) << "it was still connecting";
+    Truth_endFault(truth, 0);
+    truth.ports[0].faultEnded = longAgo;
+    truth.ports[0].connected = longAgo;
+    Truth_beginFault(truth, 0, "silence");
+    EXPECT_FALSE(Truth_isSilent(truth, 0)) << "its values are still young";
+    truth.ports[0].faultBegan = longAgo;
+    EXPECT_TRUE(Truth_isSilent(truth, 0));
+    EXPECT_GE(Truth_greatestAge_s(truth, 0), 3600 * truth.speed);
+    Truth_endFault(truth, 0);
+    EXPECT_FALSE(Truth_isSilent(truth, 0));
+}

@@ -102,6 +102,7 @@ void Truth_beginFault(Truth& truth, size_t port, const std::string& name) {
     // What has not been recovered from when the next fault begins still has to be.
     const double recover_s = recoverTime_s(port);
     sensor.recover_s = isDisturbed(truth, port) ? std::max(recover_s, sensor.recover_s) : recover_s;
+    sensor.hasFallenSilent = wasMeasuring && name == "silence";
     sensor.fault = name;
     sensor.faultBegan = SoakClock::now();
 }
@@ -149,6 +150,17 @@ bool Truth_mustMeasure(const Truth& truth, size_t port) {
 
 bool Truth_isHonest(const Truth& truth, size_t port) {
     return !truth.ports.at(port).falsifies || !isDisturbed(truth, port);
+}
+
+bool Truth_isSilent(const Truth& truth, size_t port) {
+    const PortTruth& sensor = truth.ports.at(port);
+    return !sensor.fault.empty() && sensor.hasFallenSilent &&
+           Truth_isPast(truth, sensor.faultBegan, soakTimes::callsOld);
+}
+
+double Truth_greatestAge_s(const Truth& truth, size_t port) {
+    const std::chrono::duration<double> faulty = SoakClock::now() - truth.ports.at(port).faultBegan;
+    return (faulty.count() + soakTimes::machineReal) * truth.speed + soakTimes::isNotOld;
 }
 
 bool Truth_isFollowed(const Truth& truth, size_t port) {

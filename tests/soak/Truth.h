@@ -27,8 +27,11 @@ constexpr double connectSerial = 12; ///< found, identified and measuring
 constexpr double connectUsb = 20;
 constexpr double recoverSerial = 12; ///< after the end of a fault
 constexpr double recoverUsb = 45;    ///< a lost answer's time-out included
-constexpr double presenceGap = 2;    ///< between two changes that must not fall into one poll
-constexpr double machineReal = 1.5;  ///< real; a busy machine stands still now and then
+/// A sensor's last value is called old by then, and not before.
+constexpr double callsOld = 7;
+constexpr double isNotOld = 3;
+constexpr double presenceGap = 2;   ///< between two changes that must not fall into one poll
+constexpr double machineReal = 1.5; ///< real; a busy machine stands still now and then
 } // namespace soakTimes
 
 struct TruthValue {
@@ -53,10 +56,11 @@ struct PortTruth {
     double period_s = 0;
     double width_s = 0;
     std::vector<TruthValue> values;
-    SoakTime connected;     ///< admitted and given a channel
-    SoakTime changed;       ///< frequency, temperature or pulse
-    std::string fault;      ///< empty: none
-    bool falsifies = false; ///< the fault makes readings up
+    SoakTime connected;           ///< admitted and given a channel
+    SoakTime changed;             ///< frequency, temperature or pulse
+    std::string fault;            ///< empty: none
+    bool falsifies = false;       ///< the fault makes readings up
+    bool hasFallenSilent = false; ///< it measured, and the fault ended that
     SoakTime faultBegan;
     SoakTime faultEnded;
     double recover_s = 0; ///< of the last fault
@@ -98,6 +102,10 @@ bool Truth_isLayoutSettled(const Truth& truth);
 bool Truth_mustMeasure(const Truth& truth, size_t port);
 /// Nothing but its own values may be shown for it: no fault has made any up.
 bool Truth_isHonest(const Truth& truth, size_t port);
+/// Nothing has come from it for so long that its values must be called old.
+bool Truth_isSilent(const Truth& truth, size_t port);
+/// The greatest age in seconds of the meter's clock that its values can have.
+double Truth_greatestAge_s(const Truth& truth, size_t port);
 /// Its frequency, temperature and pulse are the present ones.
 bool Truth_isFollowed(const Truth& truth, size_t port);
 /// The values that may be shown now; forgets those that may no more.

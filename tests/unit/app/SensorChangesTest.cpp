@@ -37,6 +37,7 @@ DisplayView silentView() {
     view.updateMeasurements = [](GtkSensorInstance, const SENSOR_MEASUREMENTS&) {};
     view.updatePulseMeasurements = [](GtkSensorInstance, const SENSOR_MEASUREMENTS&) {};
     view.updateGraph = [](GtkSensorInstance) {};
+    view.setSilence = [](GtkSensorInstance, const char*) {};
     return view;
 }
 

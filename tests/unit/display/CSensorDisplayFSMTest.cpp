@@ -487,3 +487,51 @@ TEST_F(DisplayFsm, NamesOfEverythingAreTheirEnumerators) {
         EXPECT_STREQ(CSensorDisplayFSM_getSensorPortName(port.port), port.name);
     }
 }
+
+TEST_F(DisplayFsm, ASilentSensorsScreenSaysSoAndKeepsItsValues) {
+    plugAndMeasure(sensorPort_Serial1, 0, 25.0F);
+    const RecordedScreen& screen = viewRecord.screens[gtkSensorSingleChannel1];
+    EXPECT_EQ(screen.silence, "");
+    sensorFakes[0].silence.time_ms = 12000;
+    CSensorDisplayFSM_updateMeasurements(sensorPort_Serial1);
+    EXPECT_EQ(screen.silence, "no reading for 12 s");
+    EXPECT_EQ(screen.fwdPower, 25.0F);
+    EXPECT_EQ(heardPower, 25.0F) << "remote control hears the same as before";
+    sensorFakes[0].silence.time_ms = 100;
+    CSensorDisplayFSM_updateMeasurements(sensorPort_Serial1);
+    EXPECT_EQ(screen.silence, "");
+}
+
+TEST_F(DisplayFsm, EachSensorsSilenceStandsOnItsOwnScreen) {
+    configuration_setPulseMode(true);
+    CSensorDisplayFSM_setPulse();
+    plugAndMeasure(sensorPort_Serial1, 0, 25.0F);
+    plugAndMeasure(sensorPort_USB1, 1, 4.0F);
+    sensorFakes[sensorPort_USB1].silence.time_ms = 120000;
+    for (const uint32_t port : {sensorPort_Serial1, sensorPort_USB1}) {
+        CSensorDisplayFSM_updateMeasurements(port);
+    }
+    EXPECT_EQ(viewRecord.screens[gtkSensorDualPulseChannel2].silence, "no reading for 2 min");
+    EXPECT_EQ(viewRecord.screens[gtkSensorDualChannel1].silence, "");
+    CSensorDisplayFSM_disconnect(sensorPort_Serial1);
+    CSensorDisplayFSM_updateMeasurements(sensorPort_USB1);
+    EXPECT_EQ(viewRecord.screens[gtkSensorSinglePulse].silence, "no reading for 2 min")
+        << "also where it is shown then";
+}
+
+TEST_F(DisplayFsm, ValuesOfASensorThatIsNotReadyAnyMoreGrowOldToo) {
+    plugAndMeasure(sensorPort_Serial1, 0, 25.0F);
+    sensorFakes[0].status.status = notReady;
+    sensorFakes[0].silence.time_ms = 3000;
+    CSensorDisplayFSM_updateMeasurements(sensorPort_Serial1);
+    EXPECT_EQ(viewRecord.screens[gtkSensorSingleChannel1].silence, "no reading for 3 s");
+}
+
+TEST_F(DisplayFsm, ANewSensorStartsWithoutTheSilenceOfItsPredecessor) {
+    plugAndMeasure(sensorPort_Serial1, 0, 25.0F);
+    sensorFakes[0].silence.time_ms = 12000;
+    CSensorDisplayFSM_updateMeasurements(sensorPort_Serial1);
+    CSensorDisplayFSM_disconnect(sensorPort_Serial1);
+    plugAndMeasure(sensorPort_Serial2, 0, 4.0F);
+    EXPECT_EQ(viewRecord.screens[gtkSensorSingleChannel1].silence, "");
+}

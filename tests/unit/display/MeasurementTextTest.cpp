@@ -403,3 +403,27 @@ TEST(MeasurementText, SensorLabelStaysInsideASmallBuffer) {
     EXPECT_EQ(text[6], '#');
     MeasurementText_sensorLabel(0, isReady, "5132", "012345678", 30, {});
 }
+
+TEST(MeasurementText, AValueIsOldAfterThreeSecondsOrSixOfASlowSensor) {
+    constexpr uint64_t minute_ms = 60000;
+    struct {
+        uint64_t time_ms;
+        const char* text;
+        const char* slowText;
+    } const cases[] = {
+        {0, "", ""},
+        {2999, "", ""},
+        {3000, "no reading for 3 s", ""},
+        {5999, "no reading for 5 s", ""},
+        {6000, "no reading for 6 s", "no reading for 6 s"},
+        {12999, "no reading for 12 s", "no reading for 12 s"},
+        {99999, "no reading for 99 s", "no reading for 99 s"},
+        {100000, "no reading for 1 min", "no reading for 1 min"},
+        {2 * minute_ms, "no reading for 2 min", "no reading for 2 min"},
+        {100000 * minute_ms, "no reading for 100000 min", "no reading for 100000 min"},
+    };
+    for (const auto& test : cases) {
+        EXPECT_STREQ(MeasurementText_silence({test.time_ms, false}).text, test.text);
+        EXPECT_STREQ(MeasurementText_silence({test.time_ms, true}).text, test.slowText);
+    }
+}

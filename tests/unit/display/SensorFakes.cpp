@@ -59,6 +59,10 @@ SENSOR_MEASUREMENTS sensorPortHandler_getSensorMeasurements(uint32_t port) {
     return port < sensorPortCount ? sensorFakes[port].measurements : SENSOR_MEASUREMENTS{};
 }
 
+SensorSilence sensorPortHandler_getSilence(uint32_t port) {
+    return port < sensorPortCount ? sensorFakes[port].silence : SensorSilence{};
+}
+
 float sensorPortHandler_getSensorMaxPower(uint32_t port) {
     return port < sensorPortCount ? sensorFakes[port].maxPower_W : 0.0F;
 }

@@ -10,6 +10,7 @@ struct SensorFake {
     uint32_t logicalChannel;
     SENSOR_STATUS status;
     SENSOR_MEASUREMENTS measurements;
+    SensorSilence silence;
     float maxPower_W;
     float minPower_W;
     char model[21];

@@ -62,6 +62,7 @@ void setSensorLabel(GtkSensorInstance screen, uint32_t maxLength) {
 
 void clearValues(GtkSensorInstance screen) {
     viewRecord.screens[screen].fwdPower = blank;
+    viewRecord.screens[screen].silence.clear();
 }
 
 void updateScale(GtkSensorInstance screen) {
@@ -80,6 +81,10 @@ void updatePulseMeasurements(GtkSensorInstance screen, const SENSOR_MEASUREMENTS
 
 void updateGraph(GtkSensorInstance screen) {
     viewRecord.screens[screen].graphUpdates += 1;
+}
+
+void setSilence(GtkSensorInstance screen, const char* text) {
+    viewRecord.screens[screen].silence = text;
 }
 
 struct Candidate {
@@ -126,7 +131,7 @@ void ViewRecorder_install() {
     CSensorDisplayFSM_registerView({setVisible, setNoConnect, setConnecting, setSensorError,
                                     setMessage, bindScreen, setSensorLabel, clearValues,
                                     updateScale, updateMeasurements, updatePulseMeasurements,
-                                    updateGraph});
+                                    updateGraph, setSilence});
 }
 
 bool ViewRecorder_isVisible(ScreenContainer container, SensorDisplayInstance_t display) {

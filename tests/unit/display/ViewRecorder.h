@@ -22,7 +22,8 @@ struct RecordedScreen {
     uint32_t bindings;
     uint32_t scaleUpdates;
     uint32_t graphUpdates;
-    float fwdPower; ///< last value written, NaN when blanked
+    std::string silence; ///< how old what is shown is
+    float fwdPower;      ///< last value written, NaN when blanked
     bool isPulseValue;
 };
 

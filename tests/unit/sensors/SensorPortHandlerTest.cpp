@@ -3,6 +3,7 @@
 #include "SensorRecords.h"
 #include "SerialSensorHandler.h"
 #include "Threads.h"
+#include "World.h"
 
 #include <gtest/gtest.h>
 
@@ -120,6 +121,86 @@ TEST(SensorPortSignals, APortIsServedOnceItsHandlerHasTakenUpTheSensor) {
     EXPECT_TRUE(SensorPortSignals_isServed(sensorPort_USB2));
     sensorPortHandler_setIsConnected(sensorPort_USB2, false);
     EXPECT_FALSE(SensorPortSignals_isServed(sensorPort_USB2));
+}
+
+class Silence : public testing::Test {
+protected:
+    Silence() {
+        World_skipSleeps(true);
+    }
+    ~Silence() override {
+        World_skipSleeps(false);
+        for (uint32_t port = 0; port < sensorPortCount; ++port) {
+            SensorPortSignals_noteCycle(port, 0);
+        }
+    }
+    static uint64_t silenceOf(uint32_t port) {
+        return sensorPortHandler_getSilence(port).time_ms;
+    }
+
+    static constexpr uint32_t pause_ms = 5000;
+};
+
+TEST_F(Silence, LastsFromTheLastValueOn) {
+    for (uint32_t port = 0; port < sensorPortCount; ++port) {
+        SensorPortSignals_breakSilence(port);
+        EXPECT_LT(silenceOf(port), pause_ms) << port;
+        Thread_sleep_ms(pause_ms);
+        EXPECT_GE(silenceOf(port), pause_ms) << port;
+        SensorPortSignals_breakSilence(port);
+        EXPECT_LT(silenceOf(port), pause_ms) << port;
+    }
+}
+
+TEST_F(Silence, OfOnePortIsNotThatOfAnother) {
+    SensorPortSignals_breakSilence(sensorPort_USB1);
+    Thread_sleep_ms(pause_ms);
+    SensorPortSignals_breakSilence(sensorPort_USB2);
+    EXPECT_GE(silenceOf(sensorPort_USB1), pause_ms);
+    EXPECT_LT(silenceOf(sensorPort_USB2), pause_ms);
+}
+
+TEST_F(Silence, BeginsWhenASensorBecomesReadyAndNotWhenItIsFoundAgain) {
+    SENSOR_HANDLER_RECORD handler{};
+    const SensorRecords records = SensorRecords_of(sensorPort_Serial1, &handler);
+    SensorPortSignals_breakSilence(sensorPort_Serial1);
+    Thread_sleep_ms(pause_ms);
+    SensorRecords_setStatus(records, notReady);
+    EXPECT_GE(silenceOf(sensorPort_Serial1), pause_ms);
+    SensorRecords_setStatus(records, isReady);
+    EXPECT_LT(silenceOf(sensorPort_Serial1), pause_ms);
+    Thread_sleep_ms(pause_ms);
+    SensorRecords_setStatus(records, isReady);
+    EXPECT_GE(silenceOf(sensorPort_Serial1), pause_ms);
+}
+
+TEST_F(Silence, IsThatOfASlowSensorAfterALongSerialCycle) {
+    for (uint32_t port = 0; port < sensorPortCount; ++port) {
+        SensorPortSignals_breakSilence(port);
+        SensorPortSignals_noteCycle(port, 250);
+        EXPECT_FALSE(sensorPortHandler_getSilence(port).answersSlowly) << port;
+        SensorPortSignals_noteCycle(port, 251);
+        EXPECT_EQ(sensorPortHandler_getSilence(port).answersSlowly, !SensorPort_isUsb(port))
+            << port;
+    }
+}
+
+TEST_F(Silence, OfAPortBeyondTheFourIsNone) {
+    for (const uint32_t port : foreignPorts) {
+        SensorPortSignals_breakSilence(port);
+        SensorPortSignals_noteCycle(port, pause_ms);
+        Thread_sleep_ms(pause_ms);
+        EXPECT_EQ(silenceOf(port), 0U) << port;
+        EXPECT_FALSE(sensorPortHandler_getSilence(port).answersSlowly) << port;
+    }
+}
+
+TEST_F(Silence, IsBrokenBySimulatedReadings) {
+    SensorPortSignals_breakSilence(sensorPort_Serial2);
+    Thread_sleep_ms(pause_ms);
+    SensorPortHandler_setSimulatedMeasurements(1, 25.0F, 0.5F, 2e6F, 31.0F, 3.7F);
+    EXPECT_LT(silenceOf(sensorPort_Serial2), pause_ms);
+    sensorSerialHandler_resetSensorInformation(&sensorSerialHandlerData[1]);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "SensorPortHandler.h"
 #include "SerialSensorModel.h"
 #include "Terminal.h"
+#include "Threads.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
@@ -437,6 +438,50 @@ TEST(SerialSensorThreads, ServeEachSensorFromItsPluggingToItsPulling) {
     sensorPortHandler_setIsConnected(sensorPort_Serial2, false);
     EXPECT_FALSE(isReadyNow(0));
     EXPECT_GE(sensorPortHandler_getReadingNumber(0), 2U);
+}
+
+TEST_F(SerialSensor, EveryValueBreaksTheSilenceAndNothingElseDoes) {
+    constexpr uint32_t pause_ms = 60000;
+    const struct {
+        sensorSerCommState state;
+        bool isValue;
+    } cases[] = {{stateSerInitialSync, false}, {stateSerIdentify, false}, {stateSerFwd, true},
+                 {stateSerRfl, true},          {stateSerFreq, true},      {stateSerTemp, true},
+                 {stateSerFramingSync, false}};
+    World_skipSleeps(true);
+    for (const auto& one : cases) {
+        SensorPortSignals_breakSilence(sensorPort_Serial2);
+        Thread_sleep_ms(pause_ms);
+        step(one.state);
+        EXPECT_EQ(sensorPortHandler_getSilence(sensorPort_Serial2).time_ms < pause_ms, one.isValue)
+            << one.state;
+    }
+    World_skipSleeps(false);
+}
+
+TEST_F(SerialSensor, AValueThatIsMissingLeavesTheSilence) {
+    constexpr uint32_t pause_ms = 60000;
+    World_setSpeed(5);
+    World_skipSleeps(true);
+    SensorPortSignals_breakSilence(sensorPort_Serial2);
+    Thread_sleep_ms(pause_ms);
+    sensor.replace('F', "abc");
+    EXPECT_EQ(step(stateSerFwd), stateSerFlush);
+    EXPECT_GE(sensorPortHandler_getSilence(sensorPort_Serial2).time_ms, pause_ms);
+    World_skipSleeps(false);
+}
+
+TEST_F(SerialSensor, ASlowCycleIsTold) {
+    World_skipSleeps(true);
+    step(stateSerFwd);
+    step(stateSerFramingSync);
+    EXPECT_FALSE(sensorPortHandler_getSilence(sensorPort_Serial2).answersSlowly);
+    step(stateSerFwd);
+    Thread_sleep_ms(1000);
+    step(stateSerFramingSync);
+    EXPECT_TRUE(sensorPortHandler_getSilence(sensorPort_Serial2).answersSlowly);
+    SensorPortSignals_noteCycle(sensorPort_Serial2, 0);
+    World_skipSleeps(false);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "UsbSensorMeasure.h"
 
 #include "SensorPolling.h"
+#include "Threads.h"
 #include "UsbSensorFixture.h"
 
 #include <cmath>
@@ -168,6 +169,23 @@ TEST_F(UsbSensor, BitNineOfTheQuestionableRegisterBlanksThePulse) {
         EXPECT_EQ(values.fwdPwrVal, 5.0F);
         EXPECT_TRUE(device.messages().empty());
         values.questionable = 0;
+    }
+}
+
+TEST_F(UsbSensor, EveryValueBreaksTheSilenceAndATriggerDoesNot) {
+    constexpr uint32_t pause_ms = 60000;
+    setCapabilities(true);
+    for (const bool isTriggered : {false, true}) {
+        handler.sensorConfigs.bModelIsTriggeredGates = isTriggered;
+        for (const auto& [state, isValue] :
+             {std::pair{stateUsbInit, false}, std::pair{stateUsbCwMeasure, true},
+              std::pair{stateUsbPulseMeasure, true}}) {
+            SensorPortSignals_breakSilence(sensorPort_USB2);
+            Thread_sleep_ms(pause_ms);
+            step(state);
+            EXPECT_EQ(sensorPortHandler_getSilence(sensorPort_USB2).time_ms < pause_ms, isValue)
+                << state << isTriggered;
+        }
     }
 }
 
