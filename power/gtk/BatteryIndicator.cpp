@@ -2,6 +2,7 @@
 
 #include "BatteryIndicatorRules.h"
 #include "BatteryMonitor.h"
+#include "ChargingPicture.h"
 #include "GtkHelpers.h"
 
 #include <array>
@@ -26,6 +27,10 @@ constexpr int fontSize_px = 32;
 std::array<GtkWidget*, batteryImageCount> images{};
 GtkWidget* percentLabel = nullptr;
 
+/// The charging picture as its file has it, full, and how full the one is that is shown.
+GdkPixbuf* fullPicture = nullptr;
+int shownFilling_percent = 100;
+
 GtkWidget* loadImage(const char* file) {
     GdkPixbuf* picture = gdk_pixbuf_new_from_file(file, nullptr);
     if (picture == nullptr) {
@@ -47,11 +52,28 @@ void putHidden(GtkFixed* topLine, GtkWidget* widget, int x, int y) {
     gtk_fixed_put(topLine, widget, x, y);
 }
 
+/// A new picture is drawn only when the filling changes.
+void fillChargingImage(int filling_percent) {
+    GtkWidget* image = images[static_cast<size_t>(BatteryImage::charging)];
+    if (image == nullptr || filling_percent == shownFilling_percent) {
+        return;
+    }
+    GdkPixbuf* picture = ChargingPicture_create(fullPicture, filling_percent);
+    gtk_image_set_from_pixbuf(GTK_IMAGE(image), picture);
+    g_object_unref(picture);
+    shownFilling_percent = filling_percent;
+}
+
 } // namespace
 
 void loadBatteryImages() {
     for (size_t index = 0; index < imageFiles.size(); ++index) {
         images[index] = loadImage(imageFiles[index]);
+    }
+    GtkWidget* charging = images[static_cast<size_t>(BatteryImage::charging)];
+    if (charging != nullptr) {
+        fullPicture = gtk_image_get_pixbuf(GTK_IMAGE(charging));
+        g_object_ref(fullPicture);
     }
 }
 
@@ -76,6 +98,9 @@ void BatteryIndicator_place(GtkFixed* topLine) {
 void updateBatteryDisplay() {
     const BatteryIndication shown = BatteryIndicatorRules_choose(
         modelHasBattery(), batteryIsPolled, batteryPresent, batteryCharging, batteryPercent);
+    if (shown.image == BatteryImage::charging) {
+        fillChargingImage(shown.filling_percent);
+    }
     for (size_t index = 0; index < images.size(); ++index) {
         setWidgetVisible(images[index], static_cast<int>(index) == static_cast<int>(shown.image));
     }

@@ -2,6 +2,7 @@
 
 #include "BatteryRules.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -31,13 +32,14 @@ BatteryImage levelImage(int percent) {
 }
 
 BatteryIndication withText(BatteryImage image, const char* text) {
-    BatteryIndication indication{image, {}, false};
+    BatteryIndication indication{image, {}, false, 0};
     snprintf(indication.text.data(), indication.text.size(), "%s", text);
     return indication;
 }
 
 BatteryIndication withPercent(BatteryImage image, int percent) {
-    BatteryIndication indication{image, {}, percent < lowPercent};
+    BatteryIndication indication{
+        image, {}, percent < lowPercent, std::clamp(percent, 0, greatestPercent)};
     if (percent <= greatestPercent) {
         snprintf(indication.text.data(), indication.text.size(), "%d%%", percent);
     }

@@ -23,6 +23,7 @@ struct BatteryIndication {
     BatteryImage image;
     std::array<char, 16> text;
     bool isRed;
+    int filling_percent; ///< of the charging picture; 0 as long as the charge is not known
 };
 
 /// What is shown of a battery's state: `charging` is a batteryState, `percent` 0 to 100 (a greater

@@ -23,7 +23,30 @@ protected:
         initBatteryMonitor();
     }
 
+    /// Columns of the charging picture with green in them, and whether it has yellow.
+    struct ChargingImage {
+        int greenColumns = 0;
+        bool hasBolt = false;
+    };
+    static ChargingImage chargingImage() {
+        GdkPixbuf* picture = gtk_image_get_pixbuf(GTK_IMAGE(Gui_widget("batteryCharging")));
+        const guchar* first = gdk_pixbuf_read_pixels(picture);
+        ChargingImage seen;
+        for (int x = 0; x < gdk_pixbuf_get_width(picture); ++x) {
+            bool isGreen = false;
+            for (int y = 0; y < gdk_pixbuf_get_height(picture); ++y) {
+                const guchar* pixel = first + y * gdk_pixbuf_get_rowstride(picture) +
+                                      x * gdk_pixbuf_get_n_channels(picture);
+                isGreen = isGreen || (pixel[1] > pixel[0] && pixel[1] > pixel[2]);
+                seen.hasBolt = seen.hasBolt || (pixel[0] > 200 && pixel[2] < 150);
+            }
+            seen.greenColumns += isGreen ? 1 : 0;
+        }
+        return seen;
+    }
+
     static void show(bool present, int charging, int percent) {
+        batteryIsPolled = true;
         batteryPresent = present;
         batteryCharging = charging;
         batteryPercent = percent;
@@ -80,6 +103,24 @@ TEST_F(TopLine, ReleasedMonitorShowsThePlugAlone) {
     show(true, BATT_NOT_CHARGING, 50);
     EXPECT_TRUE(Gui_isShown("batteryPlug"));
     EXPECT_FALSE(Gui_isShown("batteryPercent"));
+}
+
+TEST_F(TopLine, TheChargingPictureFillsWithTheBatteryAndKeepsItsBolt) {
+    show(true, BATT_CHARGING_ACCUM, 100);
+    const int whole = chargingImage().greenColumns;
+    EXPECT_GE(whole, 60) << "the file's own picture is full";
+    for (const int percent : {0, 1, 25, 50, 99, 100, 0}) {
+        show(true, BATT_CHARGING_ACCUM, percent);
+        const ChargingImage seen = chargingImage();
+        EXPECT_NEAR(seen.greenColumns, whole * percent / 100, 1) << percent;
+        EXPECT_TRUE(seen.hasBolt) << percent;
+        EXPECT_TRUE(Gui_isShown("batteryCharging")) << percent;
+    }
+    EXPECT_EQ(chargingImage().greenColumns, 0);
+    show(true, BATT_CHARGING_ACCUM, 70);
+    show(true, BATT_CHARGING_VOLTAGE, 70);
+    EXPECT_EQ(chargingImage().greenColumns, 0) << "nobody knows yet how full it is";
+    EXPECT_TRUE(chargingImage().hasBolt);
 }
 
 TEST(TopLineDeathTest, EveryMissingImageIsTold) {

@@ -58,3 +58,25 @@ TEST(BatteryIndicatorRules, EveryStateHasItsPictureAndText) {
         EXPECT_EQ(shown.isRed, row.isRed) << label;
     }
 }
+
+TEST(BatteryIndicatorRules, TheChargingPictureIsAsFullAsTheBattery) {
+    struct Case {
+        int charging;
+        int percent;
+        int filling_percent;
+    };
+    constexpr std::array<Case, 6> cases = {{
+        {BATT_CHARGING_ACCUM, 0, 0},
+        {BATT_CHARGING_ACCUM, 37, 37},
+        {BATT_CHARGING_ACCUM, 100, 100},
+        {BATT_CHARGING_ACCUM, 101, 100},
+        {BATT_CHARGING_ACCUM, -1, 0},
+        {BATT_CHARGING_VOLTAGE, 80, 0}, // the percentage is not reliable yet
+    }};
+    for (const Case& row : cases) {
+        EXPECT_EQ(BatteryIndicatorRules_choose(true, true, true, row.charging, row.percent)
+                      .filling_percent,
+                  row.filling_percent)
+            << row.charging << ", " << row.percent << " percent";
+    }
+}
