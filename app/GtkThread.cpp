@@ -59,7 +59,7 @@ void followSettings(GtkThreadState* state) {
 
 void serviceTopLine() {
     updateBatteryDisplay();
-    WarningDialog_handleState(&shutDownWarningDlg);
+    ShutDownWarning_handleState();
 }
 
 } // namespace

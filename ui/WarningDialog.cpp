@@ -9,15 +9,17 @@
 namespace {
 
 constexpr int contentMargin = 28;
+/// What a box without a button still leaves below its text.
+constexpr int emptyRow_px = 20;
 
 /// Large enough to be read and touched at arm's length.
 constexpr const char* styleSheet =
-    "#warningDialog { background: #202020; border: 4px solid #fe4a49; }"
-    "#warningDialog box { background: none; }"
-    "#warningDialog label { color: #ffffff; background: none; font-size: 32px; }"
-    "#warningDialog button { background: #404040; border: 2px solid #aaaaaa;"
+    ".warningBox { background: #202020; border: 4px solid #fe4a49; }"
+    ".warningBox box { background: none; }"
+    ".warningBox label { color: #ffffff; background: none; font-size: 32px; }"
+    ".warningBox button { background: #404040; border: 2px solid #aaaaaa;"
     " border-radius: 8px; margin: 24px; min-height: 72px; text-shadow: none; }"
-    "#warningDialog button:active { background: #808080; }";
+    ".warningBox button:active { background: #808080; }";
 
 /// The OK button. It only closes the box: what the warning is about goes on.
 void onResponse(GtkDialog* /*dialog*/, int /*response*/, gpointer data) {
@@ -38,15 +40,20 @@ void applyStyle() {
 }
 
 void putUp(WarningDialog* warning) {
-    GtkWidget* dialog = gtk_message_dialog_new(warning->parent, GTK_DIALOG_MODAL, GTK_MESSAGE_OTHER,
-                                               GTK_BUTTONS_OK, "%s", warning->message);
-    gtk_widget_set_name(dialog, "warningDialog");
+    GtkWidget* dialog = gtk_message_dialog_new(
+        warning->parent, GTK_DIALOG_MODAL, GTK_MESSAGE_OTHER,
+        warning->hasButton ? GTK_BUTTONS_OK : GTK_BUTTONS_NONE, "%s", warning->message);
+    gtk_widget_set_name(dialog, warning->name);
+    gtk_style_context_add_class(gtk_widget_get_style_context(dialog), "warningBox");
     applyStyle();
-    GtkWidget* button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
-    gtk_widget_set_name(button, "warningDialog.ok");
-    gtk_container_set_border_width(
-        GTK_CONTAINER(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog))),
-        contentMargin);
+    GtkWidget* content = gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog));
+    gtk_container_set_border_width(GTK_CONTAINER(content), contentMargin);
+    if (warning->hasButton) {
+        GtkWidget* button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
+        gtk_widget_set_name(button, "warningDialog.ok");
+    } else {
+        gtk_widget_set_margin_top(content, emptyRow_px);
+    }
     gtk_window_set_decorated(GTK_WINDOW(dialog), FALSE);
     gtk_window_set_keep_above(GTK_WINDOW(dialog), TRUE);
     placeOverWindow(GTK_WINDOW(dialog), warning->parent);
@@ -83,6 +90,15 @@ void WarningDialog_create(WarningDialog* warning, GtkWindow* parent, const char*
     warning->dialog = nullptr;
     warning->parent = parent;
     snprintf(warning->message, sizeof warning->message, "%s", text);
+    warning->name = "warningDialog";
+    warning->hasButton = true;
+}
+
+void WarningDialog_createWithoutButton(WarningDialog* warning, GtkWindow* parent, const char* name,
+                                       const char* text) {
+    WarningDialog_create(warning, parent, text);
+    warning->name = name;
+    warning->hasButton = false;
 }
 
 void WarningDialog_show(WarningDialog* warning) {

@@ -12,10 +12,16 @@ struct WarningDialog {
     GtkWidget* dialog;             ///< while it is on screen, else null
     GtkWindow* parent;             ///< the main window
     char message[100];
+    const char* name; ///< of the widget
+    bool hasButton;   ///< OK closes it
 };
 
 /// Clears both signals and the widget and copies the text, cut to what the message holds.
 void WarningDialog_create(WarningDialog* warning, GtkWindow* parent, const char* text);
+
+/// The same for a box that the user cannot close; `name` is its widget's and must stay.
+void WarningDialog_createWithoutButton(WarningDialog* warning, GtkWindow* parent, const char* name,
+                                       const char* text);
 
 /// Ask for the box to be shown or closed; the later request counts. Any thread.
 void WarningDialog_show(WarningDialog* warning);

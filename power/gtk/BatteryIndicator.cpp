@@ -1,5 +1,6 @@
 #include "BatteryIndicator.h"
 
+#include "AppFlags.h"
 #include "BatteryIndicatorRules.h"
 #include "BatteryMonitor.h"
 #include "ChargingPicture.h"
@@ -98,6 +99,11 @@ void BatteryIndicator_place(GtkFixed* topLine) {
 void updateBatteryDisplay() {
     const BatteryIndication shown = BatteryIndicatorRules_choose(
         modelHasBattery(), batteryIsPolled, batteryPresent, batteryCharging, batteryPercent);
+    // The monitor is released after the flag was set: what was taken for a missing battery is not
+    // shown.
+    if (quit) {
+        return;
+    }
     if (shown.image == BatteryImage::charging) {
         fillChargingImage(shown.filling_percent);
     }

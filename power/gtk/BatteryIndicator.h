@@ -12,7 +12,8 @@ void loadBatteryImages();
 /// Puts the images and the label at the right end of the top line, hidden. Main thread, once.
 void BatteryIndicator_place(GtkFixed* topLine);
 
-/// Shows the battery's present state; touches no widget that need not change. GDK lock held.
+/// Shows the battery's present state; touches no widget that need not change. Once the instrument
+/// is being switched off, nothing changes any more. GDK lock held.
 void updateBatteryDisplay();
 
 #endif

@@ -1,3 +1,4 @@
+#include "AppFlags.h"
 #include "BatteryIndicator.h"
 #include "BatteryMonitor.h"
 #include "FocusGuard.h"
@@ -21,6 +22,10 @@ protected:
     }
     void SetUp() override {
         initBatteryMonitor();
+    }
+
+    void TearDown() override {
+        quit = false;
     }
 
     /// Columns of the charging picture with green in them, and whether it has yellow.
@@ -121,6 +126,17 @@ TEST_F(TopLine, TheChargingPictureFillsWithTheBatteryAndKeepsItsBolt) {
     show(true, BATT_CHARGING_VOLTAGE, 70);
     EXPECT_EQ(chargingImage().greenColumns, 0) << "nobody knows yet how full it is";
     EXPECT_TRUE(chargingImage().hasBolt);
+}
+
+TEST_F(TopLine, KeepsWhatItShowedWhileTheInstrumentIsBeingSwitchedOff) {
+    show(true, BATT_NOT_CHARGING, 30);
+    quit = true;
+    disableBatteryMonitor();
+    show(true, BATT_CHARGING_ACCUM, 80);
+    EXPECT_TRUE(Gui_isShown("battery50"));
+    EXPECT_EQ(Gui_text("batteryPercent"), "30%");
+    EXPECT_FALSE(Gui_isShown("batteryPlug"));
+    EXPECT_FALSE(Gui_isShown("batteryCharging"));
 }
 
 TEST(TopLineDeathTest, EveryMissingImageIsTold) {

@@ -2,6 +2,7 @@
 
 #include "AppFlags.h"
 #include "GuiHarness.h"
+#include "ShutDownWarning.h"
 
 #include <gtest/gtest.h>
 
@@ -121,4 +122,74 @@ TEST_F(Warning, TextIsCutToWhatTheRecordHolds) {
     WarningDialog_create(&warning, GTK_WINDOW(entireScreen.mainWindow),
                          std::string(200, 'x').c_str());
     EXPECT_EQ(std::string(warning.message), std::string(99, 'x'));
+}
+
+TEST_F(Warning, WithoutAButtonStaysUntilItIsClosed) {
+    WarningDialog_createWithoutButton(&warning, GTK_WINDOW(entireScreen.mainWindow), "aNotice",
+                                      "Nothing can be done.");
+    WarningDialog_show(&warning);
+    pass();
+    ASSERT_TRUE(isShown());
+    EXPECT_STREQ(gtk_widget_get_name(warning.dialog), "aNotice");
+    EXPECT_EQ(gtk_dialog_get_widget_for_response(GTK_DIALOG(warning.dialog), GTK_RESPONSE_OK),
+              nullptr);
+}
+
+/// What the screen says about switching off, as each pass services it.
+class SwitchingOffBox : public testing::Test {
+protected:
+    void SetUp() override {
+        gtk_init_done = true;
+        ShutDownWarning_create(GTK_WINDOW(entireScreen.mainWindow));
+    }
+    void TearDown() override {
+        quit = false;
+        WarningDialog_close(&switchingOffDlg);
+        WarningDialog_close(&shutDownWarningDlg);
+        pass();
+    }
+    static void pass() {
+        ShutDownWarning_handleState();
+        Gui_settle();
+    }
+    static bool isShown(const WarningDialog& box) {
+        return box.dialog != nullptr && gtk_widget_get_mapped(box.dialog);
+    }
+};
+
+TEST_F(SwitchingOffBox, IsPutUpOnceTheInstrumentIsBeingSwitchedOff) {
+    pass();
+    EXPECT_FALSE(isShown(switchingOffDlg));
+    quit = true;
+    pass();
+    ASSERT_TRUE(isShown(switchingOffDlg));
+    EXPECT_STREQ(switchingOffDlg.message, "Switching off...");
+    pass();
+    EXPECT_TRUE(isShown(switchingOffDlg));
+}
+
+TEST_F(SwitchingOffBox, TakesThePlaceOfTheBoxThatAsksForPower) {
+    WarningDialog_show(&shutDownWarningDlg);
+    pass();
+    ASSERT_TRUE(isShown(shutDownWarningDlg));
+    quit = true;
+    pass();
+    EXPECT_FALSE(isShown(shutDownWarningDlg));
+    EXPECT_TRUE(isShown(switchingOffDlg));
+    WarningDialog_show(&shutDownWarningDlg);
+    pass();
+    EXPECT_FALSE(isShown(shutDownWarningDlg)) << "it is too late for that";
+}
+
+TEST_F(SwitchingOffBox, StandsAboveADialogThatComesLater) {
+    quit = true;
+    pass();
+    GtkWidget* later = gtk_dialog_new();
+    gtk_window_set_modal(GTK_WINDOW(later), TRUE);
+    gtk_window_set_default_size(GTK_WINDOW(later), 1024, 768);
+    gtk_widget_show_all(later);
+    Gui_settle();
+    pass();
+    EXPECT_EQ(gtk_grab_get_current(), switchingOffDlg.dialog);
+    gtk_widget_destroy(later);
 }

@@ -54,6 +54,30 @@ TEST_F(SwitchingOff, PressOfTheSwitchEndsInTheRecordedSequenceOnce) {
     EXPECT_NE(Bench_programId(bench), 0) << "the operating system ends the program";
 }
 
+TEST_F(SwitchingOff, IsToldAboveEverythingAndTheBatteryKeepsItsPicture) {
+    start({"ac off", "battery volts=11.2", "plug serial1 5132 fwd=25"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "battery50", true, limit_ms));
+    ASSERT_TRUE(Bench_waitForVisible(bench, "sensorSettingsDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "switch"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "switchingOff", true, limit_ms));
+    EXPECT_TRUE(Bench_waitForShown(bench, "Switching off...", limit_ms));
+    // The monitor is released before the operating system is told.
+    ASSERT_TRUE(Bench_waitUntil([&] { return !Bench_commands(bench).empty(); }, limit_ms));
+    EXPECT_TRUE(Bench_isVisible(bench, "switchingOff"));
+    EXPECT_TRUE(Bench_isVisible(bench, "battery50"));
+    EXPECT_FALSE(Bench_isVisible(bench, "batteryPlug"));
+}
+
+TEST_F(SwitchingOff, TakesAwayTheBoxThatAsksForExternalPower) {
+    start({"ac off", "battery volts=10.0"});
+    ASSERT_TRUE(Bench_waitForVisible(bench, "warningDialog", true, limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "clock speed 10"));
+    EXPECT_TRUE(Bench_waitForVisible(bench, "switchingOff", true, limit_ms)) << "after 25 s";
+    EXPECT_TRUE(Bench_waitForVisible(bench, "warningDialog", false, limit_ms));
+    EXPECT_TRUE(Bench_isVisible(bench, "switchingOff"));
+    EXPECT_TRUE(Bench_isVisible(bench, "battery5"));
+}
+
 TEST_F(SwitchingOff, ClosedWindowWithoutSensorSwitchesOffAndLeavesWithZero) {
     start({"clock speed 10"});
     ASSERT_TRUE(CloseRequest_send(bench));
