@@ -47,6 +47,10 @@ bool prepare() {
     plug(sensorPort_USB1, 0, &detected);
     plug(sensorPort_Serial1, 1, &detected);
     sensorUsbHandlerData[0].sensorConfigs.bSupportsTriggeredGates = true;
+    // One that were still starting would have no working copy.
+    sensorUsbHandlerData[0].sensorStatus.status = isReady;
+    SensorPortSignals_setServedConnection(sensorPort_USB1,
+                                          SensorPortSignals_waitUntilConnected(sensorPort_USB1));
     static char input[scpiInputBufferSize];
     static scpi_error_t queue[scpiErrorQueueSize];
     ScpiLink_initialize(&meterLink, &meterContext, input, queue);

@@ -179,8 +179,9 @@ Question stagedFrequency(Soak& soak) {
             BenchText_format("SENS:FREQ:AUTO OFF,%d;:SENS:FREQ %d,%d;:SENS:FREQ? %d;:SYST:ERR?",
                              channel + 1, frequency_MHz, channel + 1, channel + 1),
             [&soak, frequency_MHz, port](const std::string& reply) -> std::string {
-                const bool isUsb = port >= 0 && Truth_isUsb(static_cast<size_t>(port));
-                if (!Truth_isLayoutSettled(soak.truth) || !isUsb) {
+                const bool hasCopy = port >= 0 && Truth_isUsb(static_cast<size_t>(port)) &&
+                                     Truth_mustMeasure(soak.truth, static_cast<size_t>(port));
+                if (!Truth_isLayoutSettled(soak.truth) || !hasCopy) {
                     return {}; // three errors may stand in the queue: they are cleared below
                 }
                 return RemoteCheck_isFrequency(reply, frequency_MHz)
