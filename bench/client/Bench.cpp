@@ -32,7 +32,7 @@ std::string toolPath() {
 }
 
 std::vector<std::string> toolWords(const Bench& bench, const BenchOptions& options) {
-    std::vector<std::string> words = {toolPath(), "run",  "--headless", "--quiet",
+    std::vector<std::string> words = {toolPath(), "run",  "--headless", "--quiet",  "--stays-on",
                                       "--port",   "auto", "--world",    bench.world};
     for (const std::string& command : options.commands) {
         words.insert(words.end(), {"--do", command});

@@ -18,6 +18,7 @@ CommandOutcome status(BenchHardware& hardware, const CommandWords&) {
     std::string text = "world: " + hardware.world + "\n";
     const std::string pid = WorldFolder_readFile(hardware.world + "/program.pid");
     text += "program: " + (pid.empty() ? "not running\n" : pid);
+    text += std::string("machine: ") + (hardware.machine.isOff ? "off\n" : "on\n");
     const BenchClockReading clock = BenchClock_read(*hardware.clock);
     text += BenchText_format("clock: speed=%g ahead=%.3fs\n", clock.speed,
                              static_cast<double>(clock.ahead_ns + clock.wallOffset_ns) / 1e9);

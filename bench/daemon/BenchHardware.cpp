@@ -50,6 +50,9 @@ bool BenchHardware_open(BenchHardware& hardware, const std::string& world, std::
         !Terminal_open(hardware.commandPeer, world + "/command-port")) {
         return refuse(error, "pseudo-terminal of the command port");
     }
+    if (!Machine_open(hardware.machine, world)) {
+        return refuse(error, world + "/commands");
+    }
     return Supply_open(hardware.supply, world) || refuse(error, "the power switch");
 }
 
@@ -61,6 +64,7 @@ void BenchHardware_close(BenchHardware& hardware) {
         UsbPortPlayer_close(player);
     }
     Supply_close(hardware.supply);
+    Machine_close(hardware.machine);
     Terminal_close(hardware.commandPort);
     Terminal_close(hardware.commandPeer);
 }
@@ -72,13 +76,14 @@ void BenchHardware_collect(const BenchHardware& hardware, std::vector<pollfd>& w
     for (const UsbPortPlayer& player : hardware.usb) {
         UsbPortPlayer_collect(player, waiting);
     }
+    waiting.push_back({hardware.machine.watcher, POLLIN, 0});
     waiting.push_back({hardware.commandPort.master, POLLIN, 0});
     waiting.push_back({hardware.commandPeer.master, POLLIN, 0});
 }
 
 int64_t BenchHardware_wait_ns(const BenchHardware& hardware) {
     constexpr int64_t never = std::numeric_limits<int64_t>::max();
-    int64_t next = Supply_nextDue_ns(hardware.supply);
+    int64_t next = std::min(Supply_nextDue_ns(hardware.supply), hardware.machine.off_ns);
     for (const SerialPortPlayer& player : hardware.serial) {
         next = std::min(next, SerialPortPlayer_nextDue_ns(player));
     }
@@ -102,6 +107,7 @@ void BenchHardware_service(BenchHardware& hardware) {
         UsbPortPlayer_service(player, now);
     }
     Supply_service(hardware.supply, now);
+    Machine_service(hardware.machine, now);
     carry(hardware.commandPort, hardware.commandPeer);
     carry(hardware.commandPeer, hardware.commandPort);
 }

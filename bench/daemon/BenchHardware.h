@@ -2,6 +2,7 @@
 #define BENCH_DAEMON_BENCH_HARDWARE_H
 
 #include "BenchClock.h"
+#include "Machine.h"
 #include "SerialPortPlayer.h"
 #include "Supply.h"
 #include "Terminal.h"
@@ -20,6 +21,7 @@ struct BenchHardware {
     std::array<SerialPortPlayer, 2> serial;
     std::array<UsbPortPlayer, 2> usb;
     Supply supply;
+    Machine machine;
     Terminal commandPort; ///< the instrument's "/dev/ttyS4"
     Terminal commandPeer; ///< the other end of its cable, "command-port" in the world
     bool isToldToEnd;     ///< the whole bench, by its user

@@ -292,6 +292,10 @@ int playUntilTheEnd(Run& run) {
         if (run.daemon.hardware.isToldToEnd) {
             return result;
         }
+        if (run.daemon.hardware.machine.isOff && !run.options.staysOn) {
+            say(run, "The meter has switched itself off.");
+            return result;
+        }
     }
 }
 

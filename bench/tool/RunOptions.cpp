@@ -14,7 +14,7 @@ struct Option {
     void (*apply)(RunOptions&, const std::string&);
 };
 
-constexpr std::array<Option, 12> optionTable{{
+constexpr std::array<Option, 13> optionTable{{
     {"--window", nullptr, "show the program in a window of this desktop",
      [](RunOptions& o, const std::string&) { o.screen = ScreenKind::window; }},
     {"--browser", nullptr, "show it in a web browser, at the address that is printed",
@@ -35,6 +35,8 @@ constexpr std::array<Option, 12> optionTable{{
      [](RunOptions& o, const std::string& v) { o.commands.push_back(v); }},
     {"--legacy", nullptr, "let the command port speak the older meter's protocol",
      [](RunOptions& o, const std::string&) { o.isLegacy = true; }},
+    {"--stays-on", nullptr, "go on after the meter has switched itself off",
+     [](RunOptions& o, const std::string&) { o.staysOn = true; }},
     {"--program", "FILE", "run this instead of the application",
      [](RunOptions& o, const std::string& v) { o.program = v; }},
     {"--quiet", nullptr, "print nothing but errors",

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <netinet/in.h>
 #include <optional>
 #include <poll.h>
@@ -586,4 +587,30 @@ TEST_F(BenchTool, TheAfternoonAmongTheExamplesIsPlayedToItsEnd) {
     EXPECT_EQ(played.status, 0) << played.errors;
     EXPECT_THAT(type("status").text, AllOf(HasSubstr("serial1: 5132 fwd=0.0004 "),
                                            HasSubstr("usb1: no sensor"), HasSubstr("speed=1 ")));
+}
+
+TEST_F(BenchTool, AMeterThatHasSwitchedItselfOffIsDark) {
+    run({"--headless"});
+    waitForMainWindow();
+    const pid_t program = programOf(world);
+    EXPECT_EQ(type("clock speed 4").status, 0);
+    EXPECT_EQ(type("switch").status, 0);
+    EXPECT_EQ(waitForEnd(running), 0);
+    running = 0;
+    EXPECT_NE(kill(program, 0), 0);
+    EXPECT_THAT(WorldFolder_readFile(errorFile()), Not(HasSubstr("ended")));
+    EXPECT_THAT(type("status").errors, HasSubstr("no bench is running"));
+}
+
+TEST_F(BenchTool, AMeterMayStayOnAfterItHasSwitchedItselfOff) {
+    const std::string kept = folder + "/kept";
+    running = startTool({"run", "--headless", "--stays-on", "--port", "auto", "--world", kept});
+    ASSERT_TRUE(Bench_waitUntil([&] { return newestWorld() == kept; }, startLimit_ms));
+    EXPECT_EQ(type("--world " + kept + " clock speed 100").status, 0);
+    std::ofstream(kept + "/commands", std::ios::app) << "shutdown\n";
+    const auto isOff = [&] {
+        return type("--world " + kept + " status").text.find("machine: off") != std::string::npos;
+    };
+    EXPECT_TRUE(Bench_waitUntil(isOff, startLimit_ms));
+    EXPECT_EQ(kill(programOf(kept), 0), 0) << "it has been ended";
 }

@@ -15,7 +15,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <functional>
+#include <limits>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -98,6 +100,15 @@ protected:
 
     std::string current(uint32_t port) const {
         return WorldFolder_read(world, WorldFolder_currentFile(port));
+    }
+
+    /// As the preload library writes down what is not to run.
+    void record(const std::string& line) const {
+        std::ofstream(world + "/commands", std::ios::app) << line << "\n";
+    }
+
+    std::string addresses() const {
+        return WorldFolder_readFile(world + "/ifaddrs");
     }
 
     BenchDaemon daemon{};
@@ -272,4 +283,46 @@ TEST_F(BenchDaemonTest, AClientThatSaysNothingHoldsNobodyUp) {
     ASSERT_GE(silent, 0);
     EXPECT_THAT(commandOverSocket("status"), HasSubstr("serial1: no sensor"));
     close(silent);
+}
+
+TEST_F(BenchDaemonTest, ARestartOfTheNetworkGivesTheInterfacesWhatTheirFileAsksFor) {
+    WorldFolder_write(world, "/etc/network/interfaces",
+                      "auto lo\niface lo inet loopback\n\nauto eth0\niface eth0 inet static\n"
+                      "    address 10.1.2.7\n    netmask 255.255.0.0\n    gateway 10.1.2.1\n\n"
+                      "iface eth0:0 inet static\n  address 192.168.2.1\n");
+    const std::string before = addresses();
+    turnOnce();
+    EXPECT_EQ(addresses(), before) << "nothing has been restarted";
+    record("/etc/init.d/network restart");
+    EXPECT_TRUE(turnUntil([&] { return addresses() != before; }));
+    EXPECT_EQ(addresses(), "lo 127.0.0.1 255.0.0.0\neth0\neth0 10.1.2.7 255.255.0.0\n"
+                           "eth0:0 192.168.2.1 255.255.255.0\n");
+    const std::string routes = WorldFolder_read(world, "/proc/net/route");
+    EXPECT_THAT(routes, HasSubstr("\neth0\t00000000\t0102010A\t0003\t0\t0\t0\t00000000\t"));
+    EXPECT_THAT(routes, HasSubstr("\neth0\t0000010A\t00000000\t0001\t0\t0\t0\t0000FFFF\t"));
+}
+
+TEST_F(BenchDaemonTest, TheLeaseOfTheNetworkIsTheAddressWithWhichTheWorldBegan) {
+    const std::string before = addresses();
+    const std::string file = WorldFolder_read(world, "/etc/network/interfaces");
+    WorldFolder_write(world, "/etc/network/interfaces", "iface eth0 inet static\n");
+    record("/etc/init.d/networking restart");
+    EXPECT_TRUE(turnUntil([&] { return addresses() != before; }));
+    EXPECT_EQ(addresses(), "lo 127.0.0.1 255.0.0.0\neth0\n") << "a static one without address";
+    WorldFolder_write(world, "/etc/network/interfaces", file);
+    record("/etc/init.d/network restart");
+    EXPECT_TRUE(turnUntil([&] { return addresses() == before; })) << addresses();
+}
+
+TEST_F(BenchDaemonTest, AMachineThatIsShutDownIsOffAMomentLater) {
+    const Machine& machine = daemon.hardware.machine;
+    record("/bin/echo shutdown");
+    turnOnce();
+    EXPECT_EQ(machine.off_ns, std::numeric_limits<int64_t>::max());
+    record("/sbin/shutdown -h now");
+    EXPECT_TRUE(turnUntil([&] { return machine.off_ns != std::numeric_limits<int64_t>::max(); }));
+    EXPECT_FALSE(machine.isOff) << "its programs are still ending";
+    EXPECT_EQ(command("clock speed 100"), "ok\n");
+    EXPECT_TRUE(turnUntil([&] { return machine.isOff; }));
+    EXPECT_LT(BenchDaemon_wait_ns(daemon), 0) << "there is nothing to wait for";
 }
