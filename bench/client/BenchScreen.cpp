@@ -10,6 +10,11 @@ namespace {
 constexpr int limit_ms = 5000;
 constexpr size_t fieldCount = 17;
 
+bool ask(const std::string& world, const std::string& request, std::string& answer) {
+    return LocalSocket_ask(world + "/screen.sock", request, limit_ms, answer) &&
+           !answer.starts_with("error:");
+}
+
 template <typename Value> bool readNumber(std::string_view text, Value& value) {
     const auto number = BenchText_number(text);
     value = number ? static_cast<Value>(*number) : Value{};
@@ -52,6 +57,21 @@ const ScreenWidget* findWhere(const std::vector<ScreenWidget>& widgets, Matches 
     return hidden;
 }
 
+/// The first visible widget with this text in the window that was made last of those that have one:
+/// it lies above the others.
+const ScreenWidget* findText(const std::vector<ScreenWidget>& widgets, std::string_view text) {
+    const ScreenWidget* found = nullptr;
+    bool isFoundHere = false; // in this window
+    for (const ScreenWidget& widget : widgets) {
+        isFoundHere = isFoundHere && widget.depth > 0;
+        if (!isFoundHere && widget.isVisible && widget.text == text) {
+            found = &widget;
+            isFoundHere = true;
+        }
+    }
+    return found;
+}
+
 } // namespace
 
 std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
@@ -65,10 +85,13 @@ std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
     return widgets;
 }
 
+bool BenchScreen_picture(const std::string& world, std::string& png) {
+    return ask(world, "picture", png) && !png.empty();
+}
+
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets) {
     std::string answer;
-    if (!LocalSocket_ask(world + "/screen.sock", "list", limit_ms, answer) ||
-        answer.starts_with("error:")) {
+    if (!ask(world, "list", answer)) {
         return false;
     }
     widgets = BenchScreen_parse(answer);
@@ -80,10 +103,9 @@ const ScreenWidget* BenchScreen_find(const std::vector<ScreenWidget>& widgets,
     const ScreenWidget* byName = findWhere(widgets, [name](const ScreenWidget& widget) {
         return widget.name == name || widget.id == name;
     });
-    const bool isGood = byName != nullptr && byName->isVisible;
-    const ScreenWidget* byText =
-        isGood ? nullptr : findWhere(widgets, [name](const ScreenWidget& widget) {
-            return widget.text == name && widget.isVisible;
-        });
+    if (byName != nullptr && byName->isVisible) {
+        return byName;
+    }
+    const ScreenWidget* byText = findText(widgets, name);
     return byText != nullptr ? byText : byName;
 }

@@ -31,8 +31,13 @@ std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines);
 /// All widgets, parents first. False when the program has no screen (yet).
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets);
 
+/// What the program's windows show, as a PNG file's content. False when the program has no screen
+/// (yet).
+bool BenchScreen_picture(const std::string& world, std::string& png);
+
 /// The widget that a person means by `name`: a visible one before a hidden one, by its name
-/// or builder id, else by its text. Null when there is none.
+/// or builder id, else by its text, in the topmost window that has it. Null when there
+/// is none.
 const ScreenWidget* BenchScreen_find(const std::vector<ScreenWidget>& widgets,
                                      std::string_view name);
 

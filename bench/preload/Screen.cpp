@@ -63,6 +63,23 @@ struct Toolkit {
     Found<decltype(atk_object_get_name)> accessibleName{"atk_object_get_name"};
     Found<decltype(gtk_label_get_text)> labelText{"gtk_label_get_text"};
     Found<decltype(gtk_text_view_get_buffer)> textBuffer{"gtk_text_view_get_buffer"};
+    Found<decltype(gtk_cell_view_get_displayed_row)> displayedRow{
+        "gtk_cell_view_get_displayed_row"};
+    Found<decltype(gtk_cell_view_get_model)> rowModel{"gtk_cell_view_get_model"};
+    Found<decltype(gtk_tree_model_get_iter)> rowIterator{"gtk_tree_model_get_iter"};
+    Found<decltype(gtk_tree_model_get_column_type)> columnType{"gtk_tree_model_get_column_type"};
+    Found<void(GtkTreeModel*, GtkTreeIter*, ...)> rowValues{"gtk_tree_model_get"};
+    Found<decltype(gtk_tree_path_free)> freePath{"gtk_tree_path_free"};
+    Found<decltype(gtk_widget_draw)> draw{"gtk_widget_draw"};
+    Found<decltype(cairo_image_surface_create)> newImage{"cairo_image_surface_create"};
+    Found<decltype(cairo_surface_destroy)> freeImage{"cairo_surface_destroy"};
+    Found<decltype(cairo_create)> newPainter{"cairo_create"};
+    Found<decltype(cairo_destroy)> freePainter{"cairo_destroy"};
+    Found<decltype(cairo_save)> save{"cairo_save"};
+    Found<decltype(cairo_restore)> restore{"cairo_restore"};
+    Found<decltype(cairo_translate)> move{"cairo_translate"};
+    Found<decltype(cairo_surface_write_to_png_stream)> writePng{
+        "cairo_surface_write_to_png_stream"};
 };
 
 const Toolkit& toolkit() {
@@ -113,7 +130,26 @@ void writeProperty(FILE* output, void* object, const char* property) {
     toolkit().free(text);
 }
 
+/// The first column of the row that a cell view shows: what a list's or a drop-down's row reads.
+void writeRowText(FILE* output, GtkCellView* view) {
+    GtkTreeModel* const model = toolkit().rowModel(view);
+    GtkTreePath* const path = toolkit().displayedRow(view);
+    GtkTreeIter row;
+    if (model != nullptr && path != nullptr && toolkit().rowIterator(model, &row, path) != FALSE &&
+        toolkit().columnType(model, 0) == G_TYPE_STRING) {
+        char* text = nullptr;
+        toolkit().rowValues(model, &row, 0, &text, -1);
+        writeText(output, text);
+        toolkit().free(text);
+    }
+    toolkit().freePath(path);
+}
+
 void writeWidgetText(FILE* output, GtkWidget* widget) {
+    if (isOfType(widget, "GtkCellView")) {
+        writeRowText(output, reinterpret_cast<GtkCellView*>(widget));
+        return;
+    }
     if (isOfType(widget, "GtkTextView")) {
         writeProperty(output, toolkit().textBuffer(reinterpret_cast<GtkTextView*>(widget)), "text");
         return;
@@ -176,7 +212,7 @@ void writeStyle(FILE* output, GtkWidget* widget) {
 }
 
 /// Position on the screen and size.
-void writeGeometry(FILE* output, GtkWidget* widget) {
+GdkRectangle placeOf(GtkWidget* widget) {
     int x = 0;
     int y = 0;
     int left = 0;
@@ -187,8 +223,12 @@ void writeGeometry(FILE* output, GtkWidget* widget) {
         toolkit().origin(window, &left, &top);
         toolkit().translate(widget, toplevel, 0, 0, &x, &y);
     }
-    fprintf(output, "%d\t%d\t%d\t%d", left + x, top + y, toolkit().width(widget),
-            toolkit().height(widget));
+    return {left + x, top + y, toolkit().width(widget), toolkit().height(widget)};
+}
+
+void writeGeometry(FILE* output, GtkWidget* widget) {
+    const GdkRectangle place = placeOf(widget);
+    fprintf(output, "%d\t%d\t%d\t%d", place.x, place.y, place.width, place.height);
 }
 
 const char* activeState(GtkWidget* widget) {
@@ -229,6 +269,26 @@ void writeWidget(GtkWidget* widget, void* data) {
     }
 }
 
+/// The instrument's screen; a browser's or a desktop's may be larger.
+constexpr int screenWidth = 1024;
+constexpr int screenHeight = 768;
+
+void paintWindow(cairo_t* painter, GtkWidget* window) {
+    if (toolkit().isMapped(window) != FALSE) {
+        const GdkRectangle place = placeOf(window);
+        toolkit().save(painter);
+        toolkit().move(painter, place.x, place.y);
+        toolkit().draw(window, painter);
+        toolkit().restore(painter);
+    }
+}
+
+cairo_status_t writeBytes(void* output, const unsigned char* bytes, unsigned length) {
+    return fwrite(bytes, 1, length, static_cast<FILE*>(output)) == length
+               ? CAIRO_STATUS_SUCCESS
+               : CAIRO_STATUS_WRITE_ERROR;
+}
+
 } // namespace
 
 bool Screen_list(FILE* output) {
@@ -242,4 +302,23 @@ bool Screen_list(FILE* output) {
     }
     toolkit().freeList(windows);
     return true;
+}
+
+bool Screen_picture(FILE* output) {
+    const Toolkit& gtk = toolkit();
+    if (!gtk.listToplevels.isThere() || !gtk.writePng.isThere()) {
+        return false;
+    }
+    cairo_surface_t* const image = gtk.newImage(CAIRO_FORMAT_RGB24, screenWidth, screenHeight);
+    cairo_t* const painter = gtk.newPainter(image);
+    // In the order in which they were made: dialogs lie on what they belong to.
+    GList* const windows = gtk.listToplevels();
+    for (const GList* at = windows; at != nullptr; at = at->next) {
+        paintWindow(painter, static_cast<GtkWidget*>(at->data));
+    }
+    gtk.freeList(windows);
+    gtk.freePainter(painter);
+    const bool isWritten = gtk.writePng(image, writeBytes, output) == CAIRO_STATUS_SUCCESS;
+    gtk.freeImage(image);
+    return isWritten;
 }

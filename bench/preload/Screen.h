@@ -7,4 +7,8 @@
 /// loop's thread, under the GDK lock. False when the program has no GTK.
 bool Screen_list(FILE* output);
 
+/// Writes what the program's windows show as a PNG file, however its screen is made. The same rules
+/// hold.
+bool Screen_picture(FILE* output);
+
 #endif

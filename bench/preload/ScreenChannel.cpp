@@ -9,6 +9,8 @@
 #include "WorldSocket.h"
 #include "WorldTree.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -30,9 +32,16 @@ struct Request {
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t answered = PTHREAD_COND_INITIALIZER;
     bool isAnswered = false;
+    bool (*write)(FILE* output) = nullptr; ///< what is asked for
     char* text = nullptr;
     size_t size = 0;
 };
+
+struct Kind {
+    const char* name;
+    bool (*write)(FILE* output);
+};
+constexpr std::array kinds = {Kind{"list", Screen_list}, Kind{"picture", Screen_picture}};
 
 void letGo(Request* request) {
     if (request->users.fetch_sub(1) == 1) {
@@ -53,7 +62,7 @@ int answer(void* data) {
     auto* const request = static_cast<Request*>(data);
     FILE* const output = open_memstream(&request->text, &request->size);
     if (output != nullptr) {
-        Screen_list(output);
+        request->write(output);
         fclose(output);
     }
     pthread_mutex_lock(&request->mutex);
@@ -106,8 +115,11 @@ void sendText(int connection, const char* text) {
     sendAll(connection, text, strlen(text));
 }
 
-void sendScreen(int connection) {
+void sendScreen(int connection, const Kind& kind) {
     Request* const request = makeRequest();
+    if (request != nullptr) {
+        request->write = kind.write;
+    }
     if (request == nullptr || !postToMainLoop(request)) {
         free(request);
         sendText(connection, "error: the program has no main loop\n");
@@ -126,10 +138,13 @@ void serve(int connection) {
     const ssize_t count = recv(connection, line, sizeof line - 1, 0);
     if (count > 0) {
         line[strcspn(line, "\r\n")] = '\0';
-        if (strcmp(line, "list") == 0) {
-            sendScreen(connection);
+        const auto* const kind = std::find_if(kinds.begin(), kinds.end(), [&line](const Kind& row) {
+            return strcmp(line, row.name) == 0;
+        });
+        if (kind != kinds.end()) {
+            sendScreen(connection, *kind);
         } else {
-            sendText(connection, "error: unknown request; allowed: list\n");
+            sendText(connection, "error: unknown request; allowed: list, picture\n");
         }
     }
     close(connection);

@@ -282,6 +282,7 @@ int playUntilTheEnd(Run& run) {
     for (;;) {
         waiting.assign(1, {run.signals, POLLIN, 0});
         BenchDaemon_collect(run.daemon, waiting);
+        PageServer_collect(run.screen.page, waiting);
         const int64_t wait_ns = BenchDaemon_wait_ns(run.daemon);
         const timespec limit = {wait_ns / 1000000000, wait_ns % 1000000000};
         ppoll(waiting.data(), waiting.size(), wait_ns < 0 ? nullptr : &limit, nullptr);
@@ -289,6 +290,7 @@ int playUntilTheEnd(Run& run) {
             return result;
         }
         BenchDaemon_service(run.daemon);
+        PageServer_service(run.screen.page);
         if (run.daemon.hardware.isToldToEnd) {
             return result;
         }

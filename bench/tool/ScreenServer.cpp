@@ -17,7 +17,12 @@ namespace {
 
 constexpr int startLimit_ms = 20000;
 constexpr int firstBrowserPort = 8085;
+constexpr int firstScreenPort = 8185; ///< inside that page
 constexpr int displayZeroPort = 8080;
+
+std::string addressOf(int port) {
+    return "http://127.0.0.1:" + std::to_string(port) + "/";
+}
 
 bool canConnect(int port) {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -77,7 +82,8 @@ bool ScreenServer_startVirtual(ScreenServer& server, std::string& error) {
 }
 
 bool ScreenServer_startBrowser(ScreenServer& server, std::string& error) {
-    if (!ReservedPort_take(server.port, firstBrowserPort)) {
+    if (!ReservedPort_take(server.port, firstScreenPort) ||
+        !PageServer_open(server.page, firstBrowserPort, addressOf(server.port.number))) {
         error = "there is no free port for the browser server";
         return false;
     }
@@ -89,7 +95,7 @@ bool ScreenServer_startBrowser(ScreenServer& server, std::string& error) {
     constexpr int pause_ms = 20;
     for (int waited_ms = 0; waited_ms < startLimit_ms; waited_ms += pause_ms) {
         if (canConnect(port)) {
-            server.address = "http://127.0.0.1:" + std::to_string(port) + "/";
+            server.address = addressOf(server.page.port.number);
             return true;
         }
         if (hasEnded(server.process)) {
@@ -107,4 +113,5 @@ void ScreenServer_stop(ScreenServer& server) {
     ChildProcess_kill(server.process, SIGTERM);
     server.process = 0;
     ReservedPort_release(server.port);
+    PageServer_close(server.page);
 }

@@ -67,7 +67,9 @@ constexpr std::array instrumentFiles = {
     InstrumentFile{"/etc/init.d/network", "#!/bin/sh\nexit 0\n", 0755},
     InstrumentFile{"/etc/QuorvelPowerMeterApp/QuorvelIdentity.conf",
                    "modelNumber 8830K\nserialNumber 20260001\n"},
-    InstrumentFile{"/usr/local/etc/defconfig/buildInstalled", "3.0.1\n"},
+    InstrumentFile{"/usr/local/etc/defconfig/buildInstalled",
+                   "BUILD_DATE=2026-01-15T09:30:00\nBUILD_HOSTNAME=bench\n"
+                   "BUILD_UUID=8830b3c4-3d0e-4f5a-9b1c-26a7c0ffee30\n"},
     InstrumentFile{"/dev/i2c-1", ""},
 };
 

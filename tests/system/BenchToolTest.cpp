@@ -1,5 +1,6 @@
 // The quorvel-bench command as a person types it.
 
+#include "BenchScreen.h"
 #include "BenchText.h"
 #include "ChildProcess.h"
 #include "MeterTest.h"
@@ -109,6 +110,26 @@ private:
     std::string screen;
     std::optional<int> ended;
 };
+
+/// What a web server of this machine answers.
+std::string fetch(uint16_t port, const std::string& path) {
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    const std::string request = "GET " + path + " HTTP/1.0\r\n\r\n";
+    std::string answer;
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        send(fd, request.data(), request.size(), MSG_NOSIGNAL) > 0) {
+        std::array<char, 4096> buffer{};
+        for (ssize_t count = 0; (count = recv(fd, buffer.data(), buffer.size(), 0)) > 0;) {
+            answer.append(buffer.data(), static_cast<size_t>(count));
+        }
+    }
+    close(fd);
+    return answer;
+}
 
 /// Has a folder of its own for running benches, so that it meets no bench of the developer's.
 class BenchTool : public testing::Test {
@@ -339,7 +360,24 @@ TEST_F(BenchTool, WithoutADisplayABrowserOfThisMachineShowsTheMeter) {
     EXPECT_EQ(sockets.substr(at - 8, 8), "0100007F");
     EXPECT_EQ(sockets.find(wanted, at + 1), std::string::npos);
     waitForMainWindow();
-    EXPECT_THAT(type("screenshot " + folder + "/x.png").errors, HasSubstr("browser"));
+    EXPECT_EQ(type("screenshot " + folder + "/x.png").status, 0);
+    EXPECT_THAT(WorldFolder_readFile(folder + "/x.png"), StartsWith("\x89PNG"));
+    const std::string page = fetch(static_cast<uint16_t>(port), "/");
+    EXPECT_THAT(page, AllOf(StartsWith("HTTP/1.1 200 OK\r\n"),
+                            HasSubstr("<title>Quorvel 8830K</title>"), HasSubstr("<iframe ")));
+    EXPECT_THAT(fetch(static_cast<uint16_t>(port), "/more"), StartsWith("HTTP/1.1 404 "));
+    const std::string frame = "src=\"http://127.0.0.1:";
+    const long screen = strtol(page.c_str() + page.find(frame) + frame.size(), nullptr, 10);
+    EXPECT_THAT(fetch(static_cast<uint16_t>(screen), "/"), HasSubstr(" 200 OK"));
+}
+
+TEST_F(BenchTool, ABrowsersScreenStartsAndEndsWithoutAWordOfItsOwn) {
+    const Answer answer = type("run --browser --port auto --program /bin/true");
+    EXPECT_EQ(answer.status, 0);
+    EXPECT_EQ(answer.text, "");
+    EXPECT_EQ(std::ranges::count(answer.errors, '\n'), 3) << answer.errors;
+    EXPECT_THAT(answer.errors, AllOf(HasSubstr("Remote control is on port "), HasSubstr("\nOpen "),
+                                     HasSubstr("\nThe bench plays in ")));
 }
 
 TEST_F(BenchTool, APortThatIsTakenIsNotTakenAgain) {
@@ -613,4 +651,36 @@ TEST_F(BenchTool, AMeterMayStayOnAfterItHasSwitchedItselfOff) {
     };
     EXPECT_TRUE(Bench_waitUntil(isOff, startLimit_ms));
     EXPECT_EQ(kill(programOf(kept), 0), 0) << "it has been ended";
+}
+
+TEST_F(BenchTool, RowsOfADropDownAreTappedByTheirText) {
+    run({"--headless"});
+    waitForMainWindow();
+    EXPECT_EQ(type("tap serialButton").status, 0);
+    EXPECT_EQ(type("wait serSettingsComboSpeed 9600 60s").status, 1) << "its row has the text";
+    EXPECT_EQ(type("tap serSettingsComboSpeed").status, 0);
+    EXPECT_TRUE(Bench_waitUntil([this] { return type("tap 4800").status == 0; }, startLimit_ms));
+}
+
+TEST_F(BenchTool, WhatIsInsensitiveIsNotTouchedAndPointsAre) {
+    run({"--headless"});
+    waitForMainWindow();
+    EXPECT_EQ(type("tap ethernetButton").status, 0);
+    EXPECT_EQ(type("wait ethInfoDialog_configure Configure 60s").status, 0);
+    EXPECT_EQ(type("tap Configure").status, 0);
+    EXPECT_EQ(type("wait ethSettingsDialog_cancel Cancel 60s").status, 0);
+    EXPECT_THAT(type("tap numKeypadButton1").errors,
+                HasSubstr("'numKeypadButton1' is insensitive"));
+    std::vector<ScreenWidget> widgets;
+    ASSERT_TRUE(BenchScreen_list(world, widgets));
+    const ScreenWidget* cancel = BenchScreen_find(widgets, "ethSettingsDialog_cancel");
+    ASSERT_NE(cancel, nullptr);
+    const std::string point =
+        std::to_string(cancel->x + cancel->width / 2) + "," + std::to_string(cancel->y + 10);
+    EXPECT_EQ(type("tap " + point).status, 0);
+    EXPECT_TRUE(Bench_waitUntil(
+        [this] { return type("text ethSettingsDialog_cancel").status != 0; }, startLimit_ms));
+    EXPECT_EQ(type("drag 10,700 900,700").status, 0);
+    EXPECT_THAT(type("drag 10,700").errors, HasSubstr("usage: quorvel-bench drag X,Y X,Y"));
+    EXPECT_THAT(type("drag 10,700 far").errors, HasSubstr("usage: quorvel-bench drag X,Y X,Y"));
 }

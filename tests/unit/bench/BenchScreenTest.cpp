@@ -64,3 +64,14 @@ TEST(BenchScreen, AWidgetWithoutNameIsFoundByItsText) {
 TEST(BenchScreen, NothingIsFoundByAnUnknownName) {
     EXPECT_EQ(BenchScreen_find(BenchScreen_parse(listing), "lower.fwd.value"), nullptr);
 }
+
+TEST(BenchScreen, ATextIsFoundInTheTopmostWindowThatHasIt) {
+    const std::string end = "\t\t\t1\t1\t0\t-\t0\t0\t9\t9\t#ffffff\t#000000\tSans 10\t";
+    const auto widgets = BenchScreen_parse(
+        "0\tGtkWindow\tmain" + end + "meter\n" + "1\tGtkCellView\tGtkCellView" + end + "9600\n" +
+        "0\tGtkWindow\tGtkWindow" + end + "\n" + "1\tGtkTreeMenu\tGtkTreeMenu" + end + "\n" +
+        "3\tGtkCellView\tGtkCellView" + end + "9600\n" + "0\tGtkWindow\tlast" + end + "300\n");
+    ASSERT_EQ(widgets.size(), 6U);
+    EXPECT_EQ(BenchScreen_find(widgets, "9600"), &widgets[4]);
+    EXPECT_EQ(BenchScreen_find(widgets, "300"), &widgets[5]);
+}

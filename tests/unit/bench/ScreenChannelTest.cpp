@@ -149,10 +149,45 @@ TEST_F(ScreenChannel, EveryWidgetIsListedAsAPersonSeesIt) {
     EXPECT_FALSE(find(widgets, "GtkEntry", "1.5").isSensitive);
 }
 
+TEST_F(ScreenChannel, ARowOfADropDownHasItsText) {
+    GtkWidget* const combo = gtk_combo_box_text_new();
+    for (const char* row : {"300", "9600"}) {
+        gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(combo), row);
+    }
+    gtk_combo_box_set_active(GTK_COMBO_BOX(combo), 1);
+    put(combo, 10, 250);
+    gtk_widget_show_all(combo);
+    std::vector<ScreenWidget> widgets;
+    whileRunning([&] { EXPECT_TRUE(BenchScreen_list(World_folder(), widgets)); });
+    EXPECT_TRUE(find(widgets, "GtkCellView", "9600").isVisible);
+}
+
+TEST_F(ScreenChannel, APictureShowsEveryWindowAtItsPlace) {
+    paint("window { background-color: #102030; background-image: none; }");
+    std::string png;
+    whileRunning([&] { EXPECT_TRUE(BenchScreen_picture(World_folder(), png)); });
+    GdkPixbufLoader* const loader = gdk_pixbuf_loader_new();
+    ASSERT_TRUE(gdk_pixbuf_loader_write(loader, reinterpret_cast<const guchar*>(png.data()),
+                                        png.size(), nullptr));
+    ASSERT_TRUE(gdk_pixbuf_loader_close(loader, nullptr));
+    const GdkPixbuf* const picture = gdk_pixbuf_loader_get_pixbuf(loader);
+    EXPECT_EQ(gdk_pixbuf_get_width(picture), 1024);
+    EXPECT_EQ(gdk_pixbuf_get_height(picture), 768);
+    const auto colourAt = [picture](int x, int y) {
+        const guchar* const pixel = gdk_pixbuf_read_pixels(picture) +
+                                    y * gdk_pixbuf_get_rowstride(picture) +
+                                    x * gdk_pixbuf_get_n_channels(picture);
+        return pixel[0] << 16 | pixel[1] << 8 | pixel[2];
+    };
+    EXPECT_EQ(colourAt(40 + 398, 30 + 298), 0x102030);
+    EXPECT_EQ(colourAt(38, 28), 0) << "beside the window";
+    g_object_unref(loader);
+}
+
 TEST_F(ScreenChannel, AnUnknownRequestIsNamedWithWhatIsAllowed) {
     std::string answer;
     whileRunning([&] { answer = ask("dance\n"); });
-    EXPECT_EQ(answer, "error: unknown request; allowed: list\n");
+    EXPECT_EQ(answer, "error: unknown request; allowed: list, picture\n");
 }
 
 TEST_F(ScreenChannel, AHundredAskersAtOnceAreAllAnswered) {
