@@ -1,28 +1,21 @@
 // The quorvel-bench command as a person types it.
 
+#include "BenchTool.h"
+
 #include "BenchScreen.h"
 #include "BenchText.h"
-#include "ChildProcess.h"
 #include "MeterTest.h"
 #include "WorldFolder.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <array>
-#include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <netinet/in.h>
-#include <optional>
-#include <poll.h>
-#include <pty.h>
 #include <set>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -35,227 +28,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr uint32_t startLimit_ms = 20000;
 constexpr char controlC = 0x03;
-
-struct Answer {
-    int status;
-    std::string text;
-    std::string errors;
-};
-
-/// `quorvel-bench terminal` in a terminal of its own, with a person's fingers on the keys.
-class TypedTool {
-public:
-    TypedTool(const std::string& tool, const std::string& runtimeFolder)
-        : child(forkpty(&keys, nullptr, nullptr, nullptr)) {
-        if (child == 0) {
-            unsetenv("LD_PRELOAD");
-            unsetenv("QUORVEL_BENCH");
-            setenv("XDG_RUNTIME_DIR", runtimeFolder.c_str(), 1);
-            execl(tool.c_str(), tool.c_str(), "terminal", nullptr);
-            _exit(127);
-        }
-        fcntl(keys, F_SETFD, FD_CLOEXEC);
-    }
-    ~TypedTool() {
-        hangUp();
-        exitStatus();
-    }
-    TypedTool(const TypedTool&) = delete;
-    TypedTool& operator=(const TypedTool&) = delete;
-
-    void type(const std::string& text) const {
-        EXPECT_EQ(write(keys, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    }
-    /// Waits until the text has appeared behind what was looked for last.
-    bool shows(const std::string& text) {
-        while (screen.find(text) == std::string::npos) {
-            pollfd input{keys, POLLIN, 0};
-            std::array<char, 1024> piece{};
-            const bool isReady = poll(&input, 1, startLimit_ms) > 0;
-            const ssize_t count = isReady ? read(keys, piece.data(), piece.size()) : 0;
-            if (count <= 0) {
-                return false;
-            }
-            screen.append(piece.data(), static_cast<size_t>(count));
-        }
-        screen.erase(0, screen.find(text) + text.size());
-        return true;
-    }
-    bool hasMode(tcflag_t mode) const {
-        termios settings{};
-        return tcgetattr(keys, &settings) == 0 && (settings.c_lflag & mode) != 0;
-    }
-    void hangUp() {
-        if (keys >= 0) {
-            close(keys);
-            keys = -1;
-        }
-    }
-    /// Exit status, 128 and the number for a signal, nothing within the limit.
-    std::optional<int> exitStatus() {
-        int status = 0;
-        if (child > 0 && Bench_waitUntil([&] { return waitpid(child, &status, WNOHANG) == child; },
-                                         startLimit_ms)) {
-            child = 0;
-            ended = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        return ended;
-    }
-
-private:
-    int keys = -1;
-    pid_t child;
-    std::string screen;
-    std::optional<int> ended;
-};
-
-/// What a web server of this machine answers.
-std::string fetch(uint16_t port, const std::string& path) {
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    const std::string request = "GET " + path + " HTTP/1.0\r\n\r\n";
-    std::string answer;
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-        send(fd, request.data(), request.size(), MSG_NOSIGNAL) > 0) {
-        std::array<char, 4096> buffer{};
-        for (ssize_t count = 0; (count = recv(fd, buffer.data(), buffer.size(), 0)) > 0;) {
-            answer.append(buffer.data(), static_cast<size_t>(count));
-        }
-    }
-    close(fd);
-    return answer;
-}
-
-/// Has a folder of its own for running benches, so that it meets no bench of the developer's.
-class BenchTool : public testing::Test {
-protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/quorvel-tool-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
-        ASSERT_EQ(pipe2(output.data(), O_CLOEXEC | O_NONBLOCK), 0);
-    }
-
-    void TearDown() override {
-        if (running > 0) {
-            kill(running, SIGTERM);
-            waitForEnd(running);
-        }
-        close(output[0]);
-        close(output[1]);
-        WorldFolder_remove(folder);
-    }
-
-    static std::string toolPath() {
-        return fs::read_symlink("/proc/self/exe").parent_path() / "quorvel-bench";
-    }
-
-    pid_t startTool(std::vector<std::string> words, const std::string& display = "") {
-        words.insert(words.begin(), toolPath());
-        return startProgram(words, display);
-    }
-
-    pid_t startProgram(const std::vector<std::string>& words, const std::string& display = "") {
-        WorldFolder_remove(errorFile());
-        return ChildProcess_start(
-            words,
-            {{"LD_PRELOAD", ""},
-             {"QUORVEL_BENCH", ""},
-             {"WAYLAND_DISPLAY", ""},
-             {"DISPLAY", display},
-             {"XDG_RUNTIME_DIR", folder}},
-            {.output = output[1], .signalAtOurEnd = SIGTERM, .errorFile = errorFile()});
-    }
-
-    static int waitForEnd(pid_t child) {
-        int status = 0;
-        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-        }
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-    Answer type(const std::string& line) {
-        std::vector<std::string> words;
-        for (const std::string_view word : BenchText_words(line)) {
-            words.emplace_back(word);
-        }
-        return answerOf(startTool(words));
-    }
-
-    /// A text piped into the command port's terminal.
-    Answer pipe(const std::string& text) {
-        return answerOf(
-            startProgram({"/bin/sh", "-c", R"(printf %s "$0" | "$1" terminal)", text, toolPath()}));
-    }
-
-    Answer answerOf(pid_t child) {
-        const int status = waitForEnd(child);
-        std::string text;
-        std::array<char, 4096> buffer{};
-        for (ssize_t count = 0; (count = read(output[0], buffer.data(), buffer.size())) > 0;) {
-            text.append(buffer.data(), static_cast<size_t>(count));
-        }
-        return {status, text, WorldFolder_readFile(errorFile())};
-    }
-
-    /// Starts a bench and waits until it answers.
-    void run(std::vector<std::string> words) {
-        words.insert(words.begin(), {"run", "--port", "auto"});
-        const std::string before = newestWorld();
-        running = startTool(words);
-        ASSERT_GT(running, 0);
-        ASSERT_TRUE(Bench_waitUntil(
-            [&] { return !newestWorld().empty() && newestWorld() != before; }, startLimit_ms))
-            << WorldFolder_readFile(errorFile());
-        world = newestWorld();
-    }
-
-    std::string errorFile() const {
-        return folder + "/errors";
-    }
-
-    /// World of the bench that was started last; empty when none runs.
-    std::string newestWorld() const {
-        std::error_code none;
-        std::string newest;
-        for (const auto& entry : fs::directory_iterator(folder + "/quorvel-bench/running", none)) {
-            newest = std::max(newest, entry.path().string());
-        }
-        return newest.empty() ? newest : fs::read_symlink(newest, none).string();
-    }
-
-    void end(pid_t bench, int signal) {
-        ASSERT_EQ(kill(bench, signal), 0);
-        waitForEnd(bench);
-        running = bench == running ? 0 : running;
-    }
-
-    void waitForMainWindow() {
-        const auto isListed = [this] {
-            return type("screen").text.find("mainWindow8830K") != std::string::npos;
-        };
-        ASSERT_TRUE(Bench_waitUntil(isListed, startLimit_ms));
-    }
-
-    void write(const std::string& name, const std::string& content) const {
-        ASSERT_TRUE(WorldFolder_writeFile(folder + "/" + name, content));
-    }
-
-    pid_t programOf(const std::string& folderOfWorld) const {
-        return static_cast<pid_t>(
-            strtol(WorldFolder_readFile(folderOfWorld + "/program.pid").c_str(), nullptr, 10));
-    }
-
-    std::string folder;
-    std::string world;
-    std::array<int, 2> output{-1, -1};
-    pid_t running = 0;
-};
 
 } // namespace
 
@@ -349,7 +122,7 @@ TEST_F(BenchTool, WithoutADisplayABrowserOfThisMachineShowsTheMeter) {
     const auto isTold = [&] {
         return WorldFolder_readFile(errorFile()).find(start) != std::string::npos;
     };
-    ASSERT_TRUE(Bench_waitUntil(isTold, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil(isTold, toolLimit_ms));
     const std::string told = WorldFolder_readFile(errorFile());
     const long port = strtol(told.c_str() + told.find(start) + start.size(), nullptr, 10);
     // Kernel's table: local address of every listening socket of that port, loopback only.
@@ -392,7 +165,7 @@ TEST_F(BenchTool, APortThatIsTakenIsNotTakenAgain) {
     }
     running = startTool({"run", "--headless", "--world", folder + "/world"});
     const auto port = [this] { return WorldFolder_readFile(folder + "/world/port"); };
-    ASSERT_TRUE(Bench_waitUntil([&] { return !port().empty(); }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([&] { return !port().empty(); }, toolLimit_ms));
     EXPECT_NE(port(), "5025\n");
     close(taken);
 }
@@ -402,7 +175,7 @@ TEST_F(BenchTool, BenchesRunSideBySide) {
     const std::string firstWorld = world;
     const std::string secondWorld = folder + "/second";
     const pid_t second = startTool({"run", "--headless", "--port", "auto", "--world", secondWorld});
-    ASSERT_TRUE(Bench_waitUntil([&] { return programOf(secondWorld) > 0; }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([&] { return programOf(secondWorld) > 0; }, toolLimit_ms));
     EXPECT_EQ(type("plug serial1 5132").status, 0);
     EXPECT_THAT(type("status").text, HasSubstr("serial1: 5132"));
     EXPECT_THAT(type("--world " + secondWorld + " status").text, HasSubstr("serial1: no sensor"));
@@ -417,7 +190,7 @@ TEST_F(BenchTool, TheOlderMetersProtocolAnswersOnItsTerminal) {
     EXPECT_THAT(type("terminal").errors, HasSubstr("no bench is running"));
     run({"--headless", "--legacy"});
     const auto answers = [this] { return pipe("U0").text == " 6610  FCRYYPYYTT1XF\r\n"; };
-    EXPECT_TRUE(Bench_waitUntil(answers, startLimit_ms));
+    EXPECT_TRUE(Bench_waitUntil(answers, toolLimit_ms));
     EXPECT_EQ(pipe("U2U1").text, " 6610   0100 RS232\r\n 6610  VCM VCO FL \r\n");
     EXPECT_EQ(pipe("").text, "");
     EXPECT_THAT(type("terminal now").errors, HasSubstr("usage: quorvel-bench terminal"));
@@ -425,10 +198,10 @@ TEST_F(BenchTool, TheOlderMetersProtocolAnswersOnItsTerminal) {
 
 TEST_F(BenchTool, APersonTypesOnTheCommandPort) {
     run({"--headless", "--legacy"});
-    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("U0").text.empty(); }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("U0").text.empty(); }, toolLimit_ms));
     TypedTool tool(toolPath(), folder);
     ASSERT_TRUE(tool.shows("Connected to /dev/ttyS4; Ctrl-C ends."));
-    ASSERT_TRUE(Bench_waitUntil([&] { return !tool.hasMode(ICANON); }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([&] { return !tool.hasMode(ICANON); }, toolLimit_ms));
     tool.type("u");
     EXPECT_TRUE(tool.shows("u")) << "keys are echoed";
     tool.type("2");
@@ -440,9 +213,9 @@ TEST_F(BenchTool, APersonTypesOnTheCommandPort) {
 
 TEST_F(BenchTool, APersonsReturnEndsACommandLine) {
     run({"--headless"});
-    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("*OPC?\n").text.empty(); }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("*OPC?\n").text.empty(); }, toolLimit_ms));
     TypedTool tool(toolPath(), folder);
-    ASSERT_TRUE(Bench_waitUntil([&] { return !tool.hasMode(ICANON); }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([&] { return !tool.hasMode(ICANON); }, toolLimit_ms));
     tool.type("*TST?;*IDN?\r");
     EXPECT_TRUE(tool.shows("0;QUORVEL-TECHNOLOGIES,8830K,"));
     kill(running, SIGTERM);
@@ -453,7 +226,7 @@ TEST_F(BenchTool, APersonsReturnEndsACommandLine) {
 
 TEST_F(BenchTool, APersonWhoLeavesEndsTheTerminal) {
     run({"--headless", "--legacy"});
-    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("U0").text.empty(); }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([this] { return !pipe("U0").text.empty(); }, toolLimit_ms));
     TypedTool tool(toolPath(), folder);
     ASSERT_TRUE(tool.shows("Connected to"));
     tool.hangUp();
@@ -485,7 +258,7 @@ TEST_F(BenchTool, BenchesThatAreStartedAtOnceTakeDifferentPorts) {
     std::set<std::string> ports;
     for (size_t number = 0; number < count; ++number) {
         const std::string file = folder + "/world" + std::to_string(number) + "/port";
-        EXPECT_TRUE(Bench_waitUntil([&] { return fs::exists(file); }, startLimit_ms));
+        EXPECT_TRUE(Bench_waitUntil([&] { return fs::exists(file); }, toolLimit_ms));
         ports.insert(WorldFolder_readFile(file));
     }
     EXPECT_EQ(ports.size(), count);
@@ -516,7 +289,7 @@ TEST_F(BenchTool, BenchesAreListedAndStopped) {
     const pid_t second = running;
     const pid_t third =
         startTool({"run", "--headless", "--port", "auto", "--world", folder + "/w"});
-    ASSERT_TRUE(Bench_waitUntil([&] { return newestWorld() == folder + "/w"; }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([&] { return newestWorld() == folder + "/w"; }, toolLimit_ms));
     EXPECT_THAT(type("list").text,
                 AllOf(StartsWith("  " + firstWorld + " port="), HasSubstr("* " + world + " port="),
                       HasSubstr("  " + folder + "/w port="),
@@ -643,13 +416,13 @@ TEST_F(BenchTool, AMeterThatHasSwitchedItselfOffIsDark) {
 TEST_F(BenchTool, AMeterMayStayOnAfterItHasSwitchedItselfOff) {
     const std::string kept = folder + "/kept";
     running = startTool({"run", "--headless", "--stays-on", "--port", "auto", "--world", kept});
-    ASSERT_TRUE(Bench_waitUntil([&] { return newestWorld() == kept; }, startLimit_ms));
+    ASSERT_TRUE(Bench_waitUntil([&] { return newestWorld() == kept; }, toolLimit_ms));
     EXPECT_EQ(type("--world " + kept + " clock speed 100").status, 0);
     std::ofstream(kept + "/commands", std::ios::app) << "shutdown\n";
     const auto isOff = [&] {
         return type("--world " + kept + " status").text.find("machine: off") != std::string::npos;
     };
-    EXPECT_TRUE(Bench_waitUntil(isOff, startLimit_ms));
+    EXPECT_TRUE(Bench_waitUntil(isOff, toolLimit_ms));
     EXPECT_EQ(kill(programOf(kept), 0), 0) << "it has been ended";
 }
 
@@ -659,7 +432,7 @@ TEST_F(BenchTool, RowsOfADropDownAreTappedByTheirText) {
     EXPECT_EQ(type("tap serialButton").status, 0);
     EXPECT_EQ(type("wait serSettingsComboSpeed 9600 60s").status, 1) << "its row has the text";
     EXPECT_EQ(type("tap serSettingsComboSpeed").status, 0);
-    EXPECT_TRUE(Bench_waitUntil([this] { return type("tap 4800").status == 0; }, startLimit_ms));
+    EXPECT_TRUE(Bench_waitUntil([this] { return type("tap 4800").status == 0; }, toolLimit_ms));
 }
 
 TEST_F(BenchTool, WhatIsInsensitiveIsNotTouchedAndPointsAre) {
@@ -679,7 +452,7 @@ TEST_F(BenchTool, WhatIsInsensitiveIsNotTouchedAndPointsAre) {
         std::to_string(cancel->x + cancel->width / 2) + "," + std::to_string(cancel->y + 10);
     EXPECT_EQ(type("tap " + point).status, 0);
     EXPECT_TRUE(Bench_waitUntil(
-        [this] { return type("text ethSettingsDialog_cancel").status != 0; }, startLimit_ms));
+        [this] { return type("text ethSettingsDialog_cancel").status != 0; }, toolLimit_ms));
     EXPECT_EQ(type("drag 10,700 900,700").status, 0);
     EXPECT_THAT(type("drag 10,700").errors, HasSubstr("usage: quorvel-bench drag X,Y X,Y"));
     EXPECT_THAT(type("drag 10,700 far").errors, HasSubstr("usage: quorvel-bench drag X,Y X,Y"));
