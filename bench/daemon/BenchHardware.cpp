@@ -10,13 +10,6 @@
 
 namespace {
 
-void carry(const Terminal& from, const Terminal& to) {
-    const std::string bytes = Terminal_read(from);
-    if (!bytes.empty()) {
-        Terminal_write(to, bytes);
-    }
-}
-
 bool refuse(std::string& error, const std::string& what) {
     error = what + ": " + strerror(errno);
     return false;
@@ -77,13 +70,15 @@ void BenchHardware_collect(const BenchHardware& hardware, std::vector<pollfd>& w
         UsbPortPlayer_collect(player, waiting);
     }
     waiting.push_back({hardware.machine.watcher, POLLIN, 0});
-    waiting.push_back({hardware.commandPort.master, POLLIN, 0});
-    waiting.push_back({hardware.commandPeer.master, POLLIN, 0});
+    Cable_collect(hardware.replies, hardware.commandPort, hardware.commandPeer, waiting);
+    Cable_collect(hardware.commands, hardware.commandPeer, hardware.commandPort, waiting);
 }
 
 int64_t BenchHardware_wait_ns(const BenchHardware& hardware) {
     constexpr int64_t never = std::numeric_limits<int64_t>::max();
-    int64_t next = std::min(Supply_nextDue_ns(hardware.supply), hardware.machine.off_ns);
+    int64_t next =
+        std::min({Supply_nextDue_ns(hardware.supply), hardware.machine.off_ns,
+                  Cable_nextDue_ns(hardware.replies), Cable_nextDue_ns(hardware.commands)});
     for (const SerialPortPlayer& player : hardware.serial) {
         next = std::min(next, SerialPortPlayer_nextDue_ns(player));
     }
@@ -108,6 +103,6 @@ void BenchHardware_service(BenchHardware& hardware) {
     }
     Supply_service(hardware.supply, now);
     Machine_service(hardware.machine, now);
-    carry(hardware.commandPort, hardware.commandPeer);
-    carry(hardware.commandPeer, hardware.commandPort);
+    Cable_carry(hardware.replies, hardware.commandPort, hardware.commandPeer, now);
+    Cable_carry(hardware.commands, hardware.commandPeer, hardware.commandPort, now);
 }

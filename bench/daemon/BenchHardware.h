@@ -2,6 +2,7 @@
 #define BENCH_DAEMON_BENCH_HARDWARE_H
 
 #include "BenchClock.h"
+#include "Cable.h"
 #include "Machine.h"
 #include "SerialPortPlayer.h"
 #include "Supply.h"
@@ -24,6 +25,8 @@ struct BenchHardware {
     Machine machine;
     Terminal commandPort; ///< the instrument's "/dev/ttyS4"
     Terminal commandPeer; ///< the other end of its cable, "command-port" in the world
+    Cable replies;        ///< from the instrument to that end
+    Cable commands;       ///< and back
     bool isToldToEnd;     ///< the whole bench, by its user
 };
 

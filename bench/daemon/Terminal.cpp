@@ -49,9 +49,10 @@ std::string Terminal_read(const Terminal& terminal) {
     return {buffer.data(), count > 0 ? static_cast<size_t>(count) : 0};
 }
 
-void Terminal_write(const Terminal& terminal, std::string_view bytes) {
+size_t Terminal_write(const Terminal& terminal, std::string_view bytes) {
     ssize_t count = 0;
     do {
         count = write(terminal.master, bytes.data(), bytes.size());
     } while (count < 0 && errno == EINTR);
+    return count > 0 ? static_cast<size_t>(count) : 0;
 }

@@ -1,6 +1,7 @@
 #ifndef BENCH_DAEMON_TERMINAL_H
 #define BENCH_DAEMON_TERMINAL_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -18,7 +19,8 @@ void Terminal_close(Terminal& terminal);
 /// What the program has written, empty when there is nothing.
 std::string Terminal_read(const Terminal& terminal);
 
-/// Writes what fits; the rest is lost, as on a line whose receiver does not listen.
-void Terminal_write(const Terminal& terminal, std::string_view bytes);
+/// Writes what fits and returns how much that was; the rest is lost, as on a line whose receiver
+/// does not listen.
+size_t Terminal_write(const Terminal& terminal, std::string_view bytes);
 
 #endif
