@@ -27,6 +27,7 @@
 #include "PulseConfigDialog.h"
 #include "ScpiParser.h"
 #include "ScpiRecord.h"
+#include "ScreenPicture.h"
 #include "SensorChannelDialog.h"
 #include "SensorHandOff.h"
 #include "SensorInformationDialog.h"
@@ -92,6 +93,7 @@ void buildScreens() {
     pulseConfigDialog_Create(gPulseConfigDlg3164, pulseConfigForm3164);
     SensorChannelDialog_register(GTK_WINDOW(entireScreen.mainWindow));
     SensorChannelDialog_registerWhileWaiting(GtkThread_serviceWhileWaiting);
+    ScreenPicture_register(GTK_WINDOW(entireScreen.mainWindow));
 }
 
 /// Remote control answers what the screens show.

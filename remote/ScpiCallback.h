@@ -15,5 +15,7 @@ extern const std::span<const scpi_command_t> scpiIdentityCommands;  ///< ScpiIde
 extern const std::span<const scpi_command_t> scpiSerialCommands;    ///< ScpiSerialCommands.cpp
 extern const std::span<const scpi_command_t> scpiLanCommands;       ///< ScpiLanCommands.cpp
 extern const std::span<const scpi_command_t> scpiPulseModeCommands; ///< ScpiPulseModeCommands.cpp
+extern const std::span<const scpi_command_t> scpiScreenCommands;    ///< ScpiScreenCommands.cpp
+extern const std::span<const scpi_command_t> scpiTraceCommands;     ///< ScpiTraceCommands.cpp
 
 #endif

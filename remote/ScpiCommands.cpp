@@ -8,7 +8,8 @@ std::vector<scpi_command_t> joined() {
     std::vector<scpi_command_t> commands;
     for (const std::span<const scpi_command_t>& subsystem :
          {scpiCommonCommands, scpiMeasureCommands, scpiPulseCommands, scpiIdentityCommands,
-          scpiSerialCommands, scpiLanCommands, scpiPulseModeCommands}) {
+          scpiSerialCommands, scpiLanCommands, scpiPulseModeCommands, scpiScreenCommands,
+          scpiTraceCommands}) {
         commands.insert(commands.end(), subsystem.begin(), subsystem.end());
     }
     commands.push_back(SCPI_CMD_LIST_END);

@@ -1,6 +1,7 @@
 // The programs with which people talk to the meter: the examples of this tree, lxi, PyVISA, nc and
 // a terminal.
 #include "MeterTest.h"
+#include "Picture.h"
 #include "ScpiClient.h"
 #include "WorldFolder.h"
 
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -90,6 +92,79 @@ TEST_F(RemoteClients, TheExamplesSayWhenNoMeterAnswers) {
         EXPECT_THAT(outcome.output, EndsWith("127.0.0.1 does not answer\n")) << example;
         EXPECT_EQ(run(example).status, 2) << example;
     }
+}
+
+TEST_F(RemoteClients, TheExamplesSaveTheScreen) {
+    startMeasuring();
+    const std::string file = bench.world + "/screen.png";
+    for (const char* example :
+         {QUORVEL_EXAMPLES "/save_screen.sh", QUORVEL_EXAMPLES "/save_screen.py"}) {
+        const std::string saving = std::string(example) + " 127.0.0.1 " + file + " ";
+        const Outcome saved = run(saving + port());
+        EXPECT_EQ(saved.status, 0) << example << ": " << saved.output;
+        const Picture picture = Picture_read(WorldFolder_readFile(file));
+        EXPECT_EQ(picture.width, 1024) << example;
+        EXPECT_EQ(picture.height, 768) << example;
+        std::filesystem::remove(file);
+        EXPECT_EQ(run(saving + "1").status, 1) << example << ": nobody there";
+        EXPECT_EQ(run(example).status, 2) << example;
+    }
+}
+
+/// What stands in code blocks below a heading of the manual, a line each.
+std::vector<std::string> documentedCode(const std::string& heading) {
+    std::ifstream manual(QUORVEL_REMOTE_CONTROL_MANUAL);
+    std::vector<std::string> code;
+    bool isInSection = false;
+    bool isCode = false;
+    for (std::string line; std::getline(manual, line);) {
+        isInSection = line.starts_with("## ") ? line == heading : isInSection;
+        isCode = line.starts_with("```") ? !isCode : isCode;
+        if (isInSection && isCode && !line.starts_with("```")) {
+            code.push_back(line);
+        }
+    }
+    return code;
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    const size_t at = text.find(from);
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+TEST_F(RemoteClients, WhatTheManualTellsToTypeFetchesPicturesAndHistories) {
+    startMeasuring();
+    const std::string tool =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "quorvel-bench";
+    std::string python = "import pyvisa\n"
+                         "meter = pyvisa.ResourceManager('@py').open_resource(\n"
+                         "    'TCPIP::127.0.0.1::" +
+                         port() +
+                         "::SOCKET',\n"
+                         "    read_termination='\\r\\n', write_termination='\\n')\n";
+    int typed = 0;
+    for (std::string line : documentedCode("## The screen and the history")) {
+        if (!line.starts_with("$ ")) {
+            python += line + "\n";
+            continue;
+        }
+        const bool isExample = line.starts_with("$ examples/");
+        line = replaced(line, "$ examples", QUORVEL_EXAMPLES);
+        line = replaced(line, "$ ", "");
+        line = replaced(line, "build/release/bin/quorvel-bench", tool + " --world " + bench.world);
+        line = replaced(line, "192.168.1.50 5025", "127.0.0.1 " + port());
+        line = replaced(line, "--address 192.168.1.50", "--address 127.0.0.1 --port " + port());
+        line = replaced(line, "192.168.1.50", "127.0.0.1");
+        const Outcome outcome =
+            run("cd " + bench.world + "; " + line + (isExample ? " " + port() : ""));
+        EXPECT_EQ(outcome.status, 0) << line << ": " << outcome.output;
+        ++typed;
+    }
+    EXPECT_GE(typed, 5);
+    EXPECT_EQ(Picture_read(WorldFolder_readFile(bench.world + "/screen.png")).width, 1024);
+    EXPECT_EQ(WorldFolder_readFile(bench.world + "/history.block"), "#10\r\n");
+    std::ofstream(bench.world + "/manual.py") << python << "print(len(png) > 8, watts)\n";
+    EXPECT_EQ(run(QUORVEL_PYTHON " " + bench.world + "/manual.py").output, "True []\n");
 }
 
 TEST_F(RemoteClients, LxiSendsCommandsAndPrintsReplies) {

@@ -3,13 +3,16 @@
 
 #include "Bench.h"
 
+#include <optional>
 #include <string>
 
-/// A remote client of the meter on a bench, over TCP.
+/// A remote client of the meter on a bench, over TCP or at the command port.
 class ScpiClient {
 public:
-    /// Connects, for as long as the meter takes to listen.
-    explicit ScpiClient(const Bench& bench);
+    enum class Wire { tcp, commandPort };
+
+    /// Connects, for as long as the meter takes to listen, or to answer at the command port.
+    explicit ScpiClient(const Bench& bench, Wire wire = Wire::tcp);
     ~ScpiClient();
     ScpiClient(const ScpiClient&) = delete;
     ScpiClient& operator=(const ScpiClient&) = delete;
@@ -24,7 +27,15 @@ public:
     /// The answer's line without its end; empty when none comes within 5 s.
     std::string ask(const std::string& query);
 
+    /// The bytes of the answer's definite-length block; nothing when none comes, or no whole one,
+    /// or anything behind it but the line's end.
+    std::optional<std::string> askBlock(const std::string& query);
+
 private:
+    void openCommandPort(const Bench& bench);
+    /// What comes within 5 s, at most this many bytes.
+    std::string receive(size_t size) const;
+
     int fd = -1;
 };
 

@@ -13,6 +13,8 @@ extern const std::vector<std::string> identityPatterns;
 extern const std::vector<std::string> serialPatterns;
 extern const std::vector<std::string> lanPatterns;
 extern const std::vector<std::string> pulseModePatterns;
+extern const std::vector<std::string> screenPatterns;
+extern const std::vector<std::string> tracePatterns;
 
 /// The pattern with its optional nodes or without, in long or in short form, in upper case.
 std::string CommandForms_spelled(const std::string& pattern, bool withOptional, bool longForm);

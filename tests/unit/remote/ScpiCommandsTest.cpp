@@ -55,7 +55,7 @@ const std::vector<std::string>& allPatterns() {
         std::vector<std::string> all;
         for (const auto* subsystem :
              {&commonPatterns, &measurePatterns, &pulsePatterns, &identityPatterns, &serialPatterns,
-              &lanPatterns, &pulseModePatterns}) {
+              &lanPatterns, &pulseModePatterns, &screenPatterns, &tracePatterns}) {
             all.insert(all.end(), subsystem->begin(), subsystem->end());
         }
         return all;
