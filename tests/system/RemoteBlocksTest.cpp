@@ -141,5 +141,9 @@ TEST_F(RemoteBlocks, AClientThatHangsUpInTheMiddleOfAPictureHarmsNobody) {
     ScpiClient client(bench);
     EXPECT_TRUE(showsTheScreen(client));
     EXPECT_LE(Bench_programUse(bench).descriptors, before.descriptors + 1) << "this client's";
-    expectSameMemory(before, Bench_programUse(bench));
+    if (memoryCanBeMeasured) {
+        // The allocator may keep one picture's pixels more; 120 files that were lost would be more.
+        constexpr long kept_kB = 1024 * 768 * 4 / 1024 + 1500;
+        EXPECT_LT(Bench_programUse(bench).resident_kB - before.resident_kB, kept_kB);
+    }
 }
