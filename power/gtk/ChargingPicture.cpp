@@ -5,6 +5,7 @@
 namespace {
 
 constexpr int wholePercent = 100;
+constexpr int colourCount = 3;
 
 /// A picture's pixels, three or four bytes each: red, green, blue, and how opaque they are.
 struct Pixels {
@@ -58,7 +59,7 @@ GdkPixbuf* ChargingPicture_create(const GdkPixbuf* full, int charge_percent) {
         for (int x = level; x < green.end; ++x) {
             guchar* pixel = pixelAt(pixels, x, y);
             if (isGreen(pixel)) {
-                std::fill_n(pixel, 3, guchar{0});
+                std::fill_n(pixel, colourCount, guchar{0});
             }
         }
     }

@@ -10,6 +10,16 @@
 
 namespace {
 
+/// A dialog that fills the screen and keeps all touches to itself.
+GtkWidget* openModalDialog() {
+    GtkWidget* dialog = gtk_dialog_new();
+    gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
+    gtk_window_set_default_size(GTK_WINDOW(dialog), 1024, 768);
+    gtk_widget_show_all(dialog);
+    Gui_settle();
+    return dialog;
+}
+
 /// A warning on the real main window, not yet asked for.
 class WarningDialogTest : public testing::Test {
 protected:
@@ -106,11 +116,7 @@ TEST_F(Warning, OkButtonIsLargeEnoughForAFinger) {
 TEST_F(Warning, DialogThatComesLaterGoesBelowAndKeepsNoTouchFromIt) {
     WarningDialog_show(&warning);
     pass();
-    GtkWidget* later = gtk_dialog_new();
-    gtk_window_set_modal(GTK_WINDOW(later), TRUE);
-    gtk_window_set_default_size(GTK_WINDOW(later), 1024, 768);
-    gtk_widget_show_all(later);
-    Gui_settle();
+    GtkWidget* later = openModalDialog();
     pass();
     Gui_tap("warningDialog.ok");
     Gui_settle();
@@ -184,11 +190,7 @@ TEST_F(SwitchingOffBox, TakesThePlaceOfTheBoxThatAsksForPower) {
 TEST_F(SwitchingOffBox, StandsAboveADialogThatComesLater) {
     quit = true;
     pass();
-    GtkWidget* later = gtk_dialog_new();
-    gtk_window_set_modal(GTK_WINDOW(later), TRUE);
-    gtk_window_set_default_size(GTK_WINDOW(later), 1024, 768);
-    gtk_widget_show_all(later);
-    Gui_settle();
+    GtkWidget* later = openModalDialog();
     pass();
     EXPECT_EQ(gtk_grab_get_current(), switchingOffDlg.dialog);
     gtk_widget_destroy(later);

@@ -31,6 +31,15 @@ PortTruth sensor() {
     return plugged;
 }
 
+/// On channel 1. What the meter is given passes at once; a busy machine's pause remains.
+Truth truthOfOneSensor() {
+    Truth truth;
+    truth.speed = 1e6;
+    Truth_plug(truth, 0, sensor());
+    Truth_choose(truth, 0, 0);
+    return truth;
+}
+
 } // namespace
 
 TEST(SoakTexts, APowerMayRestInTwoRangesWithinTheHysteresisOnly) {
@@ -99,10 +108,7 @@ TEST(SoakTruth, AThirdSensorTakesTheChannelThatIsLeftFree) {
 }
 
 TEST(SoakTruth, AValueIsTrueUntilItsSuccessorMustBeShown) {
-    Truth truth;
-    truth.speed = 1e6; // what the meter is given passes at once; a busy machine's pause remains
-    Truth_plug(truth, 0, sensor());
-    Truth_choose(truth, 0, 0);
+    Truth truth = truthOfOneSensor();
     const SoakTime longAgo = SoakClock::now() - std::chrono::hours(1);
     truth.presenceChanged = longAgo;
     truth.ports[0].connected = longAgo;
@@ -129,10 +135,7 @@ TEST(SoakTruth, AFaultThatMakesReadingsUpIsNotBelieved) {
 }
 
 TEST(SoakTruth, OnlyASensorThatMeasuredAndFellSilentLongAgoHasOldValues) {
-    Truth truth;
-    truth.speed = 1e6; // what the meter is given passes at once; a busy machine's pause remains
-    Truth_plug(truth, 0, sensor());
-    Truth_choose(truth, 0, 0);
+    Truth truth = truthOfOneSensor();
     const SoakTime longAgo = SoakClock::now() - std::chrono::hours(1);
     Truth_beginFault(truth, 0, "silence");
     truth.ports[0].faultBegan = longAgo;
