@@ -2,6 +2,7 @@
 
 #include "EntireScreen.h"
 #include "GtkHelpers.h"
+#include "SensorPortHandler.h"
 #include "message.h"
 
 #include <cstring>
@@ -59,6 +60,13 @@ void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file) {
 
 bool Dialog_holdsNumber(GtkWidget* entry) {
     return std::strpbrk(gtk_entry_get_text(GTK_ENTRY(entry)), "0123456789") != nullptr;
+}
+
+SensorNameText Dialog_sensorName(uint32_t port) {
+    SENSOR_IDENTITY identity = {};
+    char serialNumber[sensorSerialNumberSize] = "";
+    sensorPortHandler_getSensorInformation(port, &identity, serialNumber, sizeof serialNumber);
+    return MeasurementText_sensorName(port, identity.sensorModel);
 }
 
 void Dialog_showAbove(GtkWidget* dialog) {

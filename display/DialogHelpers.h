@@ -1,7 +1,11 @@
 #ifndef DISPLAY_DIALOG_HELPERS_H
 #define DISPLAY_DIALOG_HELPERS_H
 
+#include "MeasurementText.h"
+
 #include <gtk/gtk.h>
+
+#include <cstdint>
 
 /// What interface files and the dialogs above the measurement screens share. GDK lock held.
 
@@ -24,6 +28,9 @@ void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file);
 
 /// True when an entry's text has a digit: an empty one, or a mere sign or point, is no number.
 bool Dialog_holdsNumber(GtkWidget* entry);
+
+/// "5132 on Serial1": which of two sensors a dialog is about.
+SensorNameText Dialog_sensorName(uint32_t port);
 
 /// Shows a dialog above the main window and keeps touches from everything below. The measurements
 /// behind it go on: nothing waits for its answer.

@@ -61,6 +61,7 @@ constexpr KeyImage keyImages[] = {
 
 struct Widgets {
     GtkWidget* window;
+    GtkWidget* title;
     GtkToggleButton* reflectedBox;
     GtkToggleButton* averageBox;
     GtkEntry* countEntry;
@@ -105,10 +106,17 @@ bool findWidgets(GtkBuilder* builder) {
     }
     if (isComplete) {
         powerEntries = found;
-        widgets = {window, GTK_TOGGLE_BUTTON(reflected), GTK_TOGGLE_BUTTON(average),
-                   GTK_ENTRY(count)};
+        widgets = {window, Dialog_widget(builder, "graphSettingsLabelTitle"),
+                   GTK_TOGGLE_BUTTON(reflected), GTK_TOGGLE_BUTTON(average), GTK_ENTRY(count)};
     }
     return isComplete;
+}
+
+/// Each of two sensors has a graph of its own.
+void showTitle() {
+    char text[64];
+    std::snprintf(text, sizeof text, "Graph Settings\n%s", Dialog_sensorName(working.port).text);
+    setLabelText(widgets.title, text);
 }
 
 void setUnits(const char* units) {
@@ -328,6 +336,7 @@ void GraphSettingsDialog_setParameters(CGTKTimePowerGraph* graph) {
                .settings = settings,
                .scale = configuration_getRfPowerScale(display, settings.bReflectedMode ? 1 : 0),
                .isdBm = configuration_getPowerUnitsIsdBm()};
+    showTitle();
     for (PowerEntry& power : powerEntries) {
         showSetting(power);
     }

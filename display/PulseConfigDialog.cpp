@@ -1,7 +1,6 @@
 #include "PulseConfigDialog.h"
 
 #include "AppFlags.h"
-#include "CSensorDisplayFSM.h"
 #include "Configuration.h"
 #include "DialogHelpers.h"
 #include "EntireScreen.h"
@@ -211,9 +210,10 @@ void createDisplay(PULSE_CONFIG_DIALOG* dialog, bool supportsTriggeredGates) {
 }
 
 void setTitle(PULSE_CONFIG_DIALOG* dialog, uint32_t port) {
-    std::snprintf(dialog->dialogTitle, sizeof dialog->dialogTitle, "Pulse configuration %s",
-                  CSensorDisplayFSM_getSensorPortName(port));
-    setLabelText(dialog->title, dialog->dialogTitle);
+    char text[sizeof dialog->dialogTitle + 24];
+    g_strlcpy(dialog->dialogTitle, Dialog_sensorName(port).text, sizeof dialog->dialogTitle);
+    std::snprintf(text, sizeof text, "Pulse configuration: %s", dialog->dialogTitle);
+    setLabelText(dialog->title, text);
 }
 
 SENSOR_IDENTITY limitsOf(const PULSE_CONFIG_DIALOG* dialog) {

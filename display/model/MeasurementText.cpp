@@ -1,5 +1,6 @@
 #include "MeasurementText.h"
 
+#include "CSensorDisplayNames.h"
 #include "SensorPortHandler.h"
 
 #include <algorithm>
@@ -30,6 +31,8 @@ constexpr uint32_t labelTextLimit = 63;
 constexpr uint64_t silenceLimit_ms = 3000;
 constexpr uint64_t slowSilenceLimit_ms = 6000;
 constexpr uint64_t mostSeconds = 99;
+constexpr uint64_t second_ms = 1000;
+constexpr uint64_t secondsPerMinute = 60;
 
 const DISPLAY_RANGE_FORMAT& powerRange(uint32_t scaleIndex) {
     return rangeFormats[std::min<uint32_t>(scaleIndex, rangeCount - 1)];
@@ -110,19 +113,24 @@ void makePrintable(std::span<char> text) {
     }
 }
 
+/// The model, or the family of the port for a sensor that has not told it.
+const char* modelOrFamily(uint32_t port, const char* model) {
+    if (model[0] != '\0') {
+        return model;
+    }
+    return SensorPort_isUsb(port) ? "316x" : "513x";
+}
+
 /// "model: serial number", the model cut so that the serial number is always whole.
 void writeIdentity(std::span<char> text, uint32_t port, const char* model, const char* serial,
                    uint32_t maxLength) {
-    if (model[0] == '\0') {
-        model = SensorPort_isUsb(port) ? "316x" : "513x";
-    }
     const auto serialLength = static_cast<uint32_t>(strnlen(serial, serialTextLimit));
     // Room for the colon and the blank between the two, and one character to spare.
     const uint32_t reserved = serialLength + 3;
     const uint32_t modelLength =
         maxLength > reserved ? std::min(maxLength - reserved, modelTextLimit) : 0;
-    std::snprintf(text.data(), text.size(), "%.*s: %.*s", static_cast<int>(modelLength), model,
-                  static_cast<int>(serialLength), serial);
+    std::snprintf(text.data(), text.size(), "%.*s: %.*s", static_cast<int>(modelLength),
+                  modelOrFamily(port, model), static_cast<int>(serialLength), serial);
     makePrintable(text);
 }
 
@@ -235,10 +243,10 @@ SilenceText MeasurementText_silence(const SensorSilence& silence) {
     if (silence.time_ms < (silence.answersSlowly ? slowSilenceLimit_ms : silenceLimit_ms)) {
         return text;
     }
-    const uint64_t time_s = silence.time_ms / 1000;
+    const uint64_t time_s = silence.time_ms / second_ms;
     const bool isShort = time_s <= mostSeconds;
     std::snprintf(text.text, sizeof text.text, "no reading for %llu %s",
-                  static_cast<unsigned long long>(isShort ? time_s : time_s / 60),
+                  static_cast<unsigned long long>(isShort ? time_s : time_s / secondsPerMinute),
                   isShort ? "s" : "min");
     return text;
 }
@@ -262,4 +270,12 @@ void MeasurementText_sensorLabel(uint32_t port, SensorStatus status, const char*
         std::snprintf(room.data(), room.size(), "%s", "Connecting...");
         break;
     }
+}
+
+SensorNameText MeasurementText_sensorName(uint32_t port, const char* model) {
+    SensorNameText name = {};
+    std::snprintf(name.text, sizeof name.text, "%.*s on %s", static_cast<int>(modelTextLimit),
+                  modelOrFamily(port, model), CSensorDisplayFSM_getSensorPortName(port));
+    makePrintable(name.text);
+    return name;
 }

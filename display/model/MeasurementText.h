@@ -70,6 +70,11 @@ struct SilenceText {
     char text[48];
 };
 
+/// "5132 on Serial1": a sensor, told apart from an equal one on another port.
+struct SensorNameText {
+    char text[32];
+};
+
 /// The power at which a display goes over range, in W, from the sensor's largest power. A scale
 /// index beyond the table counts as the last row.
 float MeasurementText_maxPowerForRange(float sensorMaxPower_W, rfPowerScale scale,
@@ -115,5 +120,9 @@ SilenceText MeasurementText_silence(const SensorSilence& silence);
 void MeasurementText_sensorLabel(uint32_t port, SensorStatus status, const char* model,
                                  const char* serialNumber, uint32_t maxLength,
                                  std::span<char> text);
+
+/// Names a sensor by its model, of which 19 characters count, and its port. An empty model and what
+/// cannot be printed are shown as on the sensor button.
+SensorNameText MeasurementText_sensorName(uint32_t port, const char* model);
 
 #endif

@@ -221,6 +221,20 @@ TEST_F(GraphSettings, ShowsTheSettingsInTheUnitOfThePowerRange) {
     }
 }
 
+TEST_F(GraphSettings, TheTitleNamesTheSensorByItsModelAndItsPort) {
+    open();
+    EXPECT_EQ(Gui_text("graphSettingsLabelTitle"), "Graph Settings\n5132 on Serial1");
+    cancelButtonClicked(nullptr, nullptr);
+    snprintf(sensorFakes[sensorPort_Serial1].model, sizeof sensorFakes[0].model,
+             "WWWWWWWWWWWWWWWWWWWW");
+    open();
+    const GdkRectangle place = Gui_place(Gui_widget("graphSettingsDialog"));
+    EXPECT_GE(place.x, 0) << "also the longest one";
+    EXPECT_LE(place.x + place.width, 1024);
+    EXPECT_GE(place.y, 0);
+    EXPECT_LE(place.y + place.height, 768);
+}
+
 TEST_F(GraphSettings, OpeningAndApplyingChangesNothing) {
     struct {
         double min;

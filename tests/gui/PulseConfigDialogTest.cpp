@@ -18,7 +18,7 @@ TEST_F(PulseConfigDialog, ASensorWithoutStatesGetsTheShortForm) {
           "pulseConfigModelStates", "pulseConfigStateBegin1", "pulseConfigAddState"}) {
         EXPECT_FALSE(isShown(part(name))) << name;
     }
-    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->title)), "Pulse configuration USB1");
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->title)), "Pulse configuration: 3164 on USB1");
 }
 
 TEST_F(PulseConfigDialog, ShowsTheSensorsConfiguration) {

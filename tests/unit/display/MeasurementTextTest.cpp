@@ -427,3 +427,21 @@ TEST(MeasurementText, AValueIsOldAfterThreeSecondsOrSixOfASlowSensor) {
         EXPECT_STREQ(MeasurementText_silence({test.time_ms, true}).text, test.slowText);
     }
 }
+
+TEST(MeasurementText, ASensorIsNamedByItsModelAndItsPort) {
+    struct {
+        uint32_t port;
+        const char* model;
+        const char* name;
+    } const cases[] = {
+        {sensorPort_Serial1, "5132", "5132 on Serial1"},
+        {sensorPort_Serial2, "", "513x on Serial2"},
+        {sensorPort_USB1, "", "316x on USB1"},
+        {sensorPort_USB2, "ABCDEFGHIJKLMNOPQRST", "ABCDEFGHIJKLMNOPQRS on USB2"},
+        {sensorPort_Serial2, "ABCDEFGHIJKLMNOPQRST", "ABCDEFGHIJKLMNOPQRS on Serial2"},
+        {sensorPort_USB2, "31\x01", "31? on USB2"},
+    };
+    for (const auto& test : cases) {
+        EXPECT_STREQ(MeasurementText_sensorName(test.port, test.model).text, test.name);
+    }
+}
