@@ -28,11 +28,14 @@ GdkWindow* shownWindow() {
     return isShown && GDK_IS_X11_WINDOW(window) ? window : nullptr;
 }
 
+/// In memory that the X server does not share, so that they may be released without the lock.
 Pixels makePixels(GdkWindow* window) {
     const int scale = gdk_window_get_scale_factor(window);
-    return Pixels(gdk_window_create_similar_image_surface(
-        window, CAIRO_FORMAT_RGB24, gdk_window_get_width(window) * scale,
-        gdk_window_get_height(window) * scale, scale));
+    cairo_surface_t* pixels =
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, gdk_window_get_width(window) * scale,
+                                   gdk_window_get_height(window) * scale);
+    cairo_surface_set_device_scale(pixels, scale, scale);
+    return Pixels(pixels);
 }
 
 /// What was copied of the screen once counts as its pixels until cairo hears that others have

@@ -23,18 +23,15 @@ bool failsToEncode = false;
 
 extern "C" {
 
-cairo_surface_t* __real_gdk_window_create_similar_image_surface(GdkWindow*, cairo_format_t, int,
-                                                                int, int);
+cairo_surface_t* __real_cairo_image_surface_create(cairo_format_t, int, int);
 GdkPixbuf* __real_gdk_pixbuf_get_from_surface(cairo_surface_t*, int, int, int, int);
 gboolean __real_gdk_pixbuf_save_to_bufferv(GdkPixbuf*, gchar**, gsize*, const char*, char**, char**,
                                            GError**);
 cairo_status_t __real_cairo_status(cairo_t*);
 
-cairo_surface_t* __wrap_gdk_window_create_similar_image_surface(GdkWindow* window,
-                                                                cairo_format_t format, int width,
-                                                                int height, int scale) {
+cairo_surface_t* __wrap_cairo_image_surface_create(cairo_format_t format, int width, int height) {
     isLockedWhileCopying = GdkLock_isHeld();
-    return __real_gdk_window_create_similar_image_surface(window, format, width, height, scale);
+    return __real_cairo_image_surface_create(format, width, height);
 }
 
 cairo_status_t __wrap_cairo_status(cairo_t* cairo) {

@@ -143,7 +143,7 @@ TEST_F(HotPlug, ASensorThatIsExchangedBetweenTwoPollsIsShownWithItsOwnReading) {
     plugFirst("serial1", "5132 fwd=25");
     const uint64_t before = lastEntry("serial1");
     ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
-    plug("serial1", "5134 fwd=9");
+    plug("serial1", "5134 fwd=9 boot=300ms"); // so that it surely leaves a question unanswered
     bool isMixed = false;
     const auto isNewThere = [&] {
         const auto title = Bench_widget(bench, "single.title");
