@@ -91,6 +91,18 @@ std::string interfacesOf(const Lan& lan) {
     return WorldFolder_read(lan.world, interfacesFile);
 }
 
+/// The addresses that are not the wired interface's: a restart leaves them.
+std::string otherAddresses(const Lan& lan) {
+    std::string others;
+    const std::string addresses = WorldFolder_readFile(lan.world + "/" + WorldFile::addresses);
+    for (const std::string_view line : BenchText_split(addresses, '\n')) {
+        if (!line.empty() && !line.starts_with(wired)) {
+            others += std::string(line) + "\n";
+        }
+    }
+    return others;
+}
+
 } // namespace
 
 void Lan_open(Lan& lan, const std::string& world) {
@@ -111,7 +123,7 @@ void Lan_open(Lan& lan, const std::string& world) {
 }
 
 void Lan_restart(const Lan& lan) {
-    std::string addresses = std::string("lo 127.0.0.1 255.0.0.0\n") + wired + "\n";
+    std::string addresses = otherAddresses(lan) + wired + "\n";
     std::string route = routes({}, {});
     for (const Interface& interface : readInterfaces(interfacesOf(lan))) {
         const std::string address = addressOf(interface, lan.lease);

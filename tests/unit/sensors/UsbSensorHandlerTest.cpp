@@ -312,8 +312,9 @@ TEST(UsbSensorConnection, BeginsWithTheStoredConfigurationAndWithoutAnyReading) 
     handler.sensorMeasurements.fwdPwrVal = 5.0F;
     handler.sensorIdentity.sensorPower.max = 5.0F;
     const StillClock clock;
-    EXPECT_TRUE(clock.takes(100, [&handler] {
-        sensorUsbHandler_serveConnection(&handler, 0); // of a sensor that has been pulled already
+    EXPECT_TRUE(clock.takes(100, [] {
+        sensorUsbHandler_serveConnection(&sensorUsbHandlerData[1],
+                                         0); // of a sensor that has been pulled already
     }));
     EXPECT_EQ(sensorPortHandler_getSensorMaxPower(sensorPort_USB2), 199990.0F);
     EXPECT_FALSE(handler.usbPort.configDone);
