@@ -18,4 +18,4 @@ std::vector<scpi_command_t> joined() {
 
 } // namespace
 
-const std::vector<scpi_command_t> scpi_commands = joined();
+const std::vector<scpi_command_t>& scpi_commands = *new std::vector<scpi_command_t>(joined());

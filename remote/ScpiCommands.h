@@ -7,8 +7,9 @@
 #include <vector>
 
 /// The command set: the rows that both links search from the first on, with the row that ends them.
-/// Put together before main.
-extern const std::vector<scpi_command_t> scpi_commands;
+/// Put together before main, and never taken apart: the links' threads still run while the program
+/// ends.
+extern const std::vector<scpi_command_t>& scpi_commands;
 
 /// The rows without the one that ends them.
 inline size_t ScpiCommands_count() {
