@@ -24,7 +24,7 @@ Pixels pixelsOf(const GdkPixbuf* picture) {
 }
 
 guchar* pixelAt(const Pixels& pixels, int x, int y) {
-    return pixels.first + ptrdiff_t{y} * pixels.stride + ptrdiff_t{x} * pixels.channels;
+    return &pixels.first[ptrdiff_t{y} * pixels.stride + ptrdiff_t{x} * pixels.channels];
 }
 
 bool isGreen(const guchar* pixel) {
