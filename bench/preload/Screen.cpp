@@ -70,6 +70,7 @@ struct Toolkit {
     Found<decltype(gtk_tree_model_get_column_type)> columnType{"gtk_tree_model_get_column_type"};
     Found<void(GtkTreeModel*, GtkTreeIter*, ...)> rowValues{"gtk_tree_model_get"};
     Found<decltype(gtk_tree_path_free)> freePath{"gtk_tree_path_free"};
+    Found<decltype(gtk_container_check_resize)> layOut{"gtk_container_check_resize"};
     Found<decltype(gtk_widget_draw)> draw{"gtk_widget_draw"};
     Found<decltype(cairo_image_surface_create)> newImage{"cairo_image_surface_create"};
     Found<decltype(cairo_surface_destroy)> freeImage{"cairo_surface_destroy"};
@@ -278,6 +279,8 @@ void paintWindow(cairo_t* painter, GtkWidget* window) {
         const GdkRectangle place = placeOf(window);
         toolkit().save(painter);
         toolkit().move(painter, place.x, place.y);
+        // What has just changed its size is not drawn before it has its place.
+        toolkit().layOut(reinterpret_cast<GtkContainer*>(window));
         toolkit().draw(window, painter);
         toolkit().restore(painter);
     }
