@@ -1,9 +1,7 @@
 #include "PageServer.h"
 
-#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
-#include <netinet/in.h>
 #include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -49,10 +47,7 @@ int listenOn(int port) {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     const int yes = 1;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<uint16_t>(port));
+    const sockaddr_in address = ReservedPort_address(port);
     if (fd >= 0 && (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
                     listen(fd, backlog) != 0)) {
         close(fd);

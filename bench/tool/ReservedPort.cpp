@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <cstdio>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -17,10 +16,7 @@ int freePort(int wanted) {
     // A port whose last connection has just ended is free.
     const int yes = 1;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<uint16_t>(wanted));
+    sockaddr_in address = ReservedPort_address(wanted);
     socklen_t length = sizeof address;
     auto* generic = reinterpret_cast<sockaddr*>(&address);
     const bool isFree =
@@ -62,6 +58,14 @@ bool ReservedPort_take(ReservedPort& port, int first) {
         }
     }
     return false;
+}
+
+sockaddr_in ReservedPort_address(int number) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<uint16_t>(number));
+    return address;
 }
 
 void ReservedPort_release(ReservedPort& port) {

@@ -60,6 +60,9 @@ void fillChargingImage(int filling_percent) {
         return;
     }
     GdkPixbuf* picture = ChargingPicture_create(fullPicture, filling_percent);
+    if (picture == nullptr) {
+        return; // the former one stands until the next pass
+    }
     gtk_image_set_from_pixbuf(GTK_IMAGE(image), picture);
     g_object_unref(picture);
     shownFilling_percent = filling_percent;

@@ -53,6 +53,9 @@ Span greenColumns(const Pixels& pixels) {
 
 GdkPixbuf* ChargingPicture_create(const GdkPixbuf* full, int charge_percent) {
     GdkPixbuf* picture = gdk_pixbuf_copy(full);
+    if (picture == nullptr) {
+        return nullptr;
+    }
     const Pixels pixels = pixelsOf(picture);
     const Span green = greenColumns(pixels);
     const int level = green.begin + (green.end - green.begin) * charge_percent / wholePercent;

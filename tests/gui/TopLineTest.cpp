@@ -13,6 +13,20 @@
 
 namespace {
 
+bool hasNoRoom = false;
+
+} // namespace
+
+extern "C" {
+
+GdkPixbuf* __real_gdk_pixbuf_copy(const GdkPixbuf*);
+GdkPixbuf* __wrap_gdk_pixbuf_copy(const GdkPixbuf* picture) {
+    return hasNoRoom ? nullptr : __real_gdk_pixbuf_copy(picture);
+}
+}
+
+namespace {
+
 /// The battery's images in the top line, once for the program.
 class TopLine : public testing::Test {
 protected:
@@ -26,6 +40,7 @@ protected:
 
     void TearDown() override {
         quit = false;
+        hasNoRoom = false;
     }
 
     /// Columns of the charging picture with green in them, and whether it has yellow.
@@ -51,7 +66,6 @@ protected:
     }
 
     static void show(bool present, int charging, int percent) {
-        batteryIsPolled = true;
         batteryPresent = present;
         batteryCharging = charging;
         batteryPercent = percent;
@@ -108,6 +122,18 @@ TEST_F(TopLine, ReleasedMonitorShowsThePlugAlone) {
     show(true, BATT_NOT_CHARGING, 50);
     EXPECT_TRUE(Gui_isShown("batteryPlug"));
     EXPECT_FALSE(Gui_isShown("batteryPercent"));
+}
+
+TEST_F(TopLine, AChargingPictureThatFindsNoRoomLeavesTheFormerOne) {
+    show(true, BATT_CHARGING_ACCUM, 50);
+    const int half = chargingImage().greenColumns;
+    hasNoRoom = true;
+    show(true, BATT_CHARGING_ACCUM, 90);
+    EXPECT_TRUE(Gui_isShown("batteryCharging"));
+    EXPECT_EQ(chargingImage().greenColumns, half);
+    hasNoRoom = false;
+    show(true, BATT_CHARGING_ACCUM, 90);
+    EXPECT_GT(chargingImage().greenColumns, half) << "the next pass draws it";
 }
 
 TEST_F(TopLine, TheChargingPictureFillsWithTheBatteryAndKeepsItsBolt) {

@@ -202,6 +202,13 @@ public:
         return bytes;
     }
 
+    /// Ends the line once something has come over it.
+    void hangUpInTheMiddle() const {
+        pollfd waited{terminal, POLLIN, 0};
+        EXPECT_EQ(poll(&waited, 1, 10000), 1);
+        World_unplugTerminal(serialCommandPortName);
+    }
+
 private:
     int terminal = -1;
 };
@@ -226,6 +233,17 @@ TEST_F(ScpiTrace, IsRefusedOnALineThatWouldCutItsBytes) {
     instrument.link.descriptor = &instrument.linkEnd;
     const std::string refusal = "-221,\"Settings conflict;A block needs 8 data bits\"";
     EXPECT_EQ(instrument.errors(), refusal + "\n" + refusal);
+}
+
+TEST_F(ScpiTrace, GivesUpALineThatGoesInTheMiddle) {
+    const std::vector<float> samples(graphRawCapacity, 1.0F);
+    add(UpperDisplay, samples);
+    const SerialLine line(CS8);
+    instrument.link.descriptor = SerialPort_getfd();
+    std::thread cable([&line] { line.hangUpInTheMiddle(); });
+    EXPECT_FALSE(ScpiLink_receive(&instrument.link, "TRAC:DATA?\n*OPC?\n"));
+    cable.join();
+    instrument.link.descriptor = &instrument.linkEnd;
 }
 
 TEST_F(ScpiTrace, GivesUpAClientThatHangsUpInTheMiddle) {
