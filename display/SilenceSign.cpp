@@ -2,25 +2,34 @@
 
 #include "GtkHelpers.h"
 
+#include <algorithm>
+
 namespace {
 
-/// The text breaks after its second word; a week is 10080 minutes.
-constexpr char widestLine[] = "for 9999 min";
-constexpr int lineCount = 2;
+/// In a wide row the sign has one line, in a narrow one the text breaks after its second word. A
+/// week is 10080 minutes.
+struct Lines {
+    int count;
+    const char* widest;
+};
+constexpr Lines oneLine = {1, "no reading for 9999 min"};
+constexpr Lines twoLines = {2, "for 9999 min"};
+constexpr int wideKey_px = 700;
+constexpr int largestFont_px = 24;
 constexpr int gap_px = 10;
 constexpr int keyBorder_px = 1;
 
-GtkWidget* newSign(const char* name, int height_px) {
-    const int line_px = height_px / lineCount;
-    GtkWidget* label = gtk_label_new(widestLine);
+GtkWidget* newSign(const char* name, const Lines& lines, int height_px) {
+    const int line_px = height_px / lines.count;
+    GtkWidget* label = gtk_label_new(lines.widest);
     gtk_widget_set_name(label, name);
-    setLabelFont_px(label, line_px * 3 / 4, line_px, true);
+    setLabelFont_px(label, std::min(line_px * 3 / 4, largestFont_px), line_px, true);
     setWidgetFgColor(label, textColorAmber);
     int width_px = 0;
     pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(label)), &width_px, nullptr);
     gtk_widget_set_size_request(label, width_px, height_px);
-    gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_lines(GTK_LABEL(label), lineCount);
+    gtk_label_set_line_wrap(GTK_LABEL(label), lines.count > 1);
+    gtk_label_set_lines(GTK_LABEL(label), lines.count);
     gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
     gtk_label_set_xalign(GTK_LABEL(label), 0.0F);
     gtk_label_set_text(GTK_LABEL(label), "");
@@ -37,16 +46,14 @@ void setKeyWidth(const gtkPowerDisplay_Title& title, int width_px) {
     if (label == nullptr) {
         return;
     }
-    setLabelFont_px(label, title.silence.titleSize_px, 0, false);
-    int needed_px = 0;
-    gtk_widget_get_preferred_width(label, nullptr, &needed_px);
-    const int margins_px = gtk_widget_get_margin_start(label) + gtk_widget_get_margin_end(label);
     const int room_px = width_px - 2 * keyBorder_px;
-    if (needed_px > room_px) {
-        const int size_px =
-            title.silence.titleSize_px * (room_px - margins_px) / (needed_px - margins_px);
+    int needed_px = 0;
+    int size_px = title.silence.titleSize_px;
+    do {
         setLabelFont_px(label, size_px, 0, false);
-    }
+        gtk_widget_get_preferred_width(label, nullptr, &needed_px);
+        --size_px;
+    } while (needed_px > room_px && size_px > 0);
 }
 
 } // namespace
@@ -59,7 +66,7 @@ void SilenceSign_create(gtkPowerDisplay_Title* title, const char* name, int titl
     gtk_container_child_get(GTK_CONTAINER(title->container), title->sensorButton, "x", &key.x, "y",
                             &key.y, nullptr);
     gtk_widget_get_size_request(title->sensorButton, &key.width, &key.height);
-    GtkWidget* label = newSign(name, key.height);
+    GtkWidget* label = newSign(name, key.width >= wideKey_px ? oneLine : twoLines, key.height);
     title->silence = {label, key.width, titleSize_px};
     int width_px = 0;
     gtk_widget_get_size_request(label, &width_px, nullptr);
