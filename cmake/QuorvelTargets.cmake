@@ -60,6 +60,18 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "RelWithDe
     list(APPEND QUORVEL_TEST_OPTIONS -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
 
+# The environment in which a test of ours runs under the sanitizer of this build.
+function(quorvel_sanitizer_environment result)
+    set(suppressions ${CMAKE_SOURCE_DIR}/tests/sanitizers)
+    set(environment)
+    if(QUORVEL_SANITIZE STREQUAL "address")
+        set(environment "LSAN_OPTIONS=suppressions=${suppressions}/lsan.supp")
+    elseif(QUORVEL_SANITIZE STREQUAL "thread")
+        set(environment "TSAN_OPTIONS=suppressions=${suppressions}/tsan.supp:halt_on_error=1")
+    endif()
+    set(${result} ${environment} PARENT_SCOPE)
+endfunction()
+
 # quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b]
 #              [ALONE])
 # Every test process runs in a bench world of its own: test_support starts it once more behind the
@@ -78,12 +90,8 @@ function(quorvel_test name)
     if(ARG_ALONE)
         list(APPEND properties RUN_SERIAL TRUE)
     endif()
-    set(suppressions ${CMAKE_SOURCE_DIR}/tests/sanitizers)
-    if(QUORVEL_SANITIZE STREQUAL "address")
-        list(APPEND ARG_ENVIRONMENT "LSAN_OPTIONS=suppressions=${suppressions}/lsan.supp")
-    elseif(QUORVEL_SANITIZE STREQUAL "thread")
-        list(APPEND ARG_ENVIRONMENT "TSAN_OPTIONS=suppressions=${suppressions}/tsan.supp:halt_on_error=1")
-    endif()
+    quorvel_sanitizer_environment(sanitizer_environment)
+    list(APPEND ARG_ENVIRONMENT ${sanitizer_environment})
     if(ARG_ENVIRONMENT)
         list(APPEND properties ENVIRONMENT ${ARG_ENVIRONMENT})
     endif()
