@@ -24,7 +24,10 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr uint32_t startLimit_ms = 20000;
-constexpr auto askAgain = std::chrono::milliseconds(5);
+/// The pause before asking again: what takes long is asked for less often, as reading a screen
+/// takes the program's time, too.
+constexpr std::chrono::milliseconds firstPause{4};
+constexpr std::chrono::milliseconds longestPause{24};
 
 std::string toolPath() {
     std::error_code ignored;
@@ -191,11 +194,13 @@ bool Bench_do(Bench& bench, const std::string& line, std::string* text) {
 
 bool Bench_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
+    auto pause = firstPause;
     while (!condition()) {
         if (std::chrono::steady_clock::now() >= end) {
             return false;
         }
-        std::this_thread::sleep_for(askAgain);
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 5 / 4, longestPause);
     }
     return true;
 }
@@ -207,9 +212,9 @@ std::vector<ScreenWidget> Bench_screen(const Bench& bench) {
 }
 
 std::optional<ScreenWidget> Bench_widget(const Bench& bench, const std::string& name) {
-    const auto widgets = Bench_screen(bench);
-    const ScreenWidget* widget = BenchScreen_find(widgets, name);
-    return widget == nullptr ? std::nullopt : std::optional(*widget);
+    std::optional<ScreenWidget> widget;
+    BenchScreen_one(bench.world, name, widget);
+    return widget;
 }
 
 std::string Bench_labelText(const Bench& bench, const std::string& name) {

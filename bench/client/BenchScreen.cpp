@@ -72,17 +72,32 @@ const ScreenWidget* findText(const std::vector<ScreenWidget>& widgets, std::stri
     return found;
 }
 
-} // namespace
-
-std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
+template <typename IsWanted>
+std::vector<ScreenWidget> parseThose(std::string_view lines, IsWanted isWanted) {
     std::vector<ScreenWidget> widgets;
     for (const std::string_view line : BenchText_split(lines, '\n')) {
         ScreenWidget widget{};
-        if (parseLine(line, widget)) {
+        if (isWanted(line) && parseLine(line, widget)) {
             widgets.push_back(std::move(widget));
         }
     }
     return widgets;
+}
+
+} // namespace
+
+std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
+    return parseThose(lines, [](std::string_view) { return true; });
+}
+
+std::optional<ScreenWidget> BenchScreen_parseOne(std::string_view lines, std::string_view name) {
+    const bool isEscaped = name.find_first_of("\t\n\\") != std::string_view::npos;
+    const auto isWanted = [&](std::string_view line) {
+        return isEscaped || line.starts_with("0\t") || line.find(name) != std::string_view::npos;
+    };
+    const auto widgets = parseThose(lines, isWanted);
+    const ScreenWidget* widget = BenchScreen_find(widgets, name);
+    return widget == nullptr ? std::nullopt : std::optional(*widget);
 }
 
 bool BenchScreen_picture(const std::string& world, std::string& png) {
@@ -95,6 +110,16 @@ bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widge
         return false;
     }
     widgets = BenchScreen_parse(answer);
+    return true;
+}
+
+bool BenchScreen_one(const std::string& world, std::string_view name,
+                     std::optional<ScreenWidget>& widget) {
+    std::string answer;
+    if (!ask(world, "list", answer)) {
+        return false;
+    }
+    widget = BenchScreen_parseOne(answer, name);
     return true;
 }
 

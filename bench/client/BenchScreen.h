@@ -1,6 +1,7 @@
 #ifndef BENCH_CLIENT_BENCH_SCREEN_H
 #define BENCH_CLIENT_BENCH_SCREEN_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,8 +29,17 @@ struct ScreenWidget {
 /// Reads the lines of the screen channel; a line that is none is left out.
 std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines);
 
+/// The widget that BenchScreen_find would find among all of them; the other lines are not taken
+/// apart.
+std::optional<ScreenWidget> BenchScreen_parseOne(std::string_view lines, std::string_view name);
+
 /// All widgets, parents first. False when the program has no screen (yet).
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets);
+
+/// The one that BenchScreen_find would find, if there is one: much quicker than the list. False
+/// when the program has no screen (yet).
+bool BenchScreen_one(const std::string& world, std::string_view name,
+                     std::optional<ScreenWidget>& widget);
 
 /// What the program's windows show, as a PNG file's content. False when the program has no screen
 /// (yet).

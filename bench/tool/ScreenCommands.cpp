@@ -27,13 +27,12 @@ std::string displayOf(const std::string& world) {
 /// The visible widget that a person means, or why there is none.
 std::optional<ScreenWidget> visibleWidget(const std::string& world, const std::string& name,
                                           std::string& error) {
-    std::vector<ScreenWidget> widgets;
-    if (!BenchScreen_list(world, widgets)) {
+    std::optional<ScreenWidget> widget;
+    if (!BenchScreen_one(world, name, widget)) {
         error = "the program has no screen yet";
         return std::nullopt;
     }
-    const ScreenWidget* widget = BenchScreen_find(widgets, name);
-    if (widget == nullptr) {
+    if (!widget) {
         error =
             "nothing on the screen is called '" + name + "': quorvel-bench screen lists the names";
         return std::nullopt;
@@ -42,7 +41,7 @@ std::optional<ScreenWidget> visibleWidget(const std::string& world, const std::s
         error = "'" + name + "' is hidden";
         return std::nullopt;
     }
-    return *widget;
+    return widget;
 }
 
 struct Point {

@@ -77,7 +77,8 @@ TEST_F(Signals, AThousandMixedSignalsDuringTrafficLoseNothing) {
             const auto isWritten = [&] {
                 return count(Bench_readFile(bench, crashLog), separator) == 2 * dumps;
             };
-            ASSERT_TRUE(Bench_waitUntil(isWritten, screenLimit_ms)) << dumps;
+            ASSERT_TRUE(Bench_waitUntil(isWritten, screenLimit_ms))
+                << dumps << ": " << Bench_readFile(bench, crashLog);
         }
     }
     std::string log;
