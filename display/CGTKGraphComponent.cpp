@@ -4,6 +4,7 @@
 #include "GraphScale.h"
 #include "GraphText.h"
 #include "GtkHelpers.h"
+#include "StyleSheet.h"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +18,6 @@ constexpr double curveWidth = 2.0;
 constexpr double limitWidth = 2.0;
 constexpr int gridColumns = 6;
 constexpr int gridRows = 4;
-constexpr double gridGrey = 0.22;
 
 constexpr char waitText[] = "Waiting for prefill...";
 constexpr double waitTextSize = 24.0;
@@ -173,7 +173,7 @@ void drawGrid(CGTKGraphComponent* graph) {
     cairo_save(context);
     cairo_set_line_width(context, 1.0);
     cairo_set_line_cap(context, CAIRO_LINE_CAP_BUTT);
-    cairo_set_source_rgb(context, gridGrey, gridGrey, gridGrey);
+    setColour(context, StyleSheet_colour("grid", textColorLightGrey));
     for (int i = 0; i <= gridColumns; ++i) {
         const double x = plotMargin + std::round(width * i / gridColumns) + (i == 0 ? -0.5 : 0.5);
         cairo_move_to(context, x, plotMargin);

@@ -15,11 +15,11 @@ struct NoConnectionLayout {
     int titleHeight;
     int descriptionY;
     int descriptionHeight;
-    const char* descriptionFont;
+    const char* descriptionClass; ///< in the style sheet
 };
 
-constexpr NoConnectionLayout fullLayout = {230, 68, 100, 350, 240, "font-size: 36px;"};
-constexpr NoConnectionLayout halfLayout = {50, 52, 80, 148, 170, "font-size: 30px;"};
+constexpr NoConnectionLayout fullLayout = {230, 68, 100, 350, 240, "description"};
+constexpr NoConnectionLayout halfLayout = {50, 52, 80, 148, 170, "descriptionHalf"};
 
 constexpr int descriptionMargin = 96;
 
@@ -50,13 +50,7 @@ GtkWidget* newDescriptionView(const char* name, const NoConnectionLayout& layout
     setWidgetFgAndBgColors(view, textColorLightGrey, bgColorBlack);
     gtk_widget_set_size_request(view, screenWidth - 2 * descriptionMargin,
                                 layout.descriptionHeight);
-    char rule[64];
-    g_snprintf(rule, sizeof rule, "* { %s }", layout.descriptionFont);
-    GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider, rule, -1, nullptr);
-    gtk_style_context_add_provider(gtk_widget_get_style_context(view), GTK_STYLE_PROVIDER(provider),
-                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    g_object_unref(provider);
+    setWidgetClass(view, layout.descriptionClass, true);
     return view;
 }
 

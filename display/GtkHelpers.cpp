@@ -17,7 +17,6 @@ GdkRGBA textColorLightGrey;
 GdkRGBA textColorRed;
 GdkRGBA quorvelSpecificRed;
 GdkRGBA textColorClickable;
-GdkRGBA textColorAmber;
 GdkRGBA graphColorBlue;
 GdkRGBA quorvelSpecificBlue;
 GdkRGBA quorvelSpecificGreen;
@@ -46,7 +45,6 @@ constexpr ColourRow colourRows[] = {
     {&textColorRed, 65535, 0, 0},
     {&quorvelSpecificRed, 65278, 19018, 18761},
     {&textColorClickable, 65535, 55255, 26214},
-    {&textColorAmber, 65535, 41120, 0},
     {&graphColorBlue, 0, 40349, 56540},
     {&quorvelSpecificBlue, 20303, 33153, 48573},
     {&quorvelSpecificGreen, 20303, 45232, 20560},
@@ -146,8 +144,8 @@ void initColors() {
     for (const ColourRow& row : colourRows) {
         *row.colour = {row.red / 65535.0, row.green / 65535.0, row.blue / 65535.0, 1.0};
     }
-    for (const GdkRGBA& colour : {bgColorBlack, textColorWhite, textColorLightGrey, textColorRed,
-                                  textColorClickable, textColorAmber}) {
+    for (const GdkRGBA& colour :
+         {bgColorBlack, textColorWhite, textColorLightGrey, textColorRed, textColorClickable}) {
         styleOf(colour);
     }
 }

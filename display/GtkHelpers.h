@@ -19,7 +19,6 @@ extern GdkRGBA textColorLightGrey;
 extern GdkRGBA textColorRed;
 extern GdkRGBA quorvelSpecificRed;
 extern GdkRGBA textColorClickable; ///< the yellow of texts that can be tapped
-extern GdkRGBA textColorAmber;     ///< what is not as it should be
 extern GdkRGBA graphColorBlue;
 extern GdkRGBA quorvelSpecificBlue;
 extern GdkRGBA quorvelSpecificGreen;

@@ -118,7 +118,6 @@ void MainWindow_registerCallbacks(const MainWindowCallbacks& registered) {
 
 void createGTKDisplays() {
     StyleSheet_install();
-    StyleSheet_installForPulseScreens();
     createWindow();
     createContainers();
     createHalvesLine();

@@ -10,7 +10,6 @@
 #include "PulseDisplay.h"
 #include "SensorManager.h"
 #include "SensorPortHandler.h"
-#include "StyleSheet.h"
 
 #include <cstdio>
 #include <span>
@@ -23,57 +22,6 @@ namespace {
 constexpr char interfaceFile[] = "./resources/pulseConfigDialog.ui";
 
 constexpr uint32_t watchPeriod_ms = 300;
-
-constexpr char styleText[] = R"(
-#pulseConfigDialog, #pulseConfigError { background-color: black; border: none; }
-#pulseConfigError { border: 3px solid #fe4a49; }
-#pulseConfigDialog label, #pulseConfigError label {
-    color: white; background-color: transparent; font-size: 24px;
-}
-#pulseConfigDialog label.heading { font-size: 32px; font-weight: bold; }
-#pulseConfigDialog #pulseConfigStatus { color: #ffd766; font-weight: bold; }
-#pulseConfigDialog button, #pulseConfigError button {
-    background-color: #1d1f21; background-image: none; border: 1px solid #6a6e72;
-    border-bottom: 3px solid #6a6e72; border-radius: 8px; box-shadow: none; text-shadow: none;
-    outline-style: none; transition: none; padding: 0; min-width: 0; min-height: 0;
-}
-#pulseConfigDialog button label, #pulseConfigError button label { color: #ffd766; }
-#pulseConfigDialog button:active, #pulseConfigError button:active { background-color: #5a5e62; }
-#pulseConfigDialog button:disabled { border-color: #333333; }
-#pulseConfigDialog button:disabled label, #pulseConfigDialog label:disabled { color: #6a6e72; }
-#pulseConfigDialog button.key label { font-size: 38px; font-weight: bold; }
-#pulseConfigDialog entry {
-    background-color: #101112; background-image: none; color: white; border: 2px solid #6a6e72;
-    border-radius: 6px; box-shadow: none; font: bold 28px Monospace; padding: 0 8px; min-height: 0;
-    transition: none;
-}
-#pulseConfigDialog entry:disabled { color: #6a6e72; border-color: #333333; }
-#pulseConfigDialog entry.target { border-color: #ffd766; }
-#pulseConfigDialog entry.target:disabled { border-color: #333333; }
-#pulseConfigDialog entry.selected { background-color: #ffd766; color: black; }
-#pulseConfigDialog entry.selected:disabled { background-color: #101112; color: #6a6e72; }
-#pulseConfigDialog checkbutton, #pulseConfigDialog radiobutton { outline-style: none; }
-#pulseConfigDialog check, #pulseConfigDialog radio {
-    min-width: 32px; min-height: 32px; background-color: #1d1f21; background-image: none;
-    border: 2px solid #6a6e72; color: black; -gtk-icon-shadow: none; box-shadow: none;
-    transition: none;
-}
-#pulseConfigDialog checkbutton label, #pulseConfigDialog radiobutton label { padding-left: 8px; }
-#pulseConfigDialog check:checked, #pulseConfigDialog radio:checked {
-    background-color: #ffd766; border-color: #ffd766;
-}
-#pulseConfigDialog check:disabled, #pulseConfigDialog radio:disabled {
-    background-color: #1d1f21; border-color: #333333; color: #6a6e72;
-}
-)";
-
-void installStyle() {
-    static bool isInstalled = false;
-    if (!isInstalled) {
-        isInstalled = true;
-        StyleSheet_add(styleText);
-    }
-}
 
 struct WidgetRow {
     const char* id;
@@ -200,7 +148,6 @@ void createDisplay(PULSE_CONFIG_DIALOG* dialog, bool supportsTriggeredGates) {
         g_object_unref(builder);
         return;
     }
-    installStyle();
     connectDialog(dialog);
     gtk_window_set_transient_for(GTK_WINDOW(dialog->window), GTK_WINDOW(entireScreen.mainWindow));
     gtk_window_set_keep_above(GTK_WINDOW(dialog->window), TRUE);

@@ -24,7 +24,7 @@ GtkWidget* newSign(const char* name, const Lines& lines, int height_px) {
     GtkWidget* label = gtk_label_new(lines.widest);
     gtk_widget_set_name(label, name);
     setLabelFont_px(label, std::min(line_px * 3 / 4, largestFont_px), line_px, true);
-    setWidgetFgColor(label, textColorAmber);
+    setWidgetClass(label, "attention", true);
     int width_px = 0;
     pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(label)), &width_px, nullptr);
     gtk_widget_set_size_request(label, width_px, height_px);

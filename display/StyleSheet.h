@@ -1,19 +1,16 @@
 #ifndef DISPLAY_STYLE_SHEET_H
 #define DISPLAY_STYLE_SHEET_H
 
-/// Puts the style sheets of all windows and dialogs on the screen. Main thread, once, after
-/// gtk_init.
+#include <gdk/gdk.h>
+
+/// Puts the style sheets of all windows and dialogs, "./resources/style.css" and
+/// "./resources/pulseStyle.css", on the screen, in place of those that it put there before. A sheet
+/// that cannot be read, or a mistake in one, is logged; the other rules hold, and what they do not
+/// reach is light on dark. Main thread, after gtk_init.
 void StyleSheet_install();
 
-/// The same for the rules that only pulse and no-connection screens need.
-void StyleSheet_installForPulseScreens();
-
-/// Adds a dialog's own rules, in CSS, behind those that are there. Once for each dialog. A mistake
-/// in them is logged. Main thread or GUI-refresh thread, GDK lock held.
-void StyleSheet_add(const char* rules);
-
-/// The rules themselves, in CSS.
-extern const char styleSheetText[];
-extern const char pulseStyleSheetText[];
+/// A colour that the sheets define by this name; `otherwise` if they define none. The main window
+/// exists; GDK lock held.
+GdkRGBA StyleSheet_colour(const char* name, const GdkRGBA& otherwise);
 
 #endif

@@ -2,7 +2,6 @@
 
 #include "AppFlags.h"
 #include "GtkHelpers.h"
-#include "StyleSheet.h"
 
 #include <cstdio>
 
@@ -11,15 +10,6 @@ namespace {
 constexpr int contentMargin = 28;
 /// What a box without a button still leaves below its text.
 constexpr int emptyRow_px = 20;
-
-/// Large enough to be read and touched at arm's length.
-constexpr const char* styleSheet =
-    ".warningBox { background: #202020; border: 4px solid #fe4a49; }"
-    ".warningBox box { background: none; }"
-    ".warningBox label { color: #ffffff; background: none; font-size: 32px; }"
-    ".warningBox button { background: #404040; border: 2px solid #aaaaaa;"
-    " border-radius: 8px; margin: 24px; min-height: 72px; text-shadow: none; }"
-    ".warningBox button:active { background: #808080; }";
 
 /// The OK button. It only closes the box: what the warning is about goes on.
 void onResponse(GtkDialog* /*dialog*/, int /*response*/, gpointer data) {
@@ -31,21 +21,12 @@ void onResponse(GtkDialog* /*dialog*/, int /*response*/, gpointer data) {
     WarningDialog_handleState(warning);
 }
 
-void applyStyle() {
-    static bool isLoaded = false;
-    if (!isLoaded) {
-        isLoaded = true;
-        StyleSheet_add(styleSheet);
-    }
-}
-
 void putUp(WarningDialog* warning) {
     GtkWidget* dialog = gtk_message_dialog_new(
         warning->parent, GTK_DIALOG_MODAL, GTK_MESSAGE_OTHER,
         warning->hasButton ? GTK_BUTTONS_OK : GTK_BUTTONS_NONE, "%s", warning->message);
     gtk_widget_set_name(dialog, warning->name);
     gtk_style_context_add_class(gtk_widget_get_style_context(dialog), "warningBox");
-    applyStyle();
     GtkWidget* content = gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog));
     gtk_container_set_border_width(GTK_CONTAINER(content), contentMargin);
     if (warning->hasButton) {

@@ -4,7 +4,6 @@
 #include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "Process.h"
-#include "StyleSheet.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -29,22 +28,6 @@ constexpr std::array<const char*, 8> objectNames = {
     "sensorInfoDialogGrid",           "sensorSettingsDialogTitleStr",
     "sensorSettingsDialogRadioChan1", "sensorSettingsDialogRadioChan2",
     "sensorSettingsDialogNoteStr",    "sensorSettingsDialog_ok"};
-
-constexpr char styleText[] = R"(
-#sensorSettingsDialog { background-color: black; border: 3px solid #6a6e72; }
-#sensorSettingsDialog label { color: white; background-color: transparent; font-size: 26px; }
-#sensorSettingsDialog #sensorSettingsDialogTitleStr { font-size: 38px; font-weight: bold; }
-#sensorSettingsDialog #sensorSettingsDialogNoteStr { color: #b8bcc0; }
-#sensorSettingsDialog button {
-    background-color: #1d1f21; background-image: none; border: 2px solid #6a6e72;
-    border-bottom-width: 4px; border-radius: 10px; box-shadow: none; text-shadow: none;
-    outline-style: none; transition: none;
-}
-#sensorSettingsDialog button label { font-size: 36px; font-weight: bold; }
-#sensorSettingsDialog button:checked { background-color: #ffd766; border-color: #ffd766; }
-#sensorSettingsDialog button:checked label { color: black; }
-#sensorSettingsDialog button:active { border-color: #ffd766; }
-)";
 
 /// The dialog on the screen. GDK lock.
 struct ChannelDialog {
@@ -195,7 +178,6 @@ void serveUntilAnswered() {
 void SensorChannelDialog_register(GtkWindow* mainWindow) {
     parentWindow = mainWindow;
     Condition_initialize(&progress.changed);
-    StyleSheet_add(styleText);
     SensorManager_registerChannelPrompt(SensorChannelDialog_ask);
 }
 

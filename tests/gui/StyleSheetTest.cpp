@@ -1,18 +1,30 @@
 #include "StyleSheet.h"
 
+#include "GtkHelpers.h"
+#include "OtherResources.h"
+#include "ScreenFixture.h"
+
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 
+#include <fstream>
+#include <iterator>
 #include <regex>
 #include <string>
 #include <vector>
 
 namespace {
 
-/// The first rules of a sheet in their order, each in one line with single blanks, without
-/// comments.
-std::vector<std::string> firstRulesOf(const char* sheet, size_t count) {
-    std::string text = std::regex_replace(std::string(sheet), std::regex(R"(/\*[^*]*\*/)"), " ");
+std::string contentOf(const char* file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// The first rules of a sheet in their order, each in one line with single blanks, without comments
+/// and the names of colours.
+std::vector<std::string> firstRulesOf(const char* file, size_t count) {
+    std::string text = std::regex_replace(contentOf(file), std::regex(R"(/\*[^*]*\*/)"), " ");
+    text = std::regex_replace(text, std::regex(R"(@define-color [^;]*;)"), " ");
     text = std::regex_replace(text, std::regex(R"(\s+)"), " ");
     std::vector<std::string> rules;
     size_t start = 0;
@@ -111,7 +123,7 @@ TEST(StyleSheet, BeginsWithTheInstrumentsRules) {
         "window#graphSettingsDialog entry { background-color: white; color: black; }",
         "window#graphSettingsDialog label { background-color: ivory; color: black; }",
     };
-    EXPECT_EQ(firstRulesOf(styleSheetText, expected.size()), expected);
+    EXPECT_EQ(firstRulesOf("resources/style.css", expected.size()), expected);
 }
 
 TEST(StyleSheet, OfThePulseScreensBeginsWithTheirRules) {
@@ -122,7 +134,7 @@ TEST(StyleSheet, OfThePulseScreensBeginsWithTheirRules) {
         "button#pulseDisplayctive { background-color: black; }",
         "button#pulseDisplayActive label { color: #ffd766; background-color: black; }",
     };
-    EXPECT_EQ(firstRulesOf(pulseStyleSheetText, expected.size()), expected);
+    EXPECT_EQ(firstRulesOf("resources/pulseStyle.css", expected.size()), expected);
 }
 
 TEST(StyleSheet, GivesBoxesTheirSizeAndListsTheirLetters) {
@@ -185,4 +197,96 @@ TEST(StyleSheet, PaintsThePulseScreensBlack) {
     const Style label({{"window"}, {"button", "pulseDisplayActive"}, {"label"}});
     EXPECT_EQ(label.colour("color"), "rgb(255,215,102)");
     EXPECT_EQ(label.colour("background-color"), black);
+}
+
+TEST(StyleSheet, NamesTheColoursThatTheScreensHave) {
+    const GdkRGBA none = {};
+    EXPECT_EQ(StyleSheet_colour("no such meaning", textColorRed).red, 1.0);
+    const std::pair<const char*, GdkRGBA> rows[] = {
+        {"ground", bgColorBlack},        {"text", textColorWhite},
+        {"caption", textColorLightGrey}, {"clickable", textColorClickable},
+        {"problem", quorvelSpecificRed}, {"selection", quorvelSpecificBlue},
+    };
+    for (const auto& [name, colour] : rows) {
+        const GdkRGBA named = StyleSheet_colour(name, none);
+        for (const auto part : {&GdkRGBA::red, &GdkRGBA::green, &GdkRGBA::blue}) {
+            EXPECT_NEAR(named.*part, colour.*part, 0.5 / 255) << name;
+        }
+    }
+}
+
+TEST(StyleSheet, WritesNoColourTwice) {
+    const std::string sheet = contentOf("resources/style.css");
+    const std::regex literal("#[0-9a-f]{6}");
+    const auto last = std::sregex_iterator();
+    int uses = 0;
+    for (auto found = std::sregex_iterator(sheet.begin(), sheet.end(), literal); found != last;
+         ++found, ++uses) {
+        const size_t line = sheet.rfind('\n', static_cast<size_t>(found->position())) + 1;
+        EXPECT_EQ(sheet.compare(line, 13, "@define-color"), 0) << found->str();
+    }
+    EXPECT_GT(uses, 0);
+}
+
+namespace {
+
+/// After each test the real sheets are there again.
+class OtherSheets : public Screens {
+protected:
+    void TearDown() override {
+        StyleSheet_install();
+        Gui_settle();
+    }
+    static bool isDark() {
+        gboolean isDark = FALSE;
+        g_object_get(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", &isDark,
+                     nullptr);
+        return isDark != FALSE;
+    }
+};
+
+constexpr double readable = 4.5;
+
+} // namespace
+
+TEST_F(OtherSheets, WithoutThemTheScreensCanBeRead) {
+    World_clearSyslog();
+    {
+        const WithoutResources elsewhere;
+        StyleSheet_install();
+    }
+    EXPECT_TRUE(World_syslogContains("Style sheet ./resources/style.css, line 1: "));
+    EXPECT_TRUE(World_syslogContains("Style sheet ./resources/pulseStyle.css, line 1: "));
+    EXPECT_TRUE(isDark());
+    for (const auto screen : {gtkSensorSingleChannel1withGraph, gtkSensorSinglePulse,
+                              gtkSensorDualPulseChannel1, gtkSensorSingleNoConnection}) {
+        Gui_showScreen(screen);
+        Gui_settle();
+        int texts = 0;
+        for (GtkWidget* label : Gui_shownWidgets(GTK_TYPE_LABEL)) {
+            const std::string text = gtk_label_get_text(GTK_LABEL(label));
+            if (text.find_first_not_of(' ') != std::string::npos) {
+                EXPECT_GE(Gui_contrast(label), readable) << gtk_widget_get_name(label);
+                ++texts;
+            }
+        }
+        EXPECT_GT(texts, 0) << screen;
+    }
+}
+
+TEST_F(OtherSheets, AMistakeCostsNoMoreThanItsRule) {
+    World_clearSyslog();
+    {
+        const WithResource broken("style.css", "@define-color clickable #00ff00;\n"
+                                               "button { colour: red; }\n"
+                                               "@define-color caption #0000ff;\n");
+        StyleSheet_install();
+    }
+    EXPECT_TRUE(World_syslogContains("Style sheet ./resources/style.css, line 2: "));
+    EXPECT_TRUE(isDark());
+    EXPECT_EQ(StyleSheet_colour("clickable", {}).green, 1.0);
+    EXPECT_EQ(StyleSheet_colour("caption", {}).blue, 1.0);
+    StyleSheet_install();
+    EXPECT_FALSE(isDark());
+    EXPECT_EQ(StyleSheet_colour("clickable", {}).red, 1.0);
 }
