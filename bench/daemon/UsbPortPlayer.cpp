@@ -13,12 +13,15 @@
 #include <unistd.h>
 
 const std::array<const char*, usbFaultCount> usbFaultNames = {
-    "none",  "silence", "late", "garbage",   "hostile",
-    "stall", "stallin", "cut",  "cutdevice", "error"};
+    "none",    "silence", "late",       "garbage",   "hostile", "stall",
+    "stallin", "deaf",    "stallclear", "empty",     "padded",  "babble",
+    "noise",   "cut",     "cutreply",   "cutdevice", "error"};
 
 namespace {
 
 constexpr int64_t late_ns = 8000000000;
+constexpr int64_t cutReply_ns = 100000000; ///< the program waits for the reply by then
+constexpr size_t packetAlignment = 4;
 constexpr size_t longestPacket = 8192;
 
 std::string nodePath(const UsbPortPlayer& player) {
@@ -46,19 +49,50 @@ std::string garbage(UsbPortPlayer& player) {
     return bytes;
 }
 
+bool isSilent(UsbFault fault) {
+    return fault == usbFaultSilence || fault == usbFaultDeaf || fault == usbFaultStallClear;
+}
+
+// The reply as the driver hands it on.
+void spoil(UsbPortPlayer& player, UsbReply& reply, int64_t now_ns) {
+    switch (player.fault) {
+    case usbFaultLate:
+        reply.due_ns = now_ns + late_ns;
+        break;
+    case usbFaultGarbage:
+        reply.bytes = garbage(player);
+        break;
+    case usbFaultEmpty:
+        reply.bytes.clear();
+        break;
+    case usbFaultPadded: // the header is of whole units
+        reply.bytes.append((0U - reply.bytes.size()) % packetAlignment, '\0');
+        break;
+    case usbFaultBabble:
+        reply.error = EOVERFLOW;
+        break;
+    case usbFaultCutReply:
+        reply.due_ns = now_ns + cutReply_ns;
+        break;
+    default:
+        break;
+    }
+}
+
 void queueReply(UsbPortPlayer& player, std::string bytes, int64_t now_ns) {
-    if (bytes.empty() || player.fault == usbFaultSilence) {
+    if (bytes.empty() || isSilent(player.fault)) {
         return;
     }
-    if (player.fault == usbFaultGarbage) {
-        bytes = garbage(player);
-    }
     const auto latency = static_cast<int64_t>(player.sensor->latency_s * 1e9);
-    player.reply = {now_ns + (player.fault == usbFaultLate ? late_ns : latency), std::move(bytes)};
+    player.reply = {now_ns + latency, std::move(bytes), 0};
+    spoil(player, *player.reply, now_ns);
 }
 
 // Returns the error number that the transfer ends with.
 int takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_ns) {
+    if (player.fault == usbFaultNoise) {
+        return EPROTO;
+    }
     if (player.isOutHalted) {
         return EPIPE;
     }
@@ -77,7 +111,7 @@ int takeMessage(UsbPortPlayer& player, const std::string& message, int64_t now_n
 }
 
 void pull(UsbPortPlayer& player, int channel, int64_t now_ns) {
-    const int error = player.fault == usbFaultCut ? EPIPE : ENODEV;
+    const int error = player.fault == usbFaultCut ? ESHUTDOWN : ENODEV;
     acknowledge(channel, error);
     UsbPortPlayer_unplug(player, now_ns);
 }
@@ -105,9 +139,24 @@ void haltIn(UsbPortPlayer& player, bool isHalted) {
     }
 }
 
+// Returns the error number that a control request ends with.
+int carryOutRequest(UsbPortPlayer& player, char request) {
+    if (player.fault == usbFaultNoise) {
+        return EPROTO;
+    }
+    if (player.fault == usbFaultStallClear && request == 'C') {
+        return EPIPE;
+    }
+    return Sensor316x_request(*player.sensor, request);
+}
+
 // Clearing the device ends the halt of bulk-out only, as the kernel's driver does it.
 void takeRequest(UsbPortPlayer& player, int channel, char request) {
-    const int error = Sensor316x_request(*player.sensor, request);
+    if (player.fault == usbFaultDeaf) {
+        sendPacket(channel, "N");
+        return;
+    }
+    const int error = carryOutRequest(player, request);
     if (error == 0 && request == 'I') {
         haltIn(player, false);
     } else if (error == 0) {
@@ -167,9 +216,16 @@ void deliver(UsbPortPlayer& player, int64_t now_ns) {
     if (!player.reply || player.isInHalted || now_ns < player.reply->due_ns) {
         return;
     }
-    sendPacket(player.reader, "R" + player.reply->bytes);
-    WireLog_addMessage(player.log, now_ns, false, player.reply->bytes);
+    const UsbReply reply = *player.reply;
     player.reply.reset();
+    if (player.fault == usbFaultCutReply) {
+        UsbPortPlayer_unplug(player, now_ns);
+    } else if (reply.error != 0) {
+        sendPacket(player.reader, "E" + std::to_string(reply.error));
+    } else {
+        sendPacket(player.reader, "R" + reply.bytes);
+        WireLog_addMessage(player.log, now_ns, false, reply.bytes);
+    }
 }
 
 void acceptChannels(UsbPortPlayer& player) {
@@ -183,6 +239,16 @@ void acceptChannels(UsbPortPlayer& player) {
         if (player.isInHalted) {
             tellHalt(player, fd);
         }
+    }
+}
+
+// What becomes of a reply that is on its way when a fault begins.
+void meetFault(UsbPortPlayer& player, int64_t now_ns) {
+    if (player.reply && player.fault == usbFaultNoise) {
+        player.reply->due_ns = now_ns;
+        player.reply->error = EPROTO;
+    } else if (player.fault != usbFaultLate) {
+        player.reply.reset();
     }
 }
 
@@ -279,9 +345,7 @@ bool UsbPortPlayer_setFault(UsbPortPlayer& player, std::string_view name, int64_
     sensor.isHostile = fault == usbFaultHostile;
     player.isOutHalted = fault == usbFaultStall;
     haltIn(player, fault == usbFaultStall || fault == usbFaultStallIn);
-    if (fault != usbFaultLate) {
-        player.reply.reset();
-    }
+    meetFault(player, now_ns);
     WireLog_note(player.log, now_ns, "fault " + std::string(name));
     return true;
 }

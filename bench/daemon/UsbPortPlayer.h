@@ -17,15 +17,22 @@
 
 enum UsbFault : uint32_t {
     usbFaultNone,
-    usbFaultSilence,   ///< answers no query
-    usbFaultLate,      ///< answers 8 s late, after the driver has given up
-    usbFaultGarbage,   ///< answers with random bytes
-    usbFaultHostile,   ///< identity texts full of formats
-    usbFaultStall,     ///< both endpoints are halted: transfers fail until the halts are ended
-    usbFaultStallIn,   ///< bulk-in alone is halted: messages arrive, and every read fails
-    usbFaultCut,       ///< pulled in the next message: the transfer fails with EPIPE
-    usbFaultCutDevice, ///< the same with ENODEV
-    usbFaultError,     ///< refuses one setting with a code of one's choice
+    usbFaultSilence,    ///< answers no query
+    usbFaultLate,       ///< answers 8 s late, after the driver has given up
+    usbFaultGarbage,    ///< answers with random bytes
+    usbFaultHostile,    ///< identity texts full of formats
+    usbFaultStall,      ///< both endpoints are halted: transfers fail until the halts are ended
+    usbFaultStallIn,    ///< bulk-in alone is halted: messages arrive, and every read fails
+    usbFaultDeaf,       ///< answers neither queries nor control requests, which time out
+    usbFaultStallClear, ///< answers no query, and refuses to be cleared
+    usbFaultEmpty,      ///< replies of a form that the driver throws away: reads bring 0 bytes
+    usbFaultPadded,     ///< headers announce too much: reads bring the packets' padding, too
+    usbFaultBabble,     ///< replies are longer than their transfer has room for
+    usbFaultNoise,      ///< a bad contact: transfers and control requests break off
+    usbFaultCut,        ///< pulled in the next message
+    usbFaultCutReply,   ///< pulled in the next reply
+    usbFaultCutDevice,  ///< pulled before the next message
+    usbFaultError,      ///< refuses one setting with a code of one's choice
     usbFaultCount
 };
 extern const std::array<const char*, usbFaultCount> usbFaultNames;
@@ -33,6 +40,7 @@ extern const std::array<const char*, usbFaultCount> usbFaultNames;
 struct UsbReply {
     int64_t due_ns;
     std::string bytes;
+    int error; ///< that the read ends with instead, 0 for none
 };
 
 struct UsbPortPlayer {

@@ -54,7 +54,6 @@ struct Channel {
     std::atomic<Place> place{Place::free};
     std::atomic<int> fd{-1};
     std::atomic<ino_t> identity{0}; // tells the socket from a later file of the same number
-    bool isGone = false;
     bool isInHalted = false;
     int owedAnswers = 0; // to transfers that were given up
     size_t keptCount = 0;
@@ -111,7 +110,6 @@ bool remember(int fd) {
     }
     found->fd.store(fd);
     found->identity.store(identityOf(fd));
-    found->isGone = false;
     found->isInHalted = false;
     found->owedAnswers = 0;
     found->keptCount = 0;
@@ -119,10 +117,9 @@ bool remember(int fd) {
     return true;
 }
 
-/// A pulled sensor: the transfer that notices it breaks, later ones find no device.
-int failGone(Channel& channel) {
-    errno = channel.isGone ? ENODEV : EPIPE;
-    channel.isGone = true;
+/// A pulled sensor: the transfer that is under way is broken off, later ones find no device.
+int failGone(bool isUnderWay) {
+    errno = isUnderWay ? ESHUTDOWN : ENODEV;
     return -1;
 }
 
@@ -140,31 +137,45 @@ int sendPacket(Channel& channel, char kind, const void* bytes, size_t size) {
             return -1;
         }
         if (errno != EINTR) {
-            return failGone(channel);
+            return failGone(false);
         }
     }
 }
 
-/// Waits for a packet, and notes what it says of the bulk-in endpoint. -1 with ETIMEDOUT, EINTR, or
-/// the errors of a sensor that has gone.
-int receivePacket(Channel& channel, Packet& packet) {
-    static NextFunction<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll("ppoll");
-    pollfd input{channel.fd, POLLIN, 0};
-    const timespec limit =
-        WorldClock_timespec(WorldClock_realWait_ns(WorldClock_read(), transferLimit_ns));
-    const int ready = nextPpoll(&input, 1, &limit, nullptr);
-    if (ready <= 0) {
-        errno = ready == 0 ? ETIMEDOUT : errno;
-        return -1;
-    }
+/// Takes a packet that is there. recvmsg's result; -1 with EAGAIN when none is.
+ssize_t takePacket(const Channel& channel, Packet& packet) {
     std::array<iovec, 2> parts = {iovec{&packet.kind, 1},
                                   iovec{packet.bytes.data(), packet.bytes.size() - 1}};
     msghdr message{};
     message.msg_iov = parts.data();
     message.msg_iovlen = parts.size();
-    const ssize_t count = recvmsg(channel.fd, &message, MSG_DONTWAIT);
+    return recvmsg(channel.fd, &message, MSG_DONTWAIT);
+}
+
+/// Waits for the far side. -1 with ETIMEDOUT or EINTR.
+int awaitFarSide(const Channel& channel) {
+    static NextFunction<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll("ppoll");
+    pollfd input{channel.fd, POLLIN, 0};
+    const timespec limit =
+        WorldClock_timespec(WorldClock_realWait_ns(WorldClock_read(), transferLimit_ns));
+    const int ready = nextPpoll(&input, 1, &limit, nullptr);
+    errno = ready == 0 ? ETIMEDOUT : errno;
+    return ready > 0 ? 0 : -1;
+}
+
+/// Waits for a packet, and notes what it says of the bulk-in endpoint. -1 with ETIMEDOUT, EINTR, or
+/// the errors of a sensor that has gone, which tell whether a transfer was under way.
+int receivePacket(Channel& channel, Packet& packet, bool isUnderWay) {
+    ssize_t count = takePacket(channel, packet);
+    if (count < 0 && errno == EAGAIN) {
+        isUnderWay = true;
+        if (awaitFarSide(channel) != 0) {
+            return -1;
+        }
+        count = takePacket(channel, packet);
+    }
     if (count <= 0) {
-        return failGone(channel);
+        return failGone(isUnderWay);
     }
     packet.size = static_cast<size_t>(count) - 1;
     packet.taken = 0;
@@ -175,9 +186,9 @@ int receivePacket(Channel& channel, Packet& packet) {
     return 0;
 }
 
-/// True when this is the answer to a transfer that was given up: what was kept belongs to it.
+/// True when this is what became of a transfer that was given up: what was kept belongs to it.
 bool isOverdue(Channel& channel, const Packet& packet) {
-    if (packet.kind != 'A' || channel.owedAnswers == 0) {
+    if ((packet.kind != 'A' && packet.kind != 'N') || channel.owedAnswers == 0) {
         return false;
     }
     --channel.owedAnswers;
@@ -190,15 +201,20 @@ bool isOverdue(Channel& channel, const Packet& packet) {
 int awaitAcknowledgement(Channel& channel) {
     Packet packet;
     const bool isBehind = channel.owedAnswers > 0; // replies are those of what was given up
+    bool isOwed = true;
     for (;;) {
-        if (receivePacket(channel, packet) != 0) {
+        if (receivePacket(channel, packet, true) != 0) {
             if (errno == EINTR) {
                 continue;
             }
-            channel.owedAnswers += errno == ETIMEDOUT ? 1 : 0;
+            channel.owedAnswers += errno == ETIMEDOUT && isOwed ? 1 : 0;
             return -1;
         }
         if (packet.kind == 'H' || isOverdue(channel, packet)) {
+            continue;
+        }
+        if (packet.kind == 'N') {
+            isOwed = false;
             continue;
         }
         if (packet.kind == 'A') {
@@ -290,13 +306,13 @@ ssize_t UsbTmc_read(int fd, void* buffer, size_t size) {
         return -1;
     }
     while (channel->keptCount == 0 && !channel->isInHalted) {
-        if (receivePacket(*channel, channel->kept[0]) != 0) {
+        if (receivePacket(*channel, channel->kept[0], false) != 0) {
             return -1;
         }
         // An answer that comes after its transfer was given up means nothing any more.
         const Packet& packet = channel->kept[0];
-        const bool isOfNoUse =
-            isOverdue(*channel, packet) || packet.kind == 'A' || packet.kind == 'H';
+        const bool isOfNoUse = isOverdue(*channel, packet) || packet.kind == 'A' ||
+                               packet.kind == 'N' || packet.kind == 'H';
         channel->keptCount = isOfNoUse ? 0 : 1;
     }
     if (channel->isInHalted) {

@@ -10,9 +10,10 @@ namespace {
 
 constexpr std::array serialFaults = {"silence", "short",   "wrongsync", "chatter",
                                      "slow",    "hostile", "noise",     "cut"};
-constexpr std::array usbFaults = {"silence", "late",      "garbage",
-                                  "hostile", "stall",     "stallin",
-                                  "cut",     "cutdevice", "error:-222:SENS:FREQ"};
+constexpr std::array usbFaults = {"silence", "late",     "garbage",   "hostile",
+                                  "stall",   "stallin",  "deaf",      "stallclear",
+                                  "empty",   "padded",   "babble",    "noise",
+                                  "cut",     "cutreply", "cutdevice", "error:-222:SENS:FREQ"};
 constexpr double leastFault = 4; ///< a fault lasts at least so long
 constexpr size_t faultsAtOnce = 2;
 constexpr double cutLimit = 15; ///< the next message of a measuring sensor is sent by then
@@ -52,6 +53,11 @@ template <typename Condition> int pickPort(Soak& soak, Condition condition) {
     return ports.empty() ? -1
                          : ports.at(static_cast<size_t>(
                                Soak_pick(soak, 0, static_cast<int>(ports.size()) - 1)));
+}
+
+template <size_t count>
+std::string pickName(Soak& soak, const std::array<const char*, count>& names) {
+    return names.at(static_cast<size_t>(Soak_pick(soak, 0, static_cast<int>(count) - 1)));
 }
 
 PortTruth makeSerial(Soak& soak) {
@@ -255,9 +261,8 @@ bool SensorActions_beginFault(Soak& soak) {
         return false;
     }
     const auto index = static_cast<size_t>(port);
-    const std::string name = Truth_isUsb(index)
-                                 ? usbFaults.at(static_cast<size_t>(Soak_pick(soak, 0, 8)))
-                                 : serialFaults.at(static_cast<size_t>(Soak_pick(soak, 0, 7)));
+    const std::string name =
+        Truth_isUsb(index) ? pickName(soak, usbFaults) : pickName(soak, serialFaults);
     const bool isCut = name.starts_with("cut");
     if (isCut && (!Truth_mustMeasure(soak.truth, index) || !isPresenceFree(soak))) {
         return false;

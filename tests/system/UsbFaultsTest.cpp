@@ -175,6 +175,40 @@ TEST_F(UsbTrouble, ACutCableIsAnUnpluggedSensor) {
     }
 }
 
+TEST_F(UsbTrouble, WhatADriverMakesOfABadCableOrFirmwarePassesAway) {
+    startWithUsb1();
+    plugSecond(serial1);
+    for (const char* fault : {"noise", "babble", "empty", "padded", "stallclear", "deaf"}) {
+        ASSERT_TRUE(Bench_do(bench, std::string("fault usb1 ") + fault));
+        EXPECT_TRUE(measuresOn(serial1)) << fault;
+        EXPECT_TRUE(hasItsTitle(serial1)) << fault;
+        EXPECT_TRUE(std::string(fault) != "padded" || measuresOn(usb1));
+        ASSERT_TRUE(Bench_do(bench, "fault usb1 none"));
+        EXPECT_TRUE(measuresOn(usb1)) << fault;
+        EXPECT_TRUE(hasItsTitle(usb1)) << fault;
+    }
+    EXPECT_FALSE(Bench_isVisible(bench, channelDialog::window));
+}
+
+TEST_F(UsbTrouble, ASensorThatIsPulledInTheMiddleOfATransferIsUnplugged) {
+    startWithUsb1();
+    plugSecond(serial1);
+    const auto isPulled = [&](const std::string& where) {
+        EXPECT_TRUE(becomesVisible("single.fwd.value", true)) << where;
+        EXPECT_TRUE(measures("serial1", "single.fwd.value")) << where;
+        plug(usb1.port, usb1.sensor);
+        EXPECT_TRUE(measuresOn(usb1)) << where;
+    };
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 cutreply"));
+    isPulled("in a reply");
+    const uint64_t before = lastEntry("usb1");
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 deaf"));
+    ASSERT_TRUE(waitForLog("usb1", before, "->"));
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    isPulled("while nothing answers");
+    EXPECT_FALSE(Bench_isVisible(bench, channelDialog::window));
+}
+
 TEST_F(UsbTrouble, ASensorThatIsReplacedWithinAPollKeepsItsChannel) {
     startWithUsb1();
     plugSecond(usb2);

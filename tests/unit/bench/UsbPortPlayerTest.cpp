@@ -148,7 +148,7 @@ TEST_F(UsbPortPlayerTest, ACutCableFailsTheNextMessageAndTakesTheSensorAway) {
     const struct {
         const char* fault;
         int error;
-    } cases[] = {{"cut", EPIPE}, {"cutdevice", ENODEV}};
+    } cases[] = {{"cut", ESHUTDOWN}, {"cutdevice", ENODEV}};
     for (const auto& c : cases) {
         ASSERT_TRUE(UsbPortPlayer_plug(player, *Sensor316x_create("3162"), 0));
         close(channel);
@@ -156,6 +156,50 @@ TEST_F(UsbPortPlayerTest, ACutCableFailsTheNextMessageAndTakesTheSensorAway) {
         ASSERT_TRUE(UsbPortPlayer_setFault(player, c.fault, 0));
         EXPECT_EQ(write("*OPC?\n"), acknowledged(c.error)) << c.fault;
         EXPECT_FALSE(isNodeThere()) << c.fault;
+    }
+}
+
+TEST_F(UsbPortPlayerTest, AReplyThatIsCutTakesTheSensorAwayInItsPlace) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "cutreply", 0));
+    EXPECT_EQ(write("*OPC?\n"), acknowledged());
+    EXPECT_TRUE(isNodeThere());
+    EXPECT_EQ(read(second_ns), "");
+    EXPECT_FALSE(isNodeThere());
+}
+
+TEST_F(UsbPortPlayerTest, ABadContactBreaksEveryTransferOff) {
+    const std::string broken = std::to_string(EPROTO);
+    player.sensor->latency_s = 1;
+    write("*OPC?\n");
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "noise", 0));
+    EXPECT_EQ(read(), "E" + broken) << "the one that is under way, too";
+    EXPECT_EQ(write("*OPC?\n"), "A" + broken);
+    EXPECT_EQ(packet("C"), "A" + broken);
+}
+
+TEST_F(UsbPortPlayerTest, ASensorThatDoesNotLetItselfBeClearedAnswersNoQueryEither) {
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "stallclear", 0));
+    EXPECT_EQ(write("*OPC?\n"), acknowledged());
+    EXPECT_EQ(read(), "");
+    EXPECT_EQ(packet("C"), acknowledged(EPIPE));
+    EXPECT_EQ(packet("O"), acknowledged());
+    ASSERT_TRUE(UsbPortPlayer_setFault(player, "deaf", 0));
+    EXPECT_EQ(write("*OPC?\n"), acknowledged());
+    EXPECT_EQ(read(), "");
+    EXPECT_EQ(packet("C"), "N");
+}
+
+TEST_F(UsbPortPlayerTest, RepliesOfAWrongFormComeAsTheDriverHandsThemOn) {
+    const struct {
+        const char* fault;
+        std::string packet;
+    } cases[] = {{"empty", "R"},
+                 {"padded", std::string("R1\n\0\0", 5)},
+                 {"babble", "E" + std::to_string(EOVERFLOW)}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(UsbPortPlayer_setFault(player, c.fault, 0));
+        write("*OPC?\n");
+        EXPECT_EQ(read(), c.packet) << c.fault;
     }
 }
 

@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
+#include <fstream>
 #include <functional>
 #include <linux/usb/tmc.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -36,6 +38,16 @@ int64_t realTime_ms() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_RAW, &now);
     return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
+}
+
+/// The thread that runs the tests waits for something.
+bool isMainThreadAsleep() {
+    const std::string process = std::to_string(getpid());
+    std::ifstream file("/proc/self/task/" + process + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t name = line.rfind(") ");
+    return name != std::string::npos && line.compare(name + 2, 1, "S") == 0;
 }
 
 class UsbTmc : public testing::Test {
@@ -219,9 +231,25 @@ TEST_F(UsbTmc, ATimeOutThatTheFarSideTellsTakesItsFiveSecondsOfTheBench) {
     EXPECT_LT(realTime_ms() - start, 4000);
 }
 
-TEST_F(UsbTmc, APulledSensorBreaksTheCallAndIsGoneThen) {
+TEST_F(UsbTmc, ARequestThatIsNeverAnsweredTimesOutAndLeavesNothingBehind) {
+    World_setSpeed(20);
+    sendPacket(sensor, "N");
+    EXPECT_EQ(ioctl(fd, USBTMC_IOCTL_CLEAR), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_EQ(receivePacket(sensor), "C");
+    whileSensor([this] { acknowledge("W*OPC?\n"); },
+                [this] { EXPECT_EQ(write(fd, "*OPC?\n", 6), 6); });
+}
+
+TEST_F(UsbTmc, AReplyWithoutAByteIsReadOnce) {
+    sendPacket(sensor, "R");
+    sendPacket(sensor, "R1\n");
+    EXPECT_EQ(readReply(64), "");
+    EXPECT_EQ(readReply(64), "1\n");
+}
+
+TEST_F(UsbTmc, APulledSensorIsNoDeviceForTheNextCall) {
     close(sensor);
-    EXPECT_EQ(readReply(64), "errno " + std::to_string(EPIPE));
     EXPECT_EQ(readReply(64), "errno " + std::to_string(ENODEV));
     EXPECT_EQ(write(fd, "X\n", 2), -1);
     EXPECT_EQ(errno, ENODEV);
@@ -237,8 +265,20 @@ TEST_F(UsbTmc, ASensorThatIsPulledInTheMiddleOfAMessageBreaksIt) {
         },
         [this] {
             EXPECT_EQ(write(fd, "X\n", 2), -1);
-            EXPECT_EQ(errno, EPIPE);
+            EXPECT_EQ(errno, ESHUTDOWN);
         });
+    EXPECT_EQ(readReply(64), "errno " + std::to_string(ENODEV));
+}
+
+TEST_F(UsbTmc, ASensorThatIsPulledWhileItsReplyIsWaitedForBreaksTheRead) {
+    whileSensor(
+        [this] {
+            while (!isMainThreadAsleep()) {
+                std::this_thread::yield();
+            }
+            shutdown(sensor, SHUT_RDWR);
+        },
+        [this] { EXPECT_EQ(readReply(64), "errno " + std::to_string(ESHUTDOWN)); });
 }
 
 TEST_F(UsbTmc, WithoutANodeOrAPlayerThereIsNoDevice) {
