@@ -30,10 +30,12 @@ constexpr Scale plain = {1.0F, 1.0F};
 constexpr Scale fromMHz = {hzPerMHz, 1.0F};
 constexpr Scale fromMicroseconds = {1.0F, microsecondsPerSecond};
 
-/// Fetches one value; false, and nothing stored, when no reply arrives.
+/// Fetches one value; false, and nothing stored, when no reply arrives. A sensor that is given up
+/// is not asked: a reading has many questions, and each would wait for its time-out.
 bool fetch(Handler* handler, sensor_qry_e query, float* value) {
     qry_type reply;
-    if (handleQuery(handler->usbPort.fd, handler->usbPort.rxBuffer, query, &reply) <= 0) {
+    if (UsbTmcPort_isGivenUp() ||
+        handleQuery(handler->usbPort.fd, handler->usbPort.rxBuffer, query, &reply) <= 0) {
         return false;
     }
     *value = sensor_qry_param[query].reply == reply_integer ? static_cast<float>(reply.ival)

@@ -33,9 +33,12 @@ using CommandText = std::array<char, commandSize>;
 
 /// Like errno, of the calling thread's last transport calls.
 thread_local bool isUnplugged = false;
+thread_local uint32_t lastAnswer_ms = 0; ///< when an answer came, or was first waited for
 
+/// A transfer that the pulling of its sensor breaks off ends with ESHUTDOWN, later ones with
+/// ENODEV; a halted endpoint, EPIPE, is freed by opening the device anew.
 ssize_t noteUnplugged(ssize_t result) {
-    if (result < 0 && (errno == EPIPE || errno == ENODEV)) {
+    if (result < 0 && (errno == EPIPE || errno == ENODEV || errno == ESHUTDOWN)) {
         isUnplugged = true;
     }
     return result;
@@ -108,10 +111,10 @@ enUSBTMCErrors statusOf(int32_t fd, char* buffer, ssize_t result) {
     return error < 0 ? usbtmc_sensorError : usbtmc_success;
 }
 
-/// True when it is of no use to ask on: the sensor has gone, or has been silent since `heard_ms`
+/// True when it is of no use to ask on: the sensor has gone, or has been silent since `since_ms`
 /// for too long.
-bool isGivenUp(uint32_t heard_ms) {
-    return isUnplugged || getTime_ms() - heard_ms >= silenceLimit_ms;
+bool isGivenUp(uint32_t since_ms) {
+    return isUnplugged || getTime_ms() - since_ms >= silenceLimit_ms;
 }
 
 /// Asks and reads until an answer is there, the tries are used up or the sensor is given up. It is
@@ -166,15 +169,23 @@ ssize_t UsbTmcPort_Receive(int32_t fd, char* buffer, size_t length) {
         return count;
     }
     buffer[count] = '\0';
+    if (count > 0) {
+        lastAnswer_ms = getTime_ms();
+    }
     return count;
 }
 
 void UsbTmcPort_forgetUnplugged() {
     isUnplugged = false;
+    lastAnswer_ms = getTime_ms();
 }
 
 bool UsbTmcPort_wasUnplugged() {
     return isUnplugged;
+}
+
+bool UsbTmcPort_isGivenUp() {
+    return isGivenUp(lastAnswer_ms);
 }
 
 ssize_t handleQuery(int32_t fd, char* buffer, sensor_qry_e query, qry_type* reply) {

@@ -46,12 +46,16 @@ ssize_t UsbTmcPort_Send(int32_t fd, const char* text);
 /// clears the device. Returns read's result, -1 for a descriptor below 1.
 ssize_t UsbTmcPort_Receive(int32_t fd, char* buffer, size_t length);
 
-/// Forgets that a call of this thread found the sensor gone.
+/// Forgets that a call of this thread found the sensor gone, and counts its silence from now.
 void UsbTmcPort_forgetUnplugged();
 
-/// True when a call of this thread has found the sensor gone since then: a broken pipe, or no such
-/// device.
+/// True when a call of this thread has found the sensor gone since then: a transfer broken off, no
+/// such device, or a broken pipe.
 bool UsbTmcPort_wasUnplugged();
+
+/// True when it is of no use to ask on: a call of this thread has found the sensor gone, or none
+/// has had an answer for 30 s.
+bool UsbTmcPort_isGivenUp();
 
 /// Sends a query and parses the reply into the field of the query's type; the others are cleared,
 /// and all of them when no reply arrives. Returns the count received, or the failing result.

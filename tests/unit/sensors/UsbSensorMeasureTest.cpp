@@ -2,9 +2,11 @@
 #include "UsbSensorMeasure.h"
 
 #include "SensorPolling.h"
+#include "StillClock.h"
 #include "Threads.h"
 #include "UsbSensorFixture.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -93,6 +95,17 @@ TEST_F(UsbSensor, TheTemperatureAloneDecidesHowTheCwStepEnds) {
     EXPECT_EQ(readings().fwdPwrVal, 7.0F) << "a failed query stores nothing";
     EXPECT_TRUE(std::isnan(readings().rflPwrVal));
     EXPECT_EQ(told, 0U);
+}
+
+TEST_F(UsbSensor, ASensorThatFallsSilentInAStepIsGivenUpAfterHalfAMinute) {
+    const StillClock clock;
+    constexpr double silence_ms = 30'000;
+    device.fault("silence");
+    setCapabilities(true);
+    handler.sensorConfigs.bModelIsTriggeredGates = true;
+    EXPECT_TRUE(
+        clock.takes(silence_ms, [this] { EXPECT_EQ(step(stateUsbPulseMeasure), stateUsbIdle); }));
+    EXPECT_EQ(std::ranges::count(device.messages(), "<C>"), 6) << "each question waits for 5 s";
 }
 
 TEST_F(UsbSensor, InPulseModeTheReadingIsToldAfterThePulseStep) {

@@ -367,6 +367,13 @@ TEST_F(UsbTmc, AMeasurementIsAskedForAfterTenMillisecondsAndThenEveryFifty) {
         9 * askAgain_ms, [this] { EXPECT_EQ(waitOperationComplete(fd, buffer.data(), 10), 0); }));
 }
 
+TEST_F(UsbTmc, ASensorThatIsPulledInTheMiddleOfACallIsNoticedByIt) {
+    device.fault("cut");
+    EXPECT_LT(UsbTmcPort_Send(fd, "*RST\n"), 0);
+    EXPECT_EQ(errno, ESHUTDOWN);
+    EXPECT_TRUE(UsbTmcPort_wasUnplugged());
+}
+
 TEST_F(UsbTmc, APulledSensorIsNoticedByTheNextCall) {
     EXPECT_FALSE(UsbTmcPort_wasUnplugged());
     device.unplug();
