@@ -4,6 +4,7 @@
 #include "TomlAscii.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <charconv>
 #include <cmath>
 #include <fstream>
@@ -126,13 +127,31 @@ Complaint readShare(const toml::node& node, FleetConfig& config) {
     return "must be such as \"2/5\": the second of five";
 }
 
+bool isNumeric(const std::string& host) {
+    in6_addr address{};
+    return inet_pton(AF_INET, host.c_str(), &address) == 1 ||
+           inet_pton(AF_INET6, host.c_str(), &address) == 1;
+}
+
 Complaint readListen(const toml::node& node, std::string& listen) {
     const std::optional<std::string> text = node.value_exact<std::string>();
-    if (!text || !MeterAddress_parse(*text)) {
-        return "must be \"ADDRESS:PORT\"";
+    const MeterAddress address = MeterAddress_parse(text.value_or("")).value_or(MeterAddress{});
+    // The port is not left out, and not taken for a name.
+    const bool isWhole = text && text->ends_with(":" + std::to_string(address.port)) &&
+                         (address.host == "localhost" || isNumeric(address.host));
+    if (!isWhole && text != "") {
+        return "must be \"ADDRESS:PORT\" with a numeric address, an IPv6 one in brackets, or \"\"";
     }
     listen = *text;
     return {};
+}
+
+/// Fit for a header, and for a password that is typed.
+Complaint readToken(const toml::node& node, std::string& token) {
+    const Complaint complaint = readText(node, token);
+    const bool isFit = std::ranges::all_of(token, [](char c) { return c > ' ' && c < '\x7f'; });
+    return complaint.empty() && !isFit ? "must be of letters, digits and signs, without blanks"
+                                       : complaint;
 }
 
 Complaint readAddress(const toml::node& node, MeterAddress& address) {
@@ -200,7 +219,7 @@ constexpr std::array<ConfigKey<FleetConfig>, 10> fleetKeys{{
     {"listen",
      [](const toml::node& node, FleetConfig& config) { return readListen(node, config.listen); }},
     {"token",
-     [](const toml::node& node, FleetConfig& config) { return readText(node, config.token); }},
+     [](const toml::node& node, FleetConfig& config) { return readToken(node, config.token); }},
     {"every", [](const toml::node& node,
                  FleetConfig& config) { return readInterval(node, config.every_ms); }},
     {"poll", [](const toml::node& node,
@@ -314,7 +333,7 @@ bool readExport(Reader& reader, const toml::table& root, FleetConfig& config) {
 
 bool isLoopback(const std::string& listen) {
     const std::string host = MeterAddress_parse(listen).value_or(MeterAddress{}).host;
-    return host.starts_with("127.") || host == "::1" || host == "localhost";
+    return host.empty() || host.starts_with("127.") || host == "::1" || host == "localhost";
 }
 
 /// What does not go together.

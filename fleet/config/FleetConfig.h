@@ -32,8 +32,8 @@ struct ExportConfig {
 
 struct FleetConfig {
     std::string database = "fleet.sqlite";
-    std::string listen = "127.0.0.1:8830";
-    std::string token;
+    std::string listen = "127.0.0.1:8830"; ///< "" for no page
+    std::string token;                     ///< that a page needs; "" for none
     int64_t every_ms = 1000;
     int64_t poll_ms = 0; ///< 0: as every_ms
     bool holds = false;

@@ -43,6 +43,12 @@ const char* ChannelLimits_name(LimitKind kind) {
     return names[kind];
 }
 
+std::optional<double> ChannelLimits_limit(const ChannelLimits& limits, LimitKind kind) {
+    return kind == limitForwardLow    ? limits.forwardLow_W
+           : kind == limitForwardHigh ? limits.forwardHigh_W
+                                      : limits.vswrHigh;
+}
+
 unsigned ChannelLimits_check(const ChannelLimits& limits, ChannelLimitStates& states,
                              const FleetReading& reading) {
     unsigned changed = 0;

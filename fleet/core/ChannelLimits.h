@@ -31,6 +31,9 @@ struct ChannelLimitStates {
 /// "forward_low_W", as in the configuration.
 const char* ChannelLimits_name(LimitKind kind);
 
+/// Nothing where there is no such limit.
+std::optional<double> ChannelLimits_limit(const ChannelLimits& limits, LimitKind kind);
+
 /// Compares a reading, offsets applied. Bit N of the result is set where the limit of kind N has
 /// just become exceeded or is so no more; `states` tells which. A missing value changes nothing.
 unsigned ChannelLimits_check(const ChannelLimits& limits, ChannelLimitStates& states,

@@ -6,13 +6,6 @@
 
 namespace {
 
-double limitOf(const ChannelLimits& limits, size_t kind) {
-    const std::optional<double> limit = kind == limitForwardLow    ? limits.forwardLow_W
-                                        : kind == limitForwardHigh ? limits.forwardHigh_W
-                                                                   : limits.vswrHigh;
-    return limit.value_or(0);
-}
-
 double measuredOf(const FleetValues& values, size_t kind) {
     return values[kind == limitForwardLow    ? fleetForwardMin
                   : kind == limitForwardHigh ? fleetForwardMax
@@ -21,19 +14,19 @@ double measuredOf(const FleetValues& values, size_t kind) {
 
 /// As in "forward_high_W 100: 104.2".
 std::string limitText(const ChannelLimits& limits, size_t kind, const FleetValues& values) {
-    return std::string(ChannelLimits_name(static_cast<LimitKind>(kind))) + " " +
-           FleetText_number(limitOf(limits, kind)) + ": " +
+    const auto limit = static_cast<LimitKind>(kind);
+    return std::string(ChannelLimits_name(limit)) + " " +
+           FleetText_number(ChannelLimits_limit(limits, limit).value_or(0)) + ": " +
            FleetText_number(measuredOf(values, kind));
 }
 
-void checkLimits(ChannelWatch& watch, FleetReading reading, ChannelNews& news) {
-    ChannelLimits_applyOffset(reading.values, watch.offset_dB);
-    const unsigned changed = ChannelLimits_check(watch.limits, watch.limitStates, reading);
+void checkLimits(ChannelWatch& watch, ChannelNews& news) {
+    const unsigned changed = ChannelLimits_check(watch.limits, watch.limitStates, watch.shown);
     for (size_t kind = 0; kind < limitKindCount; ++kind) {
         if ((changed >> kind & 1U) != 0) {
             const bool isExceeded = watch.limitStates.states[kind].isExceeded;
             news.events.push_back({isExceeded ? "limit exceeded" : "limit kept",
-                                   limitText(watch.limits, kind, reading.values)});
+                                   limitText(watch.limits, kind, watch.shown.values)});
         }
     }
 }
@@ -62,6 +55,9 @@ void noteSensor(ChannelWatch& watch, const MeterChannel& channel, ChannelNews& n
         news.events.push_back({"sensor came", sensor});
     }
     watch.sensor = sensor;
+    watch.shown = {};
+    watch.shown.sensor = channel.reading.sensor;
+    watch.shown.sensorSerial = channel.reading.sensorSerial;
 }
 
 void noteState(ChannelWatch& watch, const MeterChannel& channel, ChannelNews& news) {
@@ -83,8 +79,11 @@ ChannelNews ChannelWatch_take(ChannelWatch& watch, const MeterChannel& channel, 
     // A channel that was not asked in this poll has no new reading.
     if (channel.state == MeterChannelState::measuring && channel.isAsked) {
         RowMaker_add(watch.row, channel.reading);
-        checkLimits(watch, channel.reading, news);
+        watch.shown = channel.reading;
+        ChannelLimits_applyOffset(watch.shown.values, watch.offset_dB);
+        checkLimits(watch, news);
     }
+    watch.gaps += channel.state == MeterChannelState::silent ? 1 : 0;
     if (endsRow) {
         endRow(watch, news);
     }
@@ -93,6 +92,7 @@ ChannelNews ChannelWatch_take(ChannelWatch& watch, const MeterChannel& channel, 
 
 ChannelNews ChannelWatch_miss(ChannelWatch& watch, bool endsRow) {
     ChannelNews news;
+    watch.gaps += watch.state == MeterChannelState::noSensor ? 0 : 1;
     if (endsRow) {
         endRow(watch, news);
     }

@@ -25,6 +25,8 @@ struct ChannelWatch {
     RowMaker row;
     StoreRule stored;
     ChannelLimitStates limitStates;
+    FleetReading shown; ///< the last reading, offset applied; its time is 0 where there is none
+    uint64_t gaps = 0;  ///< polls that gave no reading although there is a sensor
 };
 
 struct ChannelNews {

@@ -17,6 +17,7 @@ constexpr std::string_view answered = "1"; ///< to the "*OPC?" at the begin of e
 constexpr std::string_view answeredNothing = "1;";
 constexpr std::string_view noSensorError = "No sensor connected on the channel";
 constexpr std::string_view pulseFamily = "316";
+constexpr std::array<const char*, 3> stateNames{"no sensor", "silent", "measuring"};
 
 struct ValueQuery {
     FleetValue value;
@@ -382,6 +383,10 @@ std::optional<std::string> nextLine(MeterDialogue& dialogue, std::string_view& b
 }
 
 } // namespace
+
+const char* MeterDialogue_stateName(MeterChannelState state) {
+    return stateNames[static_cast<size_t>(state)];
+}
 
 void MeterDialogue_reconnect(MeterDialogue& dialogue) {
     dialogue.input.clear();

@@ -84,6 +84,9 @@ enum class MeterStep {
     broken,   ///< an answer was lost, shifted or is none
 };
 
+/// "no sensor", "silent" or "measuring".
+const char* MeterDialogue_stateName(MeterChannelState state);
+
 /// Forgets what a connection has left. What is known of the meter stays, and is asked anew.
 void MeterDialogue_reconnect(MeterDialogue& dialogue);
 

@@ -11,13 +11,11 @@ using Json = nlohmann::ordered_json;
 constexpr size_t columnCount = 5;
 using Row = std::array<std::string, columnCount>;
 
-constexpr std::array<const char*, 3> stateNames{"no sensor", "silent", "measuring"};
-
 std::string sensorText(const MeterChannel& channel) {
     const FleetReading& reading = channel.reading;
     std::string text = std::to_string(reading.channel) + ": ";
     if (channel.state == MeterChannelState::noSensor) {
-        return text + DiscoverReport_state(channel.state);
+        return text + MeterDialogue_stateName(channel.state);
     }
     return text + reading.sensor + " (" + reading.sensorSerial + ")";
 }
@@ -46,7 +44,7 @@ Json channelsOf(const MeterDialogue& dialogue) {
     Json channels = Json::array();
     for (const MeterChannel& channel : dialogue.channels) {
         channels.push_back({{"channel", channel.reading.channel},
-                            {"state", DiscoverReport_state(channel.state)},
+                            {"state", MeterDialogue_stateName(channel.state)},
                             {"sensor", channel.reading.sensor},
                             {"sensor_serial", channel.reading.sensorSerial}});
     }
@@ -91,8 +89,4 @@ std::string DiscoverReport_json(const std::vector<DiscoveredMeter>& meters) {
         list.push_back(std::move(object));
     }
     return list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
-const char* DiscoverReport_state(MeterChannelState state) {
-    return stateNames[static_cast<size_t>(state)];
 }

@@ -21,7 +21,4 @@ std::string DiscoverReport_table(const std::vector<DiscoveredMeter>& meters);
 /// An array of objects, with its line feed.
 std::string DiscoverReport_json(const std::vector<DiscoveredMeter>& meters);
 
-/// The word for a channel's state, as in "no sensor".
-const char* DiscoverReport_state(MeterChannelState state);
-
 #endif

@@ -3,6 +3,7 @@
 #include "ChannelWatch.h"
 #include "FleetDatabase.h"
 #include "FleetShare.h"
+#include "FleetSite.h"
 #include "MeterFinder.h"
 #include "MeterPool.h"
 
@@ -32,6 +33,7 @@ struct Service {
     std::shared_ptr<FleetLoop> loop;
     std::shared_ptr<MeterPool> pool;
     std::shared_ptr<MeterFinder> finder;
+    std::shared_ptr<FleetSite> site; ///< none where nobody is to look on
     std::vector<WatchedMeter> meters;
     FleetDatabase database;
     std::string trouble;        ///< of the database, as it was last told
@@ -175,6 +177,53 @@ void summarize(Service& service) {
     tell(service.minutesTrouble, config.database + ": minutes", error);
 }
 
+MeterView viewOf(const Service& service, size_t index) {
+    const WatchedMeter& meter = service.meters[index];
+    const MeterDialogue& dialogue = MeterPool_dialogue(*service.pool, index);
+    MeterView view;
+    view.meter = nameOf(meter);
+    view.address = MeterAddress_text(meter.config.address);
+    view.name = meter.config.name;
+    view.place = meter.config.place;
+    view.model = dialogue.model;
+    view.firmware = dialogue.firmware;
+    view.isThere = MeterPool_isThere(*service.pool, index);
+    view.reconnects = MeterPool_counts(*service.pool, index).reconnects;
+    for (size_t channel = 0; channel < meterChannelCount; ++channel) {
+        const ChannelWatch& watched = meter.channels[channel];
+        view.channels[channel] = {watched.state,  watched.shown,       watched.offset_dB,
+                                  watched.limits, watched.limitStates, watched.gaps};
+    }
+    return view;
+}
+
+FleetView viewOfAll(const Service& service) {
+    FleetView view;
+    view.time_ms = MeterPool_utc_ms(*service.pool);
+    for (size_t index = 0; index < service.meters.size(); ++index) {
+        if (!service.meters[index].isDropped) {
+            view.meters.push_back(viewOf(service, index));
+        }
+    }
+    return view;
+}
+
+/// Lets others look on, if that is wanted. False, with the reason told, if they cannot.
+bool serve(Service& service) {
+    const FleetConfig& config = *service.config;
+    const std::optional<MeterAddress> address = MeterAddress_parse(config.listen);
+    if (!address) {
+        return true;
+    }
+    std::string error;
+    service.site = FleetSite_start(
+        service.loop,
+        {*address, config.token, config.database, [&service] { return viewOfAll(service); }},
+        error);
+    say(service.site ? "serving " + FleetSite_url(*service.site) : config.listen + ": " + error);
+    return service.site != nullptr;
+}
+
 void start(Service& service) {
     service.loop = FleetLoop_create();
     service.pool = MeterPool_create(
@@ -206,6 +255,9 @@ int end(Service& service) {
     if (service.finder) {
         MeterFinder_stop(*service.finder);
     }
+    if (service.site) {
+        FleetSite_stop(*service.site);
+    }
     for (const WatchedMeter& meter : service.meters) {
         for (size_t channel = 0; channel < meterChannelCount; ++channel) {
             ChannelWatch rest = meter.channels[channel];
@@ -235,7 +287,11 @@ int FleetService_run(const FleetConfig& config) {
         return 1;
     }
     start(service);
-    say("watching " + std::to_string(config.meters.size()) + " meters");
-    FleetLoop_run(*service.loop);
-    return end(service);
+    const bool isServed = serve(service);
+    if (isServed) {
+        say("watching " + std::to_string(config.meters.size()) + " meters");
+        FleetLoop_run(*service.loop);
+    }
+    const int status = end(service);
+    return isServed ? status : 1;
 }

@@ -7,6 +7,19 @@ namespace {
 
 constexpr int patience_ms = 10; ///< with another program; meanwhile no meter is asked
 
+SqliteFile openFile(const std::string& path, int flags, std::string& error) {
+    sqlite3* database = nullptr;
+    const int result =
+        sqlite3_open_v2(path.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    SqliteFile file(database);
+    if (result != SQLITE_OK) {
+        error = file ? SqliteFile_failure(file) : sqlite3_errstr(result);
+        return nullptr;
+    }
+    sqlite3_busy_timeout(database, patience_ms);
+    return file;
+}
+
 int64_t ask(const SqliteFile& file, std::string_view query, std::string& error) {
     const SqliteStatement statement = SqliteFile_prepare(file, query, error);
     return statement ? SqliteFile_askNumber(file, statement, error) : -1;
@@ -57,18 +70,15 @@ void SqliteCloser::operator()(sqlite3_stmt* statement) const {
     sqlite3_finalize(statement);
 }
 
+SqliteFile SqliteFile_openToRead(const std::string& path, std::string& error) {
+    return openFile(path, SQLITE_OPEN_READONLY, error);
+}
+
 SqliteFile SqliteFile_open(const std::string& path, SqliteSchema schema, std::string& error) {
-    sqlite3* database = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    const int result = sqlite3_open_v2(path.c_str(), &database, flags, nullptr);
-    SqliteFile file(database);
-    if (result != SQLITE_OK) {
-        error = file ? SqliteFile_failure(file) : sqlite3_errstr(result);
-        return nullptr;
-    }
-    sqlite3_busy_timeout(database, patience_ms);
+    SqliteFile file = openFile(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, error);
     // With a write-ahead log, NORMAL loses nothing but the last moments to a power cut.
     const bool isOpen =
+        file &&
         SqliteFile_run(file, "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;", error) &&
         applySchema(file, schema, error);
     return isOpen ? std::move(file) : nullptr;

@@ -27,6 +27,9 @@ using SqliteSchema = std::span<const char* const>;
 /// one, and a file that is none of ours, are refused. Nothing, with the reason, on failure.
 SqliteFile SqliteFile_open(const std::string& path, SqliteSchema schema, std::string& error);
 
+/// Opens a database that is there, for reading only. Nothing, with the reason, on failure.
+SqliteFile SqliteFile_openToRead(const std::string& path, std::string& error);
+
 /// Runs statements without results. False with the reason.
 bool SqliteFile_run(const SqliteFile& file, const std::string& statements, std::string& error);
 

@@ -96,6 +96,8 @@ struct WrongConfig {
     const char* text;
     const char* error;
 };
+constexpr const char* wrongListen = "fleet.toml:1: listen must be \"ADDRESS:PORT\" with a numeric "
+                                    "address, an IPv6 one in brackets, or \"\"";
 constexpr WrongConfig wrongConfigs[] = {
     {"\nevrey = \"1s\"", "fleet.toml:2: unknown key 'evrey'"},
     {"every = 5",
@@ -109,9 +111,13 @@ constexpr WrongConfig wrongConfigs[] = {
     {"share = \"6/5\"", "fleet.toml:1: share must be such as \"2/5\": the second of five"},
     {"share = \"0/5\"", "fleet.toml:1: share must be such as \"2/5\": the second of five"},
     {"share = 2", "fleet.toml:1: share must be such as \"2/5\": the second of five"},
-    {"listen = \"8830\"", "fleet.toml:1: listen needs a token here: everybody in that "
-                          "network could read all"},
-    {"listen = \"::1\"", "fleet.toml:1: listen must be \"ADDRESS:PORT\""},
+    {"listen = \"8830\"", wrongListen},
+    {"listen = \"::1\"", wrongListen},
+    {"listen = \"127.0.0.1\"", wrongListen},
+    {"listen = \"127.somewhere.example:8830\"", wrongListen},
+    {"listen = 8830", wrongListen},
+    {"token = \"two words\"",
+     "fleet.toml:1: token must be of letters, digits and signs, without blanks"},
     {"\nlisten = \"0.0.0.0:8830\"",
      "fleet.toml:2: listen needs a token here: everybody in that network could read all"},
     {"[[meter]]\nname = \"x\"", "fleet.toml:1: a meter needs its address"},

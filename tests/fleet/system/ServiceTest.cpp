@@ -20,7 +20,7 @@ struct FleetServiceTest : testing::Test {
         return folder.file(name);
     }
     std::string head(const std::string& more) const {
-        return "database = \"" + database + "\"\n" + more + "\n";
+        return "listen = \"\"\ndatabase = \"" + database + "\"\n" + more + "\n";
     }
     static std::string meters(const TestCrowd& crowd, size_t count) {
         std::string text;
