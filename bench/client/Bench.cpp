@@ -102,6 +102,12 @@ void stopTool(Bench& bench) {
     bench.tool = 0;
 }
 
+std::optional<ScreenWidget> withoutStyle(const Bench& bench, const std::string& name) {
+    std::optional<ScreenWidget> widget;
+    BenchScreen_one(bench.world, name, widget);
+    return widget;
+}
+
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     for (const std::string_view line : BenchText_split(text, '\n')) {
@@ -212,25 +218,25 @@ std::vector<ScreenWidget> Bench_screen(const Bench& bench) {
 }
 
 std::optional<ScreenWidget> Bench_widget(const Bench& bench, const std::string& name) {
-    std::optional<ScreenWidget> widget;
-    BenchScreen_one(bench.world, name, widget);
-    return widget;
+    const auto widgets = Bench_screen(bench);
+    const ScreenWidget* widget = BenchScreen_find(widgets, name);
+    return widget == nullptr ? std::nullopt : std::optional(*widget);
 }
 
 std::string Bench_labelText(const Bench& bench, const std::string& name) {
-    const auto widget = Bench_widget(bench, name);
+    const auto widget = withoutStyle(bench, name);
     return widget ? widget->text : "(nothing is called " + name + ")";
 }
 
 bool Bench_isVisible(const Bench& bench, const std::string& name) {
-    const auto widget = Bench_widget(bench, name);
+    const auto widget = withoutStyle(bench, name);
     return widget && widget->isVisible;
 }
 
 bool Bench_waitForText(const Bench& bench, const std::string& name, const std::string& text,
                        uint32_t limit_ms) {
     const auto shows = [&] {
-        const auto widget = Bench_widget(bench, name);
+        const auto widget = withoutStyle(bench, name);
         return widget && widget->isVisible && widget->text == text;
     };
     return Bench_waitUntil(shows, limit_ms);
@@ -252,7 +258,7 @@ bool Bench_waitForShown(const Bench& bench, const std::string& text, uint32_t li
 }
 
 bool Bench_tap(const Bench& bench, const std::string& name) {
-    const auto widget = Bench_widget(bench, name);
+    const auto widget = withoutStyle(bench, name);
     if (!widget || !widget->isVisible) {
         return report(false, "nothing on the screen is called " + name);
     }

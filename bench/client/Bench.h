@@ -47,7 +47,8 @@ bool Bench_do(Bench& bench, const std::string& line, std::string* text = nullptr
 /// Asks again every few milliseconds until the condition holds; false once the limit has gone by.
 bool Bench_waitUntil(const std::function<bool()>& condition, uint32_t limit_ms);
 
-/// The screen, as it is now.
+/// The screen, as it is now, with colours and fonts: who only waits for a text or a place asks
+/// below.
 std::vector<ScreenWidget> Bench_screen(const Bench& bench);
 std::optional<ScreenWidget> Bench_widget(const Bench& bench, const std::string& name);
 std::string Bench_labelText(const Bench& bench, const std::string& name);

@@ -116,7 +116,7 @@ bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widge
 bool BenchScreen_one(const std::string& world, std::string_view name,
                      std::optional<ScreenWidget>& widget) {
     std::string answer;
-    if (!ask(world, "list", answer)) {
+    if (!ask(world, "places", answer)) {
         return false;
     }
     widget = BenchScreen_parseOne(answer, name);

@@ -36,8 +36,8 @@ std::optional<ScreenWidget> BenchScreen_parseOne(std::string_view lines, std::st
 /// All widgets, parents first. False when the program has no screen (yet).
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets);
 
-/// The one that BenchScreen_find would find, if there is one: much quicker than the list. False
-/// when the program has no screen (yet).
+/// The one that BenchScreen_find would find, if there is one, without its colours and font: much
+/// quicker than the list. False when the program has no screen (yet).
 bool BenchScreen_one(const std::string& world, std::string_view name,
                      std::optional<ScreenWidget>& widget);
 

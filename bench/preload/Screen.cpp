@@ -244,6 +244,7 @@ const char* activeState(GtkWidget* widget) {
 struct Walk {
     FILE* output;
     int depth;
+    bool hasStyles;
 };
 
 void writeWidget(GtkWidget* widget, void* data) {
@@ -260,12 +261,16 @@ void writeWidget(GtkWidget* widget, void* data) {
             gtk.isSensitive(widget) != FALSE, gtk.hasFocus(widget) != FALSE, activeState(widget));
     writeGeometry(output, widget);
     fputc('\t', output);
-    writeStyle(output, widget);
+    if (walk.hasStyles) {
+        writeStyle(output, widget);
+    } else {
+        fputs("\t\t", output);
+    }
     fputc('\t', output);
     writeWidgetText(output, widget);
     fputc('\n', output);
     if (isOfType(widget, "GtkContainer")) {
-        Walk below{output, walk.depth + 1};
+        Walk below{output, walk.depth + 1, walk.hasStyles};
         gtk.forEachChild(reinterpret_cast<GtkContainer*>(widget), writeWidget, &below);
     }
 }
@@ -274,13 +279,20 @@ void writeWidget(GtkWidget* widget, void* data) {
 constexpr int screenWidth = 1024;
 constexpr int screenHeight = 768;
 
+/// What has just changed its size is neither drawn nor found where it will be before it has its
+/// place.
+void giveItsPlace(GtkWidget* window) {
+    if (toolkit().isMapped(window) != FALSE) {
+        toolkit().layOut(reinterpret_cast<GtkContainer*>(window));
+    }
+}
+
 void paintWindow(cairo_t* painter, GtkWidget* window) {
     if (toolkit().isMapped(window) != FALSE) {
+        giveItsPlace(window);
         const GdkRectangle place = placeOf(window);
         toolkit().save(painter);
         toolkit().move(painter, place.x, place.y);
-        // What has just changed its size is not drawn before it has its place.
-        toolkit().layOut(reinterpret_cast<GtkContainer*>(window));
         toolkit().draw(window, painter);
         toolkit().restore(painter);
     }
@@ -292,19 +304,29 @@ cairo_status_t writeBytes(void* output, const unsigned char* bytes, unsigned len
                : CAIRO_STATUS_WRITE_ERROR;
 }
 
-} // namespace
-
-bool Screen_list(FILE* output) {
+bool writeWindows(FILE* output, bool hasStyles) {
     if (!toolkit().listToplevels.isThere()) {
         return false;
     }
     GList* const windows = toolkit().listToplevels();
     for (const GList* at = windows; at != nullptr; at = at->next) {
-        Walk top{output, 0};
-        writeWidget(static_cast<GtkWidget*>(at->data), &top);
+        auto* const window = static_cast<GtkWidget*>(at->data);
+        giveItsPlace(window);
+        Walk top{output, 0, hasStyles};
+        writeWidget(window, &top);
     }
     toolkit().freeList(windows);
     return true;
+}
+
+} // namespace
+
+bool Screen_list(FILE* output) {
+    return writeWindows(output, true);
+}
+
+bool Screen_places(FILE* output) {
+    return writeWindows(output, false);
 }
 
 bool Screen_picture(FILE* output) {

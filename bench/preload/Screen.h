@@ -7,6 +7,9 @@
 /// loop's thread, under the GDK lock. False when the program has no GTK.
 bool Screen_list(FILE* output);
 
+/// The same without what takes the most time: the columns of colours and font are empty.
+bool Screen_places(FILE* output);
+
 /// Writes what the program's windows show as a PNG file, however its screen is made. The same rules
 /// hold.
 bool Screen_picture(FILE* output);

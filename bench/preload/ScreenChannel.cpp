@@ -41,7 +41,8 @@ struct Kind {
     const char* name;
     bool (*write)(FILE* output);
 };
-constexpr std::array kinds = {Kind{"list", Screen_list}, Kind{"picture", Screen_picture}};
+constexpr std::array kinds = {Kind{"list", Screen_list}, Kind{"places", Screen_places},
+                              Kind{"picture", Screen_picture}};
 
 void letGo(Request* request) {
     if (request->users.fetch_sub(1) == 1) {
@@ -144,7 +145,7 @@ void serve(int connection) {
         if (kind != kinds.end()) {
             sendScreen(connection, *kind);
         } else {
-            sendText(connection, "error: unknown request; allowed: list, picture\n");
+            sendText(connection, "error: unknown request; allowed: list, places, picture\n");
         }
     }
     close(connection);

@@ -149,6 +149,46 @@ TEST_F(ScreenChannel, EveryWidgetIsListedAsAPersonSeesIt) {
     EXPECT_FALSE(find(widgets, "GtkEntry", "1.5").isSensitive);
 }
 
+TEST_F(ScreenChannel, OneWidgetComesWithoutItsStyleAndElseAsInTheList) {
+    std::vector<ScreenWidget> widgets;
+    std::optional<ScreenWidget> one;
+    whileRunning([&] {
+        EXPECT_TRUE(BenchScreen_list(World_folder(), widgets));
+        EXPECT_TRUE(BenchScreen_one(World_folder(), "single.fwd.value", one));
+    });
+    ASSERT_TRUE(one);
+    const ScreenWidget value = find(widgets, "GtkLabel", "25.0\tW\n\\");
+    EXPECT_EQ(one->text, value.text);
+    EXPECT_EQ(std::tuple(one->x, one->y, one->width, one->height, one->isVisible),
+              std::tuple(value.x, value.y, value.width, value.height, value.isVisible));
+    EXPECT_EQ(one->foreground + one->background + one->font, "");
+}
+
+TEST_F(ScreenChannel, WhatHasJustChangedIsListedAtItsNewPlace) {
+    GtkWidget* const box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    GtkWidget* const first = gtk_label_new("");
+    GtkWidget* const second = gtk_label_new("second");
+    gtk_container_add(GTK_CONTAINER(box), first);
+    gtk_container_add(GTK_CONTAINER(box), second);
+    put(box, 10, 250);
+    gtk_widget_show_all(box);
+    std::optional<ScreenWidget> before;
+    std::optional<ScreenWidget> after;
+    whileRunning([&] {
+        EXPECT_TRUE(BenchScreen_one(World_folder(), "second", before));
+        gdk_threads_add_idle_full(
+            G_PRIORITY_HIGH,
+            [](gpointer resized) -> gboolean {
+                gtk_widget_set_size_request(static_cast<GtkWidget*>(resized), 100, -1);
+                return G_SOURCE_REMOVE;
+            },
+            first, nullptr);
+        EXPECT_TRUE(BenchScreen_one(World_folder(), "second", after));
+    });
+    ASSERT_TRUE(before && after);
+    EXPECT_EQ(after->x, before->x + 100);
+}
+
 TEST_F(ScreenChannel, ARowOfADropDownHasItsText) {
     GtkWidget* const combo = gtk_combo_box_text_new();
     for (const char* row : {"300", "9600"}) {
@@ -187,7 +227,7 @@ TEST_F(ScreenChannel, APictureShowsEveryWindowAtItsPlace) {
 TEST_F(ScreenChannel, AnUnknownRequestIsNamedWithWhatIsAllowed) {
     std::string answer;
     whileRunning([&] { answer = ask("dance\n"); });
-    EXPECT_EQ(answer, "error: unknown request; allowed: list, picture\n");
+    EXPECT_EQ(answer, "error: unknown request; allowed: list, places, picture\n");
 }
 
 TEST_F(ScreenChannel, AHundredAskersAtOnceAreAllAnswered) {
