@@ -1,47 +1,46 @@
 #include "FleetHistory.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <limits>
+#include <map>
 #include <sqlite3.h>
+#include <utility>
 
 namespace {
 
 constexpr int64_t minute_ms = 60'000;
 constexpr int sensorColumn = 1;
 constexpr int sensorSerialColumn = 2;
-constexpr int firstValueColumn = 3;
+constexpr int sourceColumn = 3;
+constexpr int firstValueColumn = 4;
+constexpr size_t summedCount = fleetTemperature + 1; ///< values that steps have
 
-// Parameters: 1 meter, 2 channel, 3 from, 4 to, 5 step.
-#define WHERE_ASKED " WHERE meter = ?1 AND channel = ?2 AND time_ms >= ?3 AND time_ms < ?4 "
-#define SUMMED_UP                                                                                  \
-    "avg(forward_W) AS forward_W, min(forward_min_W) AS forward_min_W, "                           \
-    "max(forward_max_W) AS forward_max_W, avg(reflected_W) AS reflected_W, "                       \
-    "min(reflected_min_W) AS reflected_min_W, max(reflected_max_W) AS reflected_max_W, "           \
-    "avg(vswr) AS vswr, avg(frequency_MHz) AS frequency_MHz, avg(temperature_C) AS temperature_C "
+// Parameters: 1 meter, 2 channel, 3 from, 4 to.
+#define WHERE_ASKED " WHERE meter = ?1 AND channel = ?2 AND time_ms >= ?3 AND time_ms < ?4"
+#define SUMMED_COLUMNS                                                                             \
+    "forward_W, forward_min_W, forward_max_W, reflected_W, reflected_min_W, reflected_max_W, "     \
+    "vswr, frequency_MHz, temperature_C "
 
-constexpr const char* storedReadings =
+constexpr const char* storedRows =
     "SELECT time_ms, sensor, sensor_serial, raw.* FROM sources JOIN raw ON source = id" WHERE_ASKED
-    "ORDER BY time_ms";
-
-constexpr const char* shortSteps =
-    "SELECT time_ms / ?5 * ?5 AS step, sensor, sensor_serial, " SUMMED_UP
-    "FROM sources JOIN raw ON source = id" WHERE_ASKED "GROUP BY step, source ORDER BY step";
-
-// The last moments have not become minutes yet.
-constexpr const char* longSteps =
-    "WITH present AS (SELECT id, sensor, sensor_serial, "
-    "coalesce((SELECT max(time_ms) + 60000 FROM minutes WHERE source = id), 0) AS made_ms "
-    "FROM sources WHERE meter = ?1 AND channel = ?2), "
-    "every_minute AS (SELECT id, sensor, sensor_serial, time_ms, forward_W, forward_min_W, "
-    "forward_max_W, reflected_W, reflected_min_W, reflected_max_W, vswr, frequency_MHz, "
-    "temperature_C FROM present JOIN minutes ON source = id WHERE time_ms >= ?3 AND time_ms < ?4 "
-    "UNION ALL SELECT id, sensor, sensor_serial, time_ms / 60000 * 60000 AS minute, " SUMMED_UP
-    "FROM present JOIN raw ON source = id "
-    "WHERE time_ms >= max(?3, made_ms) AND time_ms < ?4 GROUP BY id, minute) "
-    "SELECT time_ms / ?5 * ?5 AS step, sensor, sensor_serial, " SUMMED_UP
-    "FROM every_minute GROUP BY step, id ORDER BY step";
+    " ORDER BY time_ms";
+constexpr const char* rawRows = "SELECT time_ms, sensor, sensor_serial, source, " SUMMED_COLUMNS
+                                "FROM sources JOIN raw ON source = id" WHERE_ASKED;
+constexpr const char* minuteRows = "SELECT time_ms, sensor, sensor_serial, source, " SUMMED_COLUMNS
+                                   "FROM sources JOIN minutes ON source = id" WHERE_ASKED;
+// The last moments, which have not become minutes yet, as minutes.
+constexpr const char* newestRows =
+    "SELECT time_ms / 60000 * 60000 AS minute, sensor, sensor_serial, source, avg(forward_W), "
+    "min(forward_min_W), max(forward_max_W), avg(reflected_W), min(reflected_min_W), "
+    "max(reflected_max_W), avg(vswr), avg(frequency_MHz), avg(temperature_C) "
+    "FROM sources JOIN raw ON source = id WHERE meter = ?1 AND channel = ?2 AND time_ms < ?4 AND "
+    "time_ms >= max(?3, coalesce((SELECT max(time_ms) + 60000 FROM minutes WHERE source = id), 0)) "
+    "GROUP BY source, minute";
 
 #undef WHERE_ASKED
-#undef SUMMED_UP
+#undef SUMMED_COLUMNS
 
 constexpr const char* newestEvents =
     "SELECT time_ms, meter, channel, kind, detail FROM events "
@@ -58,21 +57,63 @@ double numberOf(const SqliteStatement& row, int column) {
                : sqlite3_column_double(row.get(), column);
 }
 
-FleetReading readingOf(const SqliteStatement& row, const HistoryQuery& query) {
+/// A row without its values.
+FleetReading readingOf(const SqliteStatement& row, const HistoryQuery& query, int64_t time_ms) {
     FleetReading reading;
-    reading.time_ms = sqlite3_column_int64(row.get(), 0);
+    reading.time_ms = time_ms;
     reading.meter = query.meter;
     reading.channel = query.channel;
     reading.sensor = textOf(row, sensorColumn);
     reading.sensorSerial = textOf(row, sensorSerialColumn);
     reading.values = FleetReading_noValues();
-    // Stored readings have their source and time before the values.
-    const int first = firstValueColumn + (query.step_ms == 0 ? 2 : 0);
-    const int end = sqlite3_column_count(row.get());
-    for (int column = first; column < end; ++column) {
-        reading.values[static_cast<size_t>(column - first)] = numberOf(row, column);
+    return reading;
+}
+
+FleetReading storedReadingOf(const SqliteStatement& row, const HistoryQuery& query) {
+    FleetReading reading = readingOf(row, query, sqlite3_column_int64(row.get(), 0));
+    const int first = firstValueColumn + 1; // the source's number and the time again
+    for (size_t value = 0; value < fleetValueCount; ++value) {
+        reading.values[value] = numberOf(row, first + static_cast<int>(value));
     }
     return reading;
+}
+
+/// What the rows of one step and source have in sum.
+struct StepSum {
+    FleetReading reading;
+    std::array<size_t, summedCount> counts{};
+};
+/// By the begin of the step and the source: a whole year is read in the order in which it is
+/// stored, since sorting takes several times as long.
+using StepSums = std::map<std::pair<int64_t, int64_t>, StepSum>;
+
+bool isLeast(size_t value) {
+    return value == fleetForwardMin || value == fleetReflectedMin;
+}
+
+bool isGreatest(size_t value) {
+    return value == fleetForwardMax || value == fleetReflectedMax;
+}
+
+void addNumber(StepSum& sum, size_t value, double number) {
+    if (std::isnan(number)) {
+        return;
+    }
+    double& sofar = sum.reading.values[value];
+    const bool isFirst = sum.counts[value]++ == 0;
+    sofar = isFirst             ? number
+            : isLeast(value)    ? std::min(sofar, number)
+            : isGreatest(value) ? std::max(sofar, number)
+                                : sofar + number;
+}
+
+FleetReading meanOf(StepSum& sum) {
+    for (size_t value = 0; value < summedCount; ++value) {
+        if (sum.counts[value] > 1 && !isLeast(value) && !isGreatest(value)) {
+            sum.reading.values[value] /= static_cast<double>(sum.counts[value]);
+        }
+    }
+    return std::move(sum.reading);
 }
 
 FleetEvent eventOf(const SqliteStatement& row) {
@@ -98,34 +139,83 @@ bool readRows(const SqliteFile& file, const SqliteStatement& statement, std::str
     return false;
 }
 
+SqliteStatement askReadings(const SqliteFile& file, const char* text, const HistoryQuery& query,
+                            std::string& error) {
+    SqliteStatement statement = SqliteFile_prepare(file, text, error);
+    if (statement) {
+        int parameter = 0;
+        SqliteFile_bind(statement, ++parameter, std::string_view(query.meter));
+        SqliteFile_bind(statement, ++parameter, int64_t{query.channel});
+        SqliteFile_bind(statement, ++parameter, query.from_ms);
+        SqliteFile_bind(statement, ++parameter, query.to_ms);
+    }
+    return statement;
+}
+
+/// False, with the reason, where there are too many.
+bool isRoomFor(size_t count, std::string& error) {
+    if (count <= fleetHistoryMostReadings) {
+        return true;
+    }
+    error = "more than " + std::to_string(fleetHistoryMostReadings) +
+            " readings: ask for a shorter time, or for a (longer) step";
+    return false;
+}
+
+bool readStored(const SqliteFile& file, const HistoryQuery& query,
+                std::vector<FleetReading>& readings, std::string& error) {
+    const SqliteStatement statement = askReadings(file, storedRows, query, error);
+    return statement && readRows(file, statement, error, [&](const SqliteStatement& row) {
+               readings.push_back(storedReadingOf(row, query));
+               return isRoomFor(readings.size(), error);
+           });
+}
+
+/// Adds up rows of a time, sensor and serial number, source and values.
+bool readSteps(const SqliteFile& file, const char* text, const HistoryQuery& query, StepSums& sums,
+               std::string& error) {
+    const SqliteStatement statement = askReadings(file, text, query, error);
+    auto sum = sums.end();
+    return statement && readRows(file, statement, error, [&](const SqliteStatement& row) {
+               const int64_t time_ms = sqlite3_column_int64(row.get(), 0);
+               const int64_t source = sqlite3_column_int64(row.get(), sourceColumn);
+               const std::pair step(time_ms / query.step_ms * query.step_ms, source);
+               if (sum == sums.end() || sum->first != step) {
+                   sum = sums.try_emplace(step, StepSum{readingOf(row, query, step.first)}).first;
+               }
+               for (size_t value = 0; value < summedCount; ++value) {
+                   addNumber(sum->second, value,
+                             numberOf(row, firstValueColumn + static_cast<int>(value)));
+               }
+               return isRoomFor(sums.size(), error);
+           });
+}
+
+/// In one transaction: what becomes a minute meanwhile is neither missed nor met twice.
+bool readLongSteps(const SqliteFile& file, const HistoryQuery& query, StepSums& sums,
+                   std::string& error) {
+    const bool isRead = SqliteFile_run(file, "BEGIN", error) &&
+                        readSteps(file, minuteRows, query, sums, error) &&
+                        readSteps(file, newestRows, query, sums, error);
+    std::string ignored;
+    SqliteFile_run(file, "ROLLBACK", ignored);
+    return isRead;
+}
+
 } // namespace
 
 bool FleetHistory_readings(const SqliteFile& file, const HistoryQuery& query,
                            std::vector<FleetReading>& readings, std::string& error) {
-    const char* text = query.step_ms == 0          ? storedReadings
-                       : query.step_ms < minute_ms ? shortSteps
-                                                   : longSteps;
-    const SqliteStatement statement = SqliteFile_prepare(file, text, error);
-    if (!statement) {
-        return false;
+    if (query.step_ms == 0) {
+        return readStored(file, query, readings, error);
     }
-    int parameter = 0;
-    SqliteFile_bind(statement, ++parameter, std::string_view(query.meter));
-    SqliteFile_bind(statement, ++parameter, int64_t{query.channel});
-    SqliteFile_bind(statement, ++parameter, query.from_ms);
-    SqliteFile_bind(statement, ++parameter, query.to_ms);
-    if (query.step_ms > 0) {
-        SqliteFile_bind(statement, ++parameter, query.step_ms);
+    StepSums sums;
+    const bool isRead = query.step_ms < minute_ms ? readSteps(file, rawRows, query, sums, error)
+                                                  : readLongSteps(file, query, sums, error);
+    for (auto& [step, sum] : sums) {
+        readings.push_back(meanOf(sum));
     }
-    return readRows(file, statement, error, [&](const SqliteStatement& row) {
-        if (readings.size() == fleetHistoryMostReadings) {
-            error = "more than " + std::to_string(fleetHistoryMostReadings) +
-                    " readings: ask for a shorter time, or for a (longer) step";
-            return false;
-        }
-        readings.push_back(readingOf(row, query));
-        return true;
-    });
+    return isRead;
 }
 
 bool FleetHistory_events(const SqliteFile& file, const HistoryQuery& query,

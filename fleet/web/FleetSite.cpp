@@ -4,7 +4,7 @@
 #include "FleetJson.h"
 #include "FleetMetrics.h"
 #include "HistoryReader.h"
-#include "WebServer.h"
+#include "WebFiles.h"
 
 #include <algorithm>
 #include <map>
@@ -35,6 +35,7 @@ struct FleetSite {
     FleetSiteOptions options;
     std::shared_ptr<WebServer> server;
     std::shared_ptr<HistoryReader> history;
+    WebFiles files;
     std::map<std::string, ToldMeter> told;
     int64_t toldAt_ms = 0;
 };
@@ -108,7 +109,7 @@ WebAnswer readReadings(const SqliteFile& file, const HistoryQuery& query, double
     std::vector<FleetReading> readings;
     std::string error;
     if (!FleetHistory_readings(file, query, readings, error)) {
-        return refusal(readings.size() == fleetHistoryMostReadings ? badRequest : failed, error);
+        return refusal(readings.size() > fleetHistoryMostReadings ? badRequest : failed, error);
     }
     for (FleetReading& reading : readings) {
         ChannelLimits_applyOffset(reading.values, offset_dB);
@@ -191,7 +192,9 @@ void answerMeters(FleetSite& site, const WebTarget& target, const WebReply& repl
 void answerRequest(FleetSite& site, const WebTarget& target, const WebReply& reply) {
     const std::vector<std::string>& path = target.path;
     const std::string second = path.size() > 1 ? path[1] : "";
-    if (path[0] == "metrics" && path.size() == 1) {
+    if (const auto file = site.files.find(path[0]); path.size() == 1 && file != site.files.end()) {
+        reply(file->second);
+    } else if (path[0] == "metrics" && path.size() == 1) {
         reply(answerOf(FleetMetrics_text(site.options.view()), "text/plain; version=0.0.4"));
     } else if (path[0] == "api" && second == "meters") {
         answerMeters(site, target, reply);
@@ -211,6 +214,7 @@ std::shared_ptr<FleetSite> FleetSite_start(const std::shared_ptr<FleetLoop>& loo
                                            FleetSiteOptions options, std::string& error) {
     auto site = std::make_shared<FleetSite>();
     site->options = std::move(options);
+    site->files = WebFiles_read();
     site->history = HistoryReader_start(loop, site->options.database, error);
     if (!site->history) {
         return nullptr;
