@@ -60,10 +60,12 @@ const char* statusOf(const PULSE_CONFIG_DIALOG* dialog) {
 /// While a configuration is on its way, and once the sensor has gone, only Cancel answers, and the
 /// user sees why.
 void showStatus(PULSE_CONFIG_DIALOG* dialog) {
+    const bool answers = !dialog->isSending && !dialog->sensorHasGone;
     for (GtkWidget* widget :
-         {dialog->form, dialog->keypad, dialog->restore, dialog->apply, dialog->applyAndStore}) {
-        gtk_widget_set_sensitive(widget, !dialog->isSending && !dialog->sensorHasGone);
+         {dialog->form, dialog->restore, dialog->apply, dialog->applyAndStore}) {
+        gtk_widget_set_sensitive(widget, answers);
     }
+    gtk_widget_set_sensitive(dialog->keypad, answers && dialog->pEntryTarget != nullptr);
     setLabelText(dialog->status, statusOf(dialog));
 }
 
@@ -173,7 +175,7 @@ SENSOR_IDENTITY limitsOf(const PULSE_CONFIG_DIALOG* dialog) {
 
 bool tellFailure(PULSE_CONFIG_DIALOG* dialog, const PulseConfigFailure& failure) {
     showErrorDialog(dialog, failure.message);
-    PulseConfigForm_setTarget(dialog, PulseConfigForm_entryOf(dialog, failure));
+    PulseConfigForm_refuse(dialog, PulseConfigForm_entryOf(dialog, failure));
     return false;
 }
 
@@ -202,7 +204,8 @@ void applyConfiguration(PULSE_CONFIG_DIALOG* dialog, bool isStored) {
     }
     GtkWidget* empty = PulseConfigForm_emptyEntry(dialog);
     if (empty != nullptr) {
-        PulseConfigForm_setTarget(dialog, empty);
+        PulseConfigForm_refuse(dialog, empty);
+        setLabelText(dialog->status, "A number is missing.");
         return;
     }
     updatePulseSensorConfiguration(dialog);
@@ -224,7 +227,7 @@ void applyConfiguration(PULSE_CONFIG_DIALOG* dialog, bool isStored) {
 void restoreConfiguration(PULSE_CONFIG_DIALOG* dialog) {
     sensorPortHandler_loadSensorConfig(&dialog->pulseConfig);
     PulseConfigForm_fill(dialog);
-    PulseConfigForm_setTarget(dialog, nullptr);
+    PulseConfigForm_setFirstTarget(dialog);
 }
 
 } // namespace
@@ -267,7 +270,7 @@ void pulseConfigDialog_Show(uint32_t port) {
     setSending(dialog, false);
     setWidgetVisible(dialog->window, true);
     gtk_window_present(GTK_WINDOW(dialog->window));
-    PulseConfigForm_setTarget(dialog, nullptr);
+    PulseConfigForm_setFirstTarget(dialog);
     if (!noticeMissingSensor(dialog)) {
         dialog->watch = gdk_threads_add_timeout(watchPeriod_ms, watchSensor, dialog);
     }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr char targetClass[] = "target";
 constexpr char selectedClass[] = "selected";
+constexpr char refusedClass[] = "refused";
 
 /// The dialog that the keypad's text goes to.
 PULSE_CONFIG_DIALOG* typingDialog = nullptr;
@@ -79,15 +80,6 @@ constexpr Key keys[] = {
     {"pulseConfigKeyBack", {evBackSp, '\0'}},   {"pulseConfigKeyMinus", {evSign, '\0'}},
 };
 
-void setStyleClass(GtkWidget* widget, const char* name, bool isSet) {
-    GtkStyleContext* context = gtk_widget_get_style_context(widget);
-    if (isSet) {
-        gtk_style_context_add_class(context, name);
-    } else {
-        gtk_style_context_remove_class(context, name);
-    }
-}
-
 const char* textOf(const PulseConfigEntry& entry) {
     return gtk_entry_get_text(GTK_ENTRY(entry.entry));
 }
@@ -151,7 +143,7 @@ void updateTarget(const char* text, bool isSelected) {
     if (target != nullptr) {
         gtk_entry_set_text(GTK_ENTRY(target), text);
         gtk_editable_set_position(GTK_EDITABLE(target), -1);
-        setStyleClass(target, selectedClass, isSelected);
+        setWidgetClass(target, selectedClass, isSelected);
     }
 }
 
@@ -212,6 +204,14 @@ void keepTargetUsable(PULSE_CONFIG_DIALOG* dialog) {
     if (entry != nullptr && !canBeTarget(*entry)) {
         PulseConfigForm_setTarget(
             dialog, nextEntry(dialog, static_cast<size_t>(entry - dialog->entries.data())));
+    }
+}
+
+/// An entry that was refused has been changed: nothing is told of it any more.
+void forgetRefusal(GtkWidget* entry, gpointer data) {
+    if (gtk_style_context_has_class(gtk_widget_get_style_context(entry), refusedClass) != FALSE) {
+        setWidgetClass(entry, refusedClass, false);
+        setLabelText(static_cast<PULSE_CONFIG_DIALOG*>(data)->status, "");
     }
 }
 
@@ -328,6 +328,7 @@ bool takeWidgets(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
 void connectForm(PULSE_CONFIG_DIALOG* dialog) {
     for (const PulseConfigEntry& entry : dialog->entries) {
         g_signal_connect(entry.entry, "button-press-event", G_CALLBACK(pressEntry), dialog);
+        g_signal_connect(entry.entry, "changed", G_CALLBACK(forgetRefusal), dialog);
         g_signal_connect(entry.unitButton, "clicked", G_CALLBACK(tapUnit), dialog);
     }
     g_signal_connect(dialog->modelStates, "toggled", G_CALLBACK(toggleModel), dialog);
@@ -345,6 +346,10 @@ void connectKeys(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
             g_signal_connect(button, "clicked", G_CALLBACK(tapKey), dialog);
         }
     }
+    Dialog_setPicture(builder, "pulseConfigKeyImageClear", "./resources/graphKeypadClear.png");
+    Dialog_setPicture(builder, "pulseConfigKeyImageBackspace",
+                      "./resources/graphKeypadBackspace.png");
+    Dialog_setPicture(builder, "pulseConfigKeyImageNext", "./resources/graphKeypadNext.png");
     GtkWidget* next = Dialog_widget(builder, "pulseConfigKeyNext");
     if (next != nullptr) {
         g_signal_connect(next, "clicked", G_CALLBACK(tapNext), dialog);
@@ -365,6 +370,9 @@ bool PulseConfigForm_create(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
 }
 
 void PulseConfigForm_fill(PULSE_CONFIG_DIALOG* dialog) {
+    for (const PulseConfigEntry& entry : dialog->entries) {
+        forgetRefusal(entry.entry, dialog);
+    }
     // The toggles' handlers write into the configuration.
     const SENSOR_CONFIGS config = dialog->pulseConfig;
     setActive(dialog->frequencyAuto, config.bAutoFrequency);
@@ -418,18 +426,30 @@ double PulseConfigForm_typedPeriod_s(const PULSE_CONFIG_DIALOG* dialog) {
 
 void PulseConfigForm_setTarget(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry) {
     if (dialog->pEntryTarget != nullptr) {
-        setStyleClass(dialog->pEntryTarget, targetClass, false);
-        setStyleClass(dialog->pEntryTarget, selectedClass, false);
+        setWidgetClass(dialog->pEntryTarget, targetClass, false);
+        setWidgetClass(dialog->pEntryTarget, selectedClass, false);
     }
     dialog->pEntryTarget = entry;
     typingDialog = entry != nullptr ? dialog : nullptr;
     if (entry != nullptr) {
-        setStyleClass(entry, targetClass, true);
-        setStyleClass(entry, selectedClass, true);
+        setWidgetClass(entry, targetClass, true);
+        setWidgetClass(entry, selectedClass, true);
         CKeypadManager_HandleNextField(&dialog->keypadManager,
                                        gtk_entry_get_text(GTK_ENTRY(entry)));
     }
+    gtk_widget_set_sensitive(dialog->keypad, entry != nullptr);
     updateMinusKey(dialog);
+}
+
+void PulseConfigForm_setFirstTarget(PULSE_CONFIG_DIALOG* dialog) {
+    PulseConfigForm_setTarget(dialog, nextEntry(dialog, 0));
+}
+
+void PulseConfigForm_refuse(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry) {
+    PulseConfigForm_setTarget(dialog, entry);
+    if (entry != nullptr) {
+        setWidgetClass(entry, refusedClass, true);
+    }
 }
 
 GtkWidget* PulseConfigForm_emptyEntry(const PULSE_CONFIG_DIALOG* dialog) {

@@ -98,6 +98,13 @@ double PulseConfigForm_typedPeriod_s(const PULSE_CONFIG_DIALOG* dialog);
 /// Makes an entry the keypad's target, wholly selected; null ends it.
 void PulseConfigForm_setTarget(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry);
 
+/// Makes the first entry that answers the keypad's target, if there is one.
+void PulseConfigForm_setFirstTarget(PULSE_CONFIG_DIALOG* dialog);
+
+/// Makes an entry the target that cannot be taken as it is: it has a red frame until it is changed.
+/// Null ends the target.
+void PulseConfigForm_refuse(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry);
+
 /// The first entry that answers and holds no number; null when there is none.
 GtkWidget* PulseConfigForm_emptyEntry(const PULSE_CONFIG_DIALOG* dialog);
 

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int windowWidth = 560;
 constexpr int margin = 16;
+constexpr int gap = 8;
 constexpr int controlHeight = 56;
 constexpr int columnCount = 6;
 
@@ -266,8 +267,8 @@ GtkWidget* appSettingsBox() {
     gtk_container_set_border_width(GTK_CONTAINER(box), margin);
     GtkWidget* grid = gtk_grid_new();
     gtk_grid_set_column_homogeneous(GTK_GRID(grid), TRUE);
-    gtk_grid_set_row_spacing(GTK_GRID(grid), 7);
-    gtk_grid_set_column_spacing(GTK_GRID(grid), 6);
+    gtk_grid_set_row_spacing(GTK_GRID(grid), gap);
+    gtk_grid_set_column_spacing(GTK_GRID(grid), gap);
     addTitle(GTK_GRID(grid));
     addHeadings(GTK_GRID(grid));
     addControls(GTK_GRID(grid));

@@ -132,9 +132,7 @@ void followMethod() {
     for (const Field& field : fields) {
         gtk_widget_set_sensitive(ethDialogs.*field.entry, staticIsChosen());
     }
-    if (!staticIsChosen()) {
-        EthernetKeypad_setTarget(nullptr);
-    }
+    EthernetKeypad_setTarget(staticIsChosen() ? ethDialogs.ethSettingsEntryAddress : nullptr);
 }
 
 void loadControls() {
@@ -370,8 +368,7 @@ void EthernetSettingsDialog_Create() {
     }
     loadControls();
     Dialog_showAbove(ethDialogs.ethSettingsDialog);
+    // Being shown has given the focus away.
     gtk_window_set_focus(GTK_WINDOW(ethDialogs.ethSettingsDialog), nullptr);
-    for (const Field& field : fields) {
-        gtk_editable_select_region(GTK_EDITABLE(ethDialogs.*field.entry), 0, 0);
-    }
+    followMethod();
 }

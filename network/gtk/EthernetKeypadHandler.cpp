@@ -11,6 +11,10 @@ struct numKeypad ethernetKeypad;
 namespace {
 
 constexpr char targetClass[] = "target";
+
+/// The target was chosen by a touch, not by the dialog or by "Next".
+bool isTouched = false;
+
 constexpr char keyPrefix[] = "numKeypadButton";
 constexpr char nextKey[] = "Next"; ///< no event of the keypad
 
@@ -95,8 +99,9 @@ void on_numKeypadButton_clicked(GtkWidget* button, gpointer /*data*/) {
 gboolean on_ethSettingsEntry_button_release_event(GtkWidget* entry, GdkEvent* /*event*/,
                                                   gpointer /*data*/) {
     if (gtk_init_done && gtk_widget_get_sensitive(entry)) {
-        if (entry != ethernetKeypad.currentNumPadTarget) {
+        if (entry != ethernetKeypad.currentNumPadTarget || !isTouched) {
             EthernetKeypad_setTarget(entry);
+            isTouched = true;
         } else {
             followEntry();
             noteState();
@@ -118,10 +123,9 @@ const DialogHandler handlers[] = {
     {"on_ethSettingsEntry_changed", G_CALLBACK(on_ethSettingsEntry_changed)},
 };
 
-/// The keys keep their place while they are not shown, so that the dialog does not move.
+/// Without an entry to write to the keys keep their place, but do not answer.
 void display(bool isDisplayed) {
     ethernetKeypad.isNumpadDisplayed = isDisplayed;
-    gtk_widget_set_opacity(ethernetKeypad.numKeypadTable, isDisplayed ? 1.0 : 0.0);
     gtk_widget_set_sensitive(ethernetKeypad.numKeypadTable, isDisplayed);
 }
 
@@ -146,6 +150,7 @@ void EthernetKeypad_setTarget(GtkWidget* entry) {
         gtk_editable_select_region(editable(), 0, 0);
     }
     ethernetKeypad.currentNumPadTarget = entry;
+    isTouched = false;
     display(entry != nullptr);
     if (entry == nullptr) {
         return;

@@ -3,6 +3,7 @@
 #include "AboutHandler.h"
 #include "DialogFixture.h"
 #include "InstrumentIdentity.h"
+#include "LookChecks.h"
 #include "MenuFixture.h"
 #include "WrappedCalls.h"
 #include "XServer.h"
@@ -112,6 +113,11 @@ TEST_F(About, ButtonOpensTheDialogWithIdentityAndVersion) {
                  "About button");
     Dialog_expectTouchable("aboutDialog", {"aboutDialog_regulatory", "aboutDialog_license",
                                            "aboutDialog_ok", "aboutButton"});
+    Look_expectTargets(Dialog_shown("aboutDialog"));
+    Look_expectTexts(Dialog_shown("aboutDialog"));
+    Look_expectLastKeys("aboutDialog_license", "aboutDialog_ok");
+    Look_expectOneBaseLine("aboutDialogLabelModel", "aboutDialogLabelModelStr");
+    Look_expectOneBaseLine("aboutDialogLabelFwRev", "aboutDialogLabelFwRevStr");
     Dialog_keepPicture("about");
     Gui_tap("aboutDialog_ok");
     EXPECT_EQ(Dialog_shown("aboutDialog"), nullptr);

@@ -1,6 +1,7 @@
 #include "AppSettingsMenu.h"
 
 #include "DisplaySettings.h"
+#include "LookChecks.h"
 #include "MenuFixture.h"
 #include "ScreenFixture.h"
 #include "ScreenSize.h"
@@ -278,6 +279,8 @@ TEST_F(SettingsMenu, IsOnTheScreenAndLargeEnoughForAFinger) {
     if (folder != nullptr) {
         EXPECT_TRUE(Gui_savePicture(std::string(folder) + "/settings-menu.png"));
     }
+    Look_expectTargets(AppSettingsMenu_window());
+    Look_expectTexts(AppSettingsMenu_window());
 }
 
 TEST_F(SettingsMenu, GearOfAScreenOpensIt) {

@@ -2,6 +2,7 @@
 #include "EthernetConfig.h"
 #include "EthernetConfigHandler.h"
 #include "EthernetKeypadHandler.h"
+#include "LookChecks.h"
 #include "MenuFixture.h"
 #include "SerialConfigHandler.h"
 #include "WorldTree.h"
@@ -171,6 +172,37 @@ TEST_F(EthernetDialog, SettingsShowAStaticConfiguration) {
     EXPECT_TRUE(
         gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(Gui_widget("ethSettingsRadioButton2"))));
     EXPECT_TRUE(isSensitive("ethSettingsEntryGateway"));
+}
+
+TEST_F(EthernetDialog, LooksAsAllDialogsDo) {
+    World_writeFile(interfacesFile, staticFile);
+    Gui_tap("ethernetButton");
+    Look_expectTargets(Dialog_shown("ethInfoDialog"));
+    Look_expectTexts(Dialog_shown("ethInfoDialog"));
+    Look_expectLastKeys("ethInfoDialog_configure", "ethInfoDialog_ok");
+    Look_expectOneBaseLine("ethInfoLabelIP1", "ethInfoLabelStaticIP1");
+    Look_expectOneBaseLine("ethInfoLabelIP2", "ethInfoLabelStaticIP2");
+    Gui_tap("ethInfoDialog_configure");
+    Look_expectTargets(Dialog_shown("ethSettingsDialog"));
+    Look_expectTexts(Dialog_shown("ethSettingsDialog"));
+    Look_expectLastKeys("ethSettingsDialog_cancel", "ethSettingsDialog_apply");
+    Look_expectKeypad(
+        Look_keypadOf("numKeypadButton", {"", "Period", "Clear", "Backspace", "Next"}));
+}
+
+TEST_F(EthernetDialog, TheFirstEntryThatAnswersHasTheKeypad) {
+    openSettings();
+    EXPECT_FALSE(gtk_widget_is_sensitive(Gui_widget("numKeypadButton1"))) << "nothing to write to";
+    Gui_tap("ethSettingsRadioButton2");
+    EXPECT_TRUE(gtk_widget_is_sensitive(Gui_widget("numKeypadButton1")));
+    EXPECT_EQ(ethernetKeypad.entryIndex, 0);
+    type("7");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "7");
+    Gui_tap("ethSettingsDialog_cancel");
+    World_writeFile(interfacesFile, staticFile);
+    openSettings();
+    type("8");
+    EXPECT_EQ(Gui_text("ethSettingsEntryAddress"), "8") << "as it opens";
 }
 
 TEST_F(EthernetDialog, KeypadEditsAtTheCursorAndReplacesASelection) {

@@ -4,6 +4,7 @@
 #include "GraphFixture.h"
 #include "GraphSettingsUtilities.h"
 #include "GtkHelpers.h"
+#include "LookChecks.h"
 
 #include <string>
 #include <unistd.h>
@@ -501,6 +502,16 @@ TEST_F(GraphSettings, CancelStoresNothing) {
     EXPECT_FALSE(Gui_isShown("graphSettingsDialog"));
     EXPECT_EQ(configuration_getGraphSettings(0).minPower, before.minPower);
     EXPECT_FALSE(configuration_getGraphRflMode(0));
+}
+
+TEST_F(GraphSettings, LooksAsAllDialogsDo) {
+    open();
+    Gui_settle();
+    Look_expectTargets(Gui_widget("graphSettingsDialog"));
+    Look_expectTexts(Gui_widget("graphSettingsDialog"));
+    Look_expectLastKeys("graphSettingsButton_cancel", "graphSettingsButton_apply");
+    Look_expectKeypad(Look_keypadOf("graphNumKeypadButton",
+                                    {"PlusMinus", "Period", "Clear", "Backspace", "Next"}));
 }
 
 TEST_F(GraphSettings, TheGraphsButtonsRestWhileTheDialogIsOpen) {

@@ -1,3 +1,4 @@
+#include "LookChecks.h"
 #include "PulseConfigFixture.h"
 #include "ScreenSize.h"
 
@@ -455,6 +456,66 @@ TEST_F(PulseConfigDialog, ColumnsStandBelowEachOther) {
     }
     EXPECT_EQ(edges("pulseConfigPeriodAuto").first, edges("pulseConfigFrequencyAuto").first);
     EXPECT_EQ(edges("pulseConfigModelStates").first, edges("pulseConfigSlopeFalling").first);
+}
+
+TEST_F(PulseConfigDialog, LooksAsAllDialogsDo) {
+    sensorFakes[sensorPort_USB1].configs.bModelIsTriggeredGates = true;
+    sensorFakes[sensorPort_USB1].configs.numStates = 4;
+    open(true);
+    Gui_settle();
+    Look_expectTargets(dialog->window);
+    Look_expectTexts(dialog->window);
+    const auto middle = [this](const char* name) {
+        const GdkRectangle place = Gui_place(part(name));
+        return place.x + place.width / 2;
+    };
+    EXPECT_LT(middle("pulseConfigRestore"), middle("pulseConfigCancel"));
+    EXPECT_LT(middle("pulseConfigCancel"), middle("pulseConfigStore"));
+    EXPECT_LT(middle("pulseConfigStore"), middle("pulseConfigApply"));
+    callbackPulseConfigBtnClicked(dialog->cancel, dialog);
+    open(false);
+    Gui_settle();
+    Look_expectTargets(dialog->window);
+    Look_expectTexts(dialog->window);
+    std::vector<GdkRectangle> places;
+    for (const std::string& key :
+         Look_keypadOf("pulseConfigKey", {"Minus", "Period", "Clear", "Back", "Next"})) {
+        places.push_back(Gui_place(part(key)));
+    }
+    Look_expectKeypadPlaces(places);
+}
+
+TEST_F(PulseConfigDialog, TheFirstEntryThatAnswersHasTheKeypad) {
+    sensorFakes[sensorPort_USB1].configs.bAutoFrequency = true;
+    open(true);
+    EXPECT_EQ(dialog->pEntryTarget, part("pulseConfigPeriod"));
+    EXPECT_TRUE(gtk_widget_is_sensitive(part("pulseConfigKey1")));
+    tap("pulseConfigKey7");
+    EXPECT_EQ(text("pulseConfigPeriod"), "7");
+    PulseConfigForm_setTarget(dialog, nullptr);
+    EXPECT_FALSE(gtk_widget_is_sensitive(part("pulseConfigKey1"))) << "nothing to write to";
+}
+
+TEST_F(PulseConfigDialog, ARefusedEntryHasARedFrameUntilItIsChanged) {
+    const auto isRefused = [this] {
+        return gtk_style_context_has_class(
+                   gtk_widget_get_style_context(part("pulseConfigFrequency")), "refused") != FALSE;
+    };
+    open(true);
+    tap("pulseConfigFrequency");
+    tap("pulseConfigKeyClear");
+    tap("pulseConfigApply");
+    EXPECT_TRUE(isRefused());
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->status)), "A number is missing.");
+    tap("pulseConfigKey0");
+    EXPECT_FALSE(isRefused());
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->status)), "");
+    tap("pulseConfigApply");
+    ASSERT_TRUE(isShown(dialog->errorWindow)) << "no sensor takes a frequency of 0";
+    tap(dialog->errorOk);
+    EXPECT_TRUE(isRefused());
+    tap("pulseConfigKey1");
+    EXPECT_FALSE(isRefused());
 }
 
 TEST_F(PulseConfigDialog, ClosingTheWindowIsCancel) {

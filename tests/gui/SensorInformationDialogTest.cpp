@@ -1,6 +1,7 @@
 #include "SensorInformationDialog.h"
 
 #include "DialogFixture.h"
+#include "LookChecks.h"
 
 #include <limits>
 
@@ -84,6 +85,10 @@ TEST_F(SensorInformation, OpensForTheDisplaysPortAndOkClosesIt) {
     Gui_settle();
     EXPECT_EQ(Gui_text("sensorInfoModel"), "5132");
     EXPECT_EQ(Gui_text("sensorInfoPort"), "Serial1");
+    Look_expectTargets(Dialog_shown(dialogName));
+    Look_expectTexts(Dialog_shown(dialogName));
+    Look_expectOneBaseLine("sensorInfoLabelModel", "sensorInfoModel");
+    Look_expectOneBaseLine("sensorInfoLabelSerial", "sensorInfoSerial");
     Gui_tap("sensorInfoDialog_ok");
     EXPECT_EQ(Dialog_shown(dialogName), nullptr);
 }
