@@ -202,6 +202,39 @@ TEST(ScpiParse, KnowsTheCurrentCommandAfterwards) {
     EXPECT_EQ(SCPI_CmdTag(instrument.context()), 9);
 }
 
+struct ScanExample {
+    std::string_view line;
+    int parameters;
+    std::string_view data;
+    message_termination_t termination;
+};
+
+TEST(ScpiParse, KnowsTheParametersOfTheLastUnitAfterwards) {
+    const ScanExample examples[] = {
+        {"*CLS\n"sv, 0, ""sv, SCPI_MESSAGE_TERMINATION_NL},
+        {"*CLS"sv, 0, ""sv, SCPI_MESSAGE_TERMINATION_NONE},
+        {"*CLS;"sv, 0, ""sv, SCPI_MESSAGE_TERMINATION_SEMICOLON},
+        {"VAL:INT? 1\n"sv, 1, "1"sv, SCPI_MESSAGE_TERMINATION_NL},
+        {"VAL:INT? 1 , 2,3 \n"sv, 3, "1 , 2,3"sv, SCPI_MESSAGE_TERMINATION_NL},
+        {"VAL:INT? \n"sv, -1, ""sv, SCPI_MESSAGE_TERMINATION_NL},
+        {"VAL:INT? 1,\n"sv, -1, ""sv, SCPI_MESSAGE_TERMINATION_NL},
+    };
+    for (const ScanExample& example : examples) {
+        SCOPED_TRACE(example.line);
+        ExampleInstrument instrument;
+        std::string line(example.line);
+        SCPI_Parse(instrument.context(), line.data(), static_cast<int>(line.size()));
+        const scpi_parser_state_t& state = instrument.scpi.parser_state;
+        EXPECT_EQ(state.numberOfParameters, example.parameters);
+        EXPECT_EQ(
+            std::string_view(state.programData.ptr, static_cast<size_t>(state.programData.len)),
+            example.data);
+        EXPECT_EQ(state.programData.type,
+                  example.parameters > 0 ? SCPI_TOKEN_ALL_PROGRAM_DATA : SCPI_TOKEN_UNKNOWN);
+        EXPECT_EQ(state.termination, example.termination);
+    }
+}
+
 // Text that is likely to reach far into the parser.
 std::string randomInput(std::mt19937& random) {
     static const std::vector<std::string_view> pieces = {

@@ -236,6 +236,33 @@ TEST(ScpiParameter, CopiesTextIntoTheRoomThereIs) {
     EXPECT_EQ(copy[0], '.');
 }
 
+struct CopyExample {
+    std::string_view text;
+    size_t room;
+    std::string_view copy;
+};
+
+TEST(ScpiParameter, CopiesNoMoreThanTheRoomAndNeverTheClosingQuote) {
+    const CopyExample examples[] = {
+        {"'xyz'"sv, 1, ""sv},          {"'xyz'"sv, 2, "x"sv},       {"'xyz'"sv, 3, "xy"sv},
+        {"'xyz'"sv, 4, "xyz"sv},       {"'xyz'"sv, 5, "xyz"sv},     {"'xyz'"sv, 6, "xyz"sv},
+        {"'a\"\"b'"sv, 5, "a\"\"b"sv}, {"\"a''b\""sv, 5, "a''b"sv}, {"'a''b'"sv, 2, "a"sv},
+        {"'a''b'"sv, 3, "a'"sv},       {"'a''b'"sv, 4, "a'"sv},     {"'a''b'"sv, 5, "a'b"sv},
+        {"'a''b'"sv, 6, "a'b"sv},      {"''"sv, 1, ""sv},           {"''"sv, 2, ""sv},
+    };
+    for (const CopyExample& example : examples) {
+        ExampleInstrument instrument;
+        const std::string text(example.text);
+        setParameters(instrument.context(), text);
+        std::array<char, 8> copy = {"......."};
+        size_t length = 99;
+        EXPECT_TRUE(
+            SCPI_ParamCopyText(instrument.context(), copy.data(), example.room, &length, TRUE));
+        EXPECT_EQ(copy.data(), example.copy) << example.text << " into " << example.room;
+        EXPECT_EQ(length, example.copy.size()) << example.text << " into " << example.room;
+    }
+}
+
 TEST(ScpiParameter, FindsTheNamesOfChoices) {
     const char* text = "untouched";
     EXPECT_FALSE(SCPI_ChoiceToName(scpi_bool_def, 7, &text));

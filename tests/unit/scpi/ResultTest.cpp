@@ -244,21 +244,32 @@ TEST(ScpiUnits, WritesNothingWithoutANumberOrAPlace) {
     EXPECT_EQ(SCPI_NumberToStr(instrument.context(), nullptr, &value, nullptr, 4), 0u);
 }
 
+struct UnitExample {
+    std::string_view name;
+    scpi_unit_t unit;
+    double factor;
+};
+
 TEST(ScpiUnits, ReadsEveryUnitOfTheTable) {
-    size_t count = 0;
-    for (const scpi_unit_def_t* unit = scpi_units_def; unit->name; unit++, count++) {
-        SCOPED_TRACE(unit->name);
+    const UnitExample examples[] = {
+#include "UnitExamples.inc"
+    };
+    static_assert(std::size(examples) == 101);
+    const scpi_unit_def_t* row = scpi_units_def;
+    for (const UnitExample& example : examples) {
+        SCOPED_TRACE(example.name);
+        ASSERT_EQ(row++->name, example.name) << "the order decides which name is written";
         ExampleInstrument instrument;
-        const std::string text = "2 " + std::string(unit->name);
+        const std::string text = "2 " + std::string(example.name);
         scpi_number_t value{};
         instrument.scpi.param_list.lex_state = {const_cast<char*>(text.c_str()),
                                                 const_cast<char*>(text.c_str()),
                                                 static_cast<int>(text.size())};
         ASSERT_TRUE(SCPI_ParamNumber(instrument.context(), scpi_special_numbers_def, &value, TRUE));
-        EXPECT_EQ(value.unit, unit->unit);
-        EXPECT_DOUBLE_EQ(value.content.value, 2 * unit->mult);
+        EXPECT_EQ(value.unit, example.unit);
+        EXPECT_DOUBLE_EQ(value.content.value, 2 * example.factor);
     }
-    EXPECT_EQ(count, 101u);
+    EXPECT_EQ(row->name, nullptr);
 }
 
 } // namespace
