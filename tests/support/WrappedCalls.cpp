@@ -121,6 +121,8 @@ int __real_posix_spawn(pid_t*, const char*, const posix_spawn_file_actions_t*,
 int __real_rename(const char*, const char*);
 int __real_fsync(int);
 int __real_fdatasync(int);
+int __real_fchmod(int, mode_t);
+int __real_fchown(int, uid_t, gid_t);
 int __real_access(const char*, int);
 ssize_t __real_write(int, const void*, size_t);
 ssize_t __real_read(int, void*, size_t);
@@ -204,6 +206,14 @@ int __wrap_fsync(int fd) {
     return failsWithErrno(Call::syncFile) ? -1 : __real_fsync(fd);
 }
 
+int __wrap_fchmod(int fd, mode_t mode) {
+    return failsWithErrno(Call::setFileMode) ? -1 : __real_fchmod(fd, mode);
+}
+
+int __wrap_fchown(int fd, uid_t owner, gid_t group) {
+    return failsWithErrno(Call::setFileOwner) ? -1 : __real_fchown(fd, owner, group);
+}
+
 int __wrap_fdatasync(int fd) {
     struct stat status {};
     lastFlushed = {fd, fstat(fd, &status) == 0 ? status.st_size : -1};
@@ -263,9 +273,11 @@ int __wrap_getifaddrs(ifaddrs** list) {
 int __wrap_getnameinfo(const sockaddr* address, socklen_t size, char* host, socklen_t hostSize,
                        char* service, socklen_t serviceSize, int flags) {
     const int error = takeFailure(Call::nameAddress);
-    return error != 0
-               ? error
-               : __real_getnameinfo(address, size, host, hostSize, service, serviceSize, flags);
+    if (error != 0) {
+        snprintf(host, hostSize, "rubbish"); // what is there after a failure is not said
+        return error;
+    }
+    return __real_getnameinfo(address, size, host, hostSize, service, serviceSize, flags);
 }
 
 int __wrap_clock_gettime(clockid_t clock, timespec* now) {

@@ -19,6 +19,8 @@ enum class Call {
     renameFile,
     syncFile,
     writeFile,
+    setFileMode,  ///< fchmod
+    setFileOwner, ///< fchown
     readFile,
     allocateFile,
     composeText, ///< vasprintf
@@ -41,6 +43,7 @@ constexpr ReplacingFailure replacingFailures[] = {
     {"full disk", Call::writeFile, ENOSPC},
     {"full disk, noticed late", Call::syncFile, ENOSPC},
     {"disk error when flushing", Call::syncFile, EIO},
+    {"mode that cannot be set", Call::setFileMode, EPERM},
     {"read-only folder", Call::renameFile, EACCES},
     {"read-only file system", Call::renameFile, EROFS},
 };

@@ -29,9 +29,14 @@ protected:
 };
 
 TEST_F(FileReplace, CreatesAMissingFile) {
+    const mode_t mask = umask(0);
     EXPECT_TRUE(replace("settings", "one\n"));
+    umask(mask);
     EXPECT_EQ(read("settings"), "one\n");
     EXPECT_THAT(names(), ElementsAre("settings"));
+    struct stat status {};
+    stat(pathOf("settings").c_str(), &status);
+    EXPECT_EQ(status.st_mode & 07777U, 0666U) << "as the mask has it";
 }
 
 TEST_F(FileReplace, LeavesNothingOfALongerPredecessor) {
@@ -79,6 +84,11 @@ TEST_F(FileReplace, KeepsTheOwnerOfAnExistingFile) {
     stat(pathOf("settings").c_str(), &status);
     EXPECT_EQ(status.st_uid, owner);
     EXPECT_EQ(status.st_gid, group);
+    WrappedCalls_fail(Call::setFileOwner, EPERM);
+    EXPECT_FALSE(replace("settings", "other\n"));
+    EXPECT_EQ(errno, EPERM);
+    EXPECT_EQ(read("settings"), "new\n");
+    EXPECT_THAT(names(), ElementsAre("settings"));
 }
 
 TEST_F(FileReplace, FollowsSymbolicLinksToTheFileAndKeepsThem) {
@@ -107,6 +117,17 @@ TEST_F(FileReplace, FollowsSymbolicLinksToTheFileAndKeepsThem) {
     EXPECT_EQ(read("data/missing"), "to a file that is still missing");
 }
 
+TEST_F(FileReplace, FollowsThirtyNineLinksAndNoMore) {
+    for (int number = 1; number <= 40; ++number) {
+        std::filesystem::create_symlink(std::to_string(number - 1), pathOf(std::to_string(number)));
+    }
+    EXPECT_TRUE(replace("39", "new\n"));
+    EXPECT_EQ(read("0"), "new\n");
+    EXPECT_FALSE(replace("40", "newer\n"));
+    EXPECT_EQ(errno, ELOOP);
+    EXPECT_EQ(read("0"), "new\n");
+}
+
 TEST_F(FileReplace, RefusesLinksThatRunInACircle) {
     std::filesystem::create_symlink("two", pathOf("one"));
     std::filesystem::create_symlink("one", pathOf("two"));
@@ -120,6 +141,16 @@ TEST_F(FileReplace, RefusesAPathThatIsTooLong) {
     EXPECT_EQ(errno, ENAMETOOLONG);
     EXPECT_FALSE(replace(std::string(250, 'x'), "new\n")); // the sibling's name does not fit
     EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST_F(FileReplace, RemovesASiblingAtTheLongestPathThereIs) {
+    const std::string sibling = "settings.new." + std::to_string(getpid()) + ".1";
+    for (const size_t length : {PATH_MAX - 2, PATH_MAX - 1, PATH_MAX}) {
+        const std::string slashes(length - folder.size() - sibling.size(), '/');
+        write(sibling, "");
+        File_removeAbandonedSiblings((folder + slashes + "settings").c_str());
+        EXPECT_EQ(names().empty(), length < PATH_MAX) << length;
+    }
 }
 
 TEST_F(FileReplace, RefusesALinkWhoseTargetsPathIsTooLong) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <fcntl.h>
+#include <poll.h>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -101,6 +102,32 @@ TEST_F(TraceOutput, WhoTracesDoesNotWaitForWhoReads) {
     EXPECT_EQ(next, lines);
     EXPECT_GT(lost, 0U);
     EXPECT_LE(lost, lines - 655) << "the buffer holds 64 KiB";
+}
+
+TEST_F(TraceOutput, WhoFlushesWaitsUntilEverythingIsWritten) {
+    constexpr unsigned lines = 600; // fills the pipe and most of the buffer
+    for (unsigned line = 0; line < lines; ++line) {
+        TraceOutput_write(numberedLine(line).c_str(), false);
+    }
+    std::atomic<bool> isFlushed{false};
+    std::thread other([this, &isFlushed] {
+        while (!isFlushed) {
+            pollfd more{reader, POLLIN, 0};
+            poll(&more, 1, 1);
+            readMore();
+        }
+    });
+    EXPECT_TRUE(TraceOutput_flush(limit_ms));
+    isFlushed = true;
+    other.join();
+    readMore();
+    EXPECT_EQ(text.size(), lines * numberedLine(0).size());
+}
+
+TEST_F(TraceOutput, ATextOfTheBuffersSizeIsWritten) {
+    const std::string longest(65536, 'x');
+    TraceOutput_write(longest.c_str(), false);
+    EXPECT_TRUE(all() == longest);
 }
 
 TEST_F(TraceOutput, ATextBeyondTheBufferIsLostAlone) {
