@@ -83,7 +83,12 @@ TEST(GraphPlot, LimitsThatCannotBeSpreadAreNotDrawable) {
           std::pair{5.0, infinity}, std::pair{-1.7e308, 1.7e308}}) {
         EXPECT_FALSE(GraphPlot_isDrawable({600.0, 100.0, 60, yMin, yMax}));
     }
-    EXPECT_FALSE(GraphPlot_isDrawable({0.0, 0.0, 60, 0.0, 10.0}));
+    for (const auto& [width, height] :
+         {std::pair{0.0, 0.0}, std::pair{0.0, 0.5}, std::pair{0.5, 0.0}, std::pair{-0.5, 0.5},
+          std::pair{0.5, -0.5}}) {
+        EXPECT_FALSE(GraphPlot_isDrawable({width, height, 60, 0.0, 10.0}));
+    }
+    EXPECT_TRUE(GraphPlot_isDrawable({0.5, 0.5, 60, 0.0, 0.5}));
     EXPECT_TRUE(GraphPlot_isDrawable(plot));
 }
 

@@ -65,6 +65,12 @@ TEST(GraphScale, LimitsFitTheDataInStepsOfFiveWattsOrOneDecibel) {
         {-60.0, -60.0, true, -60.0, -59.5},
         {25.0, 25.0, false, 22.5, 27.5}, // unchanging data stays in the middle
         {25.1, 25.1, false, 22.5, 27.5},
+        {10.5, 10.5, false, 7.5, 12.5}, // a tenth of a step is close, and no more
+        {10.6, 10.6, false, 10.0, 15.0},
+        {14.5, 14.5, false, 12.5, 17.5},
+        {14.4, 14.4, false, 10.0, 15.0},
+        {20.0, 2.0, false, 5.0, 20.0},      // the wrong way round: 20.45 to 1.55
+        {-70.0, -70.0, true, -60.0, -59.0}, // below the floor
     };
     for (const auto& test : cases) {
         const std::optional<GraphLimits> limits = GraphScale_fit(test.min, test.max, test.isdBm);
