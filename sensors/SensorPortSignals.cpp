@@ -13,17 +13,14 @@ constexpr pthread_mutex_t freshMutex = PTHREAD_MUTEX_INITIALIZER;
 
 /// What setIsConnected changes, under the port's sensorPortMutex.
 struct Connection {
-    pthread_cond_t changed;
-    uint32_t number; ///< grows with every rise of the flag
-    uint32_t served; ///< the connection that the handler's records belong to
-    bool isWoken;    ///< the handler is to look for something else
+    pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
+    uint32_t number = 0;  ///< grows with every rise of the flag
+    uint32_t served = 0;  ///< the connection that the handler's records belong to
+    bool isWoken = false; ///< the handler is to look for something else
 };
 
 bool sensorIsConnected[sensorPortCount];
-Connection connections[sensorPortCount] = {{PTHREAD_COND_INITIALIZER, 0, 0, false},
-                                           {PTHREAD_COND_INITIALIZER, 0, 0, false},
-                                           {PTHREAD_COND_INITIALIZER, 0, 0, false},
-                                           {PTHREAD_COND_INITIALIZER, 0, 0, false}};
+Connection connections[sensorPortCount];
 
 std::atomic<uint32_t> readingNumbers[sensorPortCount];
 std::atomic<uint32_t> begunReadings[sensorPortCount];

@@ -6,6 +6,8 @@
 #include "SensorRecords.h"
 #include "Threads.h"
 
+#include <optional>
+
 namespace {
 
 constexpr float microsecondsPerSecond = 1e6F;
@@ -30,26 +32,25 @@ constexpr Scale plain = {1.0F, 1.0F};
 constexpr Scale fromMHz = {hzPerMHz, 1.0F};
 constexpr Scale fromMicroseconds = {1.0F, microsecondsPerSecond};
 
-/// Fetches one value; false, and nothing stored, when no reply arrives. A sensor that is given up
-/// is not asked: a reading has many questions, and each would wait for its time-out.
-bool fetch(Handler* handler, sensor_qry_e query, float* value) {
+/// Fetches one value; nothing when no reply arrives. A sensor that is given up is not asked: a
+/// reading has many questions, and each would wait for its time-out.
+std::optional<float> fetch(Handler* handler, sensor_qry_e query) {
     qry_type reply;
     if (UsbTmcPort_isGivenUp() ||
         handleQuery(handler->usbPort.fd, handler->usbPort.rxBuffer, query, &reply) <= 0) {
-        return false;
+        return std::nullopt;
     }
-    *value = sensor_qry_param[query].reply == reply_integer ? static_cast<float>(reply.ival)
-                                                            : reply.fval;
-    return true;
+    return sensor_qry_param[query].reply == reply_integer ? static_cast<float>(reply.ival)
+                                                          : reply.fval;
 }
 
 bool fetchInto(Handler* handler, sensor_qry_e query, float SENSOR_MEASUREMENTS::*field,
                const Scale& scale = plain) {
-    float value = 0.0F;
-    if (!fetch(handler, query, &value)) {
+    const std::optional<float> value = fetch(handler, query);
+    if (!value) {
         return false;
     }
-    store(handler, field, value * scale.factor / scale.divisor);
+    store(handler, field, *value * scale.factor / scale.divisor);
     SensorPortSignals_breakSilence(sensorUsbHandler_port(handler));
     return true;
 }
@@ -109,10 +110,11 @@ void fetchState(Handler* handler, uint32_t state) {
                                      {Q_FETCH_STATE1_MAX, &PULSE_STATES::max},
                                      {Q_FETCH_STATE1_MIN, &PULSE_STATES::min}};
     for (const StateValue& one : values) {
-        float value = 0.0F;
-        if (fetch(handler, UsbTmcCommands_queryOfState(one.query, state), &value)) {
+        const std::optional<float> value =
+            fetch(handler, UsbTmcCommands_queryOfState(one.query, state));
+        if (value) {
             const ScopedLock lock(sensorPortMeasureMutex[sensorUsbHandler_port(handler)]);
-            handler->sensorMeasurements.pulseStates[state].*one.field = value;
+            handler->sensorMeasurements.pulseStates[state].*one.field = *value;
             SensorPortSignals_breakSilence(sensorUsbHandler_port(handler));
         }
     }
@@ -120,9 +122,9 @@ void fetchState(Handler* handler, uint32_t state) {
 
 void fetchStates(Handler* handler) {
     for (uint32_t state = 0; state < pulseStateCount; ++state) {
-        float isEnabled = 0.0F;
-        if (fetch(handler, UsbTmcCommands_queryOfState(Q_CALCULATE_STATE1_EN, state), &isEnabled) &&
-            isEnabled != 0.0F) {
+        const std::optional<float> isEnabled =
+            fetch(handler, UsbTmcCommands_queryOfState(Q_CALCULATE_STATE1_EN, state));
+        if (isEnabled && *isEnabled != 0.0F) {
             fetchState(handler, state);
         }
     }

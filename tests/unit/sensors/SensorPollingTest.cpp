@@ -197,6 +197,35 @@ void takeAndLose(uint32_t slot) {
     EXPECT_EQ(lossOf(slot), UsbSlotLoss::lost);
 }
 
+TEST(UsbSensorSlots, TwoNodesHaveASlotEachAndAThirdHasNone) {
+    const std::string names[] = {usbPort1Name, usbPort2Name, "/dev/usbtmc2"};
+    for (uint32_t slot = 0; slot < usbSensorCount; ++slot) {
+        EXPECT_FALSE(UsbSensorSlots_isOpen(slot)) << slot;
+        EXPECT_EQ(lossOf(slot), UsbSlotLoss::none) << slot;
+        EXPECT_FALSE(UsbSensorSlots_take(slot).hasChanged) << slot;
+        const int fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+        EXPECT_TRUE(UsbSensorSlots_offer(names[slot].c_str(), fd));
+        EXPECT_TRUE(UsbSensorSlots_isOpen(slot)) << slot;
+        EXPECT_TRUE(UsbSensorSlots_hasNode(names[slot].c_str()));
+        EXPECT_EQ(UsbSensorSlots_take(slot).fd, fd);
+        EXPECT_FALSE(UsbSensorSlots_take(slot).hasChanged) << slot;
+        UsbTmcPort_Close(fd);
+    }
+    EXPECT_FALSE(UsbSensorSlots_offer(names[2].c_str(), -1));
+    EXPECT_FALSE(UsbSensorSlots_hasNode(names[2].c_str()));
+    for (const uint32_t beyond : {2U, 3U, 0xFFFFFFFFU}) {
+        EXPECT_FALSE(UsbSensorSlots_isOpen(beyond));
+        EXPECT_EQ(lossOf(beyond), UsbSlotLoss::none);
+        UsbSensorSlots_offerAgain(beyond, -1);
+        UsbSensorSlots_forgetLoss(beyond);
+    }
+    for (uint32_t slot = 0; slot < usbSensorCount; ++slot) {
+        UsbSensorSlots_release(names[slot].c_str());
+        EXPECT_FALSE(UsbSensorSlots_isOpen(slot)) << slot;
+        EXPECT_EQ(UsbSensorSlots_take(slot).fd, -1);
+    }
+}
+
 TEST(UsbSensorSlots, ALossEndsWithItsDevice) {
     const auto openSomething = [] { return open("/dev/null", O_RDWR | O_CLOEXEC); };
     ASSERT_TRUE(UsbSensorSlots_offer(usbPort1Name, openSomething()));

@@ -41,6 +41,7 @@ TEST(SensorPortHandler, APortBeyondTheFourGivesNothing) {
         SensorPortSignals_setServedConnection(port, 1);
         EXPECT_FALSE(SensorPortSignals_isServed(port));
         EXPECT_FALSE(SensorPortSignals_isSameConnection(port, 0));
+        EXPECT_FALSE(SensorPortSignals_endConnection(port, 0));
     }
 }
 
@@ -113,14 +114,26 @@ TEST(SensorPortSignals, AReplacedSensorIsANewConnection) {
     sensorPortHandler_setIsConnected(sensorPort_USB2, false);
 }
 
-TEST(SensorPortSignals, APortIsServedOnceItsHandlerHasTakenUpTheSensor) {
+TEST(SensorPortSignals, OnlyTheConnectionThatThereIsCanBeEnded) {
     sensorPortHandler_setIsConnected(sensorPort_USB2, true);
     const uint32_t connection = SensorPortSignals_waitUntilConnected(sensorPort_USB2);
-    EXPECT_FALSE(SensorPortSignals_isServed(sensorPort_USB2));
-    SensorPortSignals_setServedConnection(sensorPort_USB2, connection);
-    EXPECT_TRUE(SensorPortSignals_isServed(sensorPort_USB2));
-    sensorPortHandler_setIsConnected(sensorPort_USB2, false);
-    EXPECT_FALSE(SensorPortSignals_isServed(sensorPort_USB2));
+    EXPECT_FALSE(SensorPortSignals_endConnection(sensorPort_USB2, connection - 1));
+    EXPECT_TRUE(sensorPortHandler_getIsConnected(sensorPort_USB2));
+    EXPECT_TRUE(SensorPortSignals_endConnection(sensorPort_USB2, connection));
+    EXPECT_FALSE(sensorPortHandler_getIsConnected(sensorPort_USB2));
+    EXPECT_FALSE(SensorPortSignals_endConnection(sensorPort_USB2, connection));
+}
+
+TEST(SensorPortSignals, APortIsServedOnceItsHandlerHasTakenUpTheSensor) {
+    for (uint32_t port = 0; port < sensorPortCount; ++port) {
+        sensorPortHandler_setIsConnected(port, true);
+        EXPECT_FALSE(SensorPortSignals_isServed(port)) << port;
+        const uint32_t connection = SensorPortSignals_waitUntilConnected(port);
+        SensorPortSignals_setServedConnection(port, connection);
+        EXPECT_TRUE(SensorPortSignals_isServed(port)) << port;
+        sensorPortHandler_setIsConnected(port, false);
+        EXPECT_FALSE(SensorPortSignals_isServed(port)) << port;
+    }
 }
 
 class Silence : public testing::Test {

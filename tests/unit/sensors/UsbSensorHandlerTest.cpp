@@ -71,6 +71,20 @@ TEST_F(UsbSensor, IdentificationReadsModelSerialNumberFirmwareAndLimits) {
     EXPECT_EQ(messages[2], "SYST:IDEN:FWR?");
 }
 
+TEST_F(UsbSensor, IdentityTextsAreTrimmedWhereTheirFieldsEnd) {
+    // 20 characters of a model count and 48 of a revision: all in front of the x.
+    device.setReply("SYST:IDEN:MOD?", "3164" + std::string(8, 'm') + std::string(8, ' ') + "x");
+    device.setReply("SYST:IDEN:FWR?", std::string(40, 'v') + std::string(8, ' ') + "x");
+    handler.usbtmcSubstate = 0;
+    EXPECT_EQ(run(stateUsbIdent, stateUsbGetConfig), stateUsbGetConfig);
+    EXPECT_EQ(handler.sensorIdentity.sensorModel, "3164" + std::string(8, 'm'));
+    EXPECT_EQ(handler.sensorIdentity.sensorFirmwareRevision, std::string(40, 'v'));
+    device.setReply("SYST:IDEN:FWR?", std::string(49, 'v'));
+    handler.usbtmcSubstate = 0;
+    EXPECT_EQ(run(stateUsbIdent, stateUsbGetConfig), stateUsbGetConfig);
+    EXPECT_EQ(handler.sensorIdentity.sensorFirmwareRevision, std::string(48, 'v'));
+}
+
 struct ModelCase {
     const char* model;
     bool hasPulseFeatures;

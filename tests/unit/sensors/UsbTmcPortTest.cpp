@@ -312,6 +312,19 @@ TEST_F(UsbTmc, TheStatusIsAskedForAnewWhenItsAnswerIsLost) {
               (Messages{"*STB?", "<C>", "*STB?", "STAT:QUES:COND?", "<C>", "STAT:QUES:COND?"}));
 }
 
+TEST_F(UsbTmc, TheStatusIsReadOnBehindAnEmptyAnswerAndNotAskedForAnew) {
+    World_setSpeed(8); // the second read ends with the driver's time-out
+    device.setReply("*STB?", "68");
+    device.fault("empty");
+    device.setListener([this](const std::string& message) {
+        if (message == "<C>") {
+            device.fault("none");
+        }
+    });
+    EXPECT_EQ(handleReadStatusByteQuery(fd, buffer.data()), 3);
+    EXPECT_EQ(device.messages(), (Messages{"*STB?", "<C>", "*STB?"}));
+}
+
 TEST_F(UsbTmc, ASensorThatIsSilentForHalfAMinuteIsGivenUp) {
     const StillClock clock;
     constexpr int reads = 6;
