@@ -23,6 +23,7 @@
 #include <fstream>
 #include <functional>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <string>
 #include <sys/resource.h>
@@ -240,6 +241,51 @@ TEST_F(ScpiServers, GiveTheTerminalItsSpecialCharacters) {
     EXPECT_EQ(settings.c_cc[VEOF], 0x04);
     EXPECT_EQ(settings.c_cc[VEOL], 0x10);
     EXPECT_EQ(settings.c_cc[VEOL2], 0x00);
+}
+
+/// The server's end of the client's connection: the descriptor whose peer the client is.
+int serverEndOf(const Client& client) {
+    sockaddr_in own{};
+    socklen_t size = sizeof own;
+    EXPECT_EQ(getsockname(client.fd.get(), reinterpret_cast<sockaddr*>(&own), &size), 0);
+    for (int fd = 0; fd < FD_SETSIZE; ++fd) {
+        sockaddr_in peer{};
+        size = sizeof peer;
+        if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+            peer.sin_family == AF_INET && peer.sin_port == own.sin_port) {
+            return fd;
+        }
+    }
+    return -1;
+}
+
+TEST_F(ScpiServers, SetAConnectionUpForPromptRepliesAndClientsThatVanish) {
+    struct {
+        const char* legend;
+        int level;
+        int option;
+        int value;
+    } const options[] = {
+        {"no delay", IPPROTO_TCP, TCP_NODELAY, 1},
+        {"probing", SOL_SOCKET, SO_KEEPALIVE, 1},
+        {"seconds of silence before a probe", IPPROTO_TCP, TCP_KEEPIDLE, 10},
+        {"seconds between probes", IPPROTO_TCP, TCP_KEEPINTVL, 5},
+        {"milliseconds without an answer", IPPROTO_TCP, TCP_USER_TIMEOUT, 20000},
+    };
+    const Client client;
+    ASSERT_EQ(client.ask("*OPC?"), "1\r\n");
+    const int server = serverEndOf(client);
+    for (const auto& one : options) {
+        int value = -1;
+        socklen_t size = sizeof value;
+        EXPECT_EQ(getsockopt(server, one.level, one.option, &value, &size), 0) << one.legend;
+        EXPECT_EQ(value, one.value) << one.legend;
+    }
+    timeval limit{};
+    socklen_t size = sizeof limit;
+    EXPECT_EQ(getsockopt(server, SOL_SOCKET, SO_RCVTIMEO, &limit, &size), 0);
+    EXPECT_EQ(limit.tv_sec, 10);
+    EXPECT_EQ(limit.tv_usec, 0);
 }
 
 TEST_F(ScpiServers, KeepTheirErrorQueuesApart) {

@@ -23,6 +23,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <iterator>
 #include <random>
 #include <string>
 #include <thread>
@@ -69,6 +71,23 @@ TEST(LegacyPortStart, AThreadThatCannotBeStartedIsReported) {
             << name;
     }
     EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
+}
+
+size_t openDescriptors() {
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(LegacyPortStart, TheReopeningClosesWhatWasOpen) {
+    const SerialTerminal terminal;
+    const size_t before = openDescriptors();
+    World_clearSyslog();
+    SerialCommand_Initialize(serialCommandPortName);
+    EXPECT_EQ(openDescriptors(), before);
+    SerialPort_Close();
+    SerialCommand_Initialize(serialCommandPortName);
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_TRUE(World_syslog().empty()) << "what is not open is not closed";
 }
 
 TEST(LegacyPortStart, TheUsersSerialSettingsSurviveTheReopening) {
