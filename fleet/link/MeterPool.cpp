@@ -2,6 +2,7 @@
 
 #include "FleetClock.h"
 #include "FleetLoopContext.h"
+#include "MeterPicture.h"
 #include "ReconnectPause.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ constexpr int64_t follow_ms = 1000;     ///< how often the wall clock is compare
 constexpr size_t receiveSize = 65536;
 constexpr int64_t none = -1;
 
-enum class LinkState { closed, connecting, idle, asking };
+enum class LinkState { closed, connecting, idle, asking, picturing };
 
 struct Link {
     Link(boost::asio::io_context& context, size_t number, MeterTarget meter)
@@ -39,6 +40,8 @@ struct Link {
     tcp::socket socket;
     tcp::resolver resolver;
     MeterDialogue dialogue;
+    MeterPicture picture;
+    std::function<void(const std::string&)> pictureDone; ///< none where nobody asks for it
     ReconnectPause pause;
     MeterCounts counts;
     LinkState state = LinkState::closed;
@@ -111,6 +114,20 @@ void hangUp(Link& link) {
     link.state = LinkState::closed;
 }
 
+/// Lets others have their turn, if that is wanted.
+void leave(Link& link) {
+    if (!link.target.holds && link.target.interval_ms >= leavesFrom_ms) {
+        hangUp(link);
+    }
+}
+
+void endPicture(Link& link, const std::string& png) {
+    link.picture = {};
+    if (const auto done = std::exchange(link.pictureDone, nullptr)) {
+        done(png);
+    }
+}
+
 void fail(MeterPool& pool, Link& link, const std::string& why) {
     link.counts.reconnects += link.isThere ? 1 : 0;
     hangUp(link);
@@ -119,7 +136,10 @@ void fail(MeterPool& pool, Link& link, const std::string& why) {
     if (link.pendingPoll != none) {
         report(pool, link, std::exchange(link.pendingPoll, none), false);
     }
+    endPicture(link, {});
 }
+
+void beginPicture(MeterPool& pool, Link& link);
 
 void finish(MeterPool& pool, Link& link) {
     link.state = LinkState::idle;
@@ -129,8 +149,10 @@ void finish(MeterPool& pool, Link& link) {
         return;
     }
     report(pool, link, std::exchange(link.pendingPoll, none), true);
-    if (!link.target.holds && link.target.interval_ms >= leavesFrom_ms) {
-        hangUp(link);
+    if (link.pictureDone && !link.isDropped) {
+        beginPicture(pool, link);
+    } else {
+        leave(link);
     }
 }
 
@@ -146,7 +168,40 @@ void send(MeterPool& pool, Link& link, const std::string& request) {
     link.deadline_ms = monotonic_ms() + pool.answerTime_ms;
 }
 
+void beginPicture(MeterPool& pool, Link& link) {
+    send(pool, link, MeterPicture_request());
+    if (link.state == LinkState::asking) {
+        link.state = LinkState::picturing;
+    }
+}
+
+void ask(MeterPool& pool, Link& link) {
+    send(pool, link, MeterDialogue_begin(link.dialogue, monotonic_ms()));
+}
+
+void takePicture(MeterPool& pool, Link& link, std::string_view bytes) {
+    std::string png;
+    const MeterPictureStep step = MeterPicture_receive(link.picture, bytes, png);
+    if (step == MeterPictureStep::broken) {
+        fail(pool, link, "an answer was lost, or is none of a meter");
+    }
+    if (step == MeterPictureStep::waits || step == MeterPictureStep::broken) {
+        return;
+    }
+    link.state = LinkState::idle;
+    endPicture(link, png);
+    if (link.pendingPoll != none) {
+        ask(pool, link);
+    } else {
+        leave(link);
+    }
+}
+
 void take(MeterPool& pool, Link& link, std::string_view bytes) {
+    if (link.state == LinkState::picturing) {
+        takePicture(pool, link, bytes);
+        return;
+    }
     const int64_t utc_ns = FleetClock_utc_ns(pool.clock, FleetLoop_monotonic_ns());
     std::string request;
     switch (MeterDialogue_receive(link.dialogue, bytes, utc_ns / millisecond_ns, request)) {
@@ -195,10 +250,6 @@ void awaitBytes(MeterPool& pool, Link& link) {
                                    awaitBytes(pool, link);
                                }
                            });
-}
-
-void ask(MeterPool& pool, Link& link) {
-    send(pool, link, MeterDialogue_begin(link.dialogue, monotonic_ms()));
 }
 
 void begin(MeterPool& pool, Link& link) {
@@ -271,6 +322,9 @@ void pollIsDue(MeterPool& pool, Link& link) {
         return;
     }
     link.pendingPoll = number;
+    if (link.state == LinkState::picturing) {
+        return; // it is asked behind the picture
+    }
     if (link.state == LinkState::idle) {
         ask(pool, link);
     } else {
@@ -301,7 +355,8 @@ void endLongWaits(MeterPool& pool, int64_t now_ms) {
     // By index: what is told of one meter may add another.
     for (size_t i = 0; i < pool.links.size(); ++i) {
         Link& link = pool.links[i];
-        if (link.pendingPoll != none && now_ms >= link.deadline_ms) {
+        const bool isWaiting = link.pendingPoll != none || link.state == LinkState::picturing;
+        if (isWaiting && now_ms >= link.deadline_ms) {
             fail(pool, link,
                  link.state == LinkState::connecting ? "it cannot be reached"
                                                      : "it does not answer");
@@ -370,6 +425,20 @@ void MeterPool_drop(MeterPool& pool, size_t meter) {
     link.isDropped = true;
     link.pendingPoll = none;
     hangUp(link);
+    endPicture(link, {});
+}
+
+bool MeterPool_askPicture(MeterPool& pool, size_t meter,
+                          std::function<void(const std::string& png)> done) {
+    Link& link = pool.links[meter];
+    if (!link.isThere || link.isDropped || link.pictureDone) {
+        return false;
+    }
+    link.pictureDone = std::move(done);
+    if (link.state == LinkState::idle) {
+        beginPicture(pool, link);
+    }
+    return true;
 }
 
 void MeterPool_stop(MeterPool& pool) {

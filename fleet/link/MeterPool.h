@@ -53,6 +53,12 @@ size_t MeterPool_add(MeterPool& pool, const MeterTarget& target);
 /// Hangs up for good: the meter is neither polled nor reported any more. Its index stays taken.
 void MeterPool_drop(MeterPool& pool, size_t meter);
 
+/// Asks for the meter's screen, after the poll that is under way or, where the meter is left alone,
+/// due next; a poll that is due meanwhile comes later. `done` is called once, on the loop, with a
+/// PNG file or with "" where there is none. False if the meter is not there or is asked already.
+bool MeterPool_askPicture(MeterPool& pool, size_t meter,
+                          std::function<void(const std::string& png)> done);
+
 /// Hangs up everywhere; nothing is reported any more.
 void MeterPool_stop(MeterPool& pool);
 

@@ -428,6 +428,25 @@ function refreshMeter(page) {
   refresh('eventsDue_ms', 'asksEvents', EVENTS_REFRESH_MS, refreshEvents);
 }
 
+// The answer is looked at first: an image that is refused does not tell why.
+async function showScreen(page) {
+  setText($('screenTrouble'), 'is asked for\u2026');
+  const answer = await fetch(`api/meters/${encodeURIComponent(page.name)}/screen`);
+  if (page !== shown) return;
+  setText($('screenTrouble'), answer.ok ? '' : (await answer.json()).error);
+  hideScreen();
+  if (answer.ok) {
+    $('screen').src = URL.createObjectURL(await answer.blob());
+    $('screen').hidden = false;
+  }
+}
+
+function hideScreen() {
+  if ($('screen').src) URL.revokeObjectURL($('screen').src);
+  $('screen').removeAttribute('src');
+  $('screen').hidden = true;
+}
+
 function chooseRange(range) {
   shown.range = range;
   shown.chartsDue_ms = 0;
@@ -442,6 +461,8 @@ function closeMeter() {
   shown = null;
   $('channels').replaceChildren();
   $('events').replaceChildren();
+  setText($('screenTrouble'), '');
+  hideScreen();
 }
 
 function showWhatIsAsked() {
@@ -499,6 +520,8 @@ for (const range of RANGES) {
   button.addEventListener('click', () => chooseRange(range));
   $('ranges').append(button);
 }
+$('screenButton').addEventListener('click', () => showScreen(shown)
+  .catch(error => setText($('screenTrouble'), error.message)));
 $('search').addEventListener('input', drawList);
 $('sort').addEventListener('change', event => sortBy(event.target.value));
 window.addEventListener('scroll', () => shown || drawRows(), {passive: true});

@@ -208,6 +208,18 @@ FleetView viewOfAll(const Service& service) {
     return view;
 }
 
+void fetchScreen(Service& service, const std::string& address,
+                 std::function<void(const std::string&)> done) {
+    const auto meter =
+        std::ranges::find_if(service.meters, [&address](const WatchedMeter& watched) {
+            return MeterAddress_text(watched.config.address) == address;
+        });
+    const auto index = static_cast<size_t>(meter - service.meters.begin());
+    if (meter == service.meters.end() || !MeterPool_askPicture(*service.pool, index, done)) {
+        done({});
+    }
+}
+
 /// Lets others look on, if that is wanted. False, with the reason told, if they cannot.
 bool serve(Service& service) {
     const FleetConfig& config = *service.config;
@@ -218,7 +230,10 @@ bool serve(Service& service) {
     std::string error;
     service.site = FleetSite_start(
         service.loop,
-        {*address, config.token, config.database, [&service] { return viewOfAll(service); }},
+        {*address, config.token, config.database, [&service] { return viewOfAll(service); },
+         [&service](const std::string& meter, std::function<void(const std::string&)> done) {
+             fetchScreen(service, meter, std::move(done));
+         }},
         error);
     say(service.site ? "serving " + FleetSite_url(*service.site) : config.listen + ": " + error);
     return service.site != nullptr;

@@ -163,6 +163,19 @@ void answerMeter(const FleetSite& site, const WebTarget& target, const WebReply&
                                      : answerOf(FleetJson_meter(*meter, view.time_ms)));
 }
 
+void answerScreen(const FleetSite& site, const WebTarget& target, const WebReply& reply) {
+    const FleetView view = site.options.view();
+    const auto meter = std::ranges::find(view.meters, target.path[2], &MeterView::meter);
+    if (meter == view.meters.end()) {
+        reply(refusal(notFound, "no such meter is watched"));
+        return;
+    }
+    site.options.screen(meter->address, [reply](const std::string& png) {
+        reply(png.empty() ? refusal(tooBusy, "the meter shows no picture now")
+                          : answerOf(png, "image/png"));
+    });
+}
+
 void answerEvents(FleetSite& site, const WebTarget& target, const WebReply& reply) {
     HistoryQuery query;
     std::string error;
@@ -182,6 +195,8 @@ void answerMeters(FleetSite& site, const WebTarget& target, const WebReply& repl
         reply(answerOf(FleetJson_fleet(site.options.view())));
     } else if (path.size() == 3) {
         answerMeter(site, target, reply);
+    } else if (path.size() == 4 && path[3] == "screen") {
+        answerScreen(site, target, reply);
     } else if (isReadings || isCsv) {
         answerReadings(site, target, isCsv, reply);
     } else {

@@ -17,6 +17,8 @@ struct FleetSiteOptions {
     std::string token;    ///< "" for none
     std::string database;
     std::function<FleetView()> view; ///< called on the loop
+    /// Fetches the screen of the meter with this address as a PNG file, "" where there is none.
+    std::function<void(const std::string& address, std::function<void(const std::string&)>)> screen;
 };
 
 /// Nothing, with the reason, if it cannot be served there.

@@ -39,7 +39,7 @@ constexpr seconds eventTime(10);              ///< for taking a single event
 constexpr seconds acceptPause(1);             ///< while no more connections can be taken
 
 constexpr const char* contentPolicy =
-    "default-src 'self'; img-src 'self' data:; style-src 'self' 'unsafe-inline'; "
+    "default-src 'self'; img-src 'self' data: blob:; style-src 'self' 'unsafe-inline'; "
     "frame-ancestors 'none'";
 
 using Answer = http::response<http::span_body<const char>>;

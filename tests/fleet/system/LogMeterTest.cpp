@@ -9,7 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -63,6 +66,44 @@ TEST_F(FleetMeterTest, EveryValueIsTheBenchsAndNothingIsEverSet) {
         EXPECT_THAT(query, testing::EndsWith("?"));
     }
     EXPECT_THAT(queriesOf(wire.said()), testing::Contains("MEAS:DCYC?"));
+}
+
+TEST_F(FleetMeterTest, ItsScreenIsAPictureBetweenThePolls) {
+    const TestFolder folder;
+    const std::string host =
+        "127.99." + std::to_string(getpid() / 200 % 200) + "." + std::to_string(getpid() % 200 + 1);
+    TestFolder_write(folder.file("fleet.toml"),
+                     "listen = \"" + host + ":8830\"\ndatabase = \"" + folder.file("db.sqlite") +
+                         "\"\nevery = \"100ms\"\n[[meter]]\naddress = \"127.0.0.1:" +
+                         std::to_string(port()) + "\"\n");
+    FleetProcess service({"quorvel-fleet", "run", folder.file("fleet.toml")});
+    const auto ask = [&host](const std::string& path) {
+        const int client = WireRecorder_connect(host, 8830);
+        const std::string request = "GET " + path + " HTTP/1.0\r\n\r\n";
+        std::string answer;
+        std::array<char, 4096> buffer;
+        ssize_t count = send(client, request.data(), request.size(), MSG_NOSIGNAL);
+        while (count > 0) {
+            count = recv(client, buffer.data(), buffer.size(), 0);
+            answer.append(buffer.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        }
+        close(client);
+        return answer;
+    };
+    const std::string meter = "/api/meters/20260001";
+    ASSERT_TRUE(FleetTest_waitUntil([&] {
+        return ask(meter).find("\"state\":\"measuring\"") != std::string::npos;
+    })) << service.errors();
+    for (int times = 0; times < 3; ++times) {
+        const std::string answer = ask(meter + "/screen");
+        EXPECT_THAT(answer, testing::StartsWith("HTTP/1.0 200 OK"));
+        EXPECT_THAT(answer, testing::HasSubstr("\r\n\r\n\x89PNG\r\n"));
+        EXPECT_THAT(answer, testing::EndsWith("IEND\xae\x42\x60\x82"));
+    }
+    EXPECT_THAT(ask(meter), testing::AllOf(testing::HasSubstr("\"state\":\"measuring\""),
+                                           testing::HasSubstr("\"reconnects\":0")));
+    service.signal(SIGTERM);
+    EXPECT_EQ(0, service.end()) << service.errors();
 }
 
 } // namespace
