@@ -1,3 +1,4 @@
+#include "LookChecks.h"
 #include "PulseFixture.h"
 #include "ScreenFixture.h"
 #include "SilenceSign.h"
@@ -437,6 +438,106 @@ TEST_F(PulseGeometry, AnOverRangeIsDrawnWholeAndLeavesNothing) {
             EXPECT_TRUE(pixels() == pixelsDrawnAnew()) << power_W;
             expectInkApart();
         }
+    }
+}
+
+/// The keys of a group stand in one row or column: up, Auto, down.
+void expectScaleOrder(const CGTKScaleControls& controls) {
+    const GdkRectangle up = Gui_place(controls.gtkScaleUp);
+    const GdkRectangle automatic = Gui_place(controls.gtkScaleAutoOn);
+    const GdkRectangle down = Gui_place(controls.gtkScaleDown);
+    EXPECT_TRUE(up.x == automatic.x || up.y == automatic.y);
+    EXPECT_LT(up.x + up.y, automatic.x + automatic.y);
+    EXPECT_LT(automatic.x + automatic.y, down.x + down.y);
+}
+
+/// The title row is where it is on every other screen.
+void expectTitleRow(const CGTKPowerDisplay& display) {
+    const int top_px = Gui_place(display.container).y + 8;
+    const GdkRectangle sensor = Gui_place(display.title.sensorButton);
+    EXPECT_EQ(sensor.x, 8);
+    EXPECT_EQ(sensor.y, top_px);
+    EXPECT_EQ(sensor.height, 52);
+    const GdkRectangle config = Gui_place(display.title.configButton);
+    EXPECT_EQ(config.x, 952);
+    EXPECT_EQ(config.y, top_px);
+    EXPECT_EQ(config.width, 64);
+    EXPECT_EQ(config.height, 52);
+}
+
+TEST_F(Geometry, ScreensLookAsTheDesignAsks) {
+    for (const LongestTexts& texts : longestTexts) {
+        configuration_setPowerUnitsIsdBm(texts.isdBm);
+        for (const CwScreen& screen : cwScreens) {
+            SCOPED_TRACE(screen.name);
+            Gui_showScreen(screen.instance);
+            read(screen.instance, texts.fwd_W, texts.rfl_W);
+            const CGTKPowerDisplay& display = *gtkSensor_powerDisplay(screen.instance);
+            Look_expectTargets(display.container);
+            Look_expectTexts(display.container);
+            expectTitleRow(display);
+            if (!texts.isdBm) {
+                expectScaleOrder(display.scaleControlsFwd);
+                expectScaleOrder(display.scaleControlsRfl);
+            }
+        }
+    }
+}
+
+TEST_F(Geometry, TheGraphsCaptionsStandOnTheirLines) {
+    for (const CwScreen& screen : cwScreens) {
+        const CGTKGraphComponent& graph = gtkSensor_cwDisplay(screen.instance)->graph.graph;
+        if (graph.plotArea == nullptr) {
+            continue;
+        }
+        Gui_showScreen(screen.instance);
+        Gui_settle();
+        constexpr int plotMargin_px = 2;
+        const GdkRectangle plot = Gui_place(graph.plotArea);
+        const GdkRectangle highest = Gui_place(graph.yAxisMaxLabel);
+        const GdkRectangle lowest = Gui_place(graph.yAxisMinLabel);
+        EXPECT_EQ(highest.y + highest.height / 2, plot.y + plotMargin_px) << screen.name;
+        EXPECT_EQ(lowest.y + lowest.height / 2, plot.y + plot.height - plotMargin_px)
+            << screen.name;
+    }
+}
+
+TEST_F(Geometry, AnArrowThatWasTappedLooksAsBefore) {
+    Gui_showScreen(gtkSensorSingleChannel1);
+    readSingle(25.0F, 0.5F);
+    Gui_tap("single.fwd.scaleAuto");
+    Gui_settle();
+    const std::vector<guint8> before = pixels();
+    Gui_tap("single.fwd.scaleUp");
+    Gui_tap("single.fwd.scaleDown");
+    Gui_settle();
+    EXPECT_TRUE(pixels() == before);
+}
+
+TEST_F(PulseGeometry, TheTitleRowIsThatOfTheOtherScreens) {
+    for (const PulseScreen& screen : pulseScreens) {
+        Gui_showScreen(screen.instance);
+        Gui_settle();
+        expectTitleRow(displayOf(screen.instance)->power);
+    }
+}
+
+TEST_F(PulseGeometry, ScreensLookAsTheDesignAsks) {
+    for (const PulseScreen& screen : pulseScreens) {
+        CGTKPulseDisplay* display = displayOf(screen.instance);
+        Gui_showScreen(screen.instance);
+        for (GtkWidget* page : {display->pGridAttr, display->pGridGated, display->pGridState}) {
+            CGTKPowerDisplay_setup(display, page == display->pGridState ? modeSingleMulti
+                                                                        : modeSingleSimple);
+            turnTo(page);
+            Gui_settle();
+            Look_expectTargets(display->power.container);
+            Look_expectTexts(display->power.container);
+        }
+        turnTo(display->pGridAttr);
+        Gui_settle();
+        expectScaleOrder(display->power.scaleControlsFwd);
+        expectScaleOrder(display->power.scaleControlsRfl);
     }
 }
 
