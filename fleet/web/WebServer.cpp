@@ -29,14 +29,14 @@ using std::chrono::seconds;
 
 constexpr size_t longestHeader = 8192;
 constexpr size_t mostClients = 200;
-constexpr size_t mostReaders = 50;            ///< of events, among them
-constexpr size_t mostWaiting = 64UL << 20U;   ///< bytes of answers that clients have not taken yet
-constexpr size_t mostEventsWaiting = 4 << 20; ///< bytes for one reader
-constexpr int eventRoom = 65536;              ///< bytes that the system keeps for one reader
-constexpr seconds requestTime(10);            ///< for a whole request, waiting for it included
-constexpr seconds answerTime(60);             ///< for taking a whole answer
-constexpr seconds eventTime(10);              ///< for taking a single event
-constexpr seconds acceptPause(1);             ///< while no more connections can be taken
+constexpr size_t mostReaders = 50;             ///< of events, among them
+constexpr size_t mostWaiting = 64UL << 20U;    ///< bytes of answers that clients have not taken yet
+constexpr size_t mostEventsWaiting = 16 << 20; ///< bytes for one reader
+constexpr int eventRoom = 65536;               ///< bytes that the system keeps for one reader
+constexpr seconds requestTime(10);             ///< for a whole request, waiting for it included
+constexpr seconds answerTime(60);              ///< for taking a whole answer
+constexpr seconds eventTime(10);               ///< for taking a single event
+constexpr seconds acceptPause(1);              ///< while no more connections can be taken
 
 constexpr const char* contentPolicy =
     "default-src 'self'; img-src 'self' data: blob:; style-src 'self' 'unsafe-inline'; "
