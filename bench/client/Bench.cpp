@@ -40,6 +40,9 @@ std::vector<std::string> toolWords(const Bench& bench, const BenchOptions& optio
     for (const std::string& command : options.commands) {
         words.insert(words.end(), {"--do", command});
     }
+    if (options.hasWatchdog) {
+        words.emplace_back("--watchdog");
+    }
     if (!options.program.empty()) {
         words.insert(words.end(), {"--program", options.program});
     }

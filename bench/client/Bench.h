@@ -19,6 +19,7 @@ struct BenchOptions {
     std::vector<std::string> programArguments;
     std::vector<std::pair<std::string, std::string>> environment; ///< for the program
     std::function<void(const std::string& world)> prepare; ///< lays out files in the new world
+    bool hasWatchdog = false;   ///< a program that hangs is started again
     bool waitsForScreen = true; ///< Bench_start returns once the main window is on the screen
 };
 

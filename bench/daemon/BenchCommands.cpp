@@ -1,6 +1,7 @@
 #include "BenchCommands.h"
 
 #include "BenchClock.h"
+#include "BenchFaults.h"
 #include "BenchHardware.h"
 #include "BenchText.h"
 #include "DiskCommand.h"
@@ -83,6 +84,23 @@ CommandOutcome removeFile(BenchHardware& hardware, const CommandWords& words) {
     return CommandOutcome_accept();
 }
 
+CommandOutcome freeze(BenchHardware& hardware, const CommandWords& words) {
+    constexpr size_t longestName = 15;
+    const char* const world = hardware.world.c_str();
+    if (words[1] == "none") {
+        return BenchFaults_remove(world, BenchFault::freeze)
+                   ? CommandOutcome_accept()
+                   : CommandOutcome_refuse("the faults of the world cannot be written");
+    }
+    if (words[1].size() > longestName) {
+        return CommandOutcome_refuse(CommandOutcome_quoted(words[1]) +
+                                     " is no name of a thread in process listings");
+    }
+    return BenchFaults_add(world, BenchFault::freeze, words[1], 1)
+               ? CommandOutcome_accept()
+               : CommandOutcome_refuse("too much is broken already");
+}
+
 CommandOutcome clock(BenchHardware& hardware, const CommandWords& words) {
     if (words[1] == "step") {
         const auto step_s = BenchText_duration_s(words[2]);
@@ -116,7 +134,7 @@ struct Command {
 
 constexpr size_t anyNumber = 100;
 
-constexpr std::array<Command, 14> commands{{
+constexpr std::array<Command, 15> commands{{
     {"plug", 3, anyNumber, PortCommands_plug, "plug PORT MODEL [KEY=VALUE...]", "plug a sensor in"},
     {"unplug", 2, 2, PortCommands_unplug, "unplug PORT", "pull it"},
     {"replug", 2, 3, PortCommands_replug, "replug PORT [TIME]", "pull it and put it back"},
@@ -133,6 +151,8 @@ constexpr std::array<Command, 14> commands{{
     {"remove", 2, 2, removeFile, "remove PATH", "take a device or file away, such as /dev/ttyS4"},
     {"disk", 2, 2, DiskCommand_run, "disk slow=TIME | full | none",
      "the disk: how long a flush takes, and whether there is room"},
+    {"freeze", 2, 2, freeze, "freeze THREAD | none",
+     "let a thread of the program stand still, such as hwPolling"},
     {"clock", 3, 3, clock, "clock step TIME | clock speed FACTOR", "the program's time"},
     {"stop", 1, 1, stop, "stop [--all]", "end the bench; --all: all benches of this user"},
 }};

@@ -17,6 +17,7 @@ enum class BenchFault : uint32_t {
     rename, ///< renaming to the path fails
     sync,   ///< flushing to the disk fails
     slow,   ///< flushing to the disk takes this many milliseconds, or until the fault ends
+    freeze, ///< the thread of this name stands still until the fault ends
 };
 
 constexpr size_t benchFaultLimit = 8;
@@ -25,6 +26,7 @@ struct BenchFaultEntry {
     std::atomic<BenchFault> kind;
     std::atomic<int32_t> error; ///< of a slow disk its time
     /// The instrument path; the fault holds for it and for all below it or beside it by a suffix.
+    /// Of a frozen thread its name.
     std::array<char, 248> path;
 };
 

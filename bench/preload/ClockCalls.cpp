@@ -3,6 +3,7 @@
 #include "NextFunction.h"
 #include "PreloadWorld.h"
 #include "WorldClock.h"
+#include "WorldFaults.h"
 
 #include <atomic>
 #include <cerrno>
@@ -79,6 +80,7 @@ BenchClockReading WorldClock_read() {
 }
 
 int WorldClock_sleepUntil(clockid_t kind, int64_t moment_ns) {
+    WorldFaults_standStill();
     const BenchClock* const clock = worldClock();
     if (clock == nullptr) {
         return ENOSYS;

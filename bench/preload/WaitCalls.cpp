@@ -3,6 +3,7 @@
 #include "NextFunction.h"
 #include "PreloadWorld.h"
 #include "WorldClock.h"
+#include "WorldFaults.h"
 
 #include <algorithm>
 #include <atomic>
@@ -167,6 +168,7 @@ unsigned sleep(unsigned wait_s) {
 }
 
 int poll(pollfd* files, nfds_t count, int timeout_ms) {
+    WorldFaults_standStill();
     static NextFunction<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll("ppoll");
     const WaitPlayer player = waitPlayer.load();
     if (player != nullptr && timeout_ms > 0) {

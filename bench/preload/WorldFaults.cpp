@@ -11,6 +11,8 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -89,7 +91,31 @@ int flush(NextFunction<int(int)>& next, int fd) {
     return WorldFaults_failsFor(BenchFault::sync, fd) ? -1 : next(fd);
 }
 
+bool isAnyoneFrozen(const BenchFaults& faults) {
+    return std::ranges::any_of(faults.entries, [](const BenchFaultEntry& entry) {
+        return entry.kind.load(std::memory_order_relaxed) == BenchFault::freeze;
+    });
+}
+
 } // namespace
+
+void WorldFaults_standStill() {
+    static NextFunction<int(const timespec*, timespec*)> nextNanosleep("nanosleep");
+    // Before the world is entered nothing stands still: entering it here would allocate.
+    const BenchFaults* const faults =
+        PreloadWorld_enteredFolder() == nullptr ? nullptr : worldFaults();
+    if (faults == nullptr || !isAnyoneFrozen(*faults)) {
+        return;
+    }
+    const int keptErrno = errno;
+    constexpr timespec pause = {0, 5'000'000};
+    char name[16];
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    while (BenchFaults_find(*faults, BenchFault::freeze, name) != 0) {
+        nextNanosleep(&pause, nullptr);
+    }
+    errno = keptErrno;
+}
 
 bool WorldFaults_fails(BenchFault kind, const WorldPath& path) {
     return path.isInWorld() && failsAt(kind, path.instrumentPath());

@@ -21,7 +21,7 @@ int helpAll() {
            "quorvel-bench [--world DIR] COMMAND                    tell a running bench\n"
            "quorvel-bench list                                     the running benches\n"
            "quorvel-bench crowd N [OPTION...]                      N meters that only answer SCPI\n"
-           "quorvel-bench help plug | fault | crowd                all that these take\n\n"
+           "quorvel-bench help plug | fault | crowd                all that these take\n"
            "Options of run:\n%s\nCommands:\n%s",
            RunOptions_help().c_str(), ToolCommand_help().c_str());
     return 0;

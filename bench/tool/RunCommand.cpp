@@ -2,14 +2,17 @@
 
 #include "BenchCommands.h"
 #include "BenchDaemon.h"
+#include "BenchFaults.h"
 #include "BenchText.h"
 #include "ChildProcess.h"
 #include "ReservedPort.h"
 #include "RunningBenches.h"
 #include "ScreenServer.h"
+#include "ServiceManager.h"
 #include "ToolAnswer.h"
 #include "WorldFolder.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -41,6 +44,7 @@ struct Run {
     bool isDaemonOpen = false;
     ReservedPort port{}; ///< of the remote control
     ScreenServer screen{};
+    ServiceManager manager{-1, false, false, 0};
     pid_t program = 0;
     pid_t photographer = 0;
     int signals = -1;
@@ -192,12 +196,15 @@ bool startScreen(Run& run, std::string& error) {
 
 std::vector<ChildEnvironment> programEnvironment(const Run& run) {
     const bool isBrowser = !run.screen.address.empty();
-    return {{"LD_PRELOAD", libraryPath()},
-            {"QUORVEL_BENCH", run.world},
-            {"WAYLAND_DISPLAY", ""},
-            {"GDK_BACKEND", isBrowser ? "broadway" : "x11"},
-            {"BROADWAY_DISPLAY", isBrowser ? run.screen.display : ""},
-            {"DISPLAY", isBrowser ? "" : run.screen.display}};
+    std::vector<ChildEnvironment> environment = ServiceManager_environment(run.manager, run.world);
+    environment.insert(environment.end(),
+                       {{"LD_PRELOAD", libraryPath()},
+                        {"QUORVEL_BENCH", run.world},
+                        {"WAYLAND_DISPLAY", ""},
+                        {"GDK_BACKEND", isBrowser ? "broadway" : "x11"},
+                        {"BROADWAY_DISPLAY", isBrowser ? run.screen.display : ""},
+                        {"DISPLAY", isBrowser ? "" : run.screen.display}});
+    return environment;
 }
 
 bool startProgram(Run& run, std::string& error) {
@@ -213,6 +220,26 @@ bool startProgram(Run& run, std::string& error) {
     run.program = ChildProcess_start(words, programEnvironment(run));
     return run.program > 0 &&
            WorldFolder_writeFile(run.world + "/program.pid", std::to_string(run.program) + "\n");
+}
+
+bool startManager(Run& run, std::string& error) {
+    if (!run.options.hasWatchdog || ServiceManager_open(run.manager, run.world)) {
+        return true;
+    }
+    error = run.world + "/notify.sock: " + strerror(errno);
+    return false;
+}
+
+// A new process; nothing of it stands still.
+bool startAgain(Run& run) {
+    std::string error;
+    BenchFaults_remove(run.world.c_str(), BenchFault::freeze);
+    ServiceManager_begin(run.manager);
+    if (startProgram(run, error)) {
+        return true;
+    }
+    ToolAnswer_fail(error);
+    return false;
 }
 
 void startPhotographer(Run& run) {
@@ -261,7 +288,7 @@ bool handleSignals(Run& run, int& result) {
             run.program = 0;
             result = exitStatus(status);
             reportProgramsEnd(run, status);
-            isOver = true;
+            isOver = !run.manager.isAborting || !startAgain(run);
         } else if (child == run.photographer) {
             run.photographer = 0;
             result = exitStatus(status);
@@ -275,6 +302,34 @@ bool handleSignals(Run& run, int& result) {
     return isOver;
 }
 
+// Real time until the program's next sign of life is due, negative for ever.
+int64_t managersWait_ns(const Run& run) {
+    const BenchHardware& hardware = run.daemon.hardware;
+    if (!run.manager.isArmed) {
+        return -1;
+    }
+    const int64_t left_ns = run.manager.limit_ns - BenchHardware_now_ns(hardware);
+    return std::max(int64_t{0}, static_cast<int64_t>(static_cast<double>(left_ns) /
+                                                     BenchClock_read(*hardware.clock).speed));
+}
+
+int64_t wait_ns(const Run& run) {
+    const int64_t hardware_ns = BenchDaemon_wait_ns(run.daemon);
+    const int64_t manager_ns = managersWait_ns(run);
+    return hardware_ns < 0  ? manager_ns
+           : manager_ns < 0 ? hardware_ns
+                            : std::min(hardware_ns, manager_ns);
+}
+
+void watchProgram(Run& run) {
+    const int signal =
+        ServiceManager_service(run.manager, BenchHardware_now_ns(run.daemon.hardware));
+    if (signal != 0 && run.program > 0) {
+        say(run, "The program hangs: it is started again.");
+        kill(run.program, signal);
+    }
+}
+
 int playUntilTheEnd(Run& run) {
     int result = 0;
     std::vector<pollfd> waiting;
@@ -283,14 +338,16 @@ int playUntilTheEnd(Run& run) {
         waiting.assign(1, {run.signals, POLLIN, 0});
         BenchDaemon_collect(run.daemon, waiting);
         PageServer_collect(run.screen.page, waiting);
-        const int64_t wait_ns = BenchDaemon_wait_ns(run.daemon);
-        const timespec limit = {wait_ns / 1000000000, wait_ns % 1000000000};
-        ppoll(waiting.data(), waiting.size(), wait_ns < 0 ? nullptr : &limit, nullptr);
+        ServiceManager_collect(run.manager, waiting);
+        const int64_t limit_ns = wait_ns(run);
+        const timespec limit = {limit_ns / 1000000000, limit_ns % 1000000000};
+        ppoll(waiting.data(), waiting.size(), limit_ns < 0 ? nullptr : &limit, nullptr);
         if ((waiting[0].revents & POLLIN) != 0 && handleSignals(run, result)) {
             return result;
         }
         BenchDaemon_service(run.daemon);
         PageServer_service(run.screen.page);
+        watchProgram(run);
         if (run.daemon.hardware.isToldToEnd) {
             return result;
         }
@@ -325,6 +382,7 @@ void end(Run& run) {
     }
     RunningBenches_leave(run.entry);
     ReservedPort_release(run.port);
+    ServiceManager_close(run.manager);
     unlink((run.world + "/program.pid").c_str());
     if (run.isWorldOurs) {
         WorldFolder_remove(run.world);
@@ -342,7 +400,7 @@ int RunCommand_run(const RunOptions& options) {
     }
     int result = 1;
     if (choosePort(run, error) && chooseProtocol(run, error) && startDaemon(run, error) &&
-        startScreen(run, error) && startProgram(run, error)) {
+        startScreen(run, error) && startManager(run, error) && startProgram(run, error)) {
         run.entry = RunningBenches_enter(run.world);
         say(run, "The bench plays in " + run.world + "; Ctrl-C ends it.");
         startPhotographer(run);

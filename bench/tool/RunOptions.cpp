@@ -14,7 +14,7 @@ struct Option {
     void (*apply)(RunOptions&, const std::string&);
 };
 
-constexpr std::array<Option, 13> optionTable{{
+constexpr std::array<Option, 14> optionTable{{
     {"--window", nullptr, "show the program in a window of this desktop",
      [](RunOptions& o, const std::string&) { o.screen = ScreenKind::window; }},
     {"--browser", nullptr, "show it in a web browser, at the address that is printed",
@@ -37,6 +37,8 @@ constexpr std::array<Option, 13> optionTable{{
      [](RunOptions& o, const std::string&) { o.isLegacy = true; }},
     {"--stays-on", nullptr, "go on after the meter has switched itself off",
      [](RunOptions& o, const std::string&) { o.staysOn = true; }},
+    {"--watchdog", nullptr, "start the program again when it hangs, as the instrument's unit does",
+     [](RunOptions& o, const std::string&) { o.hasWatchdog = true; }},
     {"--program", "FILE", "run this instead of the application",
      [](RunOptions& o, const std::string& v) { o.program = v; }},
     {"--quiet", nullptr, "print nothing but errors",

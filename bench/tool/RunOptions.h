@@ -19,6 +19,7 @@ struct RunOptions {
     std::vector<std::string> commands; ///< carried out before the program starts
     bool isLegacy = false;             ///< the older meter's protocol owns the command port
     bool staysOn = false;              ///< a shutdown of the machine is written down only
+    bool hasWatchdog = false;          ///< a program that hangs is started again
     bool isQuiet = false;
 };
 

@@ -195,8 +195,8 @@ bool World_fail(WorldFault fault, const std::string& instrumentPath, int error) 
 }
 static_assert(static_cast<uint32_t>(WorldFault::open) + 1 ==
                   static_cast<uint32_t>(BenchFault::open) &&
-              static_cast<uint32_t>(WorldFault::slow) + 1 ==
-                  static_cast<uint32_t>(BenchFault::slow));
+              static_cast<uint32_t>(WorldFault::freeze) + 1 ==
+                  static_cast<uint32_t>(BenchFault::freeze));
 
 void World_clearFaults() {
     BenchFaults_clear(World_folder().c_str());

@@ -74,6 +74,7 @@ enum class WorldFault {
     rename, ///< renaming to the path fails (EBUSY: something is mounted there)
     sync,   ///< flushing to the disk fails (EIO)
     slow, ///< flushing to the disk takes as many milliseconds as the number says, or until it ends
+    freeze, ///< the thread of this name, in place of a path, stands still where it waits
 };
 /// Lets it fail with this error number (ENOSPC, whatever is given, for a full disk) until the
 /// faults are cleared. At most eight at a time; false beyond.
