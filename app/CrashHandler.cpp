@@ -1,8 +1,10 @@
 #include "CrashHandler.h"
 
 #include "Process.h"
+#include "ThreadTraces.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -26,14 +28,20 @@ void writeSeparator() {
         write(backtraceFd, separatorLine, sizeof separatorLine - 1);
 }
 
-void writeStackTrace() {
+void writeFrames() {
     std::array<void*, maximumFrames> frames;
     const int count = backtrace(frames.data(), maximumFrames);
-    writeSeparator();
     backtrace_symbols_fd(frames.data(), count, backtraceFd);
+}
+
+void writeStackTrace() {
+    writeSeparator();
+    writeFrames();
     writeSeparator();
     fdatasync(backtraceFd);
 }
+
+std::atomic<bool> areAllTraced{false};
 
 void installHandler(int signal) {
     struct sigaction action {};
@@ -60,6 +68,17 @@ void CrashHandler_install() {
         installHandler(signal);
     }
     std::signal(SIGPIPE, SIG_IGN);
+    ThreadTraces_install(writeFrames);
+}
+
+void CrashHandler_traceAllThreads() {
+    if (areAllTraced.exchange(true)) {
+        return;
+    }
+    writeSeparator();
+    ThreadTraces_write(backtraceFd);
+    writeSeparator();
+    fdatasync(backtraceFd);
 }
 
 void handle_signals(int signal) {
@@ -67,7 +86,11 @@ void handle_signals(int signal) {
         return;
     }
     const int savedErrno = errno;
-    writeStackTrace();
+    if (signal == SIGABRT) {
+        CrashHandler_traceAllThreads();
+    } else {
+        writeStackTrace();
+    }
     if (signal != SIGUSR1) {
         _exit(processStatusFatal);
     }

@@ -41,7 +41,9 @@
 #include "Shutdown.h"
 #include "StackLimit.h"
 #include "StartThreads.h"
+#include "ThreadWatch.h"
 #include "TopLineButtons.h"
+#include "Watchdog.h"
 #include "message.h"
 
 #include <gtk/gtk.h>
@@ -102,9 +104,11 @@ void mirrorReadings(uint32_t port, const SENSOR_MEASUREMENTS& measurements) {
 }
 
 void runMainLoop() {
+    Watchdog_start();
     GdkLock_enter();
     gtk_main();
     GdkLock_leave();
+    ThreadWatch_rest(); // what follows has its own limits
 }
 
 } // namespace

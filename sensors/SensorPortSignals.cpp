@@ -1,6 +1,7 @@
 #include "SensorPortSignals.h"
 
 #include "CSimpleTimer.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 
 namespace {
@@ -64,8 +65,10 @@ bool sensorPortHandler_getIsConnected(uint32_t port) {
 uint32_t SensorPortSignals_waitUntilConnected(uint32_t port) {
     const ScopedLock lock(sensorPortMutex[port]);
     while (!sensorIsConnected[port]) {
+        ThreadWatch_rest();
         pthread_cond_wait(&connections[port].changed, &sensorPortMutex[port]);
     }
+    ThreadWatch_beat();
     return connections[port].number;
 }
 
@@ -73,9 +76,11 @@ uint32_t SensorPortSignals_waitUntilConnectedOrWoken(uint32_t port) {
     const ScopedLock lock(sensorPortMutex[port]);
     Connection& connection = connections[port];
     while (!sensorIsConnected[port] && !connection.isWoken) {
+        ThreadWatch_rest();
         pthread_cond_wait(&connection.changed, &sensorPortMutex[port]);
     }
     connection.isWoken = false;
+    ThreadWatch_beat();
     return sensorIsConnected[port] ? connection.number : 0;
 }
 

@@ -3,6 +3,7 @@
 #include "CSimpleTimer.h"
 #include "CvrtFloat.h"
 #include "SerialPort.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 
 #include <algorithm>
@@ -48,6 +49,7 @@ enum class Line { quiet, readable, dead };
 /// Waits until the line has bytes, is seen to be of no use, or the time is over. A negative
 /// descriptor is a quiet line: poll waits the whole time for it.
 Line waitForLine(int fd, uint32_t timeout_ms) {
+    ThreadWatch_beat(); // a slow reply has many waits
     const uint32_t start = getTime_ms();
     pollfd line = {fd, POLLIN, 0};
     int result = 0;

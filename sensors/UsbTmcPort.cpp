@@ -3,6 +3,7 @@
 #include "CSimpleTimer.h"
 #include "Numbers.h"
 #include "RetryInterrupted.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 
 #include <algorithm>
@@ -35,9 +36,11 @@ using CommandText = std::array<char, commandSize>;
 thread_local bool isUnplugged = false;
 thread_local uint32_t lastAnswer_ms = 0; ///< when an answer came, or was first waited for
 
-/// A transfer that the pulling of its sensor breaks off ends with ESHUTDOWN, later ones with
-/// ENODEV; a halted endpoint, EPIPE, is freed by opening the device anew.
-ssize_t noteUnplugged(ssize_t result) {
+/// Looks at what a call has come to. A transfer that the pulling of its sensor breaks off ends with
+/// ESHUTDOWN, later ones with ENODEV; a halted endpoint, EPIPE, is freed by opening the device
+/// anew.
+ssize_t noteOutcome(ssize_t result) {
+    ThreadWatch_beat(); // a step has many transfers, each of which may take the driver's limit
     if (result < 0 && (errno == EPIPE || errno == ENODEV || errno == ESHUTDOWN)) {
         isUnplugged = true;
     }
@@ -45,7 +48,7 @@ ssize_t noteUnplugged(ssize_t result) {
 }
 
 int control(int32_t fd, unsigned long request) {
-    return static_cast<int>(noteUnplugged(retryInterrupted([&] { return ioctl(fd, request); })));
+    return static_cast<int>(noteOutcome(retryInterrupted([&] { return ioctl(fd, request); })));
 }
 
 void parseReply(const char* text, sensor_reply_e type, qry_type* reply) {
@@ -154,14 +157,14 @@ ssize_t UsbTmcPort_Send(int32_t fd, const char* text) {
     if (fd < 1) {
         return -1;
     }
-    return noteUnplugged(retryInterrupted([&] { return write(fd, text, strlen(text)); }));
+    return noteOutcome(retryInterrupted([&] { return write(fd, text, strlen(text)); }));
 }
 
 ssize_t UsbTmcPort_Receive(int32_t fd, char* buffer, size_t length) {
     if (fd < 1) {
         return -1;
     }
-    const ssize_t count = noteUnplugged(retryInterrupted([&] { return read(fd, buffer, length); }));
+    const ssize_t count = noteOutcome(retryInterrupted([&] { return read(fd, buffer, length); }));
     if (count < 0) {
         const int error = errno;
         control(fd, USBTMC_IOCTL_CLEAR);

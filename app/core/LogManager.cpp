@@ -1,5 +1,6 @@
 #include "LogManager.h"
 
+#include "ThreadWatch.h"
 #include "Threads.h"
 #include "TraceOutput.h"
 
@@ -178,6 +179,7 @@ void LogManager_route() {
 
 void debugPrintfThread() {
     for (;;) {
+        ThreadWatch_beat();
         LogManager_route();
         Thread_sleep_ms(routingPeriod_ms);
     }

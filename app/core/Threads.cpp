@@ -1,5 +1,7 @@
 #include "Threads.h"
 
+#include "ThreadWatch.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -32,11 +34,12 @@ extern "C" void* runThread(void* argument) {
     return start.entryWithContext(start.context);
 }
 
-/// Every signal but those that a fault raises in the thread itself: with these blocked the kernel
-/// would kill the process without a crash log.
+/// Every signal but the one that asks for a trace and those that a fault raises in the thread
+/// itself: with these blocked the kernel would kill the process without a crash log.
 sigset_t signalsOfMainThread() {
     sigset_t signals;
     sigfillset(&signals);
+    sigdelset(&signals, threadTraceSignal);
     constexpr std::array faults = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS};
     for (const int fault : faults) {
         sigdelset(&signals, fault);

@@ -121,6 +121,9 @@ void Growth_checkAlive(Soak& soak) {
         Report_finding(soak.report, "the meter", "has ended");
         return;
     }
+    if (Bench_countInSyslog(soak.bench, "gives no sign of life") > 0) {
+        Report_finding(soak.report, "watchdog", "a thread was missed");
+    }
     checkThreads(soak);
     for (const char* file : {"GtkThread.cpp", "GraphUpdateThread.cpp", "HwPollingThread.cpp"}) {
         const std::string last = lastHeartbeat(soak, file);

@@ -87,10 +87,13 @@ bool begin(Soak& soak, const Options& options) {
     const bool isLegacy = options.protocol == SoakProtocol::legacy;
     const BenchOptions benchOptions = {
         .commands = {BenchText_format("clock speed %g", options.speed)},
-        .prepare = [isLegacy](const std::string& world) {
-            WorldFolder_write(world, "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf",
-                              isLegacy ? "useLegacyRS232Commands 1\n" : "displayGraph 0\n");
-        }};
+        .prepare =
+            [isLegacy](const std::string& world) {
+                WorldFolder_write(world,
+                                  "/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf",
+                                  isLegacy ? "useLegacyRS232Commands 1\n" : "displayGraph 0\n");
+            },
+        .hasWatchdog = true};
     if (!Bench_start(soak.bench, benchOptions) || !showGraphsOnce(soak)) {
         return false;
     }

@@ -1,12 +1,15 @@
 #include "CrashHandler.h"
 
+#include "Threads.h"
 #include "World.h"
 #include "WrappedCalls.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -56,6 +59,24 @@ public:
     OwnCrashLog(const OwnCrashLog&) = delete;
     OwnCrashLog& operator=(const OwnCrashLog&) = delete;
 };
+
+constexpr uint32_t limit_ms = 10000;
+std::atomic<int> sleepers{0};
+
+void sleepForEver() {
+    ++sleepers;
+    for (;;) {
+        Thread_sleep_ms(limit_ms);
+    }
+}
+
+/// Does not hear when it is asked for its trace, as a thread in a driver that hangs.
+void sleepForEverUnasked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    sleepForEver();
+}
 
 /// Calls the handler below so many calls of its own.
 [[gnu::noinline]] void traceFromDepth(int depth) {
@@ -130,6 +151,35 @@ TEST(CrashHandler, FaultAndAbortAppendATraceAndLeaveWithMinusOne) {
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 255) << signal;
         EXPECT_EQ(separatorCount(World_readFile(crashLog)), 2U) << signal;
     }
+}
+
+TEST(CrashHandler, AllThreadsAreTracedUnderTheirNamesOnce) {
+    World_removeFile(crashLog);
+    const pid_t child = fork();
+    if (child == 0) {
+        CrashHandler_openLog();
+        CrashHandler_install();
+        pthread_t thread{};
+        Thread_start(&thread, "sleeper", sleepForEver);
+        Thread_start(&thread, "deaf", sleepForEverUnasked);
+        World_waitUntil([] { return sleepers == 2; }, limit_ms);
+        CrashHandler_traceAllThreads();
+        CrashHandler_traceAllThreads();
+        abort();
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 255);
+    const std::string log = World_readFile(crashLog);
+    EXPECT_EQ(separatorCount(log), 2U) << log;
+    const size_t sleeper = log.find("sleeper (");
+    const size_t deaf = log.find("deaf (");
+    ASSERT_NE(sleeper, std::string::npos) << log;
+    ASSERT_NE(deaf, std::string::npos) << log;
+    EXPECT_NE(log.find("does not answer", deaf), std::string::npos) << log;
+    const std::string own = std::to_string(child) + "):\n";
+    EXPECT_GT(log.find(own), std::max(sleeper, deaf)) << "the calling thread comes last";
+    EXPECT_GE(std::ranges::count(log.substr(sleeper), '\n'), 5) << "with its frames\n" << log;
 }
 
 TEST(CrashHandler, LogThatCannotBeOpenedIsNoReasonToStop) {

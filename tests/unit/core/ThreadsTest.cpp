@@ -1,5 +1,6 @@
 #include "Threads.h"
 
+#include "ThreadWatch.h"
 #include "World.h"
 #include "WrappedCalls.h"
 
@@ -94,6 +95,11 @@ TEST(Threads, NewThreadKeepsTheSignalsOfItsOwnFaults) {
     for (const int signal : faultSignals) {
         EXPECT_FALSE(sigismember(&portrait.blocked, signal)) << signal;
     }
+}
+
+TEST(Threads, NewThreadCanBeAskedForItsTrace) {
+    const Portrait portrait = portraitOfJoinable("worker");
+    EXPECT_FALSE(sigismember(&portrait.blocked, threadTraceSignal));
 }
 
 TEST(Threads, StartingAThreadLeavesTheStartersSignalsAlone) {
