@@ -69,8 +69,14 @@ CommandOutcome stop(BenchHardware& hardware, const CommandWords&) {
     return CommandOutcome_accept();
 }
 
-CommandOutcome pressSwitch(BenchHardware& hardware, const CommandWords&) {
-    Supply_pressSwitch(hardware.supply);
+CommandOutcome pressSwitch(BenchHardware& hardware, const CommandWords& words) {
+    if (words.size() == 1) {
+        Supply_pressSwitch(hardware.supply);
+    } else if (words[1] == "down" || words[1] == "up") {
+        Supply_holdSwitch(hardware.supply, words[1] == "down");
+    } else {
+        return CommandOutcome_refuse(CommandOutcome_quoted(words[1]) + " is not down or up");
+    }
     return CommandOutcome_accept();
 }
 
@@ -147,7 +153,7 @@ constexpr std::array<Command, 15> commands{{
     {"battery", 2, anyNumber, battery, "battery KEY=VALUE... | drain TIME | remove",
      "the battery; fail=0.3 lets its files fail"},
     {"ac", 2, 2, externalPower, "ac on | off", "external power"},
-    {"switch", 1, 1, pressSwitch, "switch", "press the power switch"},
+    {"switch", 1, 2, pressSwitch, "switch [down | up]", "press the power switch, or hold it"},
     {"remove", 2, 2, removeFile, "remove PATH", "take a device or file away, such as /dev/ttyS4"},
     {"disk", 2, 2, DiskCommand_run, "disk slow=TIME | full | none",
      "the disk: how long a flush takes, and whether there is room"},

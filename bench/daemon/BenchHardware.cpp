@@ -70,6 +70,7 @@ void BenchHardware_collect(const BenchHardware& hardware, std::vector<pollfd>& w
         UsbPortPlayer_collect(player, waiting);
     }
     waiting.push_back({hardware.machine.watcher, POLLIN, 0});
+    Supply_collect(hardware.supply, waiting);
     Cable_collect(hardware.replies, hardware.commandPort, hardware.commandPeer, waiting);
     Cable_collect(hardware.commands, hardware.commandPeer, hardware.commandPort, waiting);
 }

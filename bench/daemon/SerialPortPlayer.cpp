@@ -47,6 +47,9 @@ void queueReply(SerialPortPlayer& player, std::string reply, int64_t asked_ns) {
         reply.resize(reply.size() / 2);
         player.unplugAfterReply = true;
     }
+    if (player.fault == serialFaultBreak && !reply.empty()) {
+        reply.insert(0, 1, '\0');
+    }
     int64_t due = asked_ns + static_cast<int64_t>(player.sensor->latency_s * 1e9);
     if (!player.fromSensor.empty()) {
         due = std::max(due, player.fromSensor.back().due_ns);

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <limits>
 #include <linux/input.h>
+#include <optional>
+#include <sys/inotify.h>
 #include <unistd.h>
 #include <vector>
 
@@ -23,6 +25,8 @@ constexpr const char* chargerFolder = "/sys/devices/virtual/battery_charger/ltc4
 constexpr const char* gaugeFolder = "/sys/class/power_supply/fuel_gauge/";
 constexpr std::array chargerFiles = {"armShipMode_raw",       "configBits_raw", "cOverXTerm_enable",
                                      "inputCurrentLimit_raw", "cellCount",      "chargerState_raw"};
+
+constexpr const char* powerSwitchDevice = "/dev/input/event0";
 
 constexpr int64_t step_ns = 200000000;
 constexpr double empty_V = 10.2;
@@ -56,8 +60,63 @@ void writeTemperature(const Supply& supply) {
     writeNumber(supply, gaugePath("temp"), supply.temperature_C * 10);
 }
 
+/// The gauge counts in steps, and knows no charge between two of them.
+long countedCharge(double charge) {
+    constexpr long hundredSteps = 188888;
+    const long step = static_cast<long>(charge) * 100 / hundredSteps;
+    return step * hundredSteps / 100;
+}
+
 void writeCharge(const Supply& supply) {
-    writeNumber(supply, gaugePath("charge_now"), supply.charge);
+    writeNumber(supply, gaugePath("charge_now"), static_cast<double>(countedCharge(supply.charge)));
+}
+
+/// The program ends what it writes with zero bytes.
+std::optional<double> chargeInFile(const Supply& supply) {
+    const std::string content = WorldFolder_read(supply.world, gaugePath("charge_now"));
+    return BenchText_number(content.substr(0, content.find_first_of(std::string("\0\n", 2))));
+}
+
+/// What the program writes into the gauge's counter becomes a count. A count is read without its
+/// fraction, so that the number above it belongs to the same step.
+void takeWrittenCharge(const Supply& supply) {
+    const auto written = chargeInFile(supply);
+    if (written && countedCharge(*written + 1) != std::lround(*written)) {
+        writeNumber(supply, gaugePath("charge_now"), static_cast<double>(countedCharge(*written)));
+    }
+}
+
+void tellSwitch(const Supply& supply, int value) {
+    input_event event{};
+    event.type = EV_KEY;
+    event.code = KEY_POWER;
+    event.value = value;
+    Terminal_write(supply.powerSwitch, {reinterpret_cast<const char*>(&event), sizeof event});
+}
+
+bool watch(Supply& supply) {
+    const std::string world = supply.world;
+    supply.watcher = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    supply.switchWatch = inotify_add_watch(
+        supply.watcher, WorldFolder_path(world, powerSwitchDevice).c_str(), IN_OPEN);
+    return supply.switchWatch >= 0 &&
+           inotify_add_watch(supply.watcher, WorldFolder_path(world, gaugeFolder).c_str(),
+                             IN_CLOSE_WRITE | IN_MOVED_TO) >= 0;
+}
+
+/// Takes up what the program has done with the files since the last time.
+void heedProgram(const Supply& supply) {
+    alignas(inotify_event) std::array<char, 4096> events{};
+    const ssize_t size = read(supply.watcher, events.data(), events.size());
+    for (ssize_t at = 0; at < size;) {
+        const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
+        if (event->wd != supply.switchWatch) {
+            takeWrittenCharge(supply);
+        } else if (supply.isSwitchHeld) {
+            tellSwitch(supply, 1);
+        }
+        at += static_cast<ssize_t>(sizeof *event + event->len);
+    }
 }
 
 double nextRandom(Supply& supply) {
@@ -132,11 +191,18 @@ bool Supply_open(Supply& supply, const std::string& world) {
     supply.charge = 9000000;
     supply.random = 4162;
     supply.nextStep_ns = std::numeric_limits<int64_t>::max();
-    return Terminal_open(supply.powerSwitch, WorldFolder_path(world, "/dev/input/event0"));
+    supply.isSwitchHeld = false;
+    supply.watcher = -1;
+    return Terminal_open(supply.powerSwitch, WorldFolder_path(world, powerSwitchDevice)) &&
+           watch(supply);
 }
 
 void Supply_close(Supply& supply) {
     Terminal_close(supply.powerSwitch);
+    if (supply.watcher >= 0) {
+        close(supply.watcher);
+        supply.watcher = -1;
+    }
 }
 
 bool Supply_set(Supply& supply, std::string_view key, std::string_view value, int64_t now_ns,
@@ -163,10 +229,7 @@ bool Supply_set(Supply& supply, std::string_view key, std::string_view value, in
 }
 
 void Supply_drain(Supply& supply, double time_s, int64_t now_ns) {
-    const auto gauge = BenchText_words(WorldFolder_read(supply.world, gaugePath("charge_now")));
-    if (!gauge.empty()) {
-        supply.charge = BenchText_number(gauge[0]).value_or(supply.charge);
-    }
+    supply.charge = chargeInFile(supply).value_or(supply.charge);
     supply.state = chargerDischarging;
     supply.drainFrom_V = supply.voltage_V;
     supply.drainFromCharge = supply.charge;
@@ -186,14 +249,21 @@ void Supply_setExternalPower(Supply& supply, bool isOn) {
 }
 
 void Supply_pressSwitch(Supply& supply) {
-    input_event event{};
-    event.type = EV_KEY;
-    event.code = KEY_POWER;
-    event.value = 1;
-    Terminal_write(supply.powerSwitch, {reinterpret_cast<const char*>(&event), sizeof event});
+    tellSwitch(supply, 1);
+}
+
+void Supply_holdSwitch(Supply& supply, bool isHeld) {
+    heedProgram(supply); // who has opened it already is told once
+    supply.isSwitchHeld = isHeld;
+    tellSwitch(supply, isHeld ? 1 : 0);
+}
+
+void Supply_collect(const Supply& supply, std::vector<pollfd>& waiting) {
+    waiting.push_back({supply.watcher, POLLIN, 0});
 }
 
 void Supply_service(Supply& supply, int64_t now_ns) {
+    heedProgram(supply);
     if (now_ns < supply.nextStep_ns) {
         return;
     }

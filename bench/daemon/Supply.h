@@ -5,8 +5,10 @@
 
 #include <array>
 #include <cstdint>
+#include <poll.h>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The instrument's supply: charger, fuel gauge, external power and power switch. Charger and gauge
 /// are files of the instrument's system; the switch is an input device.
@@ -37,6 +39,9 @@ struct Supply {
     int64_t nextStep_ns; ///< when a drain or the failures go on
     uint32_t random;
     Terminal powerSwitch;
+    bool isSwitchHeld;
+    int watcher; ///< of the switch and the gauge's files
+    int switchWatch;
 };
 
 /// Writes the files of a charging battery and opens the switch. False on error.
@@ -55,6 +60,12 @@ void Supply_setExternalPower(Supply& supply, bool isOn);
 
 /// One press of the power switch: an input event.
 void Supply_pressSwitch(Supply& supply);
+
+/// Presses the switch and keeps it held, or lets it go: an input event each. Whoever opens it is
+/// told that it is held, as the kernel does.
+void Supply_holdSwitch(Supply& supply, bool isHeld);
+
+void Supply_collect(const Supply& supply, std::vector<pollfd>& waiting);
 
 void Supply_service(Supply& supply, int64_t now_ns);
 int64_t Supply_nextDue_ns(const Supply& supply);

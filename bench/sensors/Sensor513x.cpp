@@ -10,7 +10,7 @@
 #include <cmath>
 
 const std::array<const char*, serialFaultCount> serialFaultNames = {
-    "none", "silence", "short", "wrongsync", "chatter", "slow", "hostile", "noise", "cut"};
+    "none", "silence", "short", "wrongsync", "chatter", "slow", "hostile", "noise", "break", "cut"};
 
 namespace {
 

@@ -36,6 +36,7 @@ enum SerialFault : uint32_t {
     serialFaultSlow,      ///< 400 ms between bytes
     serialFaultHostile,   ///< identity texts full of formats, memory full of zeros
     serialFaultNoise,     ///< every reply is random
+    serialFaultBreak,     ///< a break, which arrives as a zero byte, before every reply
     serialFaultCut,       ///< the cable is pulled in the middle of the next reply
     serialFaultCount
 };

@@ -1,6 +1,12 @@
 #include "MeterTest.h"
 #include "WorldFolder.h"
 
+#include <array>
+#include <fcntl.h>
+#include <poll.h>
+#include <string_view>
+#include <unistd.h>
+
 using testing::HasSubstr;
 
 namespace {
@@ -35,6 +41,26 @@ TEST_F(CommandPort, WithoutSettingsThePortHasADriversDefaults) {
     EXPECT_TRUE(fileSays(settingsFile, "serialSpeed 9600\nserialDataBits 8\nserialStopBits 1\n"
                                        "serialParity NONE\n"));
     EXPECT_EQ(lineSettings(bench), "9600 8 N 1");
+}
+
+TEST_F(CommandPort, ABreakBeforeACommandIsPassedOver) {
+    start();
+    const int peer =
+        open((bench.world + "/command-port").c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(peer, 0);
+    // A break arrives as a zero byte.
+    constexpr ssize_t size = 7;
+    constexpr std::string_view command("\0*OPC?\n", size);
+    // What comes before the port is served is thrown away.
+    const auto isAnswered = [&] {
+        std::array<char, 16> reply{};
+        pollfd waited{peer, POLLIN, 0};
+        return write(peer, command.data(), command.size()) == size && poll(&waited, 1, 1000) > 0 &&
+               read(peer, reply.data(), reply.size()) > 0 &&
+               std::string_view(reply.data()).starts_with("1");
+    };
+    EXPECT_TRUE(Bench_waitUntil(isAnswered, screenLimit_ms));
+    close(peer);
 }
 
 TEST_F(CommandPort, ChosenSettingsSurviveTenRestartsOneOfThemWithoutThePort) {

@@ -65,7 +65,7 @@ TEST_P(Faults, LeaveTheOtherPortMeasuringAndPassAway) {
 
 INSTANTIATE_TEST_SUITE_P(Serial, Faults,
                          testing::Values("silence", "short", "wrongsync", "chatter", "slow",
-                                         "hostile", "noise"),
+                                         "hostile", "noise", "break"),
                          [](const testing::TestParamInfo<const char*>& chosen) {
                              return std::string(chosen.param);
                          });

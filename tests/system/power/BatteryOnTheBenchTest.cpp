@@ -88,6 +88,25 @@ TEST_F(BatteryOnTheBench, ChargingBeforeTheFirstCalibrationShowsNoPercentage) {
     EXPECT_TRUE(Bench_waitForText(bench, "batteryPercent", "---%", limit_ms));
 }
 
+TEST_F(BatteryOnTheBench, AFullChargeIsWhatTheGaugeCountsOfIt) {
+    start({"clock speed 4", "ac off"});
+    EXPECT_TRUE(waitForImage("battery75"));
+    ASSERT_TRUE(Bench_do(bench, "battery state=full"));
+    const auto isCalibrated = [&] {
+        return Bench_readFile(bench, "/sys/class/power_supply/fuel_gauge/charge_now") ==
+               "11140614\n";
+    };
+    EXPECT_TRUE(Bench_waitUntil(isCalibrated, limit_ms));
+    EXPECT_TRUE(Bench_waitForText(bench, "batteryPercent", "100%", limit_ms));
+    ASSERT_TRUE(Bench_do(bench, "ac off"));
+    EXPECT_TRUE(Bench_waitForText(bench, "batteryPercent", "99%", limit_ms));
+}
+
+TEST_F(BatteryOnTheBench, ASwitchThatIsHeldWhenTheMeterOpensItSwitchesItOff) {
+    start({"clock speed 4", "switch down"});
+    EXPECT_TRUE(Bench_waitUntil([&] { return !Bench_commands(bench).empty(); }, limit_ms));
+}
+
 TEST_F(BatteryOnTheBench, MissingBatteryIsShown) {
     start({"battery remove"});
     EXPECT_TRUE(waitForImage("batteryNC"));

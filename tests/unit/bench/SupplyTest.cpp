@@ -6,8 +6,10 @@
 
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/input.h>
 #include <poll.h>
 #include <unistd.h>
+#include <vector>
 
 using testing::HasSubstr;
 
@@ -65,7 +67,7 @@ TEST_F(SupplyTest, ReadingsAreWrittenInTheGaugesUnits) {
     ASSERT_TRUE(set("charge", "11140951"));
     EXPECT_EQ(read(gauge + "voltage_now"), "11400000\n");
     EXPECT_EQ(read(gauge + "temp"), "-55\n");
-    EXPECT_EQ(read(gauge + "charge_now"), "11140951\n");
+    EXPECT_EQ(read(gauge + "charge_now"), "11140614\n") << "as it is counted";
 }
 
 TEST_F(SupplyTest, RefusalsNameWhatIsAllowed) {
@@ -92,7 +94,7 @@ TEST_F(SupplyTest, ADrainEndsInAnEmptyBattery) {
     EXPECT_EQ(Supply_nextDue_ns(supply), 30 * second_ns + second_ns / 5);
     Supply_service(supply, 90 * second_ns);
     EXPECT_EQ(read(gauge + "voltage_now"), "10200000\n");
-    EXPECT_EQ(read(gauge + "charge_now"), "5940950\n");
+    EXPECT_EQ(read(gauge + "charge_now"), "5940527\n");
     EXPECT_EQ(Supply_nextDue_ns(supply), INT64_MAX);
 }
 
@@ -100,7 +102,38 @@ TEST_F(SupplyTest, ADrainStartsFromTheChargeThatTheProgramHasSet) {
     WorldFolder_write(world, gauge + "charge_now", "11140950\n");
     Supply_drain(supply, 10, 0);
     Supply_service(supply, 5 * second_ns);
-    EXPECT_EQ(read(gauge + "charge_now"), "8540950\n");
+    EXPECT_EQ(read(gauge + "charge_now"), "8539626\n");
+}
+
+TEST_F(SupplyTest, AChargeThatTheProgramWritesIsCountedOnce) {
+    WorldFolder_write(world, gauge + "charge_now", std::string("11140951\0\0", 10));
+    for (int pass = 0; pass < 3; ++pass) {
+        Supply_service(supply, 0);
+        EXPECT_EQ(read(gauge + "charge_now"), "11140614\n") << pass;
+    }
+}
+
+TEST_F(SupplyTest, WhoOpensASwitchThatIsHeldIsToldSo) {
+    const auto events = [this] {
+        Supply_service(supply, 0);
+        const int fd = open(WorldFolder_path(world, "/dev/input/event0").c_str(),
+                            O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        Supply_service(supply, 0);
+        std::vector<int> values;
+        input_event event{};
+        while (::read(fd, &event, sizeof event) == sizeof event) {
+            values.push_back(event.value);
+        }
+        close(fd);
+        return values;
+    };
+    EXPECT_EQ(events(), std::vector<int>{});
+    Supply_holdSwitch(supply, true);
+    EXPECT_EQ(events(), (std::vector<int>{1, 1})) << "the press, and the level when it was opened";
+    EXPECT_EQ(events(), std::vector<int>{1});
+    Supply_holdSwitch(supply, false);
+    EXPECT_EQ(events(), std::vector<int>{0});
+    EXPECT_EQ(events(), std::vector<int>{});
 }
 
 TEST_F(SupplyTest, ExternalPowerChargesAndLeavesAFullBatteryFull) {
