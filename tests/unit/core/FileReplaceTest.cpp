@@ -1,4 +1,5 @@
 #include "Files.h"
+#include "Leftovers.h"
 #include "TemporaryFolder.h"
 #include "Threads.h"
 
@@ -297,6 +298,14 @@ TEST_F(FileReplace, RemovesTheSiblingsOfDeadWritersOnly) {
     }
     File_removeAbandonedSiblings(pathOf("settings").c_str());
     EXPECT_THAT(names(), testing::UnorderedElementsAreArray(kept));
+}
+
+TEST_F(FileReplace, LeavesNothingBehindInTheProcess) {
+    EXPECT_TRUE(leavesNothingBehind([this] {
+        EXPECT_TRUE(replace("settings", "new\n"));
+        EXPECT_EQ(File_readWhole(pathOf("settings").c_str(), 10), "new\n");
+        File_removeAbandonedSiblings(pathOf("settings").c_str());
+    }));
 }
 
 TEST_F(FileReplace, RemovesNothingWhereAPathLeadsNowhere) {

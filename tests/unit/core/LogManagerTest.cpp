@@ -1,5 +1,6 @@
 #include "LogManager.h"
 
+#include "Leftovers.h"
 #include "NamedCategories.h"
 #include "Threads.h"
 #include "World.h"
@@ -224,6 +225,18 @@ TEST_F(LogManager, DirectWritingFormatsOnlyOnce) {
     startTrace("None\n");
     logManager_fprintf("%s", "100%%");
     EXPECT_EQ(trace(), "100%%");
+}
+
+TEST_F(LogManager, MessagesLeaveNothingBehind) {
+    startTrace("None\n");
+    EXPECT_TRUE(leavesNothingBehind([this] {
+        logManager_fprintf("direct %d\n", 1);
+        trace();
+    }));
+    EXPECT_TRUE(leavesNothingBehind([this] {
+        logManager_fprintf_wrapper("wrapped %d\n", 2);
+        trace();
+    }));
 }
 
 TEST_F(LogManager, MessageThatCannotBeComposedIsReplaced) {

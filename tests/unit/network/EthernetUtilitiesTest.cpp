@@ -1,5 +1,6 @@
 #include "EthernetUtilities.h"
 
+#include "Leftovers.h"
 #include "Threads.h"
 #include "World.h"
 #include "WorldTree.h"
@@ -90,6 +91,15 @@ TEST_F(Ethernet, FailedLookUpsAreLoggedAndGiveAnEmptyText) {
     EXPECT_STREQ(get_netmask("eth0"), "");
     EXPECT_TRUE(
         World_syslogContains(std::string("getnameinfo() failed: ") + gai_strerror(EAI_FAIL)));
+}
+
+TEST_F(Ethernet, LookUpsLeaveNothingBehind) {
+    EXPECT_TRUE(leavesNothingBehind([] { get_ip_address("eth0"); }));
+    EXPECT_TRUE(leavesNothingBehind([] { Ethernet_isOwnAddress({}); }));
+    World_writeFile(macFile, "00:11:22:aa:bb:cc\n");
+    EXPECT_TRUE(leavesNothingBehind([] { get_mac_address("eth0"); }));
+    World_writeFile(routeFile, routeHeader + "eth0\t00000000\t0101A8C0\t0003\n");
+    EXPECT_TRUE(leavesNothingBehind([] { get_gateway("eth0"); }));
 }
 
 TEST_F(Ethernet, HardwareAddressIsTheFirst17CharactersOfItsFile) {

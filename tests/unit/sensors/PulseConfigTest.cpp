@@ -1,5 +1,7 @@
 #include "PulseConfig.h"
 
+#include "Leftovers.h"
+#include "PulseConfigText.h"
 #include "World.h"
 
 #include <gtest/gtest.h>
@@ -103,6 +105,12 @@ TEST_F(PulseConfig, LoadingWithoutAFileWritesTheDefaults) {
     EXPECT_TRUE(World_syslogContains("Error: Attempt to access pulse sensor configuration file "
                                      "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf failed "
                                      "with error 2 (No such file or directory)."));
+}
+
+TEST_F(PulseConfig, TextsLeaveNothingBehind) {
+    EXPECT_TRUE(leavesNothingBehind(
+        [] { EXPECT_TRUE(PulseConfigText_parse(PulseConfigText_compose(fullRecord()))); }));
+    EXPECT_TRUE(leavesNothingBehind([] { EXPECT_FALSE(PulseConfigText_parse("{")); }));
 }
 
 TEST_F(PulseConfig, WhatIsSavedIsLoadedAgain) {

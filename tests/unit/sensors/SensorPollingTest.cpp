@@ -1,5 +1,6 @@
 #include "SensorPolling.h"
 
+#include "Leftovers.h"
 #include "SensorDetect.h"
 #include "SensorManager.h"
 #include "SensorPortHandler.h"
@@ -52,6 +53,13 @@ protected:
 TEST_F(SensorPolling, FindsEachPortsMonitorByItsBusAddress) {
     EXPECT_STREQ(ina219CurrentMonitors[0].data(), "/sys/class/hwmon/hwmon3/curr1_input");
     EXPECT_STREQ(ina219CurrentMonitors[1].data(), "/sys/class/hwmon/hwmon1/curr1_input");
+}
+
+TEST_F(SensorPolling, SearchesAndReadingsLeaveNothingBehind) {
+    EXPECT_TRUE(leavesNothingBehind([] {
+        findINA219Devices();
+        pollI2CCurrentMonitor(0);
+    }));
 }
 
 struct EntryCase {
