@@ -135,6 +135,7 @@ int __real_getnameinfo(const sockaddr*, socklen_t, char*, socklen_t, char*, sock
 
 int __real_tcsetattr(int, int, const termios*);
 void* __real_calloc(size_t, size_t);
+int __real_socket(int, int, int);
 int __real_listen(int, int);
 
 void* __wrap_calloc(size_t count, size_t size) {
@@ -145,6 +146,10 @@ int __wrap_tcsetattr(int fd, int action, const termios* settings) {
     terminalsAreHeld.wait(true);
     lastTerminal = *settings;
     return __real_tcsetattr(fd, action, settings);
+}
+
+int __wrap_socket(int domain, int type, int protocol) {
+    return failsWithErrno(Call::openSocket) ? -1 : __real_socket(domain, type, protocol);
 }
 
 int __wrap_listen(int fd, int backlog) {

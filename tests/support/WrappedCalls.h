@@ -28,6 +28,7 @@ enum class Call {
     listInterfaces,
     nameAddress,
     allocateMemory, ///< calloc
+    openSocket,
     listenSocket,
     askReadable, ///< access for reading
     count

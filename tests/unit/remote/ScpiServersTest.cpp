@@ -118,6 +118,17 @@ TEST(ScpiServersStart, EndsTheProgramWithoutTheSerialPort) {
     EXPECT_TRUE(World_syslogContains("createSerialServer() failed"));
 }
 
+TEST(ScpiServersStart, EndsTheProgramWithoutASocket) {
+    World_clearSyslog();
+    EXPECT_EQ(exitStatusOf([] {
+                  WrappedCalls_fail(Call::openSocket, EMFILE);
+                  scpiTcpServerThread();
+              }),
+              255);
+    EXPECT_TRUE(World_syslogContains("socket() failed"));
+    EXPECT_FALSE(World_syslogContains("bind() failed"));
+}
+
 TEST(ScpiServersStart, EndsTheProgramWhenThePortIsTaken) {
     const ScopedFd taken(createTcpServer(scpiTcpPort));
     World_clearSyslog();
