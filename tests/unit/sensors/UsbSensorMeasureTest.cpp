@@ -37,6 +37,24 @@ TEST_F(UsbSensor, InitFollowsTheSummaryBits) {
     EXPECT_EQ(readings().questionable, 0) << "nothing is questionable any more";
 }
 
+TEST_F(UsbSensor, AnAnswerOfOneByteIsAnAnswer) {
+    for (const char* question : {"*STB?", "STAT:QUES:COND?", "FETC:FORW:AVER?", "FETC:REFL:AVER?",
+                                 "FETC:FREQ?", "FETC:TEMP?"}) {
+        device.setRawReply(question, "8");
+    }
+    EXPECT_EQ(step(stateUsbInit), stateUsbCwMeasure);
+    EXPECT_EQ(readings().statusByte, 8);
+    EXPECT_EQ(readings().questionable, 8);
+    EXPECT_EQ(step(stateUsbCwMeasure), stateUsbPulseMeasure);
+    EXPECT_EQ(readings().fwdPwrVal, 8.0F);
+    EXPECT_EQ(readings().rflPwrVal, 8.0F);
+    EXPECT_EQ(readings().freqVal, 8e6F);
+    EXPECT_EQ(readings().temperatureVal, 8.0F);
+    device.setRawReply("SYST:ERR:COUN?", "2");
+    device.setRawReply("SYST:ERR?", "0");
+    EXPECT_EQ(clearSysErrCount(handler.usbPort.fd, handler.usbPort.rxBuffer), 2);
+}
+
 TEST_F(UsbSensor, AQuestionableRegisterThatIsNotToldChangesNothing) {
     device.setReply("*STB?", "8");
     device.setReply("STAT:QUES:COND?", "");
