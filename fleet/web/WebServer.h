@@ -18,8 +18,8 @@ struct WebAnswer {
     unsigned status = 200;
     const char* type = "application/json";
     std::shared_ptr<const std::string> body;
-    std::string fileName;  ///< to be stored under, "" for what is to be shown
-    bool isStream = false; ///< no body: the client takes events until it hangs up
+    std::string fileName = {}; ///< to be stored under, "" for what is to be shown
+    bool isStream = false;     ///< no body: the client takes events until it hangs up
 };
 
 using WebReply = std::function<void(WebAnswer)>;

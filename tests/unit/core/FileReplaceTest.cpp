@@ -146,7 +146,7 @@ TEST_F(FileReplace, RefusesAPathThatIsTooLong) {
 
 TEST_F(FileReplace, RemovesASiblingAtTheLongestPathThereIs) {
     const std::string sibling = "settings.new." + std::to_string(getpid()) + ".1";
-    for (const size_t length : {PATH_MAX - 2, PATH_MAX - 1, PATH_MAX}) {
+    for (const size_t length : {size_t{PATH_MAX} - 2, size_t{PATH_MAX} - 1, size_t{PATH_MAX}}) {
         const std::string slashes(length - folder.size() - sibling.size(), '/');
         write(sibling, "");
         File_removeAbandonedSiblings((folder + slashes + "settings").c_str());
