@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr int replyLimit_ms = 5000;
-
 std::string status0(const Soak& soak) {
     const std::string range =
         soak.legacyRange < 0 ? "RYY" : BenchText_format("R%02d", soak.legacyRange);
@@ -31,7 +29,7 @@ int answeringPort(const Soak& soak) {
 
 void compare(Soak& soak, const std::string& kind, const std::string& sent,
              const std::vector<std::string>& expected) {
-    const auto line = soak.terminal.readLine(replyLimit_ms);
+    const auto line = soak.terminal.readLine(soakReplyLimit_ms);
     if (!line) {
         Report_finding(soak.report, "lost reply of the older protocol", sent);
     } else if (std::ranges::find(expected, *line) == expected.end()) {

@@ -5,6 +5,10 @@
 #include <string>
 #include <string_view>
 
+/// A reply that has not come by then is lost, in real time: how quick replies are is measured
+/// elsewhere, and a machine may stand still for seconds.
+constexpr int soakReplyLimit_ms = 20000;
+
 /// The remote side of the meter: one end of a TCP connection or of the command port's cable.
 class Link {
 public:

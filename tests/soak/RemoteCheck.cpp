@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int replyLimit_ms = 5000;
-
 constexpr const char* noError = "0,\"No error\"";
 constexpr const char* noSensor = "-220,\"Parameter error;No sensor connected on the channel\"";
 constexpr const char* badChannel = "-220,\"Parameter error;The channel number is not valid\"";
@@ -272,7 +270,7 @@ void clearErrors(Soak& soak, Link& link) {
 }
 
 void check(Soak& soak, Link& link, const char* name, const Question& question) {
-    const auto line = link.readLine(replyLimit_ms);
+    const auto line = link.readLine(soakReplyLimit_ms);
     if (!line) {
         Report_finding(soak.report, std::string("lost reply on ") + name, question.line);
         if (&link == &soak.tcp) {
@@ -330,7 +328,7 @@ void RemoteCheck_burst(Soak& soak) {
     }
     soak.tcp.send(burst);
     for (int query = 0; query < queries; ++query) {
-        const auto line = soak.tcp.readLine(replyLimit_ms);
+        const auto line = soak.tcp.readLine(soakReplyLimit_ms);
         const std::string expected = query % 3 == 0   ? "1"
                                      : query % 3 == 1 ? "1999.0"
                                                       : soak.identity;

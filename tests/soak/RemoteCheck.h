@@ -4,13 +4,13 @@
 #include "Soak.h"
 
 /// Asks one SCPI question on TCP and one on the command port, both on their way at once, and
-/// compares each reply with the truth. A reply that does not come within 5 s is lost.
+/// compares each reply with the truth. A reply that does not come within soakReplyLimit_ms is lost.
 void RemoteCheck_ask(Soak& soak);
 
 /// A line on one link, with its reply, for actions that need one. Empty when it is lost, which is
 /// then a finding.
 std::string RemoteCheck_exchange(Soak& soak, Link& link, const std::string& line,
-                                 int limit_ms = 5000);
+                                 int limit_ms = soakReplyLimit_ms);
 
 /// The answer to SENS:FREQ? and SYST:ERR? on one line is this frequency, without an error: the
 /// meter rounds it to seven places in 32 bits on its way.

@@ -12,7 +12,7 @@ constexpr int commitLimit_ms = 60000;
 constexpr const char* noError = "0,\"No error\"";
 
 void expectReply(Soak& soak, const std::string& line, const std::string& expected,
-                 int limit_ms = 5000) {
+                 int limit_ms = soakReplyLimit_ms) {
     const std::string reply = RemoteCheck_exchange(soak, soak.tcp, line, limit_ms);
     if (!reply.empty() && reply != expected) {
         Report_finding(soak.report, "reply to a command",
