@@ -209,7 +209,7 @@ FleetView viewOfAll(const Service& service) {
 }
 
 void fetchScreen(Service& service, const std::string& address,
-                 std::function<void(const std::string&)> done) {
+                 const std::function<void(const std::string&)>& done) {
     const auto meter =
         std::ranges::find_if(service.meters, [&address](const WatchedMeter& watched) {
             return MeterAddress_text(watched.config.address) == address;
@@ -231,8 +231,8 @@ bool serve(Service& service) {
     service.site = FleetSite_start(
         service.loop,
         {*address, config.token, config.database, [&service] { return viewOfAll(service); },
-         [&service](const std::string& meter, std::function<void(const std::string&)> done) {
-             fetchScreen(service, meter, std::move(done));
+         [&service](const std::string& meter, const std::function<void(const std::string&)>& done) {
+             fetchScreen(service, meter, done);
          }},
         error);
     say(service.site ? "serving " + FleetSite_url(*service.site) : config.listen + ": " + error);
