@@ -385,7 +385,7 @@ std::optional<std::string> nextLine(MeterDialogue& dialogue, std::string_view& b
 } // namespace
 
 const char* MeterDialogue_stateName(MeterChannelState state) {
-    return stateNames[static_cast<size_t>(state)];
+    return stateNames.at(static_cast<size_t>(state));
 }
 
 void MeterDialogue_reconnect(MeterDialogue& dialogue) {
