@@ -10,7 +10,9 @@
 
 namespace {
 
-class Geometry : public Screens {};
+struct Geometry : Screens {
+    using Screens::read;
+};
 
 constexpr int smallestTarget = 48;
 
@@ -71,16 +73,21 @@ void expectPartsApart() {
     }
 }
 
-TEST_F(Geometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
+/// Shows each CW screen with each of the longest texts, and calls expect(GtkSensorInstance, isdBm).
+template <typename Expect> void withTheLongestTexts(Expect expect) {
     for (const LongestTexts& texts : longestTexts) {
         configuration_setPowerUnitsIsdBm(texts.isdBm);
         for (const CwScreen& screen : cwScreens) {
             SCOPED_TRACE(screen.name);
             Gui_showScreen(screen.instance);
-            read(screen.instance, texts.fwd_W, texts.rfl_W);
-            expectPartsApart();
+            Geometry::read(screen.instance, texts.fwd_W, texts.rfl_W);
+            expect(screen.instance, texts.isdBm);
         }
     }
+}
+
+TEST_F(Geometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
+    withTheLongestTexts([](GtkSensorInstance, bool) { expectPartsApart(); });
 }
 
 TEST_F(Geometry, NoConnectionScreensKeepTheirTextsApart) {
@@ -466,22 +473,16 @@ void expectTitleRow(const CGTKPowerDisplay& display) {
 }
 
 TEST_F(Geometry, ScreensLookAsTheDesignAsks) {
-    for (const LongestTexts& texts : longestTexts) {
-        configuration_setPowerUnitsIsdBm(texts.isdBm);
-        for (const CwScreen& screen : cwScreens) {
-            SCOPED_TRACE(screen.name);
-            Gui_showScreen(screen.instance);
-            read(screen.instance, texts.fwd_W, texts.rfl_W);
-            const CGTKPowerDisplay& display = *gtkSensor_powerDisplay(screen.instance);
-            Look_expectTargets(display.container);
-            Look_expectTexts(display.container);
-            expectTitleRow(display);
-            if (!texts.isdBm) {
-                expectScaleOrder(display.scaleControlsFwd);
-                expectScaleOrder(display.scaleControlsRfl);
-            }
+    withTheLongestTexts([](GtkSensorInstance screen, bool isdBm) {
+        const CGTKPowerDisplay& display = *gtkSensor_powerDisplay(screen);
+        Look_expectTargets(display.container);
+        Look_expectTexts(display.container);
+        expectTitleRow(display);
+        if (!isdBm) {
+            expectScaleOrder(display.scaleControlsFwd);
+            expectScaleOrder(display.scaleControlsRfl);
         }
-    }
+    });
 }
 
 TEST_F(Geometry, TheGraphsCaptionsStandOnTheirLines) {
