@@ -215,6 +215,8 @@ protected:
         SensorManager_Create();
         startScpiParser();
         ASSERT_TRUE(World_waitUntil([] { return World_commandPort() != 0; }, limit_ms));
+        // The port is known when it is bound, before anybody listens there.
+        ASSERT_TRUE(World_waitUntil([] { return Client().isConnected; }, limit_ms));
         ASSERT_TRUE(World_waitUntil(isServedOnThePort, limit_ms));
         for (const char* thread : {"scpiTcpServerThread", "scpiSerialServerThread"}) {
             ASSERT_TRUE(World_waitUntil(
