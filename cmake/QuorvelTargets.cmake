@@ -72,14 +72,30 @@ function(quorvel_sanitizer_environment result)
     set(${result} ${environment} PARENT_SCOPE)
 endfunction()
 
+# quorvel_sharded_tests(PROGRAM COUNT PROPERTY VALUE...)
+function(quorvel_sharded_tests program count)
+    foreach(shard RANGE 1 ${count})
+        math(EXPR index "${shard} - 1")
+        add_test(NAME ${program}.${shard}_of_${count} COMMAND ${program})
+        set_tests_properties(${program}.${shard}_of_${count} PROPERTIES ${ARGN})
+        set_property(
+            TEST ${program}.${shard}_of_${count}
+            APPEND
+            PROPERTY ENVIRONMENT GTEST_TOTAL_SHARDS=${count} GTEST_SHARD_INDEX=${index}
+        )
+        set_property(TEST ${program}.${shard}_of_${count} PROPERTY TIMEOUT 900)
+    endforeach()
+endfunction()
+
 # quorvel_test(NAME SOURCES file... [USES target...] [TIMEOUT s] [LABELS label] [ENVIRONMENT A=b]
-#              [ALONE])
+#              [ALONE] [SHARDS n])
 # Every test process runs in a bench world of its own: test_support starts it once more behind the
 # preload library, which sends the instrument's paths into the world and writes down what would have
 # switched the machine off. That holds for a test program that is started by hand, too. ALONE: no
-# other test runs at the same time.
+# other test runs at the same time. SHARDS: the start of a sanitized program takes longer than most
+# tests; there it runs this often, each time with its share of the tests, and not once for each test.
 function(quorvel_test name)
-    cmake_parse_arguments(ARG "ALONE" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "ALONE" "TIMEOUT;SHARDS" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 180)
     endif()
@@ -100,6 +116,10 @@ function(quorvel_test name)
     target_precompile_headers(${name} REUSE_FROM test_headers)
     target_compile_options(${name} PRIVATE ${QUORVEL_TEST_OPTIONS})
     add_dependencies(${name} quorvelbench)
+    if(QUORVEL_SANITIZE AND ARG_SHARDS)
+        quorvel_sharded_tests(${name} ${ARG_SHARDS} ${properties})
+        return()
+    endif()
     include(GoogleTest)
     gtest_discover_tests(
         ${name}
