@@ -12,4 +12,8 @@ inline void PortHandlers_startOnce() {
     static_cast<void>(isStarted);
 }
 
+inline bool isReadyNow(uint32_t port) {
+    return sensorPortHandler_getSensorStatus(port).status == isReady;
+}
+
 #endif
