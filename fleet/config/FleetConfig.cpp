@@ -161,12 +161,10 @@ Complaint readAddress(const toml::node& node, MeterAddress& address) {
     return parsed ? "" : "must be \"HOST[:PORT]\", an IPv6 address in brackets";
 }
 
-Complaint readUrl(const toml::node& node, std::string& url) {
-    Complaint complaint = readText(node, url);
-    if (complaint.empty() && !url.starts_with("http://")) {
-        complaint = "must begin with http://";
-    }
-    return complaint;
+Complaint readUrl(const toml::node& node, std::optional<ExportUrl>& url) {
+    std::string text;
+    const Complaint complaint = readText(node, text);
+    return complaint.empty() ? ExportUrl_parse(text, url.emplace()) : complaint;
 }
 
 constexpr std::array<ConfigKey<ChannelConfig>, 6> channelKeys{{

@@ -2,9 +2,11 @@
 #define FLEET_CONFIG_FLEET_CONFIG_H
 
 #include "ChannelLimits.h"
+#include "ExportUrl.h"
 #include "MeterAddress.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,7 +28,7 @@ struct MeterConfig {
 };
 
 struct ExportConfig {
-    std::string url; ///< "" for no export
+    std::optional<ExportUrl> url; ///< nothing for no export
     int64_t batch = 5000;
 };
 

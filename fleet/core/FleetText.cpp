@@ -164,6 +164,31 @@ std::optional<double> FleetText_parseNumber(std::string_view text) {
     return number;
 }
 
+std::optional<std::string> FleetText_decodePercent(std::string_view text) {
+    constexpr size_t escapeLength = 3;
+    constexpr int hexBase = 16;
+    std::string decoded;
+    while (!text.empty()) {
+        if (text[0] != '%') {
+            decoded += text[0];
+            text.remove_prefix(1);
+            continue;
+        }
+        const char* end = text.data() + escapeLength;
+        unsigned number = 0;
+        if (text.size() < escapeLength) {
+            return {};
+        }
+        const auto [rest, failure] = std::from_chars(text.data() + 1, end, number, hexBase);
+        if (failure != std::errc{} || rest != end) {
+            return {};
+        }
+        decoded += static_cast<char>(number);
+        text.remove_prefix(escapeLength);
+    }
+    return decoded;
+}
+
 size_t FleetText_characterLength(std::string_view text) {
     const auto byte = [text](size_t at) { return static_cast<unsigned char>(text[at]); };
     const unsigned char first = byte(0);

@@ -31,6 +31,10 @@ void FleetText_appendNumber(std::string& text, double number);
 /// Reads a decimal number, whatever the locale; NaN for "nan", nothing if it is none.
 std::optional<double> FleetText_parseNumber(std::string_view text);
 
+/// A text with "%41" for "A", as in addresses of the web; nothing where '%' is followed by no such
+/// number.
+std::optional<std::string> FleetText_decodePercent(std::string_view text);
+
 /// Length of the valid UTF-8 character at the front of a text that is not empty; 0 if there is
 /// none, or a control character.
 size_t FleetText_characterLength(std::string_view text);

@@ -4,6 +4,7 @@
 #include "ChannelWatch.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,9 +31,18 @@ struct MeterView {
     std::array<ChannelView, meterChannelCount> channels;
 };
 
+/// How readings go on to a time-series database; counts are since the program's start.
+struct ExportView {
+    bool isWell = false;   ///< the receiver has taken the last batch
+    uint64_t waiting = 0;  ///< readings that it has not taken yet
+    uint64_t exported = 0; ///< readings
+    uint64_t leftOut = 0;  ///< readings that it refused, or that waited for too long
+};
+
 struct FleetView {
     int64_t time_ms = 0; ///< UTC
     std::vector<MeterView> meters;
+    std::optional<ExportView> exported; ///< nothing where there is no export
 };
 
 /// "measuring", "silent", "no sensor" or "gone".

@@ -1,15 +1,18 @@
 #include "FleetService.h"
 
 #include "ChannelWatch.h"
+#include "Exporter.h"
 #include "FleetDatabase.h"
 #include "FleetShare.h"
 #include "FleetSite.h"
+#include "FleetText.h"
 #include "MeterFinder.h"
 #include "MeterPool.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -17,6 +20,7 @@ namespace {
 // Little at a time: while the file is written, no meter is asked.
 constexpr int64_t storePeriod_ms = 100;
 constexpr size_t summarizedAtOnce = 50; ///< channels
+constexpr int64_t hour_ms = 3'600'000;
 
 struct WatchedMeter {
     MeterConfig config;
@@ -26,6 +30,7 @@ struct WatchedMeter {
     bool isDropped = false;
     bool wasThere = false; ///< has answered once
     std::array<ChannelWatch, meterChannelCount> channels;
+    std::array<size_t, meterChannelCount> labels{}; ///< of the readings to be exported
 };
 
 struct Service {
@@ -33,12 +38,15 @@ struct Service {
     std::shared_ptr<FleetLoop> loop;
     std::shared_ptr<MeterPool> pool;
     std::shared_ptr<MeterFinder> finder;
-    std::shared_ptr<FleetSite> site; ///< none where nobody is to look on
+    std::shared_ptr<FleetSite> site;    ///< none where nobody is to look on
+    std::shared_ptr<Exporter> exporter; ///< none where nothing is to be exported
     std::vector<WatchedMeter> meters;
     FleetDatabase database;
     std::string trouble;        ///< of the database, as it was last told
     std::string minutesTrouble; ///< of what is made of it
     std::string finderTrouble;  ///< of the discovery
+    std::string exportTrouble;
+    uint64_t forgottenTold = 0; ///< readings that waited for too long
 };
 
 void say(const std::string& text) {
@@ -68,7 +76,7 @@ void takeNews(Service& service, const WatchedMeter& meter, size_t channel, Chann
         addEvent(service, meter, static_cast<int>(channel) + 1, std::move(event));
     }
     for (FleetReading& reading : news.readings) {
-        FleetDatabase_add(service.database, std::move(reading));
+        FleetDatabase_add(service.database, std::move(reading), meter.labels[channel]);
     }
 }
 
@@ -137,6 +145,13 @@ void watch(Service& service, const MeterConfig& config) {
         watched.limits = channel.limits;
         watched.offset_dB = channel.offset_dB;
     }
+    for (size_t channel = 0; channel < meterChannelCount; ++channel) {
+        meter.labels[channel] =
+            all.exported.url
+                ? ExportQueue_label(service.database.queue,
+                                    {config.name, config.place, meter.channels[channel].offset_dB})
+                : fleetDatabaseNotExported;
+    }
     const MeterTarget target{config.address, meter.poll_ms, all.holds};
     service.meters.push_back(std::move(meter));
     MeterPool_add(*service.pool, target);
@@ -177,6 +192,63 @@ void summarize(Service& service) {
     tell(service.minutesTrouble, config.database + ": minutes", error);
 }
 
+/// What waited for too long is told once an hour, so that the journal does not fill up.
+void tellForgotten(Service& service) {
+    const uint64_t forgotten = service.database.queue.forgotten;
+    if (forgotten > service.forgottenTold) {
+        const std::string what = std::to_string(forgotten - service.forgottenTold) +
+                                 " readings waited for too long and are not exported";
+        say(what);
+        FleetDatabase_addEvent(service.database,
+                               {MeterPool_utc_ms(*service.pool), "", 0, "export lost", what});
+        service.forgottenTold = forgotten;
+    }
+}
+
+void refuse(Service& service, const FleetReading& reading, const std::string& why) {
+    const std::string what = FleetText_time(reading.time_ms) + ": " + why;
+    say("export: " + reading.meter + " is left out, " + what);
+    FleetDatabase_addEvent(service.database, {MeterPool_utc_ms(*service.pool), reading.meter,
+                                              reading.channel, "export refused", what});
+}
+
+/// Lets readings go on, if that is wanted. False, with the reason told, if that cannot be.
+bool startExport(Service& service) {
+    const ExportConfig& config = service.config->exported;
+    if (!config.url) {
+        return true;
+    }
+    std::string error;
+    const std::string receiver = "export to " + MeterAddress_text(config.url->address);
+    service.exporter = Exporter_start(
+        service.loop,
+        {*config.url, service.config->database, config.batch,
+         [&service](int64_t last) { FleetDatabase_noteExported(service.database, last); },
+         [&service](const FleetReading& reading, const std::string& why) {
+             refuse(service, reading, why);
+         },
+         [&service, receiver](const std::string& trouble) {
+             tell(service.exportTrouble, receiver, trouble);
+         }},
+        error);
+    if (!service.exporter) {
+        say(receiver + ": " + error);
+        return false;
+    }
+    FleetLoop_every(*service.loop, hour_ms, [&service] { tellForgotten(service); });
+    return true;
+}
+
+std::optional<ExportView> viewOfExport(const Service& service) {
+    if (!service.exporter) {
+        return std::nullopt;
+    }
+    const ExporterCounts& counts = Exporter_counts(*service.exporter);
+    const ExportQueue& queue = service.database.queue;
+    return ExportView{counts.isWell, queue.count, counts.exported,
+                      counts.refused + queue.forgotten};
+}
+
 MeterView viewOf(const Service& service, size_t index) {
     const WatchedMeter& meter = service.meters[index];
     const MeterDialogue& dialogue = MeterPool_dialogue(*service.pool, index);
@@ -200,6 +272,7 @@ MeterView viewOf(const Service& service, size_t index) {
 FleetView viewOfAll(const Service& service) {
     FleetView view;
     view.time_ms = MeterPool_utc_ms(*service.pool);
+    view.exported = viewOfExport(service);
     for (size_t index = 0; index < service.meters.size(); ++index) {
         if (!service.meters[index].isDropped) {
             view.meters.push_back(viewOf(service, index));
@@ -273,6 +346,9 @@ int end(Service& service) {
     if (service.site) {
         FleetSite_stop(*service.site);
     }
+    if (service.exporter) {
+        Exporter_stop(*service.exporter);
+    }
     for (const WatchedMeter& meter : service.meters) {
         for (size_t channel = 0; channel < meterChannelCount; ++channel) {
             ChannelWatch rest = meter.channels[channel];
@@ -302,7 +378,7 @@ int FleetService_run(const FleetConfig& config) {
         return 1;
     }
     start(service);
-    const bool isServed = serve(service);
+    const bool isServed = serve(service) && startExport(service);
     if (isServed) {
         say("watching " + std::to_string(config.meters.size()) + " meters");
         FleetLoop_run(*service.loop);

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int64_t minute_ms = 60'000;
+constexpr int64_t week_ms = 7 * (24 * (60 * minute_ms));
 constexpr const char* thinnedAtOnce = "1000"; ///< rows, so that nobody waits for long
 
 // The view shows readings under the names that every log has.
@@ -37,6 +38,11 @@ constexpr std::array schema{
     "gate_mean_W, gate_max_W, gate_min_W, state1_mean_W, state1_max_W, state1_min_W, "
     "state2_mean_W, state2_max_W, state2_min_W, state3_mean_W, state3_max_W, state3_min_W, "
     "state4_mean_W, state4_max_W, state4_min_W FROM raw JOIN sources ON source = sources.id",
+
+    "CREATE TABLE export_labels (id INTEGER PRIMARY KEY, name TEXT NOT NULL, place TEXT NOT NULL, "
+    "offset_dB REAL NOT NULL, UNIQUE (name, place, offset_dB));"
+    "CREATE TABLE export_queue (id INTEGER PRIMARY KEY, source INTEGER NOT NULL, "
+    "time_ms INTEGER NOT NULL, labels INTEGER NOT NULL)",
 };
 
 constexpr const char* insertMinutes =
@@ -105,7 +111,8 @@ int64_t sourceOf(FleetDatabase& database, const FleetReading& reading, std::stri
     return number;
 }
 
-bool storeReading(FleetDatabase& database, const FleetReading& reading, std::string& error) {
+bool storeReading(FleetDatabase& database, const WaitingReading& waiting, std::string& error) {
+    const FleetReading& reading = waiting.reading;
     const int64_t source = sourceOf(database, reading, error);
     if (source < 0) {
         return false;
@@ -116,7 +123,13 @@ bool storeReading(FleetDatabase& database, const FleetReading& reading, std::str
     for (const double value : reading.values) {
         SqliteFile_bind(database.insertReading, ++parameter, value);
     }
-    return SqliteFile_step(database.file, database.insertReading, error);
+    if (!SqliteFile_step(database.file, database.insertReading, error)) {
+        return false;
+    }
+    const bool isNew = sqlite3_changes(database.file.get()) > 0;
+    return !isNew || waiting.labels == fleetDatabaseNotExported ||
+           ExportQueue_add(database.queue, database.file, source, reading.time_ms, waiting.labels,
+                           error);
 }
 
 bool storeEvent(FleetDatabase& database, const FleetEvent& event, std::string& error) {
@@ -130,12 +143,13 @@ bool storeEvent(FleetDatabase& database, const FleetEvent& event, std::string& e
 
 bool storeWaiting(FleetDatabase& database, std::string& error) {
     return std::ranges::all_of(database.waitingReadings,
-                               [&](const FleetReading& reading) {
-                                   return storeReading(database, reading, error);
+                               [&](const WaitingReading& waiting) {
+                                   return storeReading(database, waiting, error);
                                }) &&
-           std::ranges::all_of(database.waitingEvents, [&](const FleetEvent& event) {
-               return storeEvent(database, event, error);
-           });
+           std::ranges::all_of(
+               database.waitingEvents,
+               [&](const FleetEvent& event) { return storeEvent(database, event, error); }) &&
+           ExportQueue_removeTaken(database.queue, database.file, error);
 }
 
 template <typename Entry> size_t makeRoom(std::vector<Entry>& waiting) {
@@ -186,12 +200,13 @@ std::string removal(const char* table, const char* key, int64_t before_ms) {
 
 bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::string& error) {
     database.file = SqliteFile_open(path, schema, error);
-    return database.file && prepareAll(database, error);
+    return database.file && prepareAll(database, error) &&
+           ExportQueue_open(database.queue, database.file, error);
 }
 
-void FleetDatabase_add(FleetDatabase& database, FleetReading reading) {
+void FleetDatabase_add(FleetDatabase& database, FleetReading reading, size_t labels) {
     database.lost += makeRoom(database.waitingReadings);
-    database.waitingReadings.push_back(std::move(reading));
+    database.waitingReadings.push_back({std::move(reading), labels});
 }
 
 void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event) {
@@ -199,14 +214,23 @@ void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event) {
     database.waitingEvents.push_back(std::move(event));
 }
 
+void FleetDatabase_noteExported(FleetDatabase& database, int64_t last) {
+    database.queue.takenTo = last;
+    database.queue.isTakenRemoved = false;
+}
+
 bool FleetDatabase_flush(FleetDatabase& database, std::string& error) {
-    if (database.waitingReadings.empty() && database.waitingEvents.empty()) {
+    if (database.waitingReadings.empty() && database.waitingEvents.empty() &&
+        database.queue.isTakenRemoved) {
         return true;
     }
     if (!SqliteFile_run(database.file, "BEGIN IMMEDIATE", error)) {
         return false;
     }
-    if (!storeWaiting(database, error) || !SqliteFile_run(database.file, "COMMIT", error)) {
+    const bool isCommitted =
+        storeWaiting(database, error) && SqliteFile_run(database.file, "COMMIT", error);
+    ExportQueue_end(database.queue, isCommitted);
+    if (!isCommitted) {
         std::string ignored; // some failures have rolled back already
         SqliteFile_run(database.file, "ROLLBACK", ignored);
         database.sources.clear(); // those that were entered just now are gone again
@@ -237,8 +261,14 @@ bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, size_t mos
 
 bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
                         int64_t keepMinutes_ms, std::string& error) {
+    const int64_t keepQueue_ms = keepRaw_ms + std::max(keepRaw_ms, week_ms);
+    if (!ExportQueue_forget(database.queue, database.file, now_ms - keepQueue_ms, error)) {
+        return false;
+    }
+    const int64_t keptFrom_ms =
+        std::min(now_ms - keepRaw_ms, ExportQueue_oldest_ms(database.queue));
     return SqliteFile_run(database.file,
-                          removal("raw", "source, time_ms", now_ms - keepRaw_ms) +
+                          removal("raw", "source, time_ms", keptFrom_ms) +
                               removal("minutes", "source, time_ms", now_ms - keepMinutes_ms) +
                               removal("events", "id", now_ms - keepMinutes_ms),
                           error);
@@ -250,5 +280,6 @@ void FleetDatabase_close(FleetDatabase& database) {
           &database.insertEvent, &database.insertMinutes, &database.newestMinute}) {
         statement->reset();
     }
+    ExportQueue_close(database.queue);
     database.file.reset();
 }

@@ -1,6 +1,7 @@
 #ifndef FLEET_STORAGE_FLEET_DATABASE_H
 #define FLEET_STORAGE_FLEET_DATABASE_H
 
+#include "ExportQueue.h"
 #include "FleetReading.h"
 #include "SqliteFile.h"
 
@@ -22,8 +23,17 @@ struct FleetEvent {
     std::string detail;
 };
 
+/// Labels of a reading that is not exported.
+constexpr size_t fleetDatabaseNotExported = SIZE_MAX;
+
+struct WaitingReading {
+    FleetReading reading;
+    size_t labels = fleetDatabaseNotExported; ///< see ExportQueue_label
+};
+
 struct FleetDatabase {
     SqliteFile file;
+    ExportQueue queue;
     SqliteStatement insertReading;
     SqliteStatement insertSource;
     SqliteStatement selectSource;
@@ -32,7 +42,7 @@ struct FleetDatabase {
     SqliteStatement insertMinutes;
     /// Numbers of meter, channel, sensor and its serial number in the table `sources`.
     std::map<std::tuple<std::string, int, std::string, std::string>, int64_t> sources;
-    std::vector<FleetReading> waitingReadings;
+    std::vector<WaitingReading> waitingReadings;
     std::vector<FleetEvent> waitingEvents;
     std::vector<int64_t> unsummarized; ///< sources whose minutes are to be made
     int64_t summarizedTo_ms = 0;       ///< the minute up to which they are
@@ -44,8 +54,12 @@ constexpr size_t fleetDatabaseMostWaiting = 200'000; ///< readings, and as many 
 /// Opens or makes it. False with the reason.
 bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::string& error);
 
-void FleetDatabase_add(FleetDatabase& database, FleetReading reading);
+void FleetDatabase_add(FleetDatabase& database, FleetReading reading,
+                       size_t labels = fleetDatabaseNotExported);
 void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event);
+
+/// The receiver has all readings of the queue up to this number. It is stored with the next flush.
+void FleetDatabase_noteExported(FleetDatabase& database, int64_t last);
 
 /// Stores all that waits, or nothing of it. False with the reason; it may be tried again. A reading
 /// that is there already is not stored twice.
@@ -56,8 +70,8 @@ bool FleetDatabase_flush(FleetDatabase& database, std::string& error);
 bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, size_t most,
                              std::string& error);
 
-/// Removes some of what is older than it is to be kept; to be called again and again. False with
-/// the reason.
+/// Removes some of what is older than it is to be kept; to be called again and again. Readings that
+/// are not exported yet are kept for as long again, and a week at least. False with the reason.
 bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
                         int64_t keepMinutes_ms, std::string& error);
 

@@ -46,6 +46,23 @@ constexpr const char* newestEvents =
     "SELECT time_ms, meter, channel, kind, detail FROM events "
     "WHERE (?1 = '' OR meter = ?1) AND time_ms >= ?2 AND time_ms < ?3 ORDER BY id DESC LIMIT ?4";
 
+// In the order of the queue, so that no more is read than is asked for. Behind the first columns
+// stands all of the raw reading.
+constexpr const char* queuedReadings =
+    "SELECT export_queue.id, sensor, sensor_serial, meter, channel, name, place, offset_dB, raw.* "
+    "FROM export_queue CROSS JOIN sources ON sources.id = export_queue.source "
+    "CROSS JOIN export_labels ON export_labels.id = export_queue.labels "
+    "CROSS JOIN raw ON raw.source = export_queue.source AND raw.time_ms = export_queue.time_ms "
+    "WHERE export_queue.id > ?1 ORDER BY export_queue.id LIMIT ?2";
+enum QueuedColumn {
+    queuedMeter = 3,
+    queuedChannel,
+    queuedName,
+    queuedPlace,
+    queuedOffset,
+    queuedRaw
+};
+
 std::string textOf(const SqliteStatement& row, int column) {
     const unsigned char* text = sqlite3_column_text(row.get(), column);
     return text == nullptr ? "" : reinterpret_cast<const char*>(text);
@@ -69,13 +86,30 @@ FleetReading readingOf(const SqliteStatement& row, const HistoryQuery& query, in
     return reading;
 }
 
-FleetReading storedReadingOf(const SqliteStatement& row, const HistoryQuery& query) {
-    FleetReading reading = readingOf(row, query, sqlite3_column_int64(row.get(), 0));
-    const int first = firstValueColumn + 1; // the source's number and the time again
+void readValues(const SqliteStatement& row, int first, FleetReading& reading) {
     for (size_t value = 0; value < fleetValueCount; ++value) {
         reading.values[value] = numberOf(row, first + static_cast<int>(value));
     }
+}
+
+FleetReading storedReadingOf(const SqliteStatement& row, const HistoryQuery& query) {
+    FleetReading reading = readingOf(row, query, sqlite3_column_int64(row.get(), 0));
+    readValues(row, firstValueColumn + 1, reading); // behind the source's number and the time again
     return reading;
+}
+
+QueuedReading queuedReadingOf(const SqliteStatement& row) {
+    QueuedReading queued;
+    FleetReading& reading = queued.reading;
+    reading.meter = textOf(row, queuedMeter);
+    reading.channel = sqlite3_column_int(row.get(), queuedChannel);
+    reading.sensor = textOf(row, sensorColumn);
+    reading.sensorSerial = textOf(row, sensorSerialColumn);
+    reading.time_ms = sqlite3_column_int64(row.get(), queuedRaw + 1); // behind the source's number
+    readValues(row, queuedRaw + 2, reading);
+    queued.labels = {textOf(row, queuedName), textOf(row, queuedPlace),
+                     sqlite3_column_double(row.get(), queuedOffset)};
+    return queued;
 }
 
 /// What the rows of one step and source have in sum.
@@ -231,6 +265,21 @@ bool FleetHistory_events(const SqliteFile& file, const HistoryQuery& query,
     SqliteFile_bind(statement, ++parameter, query.limit);
     return readRows(file, statement, error, [&events](const SqliteStatement& row) {
         events.push_back(eventOf(row));
+        return true;
+    });
+}
+
+bool FleetHistory_queued(const SqliteFile& file, int64_t most, int64_t& last,
+                         std::vector<QueuedReading>& readings, std::string& error) {
+    const SqliteStatement statement = SqliteFile_prepare(file, queuedReadings, error);
+    if (!statement) {
+        return false;
+    }
+    SqliteFile_bind(statement, 1, last);
+    SqliteFile_bind(statement, 2, most);
+    return readRows(file, statement, error, [&](const SqliteStatement& row) {
+        last = sqlite3_column_int64(row.get(), 0);
+        readings.push_back(queuedReadingOf(row));
         return true;
     });
 }

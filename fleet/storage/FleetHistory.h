@@ -32,4 +32,15 @@ bool FleetHistory_readings(const SqliteFile& file, const HistoryQuery& query,
 bool FleetHistory_events(const SqliteFile& file, const HistoryQuery& query,
                          std::vector<FleetEvent>& events, std::string& error);
 
+/// A reading of the export queue, as it was measured.
+struct QueuedReading {
+    FleetReading reading;
+    ReadingLabels labels;
+};
+
+/// Readings of the export queue behind the number `last`, `most` of them at most, in their order;
+/// `last` becomes the number of the last one. False with the reason.
+bool FleetHistory_queued(const SqliteFile& file, int64_t most, int64_t& last,
+                         std::vector<QueuedReading>& readings, std::string& error);
+
 #endif

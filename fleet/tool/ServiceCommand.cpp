@@ -28,8 +28,5 @@ int ServiceCommand_run(const ServiceOptions& options) {
     if (config.meters.empty() && !config.discovers) {
         return fail(1, options.file + " names no meter, and discover is false");
     }
-    if (!config.exported.url.empty()) {
-        return fail(1, options.file + ": [export] is understood, but this version exports nothing");
-    }
     return FleetService_run(config);
 }

@@ -133,6 +133,35 @@ void addLimits(std::string& text, const FleetView& view) {
     });
 }
 
+/// Without an export there are only the families, so that rules can name them.
+void addExport(std::string& text, const std::optional<ExportView>& view) {
+    const ExportView exported = view.value_or(ExportView{});
+    const struct {
+        const char* name;
+        const char* type;
+        const char* help;
+        double value;
+    } families[] = {
+        {"quorvel_export_up", "gauge", "1 while the receiver takes readings.",
+         exported.isWell ? 1.0 : 0.0},
+        {"quorvel_export_waiting", "gauge", "Readings that the receiver has not taken yet.",
+         static_cast<double>(exported.waiting)},
+        {"quorvel_export_readings_total", "counter", "Readings that the receiver has taken.",
+         static_cast<double>(exported.exported)},
+        {"quorvel_export_left_out_total", "counter",
+         "Readings that the receiver refused, or that waited for too long.",
+         static_cast<double>(exported.leftOut)},
+    };
+    for (const auto& family : families) {
+        beginFamily(text, family.name, family.type, family.help);
+        if (view) {
+            text += std::string(family.name) + " ";
+            FleetText_appendNumber(text, family.value);
+            text += '\n';
+        }
+    }
+}
+
 } // namespace
 
 std::string FleetMetrics_text(const FleetView& view) {
@@ -143,5 +172,6 @@ std::string FleetMetrics_text(const FleetView& view) {
     }
     addQuality(text, view);
     addLimits(text, view);
+    addExport(text, view.exported);
     return text;
 }

@@ -1,9 +1,8 @@
 #include "WebServer.h"
 
+#include "Base64.h"
 #include "FleetLoopContext.h"
 
-#include <boost/archive/iterators/base64_from_binary.hpp>
-#include <boost/archive/iterators/transform_width.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -79,18 +78,6 @@ namespace {
 using Server = std::shared_ptr<WebServer>;
 
 void awaitRequest(const Server& server, const Client& client);
-
-std::string base64(std::string text) {
-    namespace iterators = boost::archive::iterators;
-    using Encoder = iterators::base64_from_binary<
-        iterators::transform_width<std::string::const_iterator, 6, 8>>;
-    const size_t length = (text.size() * 4 + 2) / 3;
-    const size_t padding = (3 - text.size() % 3) % 3;
-    text.append(padding, '\0');
-    std::string encoded(Encoder(text.cbegin()), Encoder(text.cend()));
-    encoded.resize(length);
-    return encoded.append(padding, '=');
-}
 
 /// Takes the same time wherever the first difference is.
 bool isSame(std::string_view given, std::string_view wanted) {
@@ -367,7 +354,7 @@ std::shared_ptr<WebServer> WebServer_start(FleetLoop& loop, const MeterAddress& 
     auto server = std::make_shared<WebServer>(loop, std::move(handler));
     if (!token.empty()) {
         server->bearer = "Bearer " + token;
-        server->basic = "Basic " + base64("fleet:" + token);
+        server->basic = "Basic " + Base64_encode("fleet:" + token);
     }
     if (!listen(*server, address, error)) {
         return nullptr;

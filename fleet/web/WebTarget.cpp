@@ -15,7 +15,6 @@ constexpr int64_t month_ms = 30 * (24 * hour_ms);
 constexpr int64_t usualEvents = 100;
 constexpr int64_t mostEvents = 1000;
 constexpr int64_t mostChannels = 2;
-constexpr int hexBase = 16;
 
 /// What is wrong with a parameter; "" if nothing is.
 using Complaint = std::string;
@@ -36,35 +35,13 @@ bool isClean(std::string_view text) {
     return true;
 }
 
-/// The character behind "%41"; nothing if it is not so.
-std::optional<char> escaped(std::string_view text) {
-    constexpr size_t length = 3;
-    unsigned number = 0;
-    if (text.size() < length) {
-        return {};
-    }
-    const char* end = text.data() + length;
-    const auto [rest, failure] = std::from_chars(text.data() + 1, end, number, hexBase);
-    return failure == std::errc{} && rest == end ? std::optional(static_cast<char>(number))
-                                                 : std::nullopt;
-}
-
 std::optional<std::string> decode(std::string_view text, bool isParameter) {
-    std::string decoded;
-    while (!text.empty()) {
-        const bool isEscape = text[0] == '%';
-        const std::optional<char> character = isEscape ? escaped(text)
-                                              : isParameter && text[0] == '+'
-                                                  ? std::optional(' ')
-                                                  : std::optional(text[0]);
-        if (!character) {
-            return {};
-        }
-        decoded += *character;
-        text.remove_prefix(isEscape ? 3 : 1);
+    std::string plain(text);
+    if (isParameter) {
+        std::ranges::replace(plain, '+', ' ');
     }
-    return decoded.size() <= longestPiece && isClean(decoded) ? std::optional(decoded)
-                                                              : std::nullopt;
+    std::optional<std::string> decoded = FleetText_decodePercent(plain);
+    return decoded && decoded->size() <= longestPiece && isClean(*decoded) ? decoded : std::nullopt;
 }
 
 /// The pieces between separators; nothing if there are too many.

@@ -23,6 +23,7 @@ TEST_F(FleetConfigTest, AnEmptyFileGivesTheDefaults) {
     EXPECT_FALSE(config.discovers);
     EXPECT_EQ(30LL * 86'400'000, config.keepRaw_ms);
     EXPECT_EQ(1, config.shareCount);
+    EXPECT_FALSE(config.exported.url);
     EXPECT_TRUE(config.meters.empty());
 }
 
@@ -73,7 +74,9 @@ address = "[fe80::1%eth0]:5026"
     EXPECT_TRUE(config.discovers);
     EXPECT_EQ(7LL * 86'400'000, config.keepRaw_ms);
     EXPECT_EQ(10 * 365LL * 86'400'000, config.keepMinutes_ms);
-    EXPECT_EQ("http://127.0.0.1:8428/write", config.exported.url);
+    ASSERT_TRUE(config.exported.url);
+    EXPECT_EQ((MeterAddress{"127.0.0.1", 8428}), config.exported.url->address);
+    EXPECT_EQ("/write", config.exported.url->target);
     EXPECT_EQ(100, config.exported.batch);
     ASSERT_EQ(2U, config.meters.size());
     const MeterConfig& meter = config.meters[0];
@@ -148,6 +151,8 @@ constexpr WrongConfig wrongConfigs[] = {
      "forward_high_W = 5",
      "fleet.toml:3: forward_low_W must be below forward_high_W"},
     {"[export]\nurl = \"ftp://x\"", "fleet.toml:2: url must begin with http://"},
+    {"[export]\nurl = \"http://x/write?precision=us\"",
+     "fleet.toml:2: url must have precision=ms, precision=ns or none"},
     {"[export]\nbatch = 0", "fleet.toml:2: batch must be a whole number from 1 to 100000"},
     {"export = 1", "fleet.toml:1: export must be written as [export]"},
 };

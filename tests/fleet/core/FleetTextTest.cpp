@@ -14,6 +14,14 @@ TEST(FleetText, ATimeIsUtcWithMilliseconds) {
     EXPECT_EQ("2024-02-29T12:00:00.000Z", FleetText_time(1709208000000));
 }
 
+TEST(FleetText, PercentSignsStandForCharacters) {
+    EXPECT_EQ("a@b/c", FleetText_decodePercent("a%40b%2Fc"));
+    EXPECT_EQ("", FleetText_decodePercent(""));
+    for (const char* broken : {"%", "%4", "%zz", "a%-1", "%4z"}) {
+        EXPECT_FALSE(FleetText_decodePercent(broken)) << broken;
+    }
+}
+
 TEST(FleetText, ATimeIsReadBack) {
     for (const int64_t time_ms : {int64_t{0}, int64_t{1795305068123}, int64_t{1709208000001}}) {
         EXPECT_EQ(time_ms, FleetText_parseTime(FleetText_time(time_ms)));

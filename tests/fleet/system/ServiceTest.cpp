@@ -147,10 +147,7 @@ TEST_F(FleetServiceTest, WhatCannotBeDoneIsAFailureInOneLine) {
     TestFolder_write(database, std::string(5000, 'x'));
     const std::string broken = configure("broken.toml", head("") + "[[meter]]\naddress = \"a\"\n");
     const std::string nobody = configure("nobody.toml", head(""));
-    const std::string exports = configure(
-        "exports.toml",
-        head("") + "[[meter]]\naddress = \"a\"\n[export]\nurl = \"http://127.0.0.1:1/\"\n");
-    for (const std::string& file : {broken, nobody, exports}) {
+    for (const std::string& file : {broken, nobody}) {
         const FleetRun run = FleetProcess_run({"quorvel-fleet", "run", file});
         EXPECT_EQ(1, run.status);
         EXPECT_EQ(1U, FleetTest_lines(run.errors).size()) << run.errors;

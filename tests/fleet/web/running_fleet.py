@@ -51,10 +51,19 @@ class Fleet:
             written.write(f'database = "{self.database}"\n')
             config = config.replace("LISTEN", f"{self.host}:{PORT}")
             written.write(re.sub(r"METER(\d+)", lambda found: self.address(int(found[1])), config))
-        with open(os.path.join(self.folder.name, "errors"), "wb") as errors:
-            self.process = subprocess.Popen(
-                [f"{programs}/quorvel-fleet", "run", file], stderr=errors
-            )
+        self.words = [f"{programs}/quorvel-fleet", "run", file]
+        self.process = None
+        self.start()
+
+    def start(self):
+        with open(os.path.join(self.folder.name, "errors"), "ab") as errors:
+            self.process = subprocess.Popen(self.words, stderr=errors)
+
+    def restart(self, number):
+        """Ends it by a signal, and starts it again."""
+        self.process.send_signal(number)
+        self.process.wait()
+        self.start()
 
     def address(self, meter):
         """Of a meter, counted from 1."""
