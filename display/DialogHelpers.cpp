@@ -2,6 +2,7 @@
 
 #include "EntireScreen.h"
 #include "GtkHelpers.h"
+#include "SensorManager.h"
 #include "SensorPortHandler.h"
 #include "message.h"
 
@@ -11,12 +12,17 @@ namespace {
 
 constexpr char dialogClass[] = "instrument";
 constexpr int progressMargin = 40;
+constexpr guint refreshPeriod_ms = 500;
 
 /// A file may name any object's style; here the widget names are the builder ids.
 void nameWidget(gpointer object, gpointer /*data*/) {
     if (GTK_IS_WIDGET(object)) {
         gtk_widget_set_name(GTK_WIDGET(object), gtk_buildable_get_name(GTK_BUILDABLE(object)));
     }
+}
+
+void stopRefreshing(GtkWidget* /*dialog*/, gpointer source) {
+    g_source_remove(GPOINTER_TO_UINT(source));
 }
 
 } // namespace
@@ -69,6 +75,11 @@ SensorNameText Dialog_sensorName(uint32_t port) {
     return MeasurementText_sensorName(port, identity.sensorModel);
 }
 
+bool Dialog_sensorHasGone(uint32_t port, uint32_t admission) {
+    return !SensorManager_IsSensorActive(port) ||
+           SensorManager_getAdmissionNumber(port) != admission;
+}
+
 void Dialog_showAbove(GtkWidget* dialog) {
     GtkWindow* window = GTK_WINDOW(dialog);
     gtk_style_context_add_class(gtk_widget_get_style_context(dialog), dialogClass);
@@ -91,6 +102,15 @@ GtkWidget* Dialog_showProgress(const char* name, const char* text) {
     Dialog_showAbove(window);
     gtk_window_set_modal(GTK_WINDOW(window), FALSE);
     return window;
+}
+
+void Dialog_keepFresh(GtkWidget* dialog, GSourceFunc refresh) {
+    const guint source = gdk_threads_add_timeout(refreshPeriod_ms, refresh, dialog);
+    g_signal_connect(dialog, "destroy", G_CALLBACK(stopRefreshing), GUINT_TO_POINTER(source));
+}
+
+const char* Dialog_textOrNone(const char* text) {
+    return *text != '\0' ? text : "---";
 }
 
 void Dialog_close(GtkWidget** dialog) {

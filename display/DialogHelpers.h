@@ -32,6 +32,10 @@ bool Dialog_holdsNumber(GtkWidget* entry);
 /// "5132 on Serial1": which of two sensors a dialog is about.
 SensorNameText Dialog_sensorName(uint32_t port);
 
+/// True when a port's sensor is no longer the one of this admission (SensorManager.h): what comes
+/// after it is another one, even if it has the same port.
+bool Dialog_sensorHasGone(uint32_t port, uint32_t admission);
+
 /// Shows a dialog above the main window and keeps touches from everything below. The measurements
 /// behind it go on: nothing waits for its answer.
 void Dialog_showAbove(GtkWidget* dialog);
@@ -39,6 +43,12 @@ void Dialog_showAbove(GtkWidget* dialog);
 /// Shows a window that says what is going on, until it is closed. It keeps no touches from
 /// anything.
 GtkWidget* Dialog_showProgress(const char* name, const char* text);
+
+/// Calls a function twice a second for as long as the dialog exists, for what it shows live.
+void Dialog_keepFresh(GtkWidget* dialog, GSourceFunc refresh);
+
+/// The text, or "---" where an empty one says that there is nothing to tell.
+const char* Dialog_textOrNone(const char* text);
 
 /// Takes a dialog away and forgets it; null is skipped.
 void Dialog_close(GtkWidget** dialog);

@@ -74,12 +74,10 @@ void setSending(PULSE_CONFIG_DIALOG* dialog, bool isSending) {
     showStatus(dialog);
 }
 
-/// Looks whether the sensor is still the one that the dialog was opened for. What comes after it is
-/// another one, even if it has the same port.
+/// Looks whether the sensor is still the one that the dialog was opened for.
 bool noticeMissingSensor(PULSE_CONFIG_DIALOG* dialog) {
     const auto port = static_cast<uint32_t>(dialog->channel);
-    if (!dialog->sensorHasGone && (!SensorManager_IsSensorActive(port) ||
-                                   SensorManager_getAdmissionNumber(port) != dialog->admission)) {
+    if (!dialog->sensorHasGone && Dialog_sensorHasGone(port, dialog->admission)) {
         dialog->sensorHasGone = true;
         PulseConfigForm_setTarget(dialog, nullptr);
         showStatus(dialog);

@@ -24,7 +24,8 @@ CommandOutcome status(BenchHardware& hardware, const CommandWords&) {
     text += BenchText_format("clock: speed=%g ahead=%.3fs\n", clock.speed,
                              static_cast<double>(clock.ahead_ns + clock.wallOffset_ns) / 1e9);
     return CommandOutcome_accept(text + PortCommands_status(hardware) +
-                                 Supply_describe(hardware.supply) + DiskCommand_status(hardware));
+                                 Supply_describe(hardware.supply) + DiskCommand_status(hardware) +
+                                 Lan_describe(hardware.machine.lan));
 }
 
 CommandOutcome battery(BenchHardware& hardware, const CommandWords& words) {
@@ -50,6 +51,20 @@ CommandOutcome battery(BenchHardware& hardware, const CommandWords& words) {
                                          " is not KEY=VALUE, drain TIME or remove");
         }
         if (!Supply_set(hardware.supply, pair[0], pair[1], now, error)) {
+            return CommandOutcome_refuse(error);
+        }
+    }
+    return CommandOutcome_accept();
+}
+
+CommandOutcome lan(BenchHardware& hardware, const CommandWords& words) {
+    std::string error;
+    for (size_t at = 1; at < words.size(); ++at) {
+        const auto pair = BenchText_split(words[at], '=');
+        if (pair.size() != 2) {
+            return CommandOutcome_refuse(CommandOutcome_quoted(words[at]) + " is not KEY=VALUE");
+        }
+        if (!Lan_set(hardware.machine.lan, pair[0], pair[1], error)) {
             return CommandOutcome_refuse(error);
         }
     }
@@ -140,7 +155,7 @@ struct Command {
 
 constexpr size_t anyNumber = 100;
 
-constexpr std::array<Command, 15> commands{{
+constexpr std::array<Command, 16> commands{{
     {"plug", 3, anyNumber, PortCommands_plug, "plug PORT MODEL [KEY=VALUE...]", "plug a sensor in"},
     {"unplug", 2, 2, PortCommands_unplug, "unplug PORT", "pull it"},
     {"replug", 2, 3, PortCommands_replug, "replug PORT [TIME]", "pull it and put it back"},
@@ -153,6 +168,8 @@ constexpr std::array<Command, 15> commands{{
     {"battery", 2, anyNumber, battery, "battery KEY=VALUE... | drain TIME | remove",
      "the battery; fail=0.3 lets its files fail"},
     {"ac", 2, 2, externalPower, "ac on | off", "external power"},
+    {"lan", 2, anyNumber, lan, "lan KEY=VALUE...",
+     "the wired network: link=up|down, mac=TEXT, lease=ADDRESS/NETMASK"},
     {"switch", 1, 2, pressSwitch, "switch [down | up]", "press the power switch, or hold it"},
     {"remove", 2, 2, removeFile, "remove PATH", "take a device or file away, such as /dev/ttyS4"},
     {"disk", 2, 2, DiskCommand_run, "disk slow=TIME | full | none",

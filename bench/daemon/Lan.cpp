@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <vector>
 
 namespace {
@@ -13,6 +14,9 @@ namespace {
 constexpr const char* interfacesFile = "/etc/network/interfaces";
 constexpr const char* routeFile = "/proc/net/route";
 constexpr const char* wired = "eth0";
+constexpr const char* macFile = "/sys/class/net/eth0/address";
+constexpr const char* carrierFile = "/sys/class/net/eth0/carrier";
+constexpr const char* stateFile = "/sys/class/net/eth0/operstate";
 constexpr const char* usualLease = "192.168.1.50 255.255.255.0";
 constexpr const char* leaseGateway = "192.168.1.1";
 constexpr const char* usualNetmask = "255.255.255.0";
@@ -103,6 +107,41 @@ std::string otherAddresses(const Lan& lan) {
     return others;
 }
 
+bool hasLink(const Lan& lan) {
+    return WorldFolder_read(lan.world, carrierFile).starts_with('1');
+}
+
+bool setLink(Lan& lan, std::string_view value, std::string& error) {
+    const bool isUp = value == "up";
+    if (!isUp && value != "down") {
+        error = "link is up or down";
+        return false;
+    }
+    return WorldFolder_write(lan.world, carrierFile, isUp ? "1\n" : "0\n") &&
+           WorldFolder_write(lan.world, stateFile, std::string(value) + "\n");
+}
+
+bool setMac(Lan& lan, std::string_view value, std::string& /*error*/) {
+    return WorldFolder_write(lan.world, macFile, std::string(value) + "\n");
+}
+
+bool setLease(Lan& lan, std::string_view value, std::string& error) {
+    const auto parts = BenchText_split(value, '/');
+    if (parts.size() != 2 || numberOf(std::string(parts[0])) == 0 ||
+        numberOf(std::string(parts[1])) == 0) {
+        error = "lease is ADDRESS/NETMASK such as 192.168.1.50/255.255.255.0";
+        return false;
+    }
+    lan.lease = std::string(parts[0]) + " " + std::string(parts[1]);
+    return true;
+}
+
+struct Key {
+    std::string_view name;
+    bool (*set)(Lan&, std::string_view, std::string&);
+};
+constexpr std::array<Key, 3> keys = {{{"link", setLink}, {"mac", setMac}, {"lease", setLease}}};
+
 } // namespace
 
 void Lan_open(Lan& lan, const std::string& world) {
@@ -125,8 +164,9 @@ void Lan_open(Lan& lan, const std::string& world) {
 void Lan_restart(const Lan& lan) {
     std::string addresses = otherAddresses(lan) + wired + "\n";
     std::string route = routes({}, {});
+    const std::string lease = hasLink(lan) ? lan.lease : "";
     for (const Interface& interface : readInterfaces(interfacesOf(lan))) {
-        const std::string address = addressOf(interface, lan.lease);
+        const std::string address = addressOf(interface, lease);
         if (!address.empty()) {
             addresses += interface.name + " " + address + "\n";
         }
@@ -136,4 +176,20 @@ void Lan_restart(const Lan& lan) {
     }
     WorldFolder_writeFile(lan.world + "/" + WorldFile::addresses, addresses);
     WorldFolder_write(lan.world, routeFile, route);
+}
+
+bool Lan_set(Lan& lan, std::string_view key, std::string_view value, std::string& error) {
+    const auto* const found = std::ranges::find(keys, key, &Key::name);
+    if (found == keys.end()) {
+        error = "the network has link, mac and lease";
+        return false;
+    }
+    error = "the interface's files cannot be written";
+    return found->set(lan, value, error);
+}
+
+std::string Lan_describe(const Lan& lan) {
+    const std::string mac = WorldFolder_read(lan.world, macFile);
+    return BenchText_format("lan: link=%s mac=%s\n", hasLink(lan) ? "up" : "down",
+                            mac.substr(0, mac.find('\n')).c_str());
 }

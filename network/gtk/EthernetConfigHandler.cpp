@@ -4,6 +4,7 @@
 #include "DialogHelpers.h"
 #include "EthernetConfig.h"
 #include "EthernetKeypadHandler.h"
+#include "EthernetStatus.h"
 #include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "Threads.h"
@@ -22,7 +23,6 @@ namespace {
 
 constexpr char infoFile[] = "./resources/ethInfoDialog.ui";
 constexpr char settingsFile[] = "./resources/ethSettingsDialog.ui";
-constexpr const char* aliasName = "eth0:0";
 constexpr uint32_t addressWait_ms = 3000;
 constexpr char refusedClass[] = "refused";
 constexpr char missingAddress[] = "Address: a static configuration needs one";
@@ -39,6 +39,11 @@ constexpr Part infoParts[] = {
     {"ethInfoLabelIP2", &EthernetDialogs::ethInfoLabelIP2},
     {"ethInfoLabelStaticIP1", &EthernetDialogs::ethInfoLabelStaticIP1},
     {"ethInfoLabelStaticIP2", &EthernetDialogs::ethInfoLabelStaticIP2},
+    {"ethInfoMethod", &EthernetDialogs::ethInfoMethod},
+    {"ethInfoNetmask", &EthernetDialogs::ethInfoNetmask},
+    {"ethInfoGateway", &EthernetDialogs::ethInfoGateway},
+    {"ethInfoMac", &EthernetDialogs::ethInfoMac},
+    {"ethInfoLink", &EthernetDialogs::ethInfoLink},
     {"ethInfoDialog_ok", &EthernetDialogs::ethInfoDialog_ok},
     {"ethInfoDialog_configure", &EthernetDialogs::ethInfoDialog_configure},
 };
@@ -85,6 +90,9 @@ std::array<const char*, ethernetEntryCount> problems{};
 
 /// Networking is being restarted by a thread, which frees the record at its end.
 std::atomic<bool> isRestarting{false};
+
+/// What the information dialog shows.
+EthernetStatus shownStatus;
 std::atomic<bool> restartsStatic{false};
 
 void closeParts(std::span<const Part> parts) {
@@ -210,9 +218,30 @@ void startRestart() {
     }
 }
 
-void on_ethInfoDialog_show(GtkWidget* /*dialog*/, gpointer /*data*/) {
-    setLabelText(ethDialogs.ethInfoLabelStaticIP1, get_ip_address(ethernetInterfaceName));
-    setLabelText(ethDialogs.ethInfoLabelStaticIP2, get_ip_address(aliasName));
+gboolean refreshInfo(gpointer /*data*/) {
+    EthernetStatus_refresh(&shownStatus);
+    const struct {
+        GtkWidget* label;
+        const char* text;
+    } lines[] = {
+        {ethDialogs.ethInfoMethod, shownStatus.method},
+        {ethDialogs.ethInfoLabelStaticIP1, shownStatus.address},
+        {ethDialogs.ethInfoNetmask, shownStatus.netmask},
+        {ethDialogs.ethInfoGateway, shownStatus.gateway},
+        {ethDialogs.ethInfoLabelStaticIP2, shownStatus.fixedAddress},
+        {ethDialogs.ethInfoMac, shownStatus.mac},
+        {ethDialogs.ethInfoLink, shownStatus.link},
+    };
+    for (const auto& line : lines) {
+        setLabelText(line.label, Dialog_textOrNone(line.text));
+    }
+    return G_SOURCE_CONTINUE;
+}
+
+void on_ethInfoDialog_show(GtkWidget* dialog, gpointer /*data*/) {
+    shownStatus = {};
+    refreshInfo(nullptr);
+    Dialog_keepFresh(dialog, refreshInfo);
 }
 
 void closeInfo() {

@@ -15,6 +15,11 @@ struct EthernetDialogs {
     GtkWidget* ethInfoLabelIP2;
     GtkWidget* ethInfoLabelStaticIP1;
     GtkWidget* ethInfoLabelStaticIP2;
+    GtkWidget* ethInfoMethod;
+    GtkWidget* ethInfoNetmask;
+    GtkWidget* ethInfoGateway;
+    GtkWidget* ethInfoMac;
+    GtkWidget* ethInfoLink;
     GtkWidget* ethInfoDialog_ok;
     GtkWidget* ethInfoDialog_configure;
 
@@ -41,8 +46,8 @@ extern EthernetDialogs ethDialogs;
 /// The top line's button that opens the information dialog.
 GtkWidget* EthernetConfig_Dialog_ButtonCreate();
 
-/// Opens the information dialog. While networking is being restarted, or a LAN dialog is open,
-/// nothing.
+/// Opens the information dialog, which follows what it shows. While networking is being restarted,
+/// or a LAN dialog is open, nothing.
 void EthernetInfoDialog_Create();
 
 /// Opens the settings dialog in place of the information dialog.

@@ -2,12 +2,16 @@
 
 #include "AppFlags.h"
 #include "DialogHelpers.h"
+#include "GtkHelpers.h"
+#include "MeasurementText.h"
 #include "PowerDisplayTypes.h"
+#include "SensorManager.h"
 #include "SensorPortHandler.h"
 
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <span>
 
@@ -16,12 +20,40 @@ namespace {
 constexpr char interfaceFile[] = "./resources/sensorInfoDialog.ui";
 constexpr std::array<const char*, sensorPortCount> portNames = {"Serial1", "Serial2", "USB1",
                                                                 "USB2"};
-constexpr char unknown[] = "-";
 
 /// What stands for the greatest power until the sensor tells its own.
 constexpr float untoldMaxPower_W = 199990.0F;
 
+constexpr char goneText[] = "The sensor has gone.";
+
 GtkWidget* dialog = nullptr;
+
+/// The dialog's lines, as their values' labels are named.
+enum Line : size_t {
+    lineModel,
+    lineSerial,
+    lineFirmware,
+    linePort,
+    linePower,
+    lineFrequencyRange,
+    lineTemperature,
+    lineFrequency,
+    lineNote,
+    lineCount
+};
+constexpr std::array<const char*, lineCount> labelNames = {
+    "sensorInfoModel",       "sensorInfoSerial",  "sensorInfoFw",
+    "sensorInfoPort",        "sensorInfoPower",   "sensorInfoFrequency",
+    "sensorInfoTemperature", "sensorInfoCarrier", "sensorInfoNote"};
+std::array<GtkWidget*, lineCount> labels{};
+
+/// The sensor that the dialog is about; another one that takes its port is not.
+struct ShownSensor {
+    uint32_t port;
+    uint32_t admission;
+    bool hasGone;
+};
+ShownSensor shown{};
 
 void on_sensorInfoDialog_ok_clicked(GtkWidget* /*button*/, gpointer /*data*/) {
     if (gtk_init_done) {
@@ -63,7 +95,8 @@ void printValue(char (&text)[28], double value, std::span<const Unit> units) {
     snprintf(text, sizeof text, "%s %s", number, units[index].name);
 }
 
-/// "1 mW to 1 kW", without the lower end where there is none; "-" when the upper end is not known.
+/// "1 mW to 1 kW", without the lower end where there is none; empty when the upper end is not
+/// known.
 Range rangeText(PULSE_RANGES range, std::span<const Unit> units) {
     Range result{};
     char least[28];
@@ -71,7 +104,6 @@ Range rangeText(PULSE_RANGES range, std::span<const Unit> units) {
     const auto min = static_cast<double>(range.min);
     const auto max = static_cast<double>(range.max);
     if (!std::isfinite(min) || !std::isfinite(max) || max <= 0.0) {
-        snprintf(result.text, sizeof result.text, "%s", unknown);
         return result;
     }
     printValue(greatest, max, units);
@@ -84,28 +116,71 @@ Range rangeText(PULSE_RANGES range, std::span<const Unit> units) {
     return result;
 }
 
-void setText(GtkBuilder* builder, const char* id, const char* text) {
-    GtkWidget* label = Dialog_widget(builder, id);
-    if (label != nullptr) {
-        gtk_label_set_text(GTK_LABEL(label), *text != '\0' ? text : unknown);
-    }
+void show(Line line, const char* text) {
+    setLabelText(labels[line], Dialog_textOrNone(text));
 }
 
-void fill(GtkBuilder* builder, uint32_t port) {
+/// What the sensor has told of itself.
+void showIdentity() {
     SENSOR_IDENTITY identity{};
     char serialNumber[sensorSerialNumberSize] = "";
-    sensorPortHandler_getSensorInformation(port, &identity, serialNumber, sizeof serialNumber);
+    sensorPortHandler_getSensorInformation(shown.port, &identity, serialNumber,
+                                           sizeof serialNumber);
     PULSE_RANGES power = identity.sensorPower;
     if (power.max >= untoldMaxPower_W) {
         power = {};
     }
-    setText(builder, "sensorInfoModel", identity.sensorModel);
-    setText(builder, "sensorInfoSerial", serialNumber);
-    setText(builder, "sensorInfoFw", identity.sensorFirmwareRevision);
-    setText(builder, "sensorInfoPort", portNames[port]);
-    setText(builder, "sensorInfoPower", rangeText(power, powerUnits).text);
-    setText(builder, "sensorInfoFrequency",
-            rangeText(identity.sensorFrequency, frequencyUnits).text);
+    show(lineModel, identity.sensorModel);
+    show(lineSerial, serialNumber);
+    show(lineFirmware, identity.sensorFirmwareRevision);
+    show(linePort, portNames[shown.port]);
+    show(linePower, rangeText(power, powerUnits).text);
+    show(lineFrequencyRange, rangeText(identity.sensorFrequency, frequencyUnits).text);
+}
+
+void showTemperature(float temperature_C) {
+    char number[16] = "";
+    char text[28] = "";
+    if (std::isfinite(temperature_C)) {
+        g_ascii_formatd(number, sizeof number, "%.1f", static_cast<double>(temperature_C));
+        snprintf(text, sizeof text, "%s \u00b0C", number);
+    }
+    show(lineTemperature, text);
+}
+
+/// As the pulse screens show it, without the blanks that fill its place there.
+void showFrequency(float frequency_Hz) {
+    const ValueText value = MeasurementText_frequency(frequency_Hz);
+    char text[valueTextSize + unitTextSize] = "";
+    if (value.value[0] != '\0') {
+        const char* const number = value.value + strspn(value.value, " ");
+        snprintf(text, sizeof text, "%s %s", number, value.unit);
+    }
+    show(lineFrequency, text);
+}
+
+void showReadings() {
+    const SENSOR_MEASUREMENTS none = SensorMeasurements_none();
+    const bool measures =
+        !shown.hasGone && sensorPortHandler_getSensorStatus(shown.port).status == isReady;
+    const SENSOR_MEASUREMENTS measurements =
+        measures ? sensorPortHandler_getSensorMeasurements(shown.port) : none;
+    showTemperature(measurements.temperatureVal);
+    showFrequency(measurements.freqVal);
+    const SilenceText silence =
+        measures ? MeasurementText_silence(sensorPortHandler_getSilence(shown.port))
+                 : SilenceText{};
+    setLabelText(labels[lineNote], shown.hasGone ? goneText : silence.text);
+}
+
+/// What the sensor was stays when it goes.
+gboolean refresh(gpointer /*dialog*/) {
+    shown.hasGone = shown.hasGone || Dialog_sensorHasGone(shown.port, shown.admission);
+    if (!shown.hasGone) {
+        showIdentity();
+    }
+    showReadings();
+    return G_SOURCE_CONTINUE;
 }
 
 } // namespace
@@ -120,14 +195,20 @@ void SensorInformationDialog_show(uint32_t port) {
         return;
     }
     dialog = Dialog_widget(builder, "sensorInfoDialog");
-    fill(builder, port);
+    for (size_t line = 0; line < lineCount; ++line) {
+        labels[line] = Dialog_widget(builder, labelNames[line]);
+    }
     const bool canBeLeft = Dialog_widget(builder, "sensorInfoDialog_ok") != nullptr;
     g_object_unref(builder);
-    if (dialog != nullptr && canBeLeft) {
-        Dialog_showAbove(dialog);
-    } else {
+    if (dialog == nullptr || !canBeLeft) {
         Dialog_close(&dialog);
+        return;
     }
+    shown = {port, SensorManager_getAdmissionNumber(port), false};
+    showIdentity();
+    refresh(nullptr);
+    Dialog_keepFresh(dialog, refresh);
+    Dialog_showAbove(dialog);
 }
 
 void SensorInformationDialog_onSensorClicked(GtkWidget* /*button*/, gpointer display) {

@@ -17,6 +17,8 @@ namespace {
 constexpr uint32_t limit_ms = 30000;
 constexpr char interfacesFile[] = "/etc/network/interfaces";
 constexpr char routeFile[] = "/proc/net/route";
+constexpr char carrierFile[] = "/sys/class/net/eth0/carrier";
+constexpr char macFile[] = "/sys/class/net/eth0/address";
 constexpr char dhcpFile[] = "auto eth0\niface eth0 inet dhcp\n\nauto eth0:0\n";
 constexpr char staticFile[] = "auto eth0\niface eth0 inet static\n    address 192.168.1.40\n"
                               "    netmask 255.255.255.0\n\nauto eth0:0\n";
@@ -95,6 +97,9 @@ protected:
     static size_t restarts() {
         return static_cast<size_t>(std::ranges::count(World_commands(), restartCommand));
     }
+    static bool becomes(const std::string& name, const std::string& text) {
+        return Gui_waitUntil([&] { return Gui_text(name) == text; }, limit_ms);
+    }
     static bool isFinished() {
         return Gui_waitUntil([] { return ethConfig == nullptr; }, limit_ms);
     }
@@ -117,6 +122,36 @@ TEST_F(EthernetDialog, InformationShowsBothRunningAddresses) {
     Gui_tap("ethInfoDialog_ok");
     EXPECT_EQ(Dialog_shown("ethInfoDialog"), nullptr);
     EXPECT_EQ(ethConfig, nullptr);
+}
+
+TEST_F(EthernetDialog, InformationFollowsHowTheInterfaceRunsWithoutMoving) {
+    World_writeFile(carrierFile, "1\n");
+    World_writeFile(macFile, "02:88:30:00:00:01\n");
+    Gui_tap("ethernetButton");
+    EXPECT_EQ(Gui_text("ethInfoMethod"), "DHCP");
+    EXPECT_EQ(Gui_text("ethInfoNetmask"), "255.255.255.0");
+    EXPECT_EQ(Gui_text("ethInfoGateway"), "192.168.1.1");
+    EXPECT_EQ(Gui_text("ethInfoMac"), "02:88:30:00:00:01");
+    EXPECT_EQ(Gui_text("ethInfoLink"), "up");
+    const GdkRectangle place = Gui_place(Dialog_shown("ethInfoDialog"));
+    World_writeFile(carrierFile, "0\n");
+    World_writeFile(interfacesFile, staticFile);
+    setAddresses("eth0 255.255.255.255 255.255.255.255\n");
+    EXPECT_TRUE(becomes("ethInfoLink", "down"));
+    EXPECT_TRUE(becomes("ethInfoMethod", "Static"));
+    EXPECT_TRUE(becomes("ethInfoLabelStaticIP1", "255.255.255.255"));
+    EXPECT_TRUE(becomes("ethInfoLabelStaticIP2", "---"));
+    World_removeFile(carrierFile);
+    World_removeFile(macFile);
+    World_removeFile(interfacesFile);
+    World_removeFile(routeFile);
+    setAddresses("lo\n");
+    for (const char* name : {"ethInfoLink", "ethInfoMac", "ethInfoMethod", "ethInfoLabelStaticIP1",
+                             "ethInfoNetmask", "ethInfoGateway"}) {
+        EXPECT_TRUE(becomes(name, "---")) << name;
+    }
+    const GdkRectangle placeThen = Gui_place(Dialog_shown("ethInfoDialog"));
+    EXPECT_TRUE(gdk_rectangle_equal(&place, &placeThen));
 }
 
 TEST_F(EthernetDialog, MenuItemsOpenTheSameDialogs) {
@@ -182,6 +217,9 @@ TEST_F(EthernetDialog, LooksAsAllDialogsDo) {
     Look_expectLastKeys("ethInfoDialog_configure", "ethInfoDialog_ok");
     Look_expectOneBaseLine("ethInfoLabelIP1", "ethInfoLabelStaticIP1");
     Look_expectOneBaseLine("ethInfoLabelIP2", "ethInfoLabelStaticIP2");
+    for (const std::string line : {"Method", "Netmask", "Gateway", "Mac", "Link"}) {
+        Look_expectOneBaseLine("ethInfoLabel" + line, "ethInfo" + line);
+    }
     Gui_tap("ethInfoDialog_configure");
     Look_expectTargets(Dialog_shown("ethSettingsDialog"));
     Look_expectTexts(Dialog_shown("ethSettingsDialog"));

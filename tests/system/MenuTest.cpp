@@ -105,6 +105,33 @@ TEST_F(MeterMenus, LanSettingsReachTheirFileAndReadingsGoOnWhileNetworkingIsRest
     EXPECT_EQ(std::ranges::count(Bench_commands(bench), "/etc/init.d/network restart"), 1);
 }
 
+TEST_F(MeterMenus, LanInformationFollowsTheCableWhileItIsOpen) {
+    start();
+    tapAll({"ethernetButton"});
+    EXPECT_TRUE(shows("ethInfoLink", "up"));
+    EXPECT_TRUE(shows("ethInfoMac", "02:88:30:00:00:01"));
+    ASSERT_TRUE(Bench_do(bench, "lan link=down"));
+    EXPECT_TRUE(shows("ethInfoLink", "down"));
+    ASSERT_TRUE(Bench_do(bench, "remove /sys/class/net/eth0"));
+    EXPECT_TRUE(shows("ethInfoLink", "---"));
+}
+
+TEST_F(MeterMenus, SensorInformationFollowsItsSensorUntilItHasGone) {
+    start();
+    plugFirst("serial1", "5132 fwd=25 temp=36.5 freq=13.56MHz");
+    tapAll({"single.sensorButton"});
+    EXPECT_TRUE(shows("sensorInfoTemperature", "36.5 \u00b0C"));
+    EXPECT_TRUE(shows("sensorInfoCarrier", "13.560 MHz"));
+    ASSERT_TRUE(Bench_do(bench, "set serial1 temp=41.25"));
+    EXPECT_TRUE(shows("sensorInfoTemperature", "41.2 \u00b0C"));
+    ASSERT_TRUE(Bench_do(bench, "unplug serial1"));
+    EXPECT_TRUE(shows("sensorInfoNote", "The sensor has gone."));
+    EXPECT_TRUE(shows("sensorInfoTemperature", "---"));
+    EXPECT_TRUE(shows("sensorInfoModel", "5132"));
+    tapAll({"sensorInfoDialog_ok"});
+    EXPECT_TRUE(becomesVisible("sensorInfoDialog_ok", false));
+}
+
 TEST_F(MeterMenus, SerialSettingsReachThePortAndItsFileAndTheServerStays) {
     start();
     ASSERT_TRUE(isAnswered("*OPC?\n", "1\r\n"));

@@ -255,6 +255,11 @@ TEST_F(BenchDaemonTest, ErrorsNameWhatIsAllowed) {
         {"log serial2 --last x", "is not the number of the last entries"},
         {"log serial2 1 2", "usage: log PORT"},
         {"set serial2 fwd=file:/nowhere/series", "file:/nowhere/series"},
+        {"lan link", "'link' is not KEY=VALUE"},
+        {"lan link=soft", "link is up or down"},
+        {"lan lease=1.2.3.4", "lease is ADDRESS/NETMASK"},
+        {"lan lease=1.2.3.4/x", "lease is ADDRESS/NETMASK"},
+        {"lan hat=1", "the network has link, mac and lease"},
         {"disk soft", "'soft' is not slow=TIME, full or none"},
         {"disk slow=soon", "is not a time such as slow=500ms"},
         {"disk slow=-1s", "is not a time such as slow=500ms"},
@@ -312,6 +317,28 @@ TEST_F(BenchDaemonTest, TheLeaseOfTheNetworkIsTheAddressWithWhichTheWorldBegan) 
     WorldFolder_write(world, "/etc/network/interfaces", file);
     record("/etc/init.d/network restart");
     EXPECT_TRUE(turnUntil([&] { return addresses() == before; })) << addresses();
+}
+
+TEST_F(BenchDaemonTest, TheNetworksCableAndMacArePlayed) {
+    EXPECT_THAT(command("status"), HasSubstr("lan: link=up mac=02:88:30:00:00:01\n"));
+    EXPECT_EQ(command("lan link=down mac=02:88:30:00:00:09"), "ok\n");
+    EXPECT_THAT(command("status"), HasSubstr("lan: link=down mac=02:88:30:00:00:09\n"));
+    EXPECT_EQ(WorldFolder_read(world, "/sys/class/net/eth0/carrier"), "0\n");
+    EXPECT_EQ(WorldFolder_read(world, "/sys/class/net/eth0/operstate"), "down\n");
+    EXPECT_EQ(WorldFolder_read(world, "/sys/class/net/eth0/address"), "02:88:30:00:00:09\n");
+    const std::string before = addresses();
+    record("/etc/init.d/network restart");
+    EXPECT_TRUE(turnUntil([&] { return addresses() != before; })) << "nobody gives a lease";
+    EXPECT_THAT(addresses(), HasSubstr("\neth0\neth0:0 "));
+    EXPECT_EQ(command("lan link=up lease=10.0.0.7/255.0.0.0"), "ok\n");
+    record("/etc/init.d/network restart");
+    EXPECT_TRUE(turnUntil(
+        [&] { return addresses().find("\neth0 10.0.0.7 255.0.0.0\n") != std::string::npos; }));
+}
+
+TEST_F(BenchDaemonTest, AnInterfaceThatWasRemovedCannotBePlayed) {
+    EXPECT_EQ(command("remove /sys/class/net/eth0"), "ok\n");
+    EXPECT_THAT(command("lan link=up"), HasSubstr("the interface's files cannot be written"));
 }
 
 TEST_F(BenchDaemonTest, AMachineThatIsShutDownIsOffAMomentLater) {
