@@ -1,0 +1,267 @@
+"""The emulated machine, and the bench around it.
+
+A light bench plays the sensors, the command port's cable and the supply in a world of its own, with an
+idle program in the place of the meter. The machine's serial ports are that world's terminals, its USB
+sensors come from it by way of quorvel-bench-usb, and what its board has no hardware for it sees as the
+world's files. The meter runs in the machine, without the bench's preload library."""
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+
+HERE = os.path.dirname(os.path.realpath(__file__))
+TREE = os.path.dirname(os.path.dirname(HERE))
+BOOT_LIMIT_S = 240
+"""What ends a run that has failed: an emulated processor is slow, and may have to wait for others."""
+LIMIT_S = 120
+
+
+class Failed(Exception):
+    """A check that does not hold."""
+
+
+def eventually(what, condition, limit_s=LIMIT_S, pause_s=0.1):
+    """Waits until the condition is true, and returns its value."""
+    end = time.monotonic() + limit_s
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise Failed(f"not within {limit_s} s: {what}")
+        time.sleep(pause_s)
+
+
+def prepared():
+    """The folder with kernel and first root file system."""
+    run = subprocess.run([HERE + "/prepare"], stdout=subprocess.PIPE, text=True, check=False)
+    if run.returncode != 0:
+        raise SystemExit(run.returncode)
+    return run.stdout.strip()
+
+
+class Bench:
+    """A light bench without a program, and what carries its USB sensors to the machine."""
+
+    def __init__(self, build, options=()):
+        self.tool = f"{build}/bin/quorvel-bench"
+        self.folder = tempfile.mkdtemp(prefix="quorvel-machine-")
+        self.world = self.folder + "/world"
+        idle = ["--program", "/bin/busybox", *options, "--", "sleep", "1000000"]
+        self.processes = [
+            subprocess.Popen(
+                [self.tool, "run", "--window", "--quiet", "--port", "auto", "--world", self.world, *idle],
+                env={**os.environ, "DISPLAY": ":0"},
+            )
+        ]
+        eventually("a bench", lambda: os.path.exists(self.world + "/daemon.sock"))
+        self.usb_log = open(self.folder + "/usb.log", "w", encoding="latin-1")
+        self.processes.append(
+            subprocess.Popen([self.tool + "-usb", self.world], stdout=self.usb_log)
+        )
+        eventually("USB", lambda: os.path.exists(self.world + "/usb-faults.sock"))
+
+    def do(self, *words):
+        run = subprocess.run(
+            [self.tool, "--world", self.world, *words], stdout=subprocess.PIPE, text=True, check=False
+        )
+        if run.returncode != 0:
+            raise Failed(f"the bench refuses: {' '.join(words)}")
+        return run.stdout
+
+    def usb(self, *words):
+        """Tells the USB side, and returns (readings so far, faults that wait)."""
+        with socket.socket(socket.AF_UNIX) as link:
+            link.connect(self.world + "/usb-faults.sock")
+            link.sendall(" ".join(words).encode())
+            answer = link.makefile().read()
+        found = re.match(r"ok readings=(\d+) waiting=(.*)\n", answer)
+        if not found:
+            raise Failed(f"{words}: {answer}")
+        return int(found[1]), found[2]
+
+    def file(self, name):
+        try:
+            with open(f"{self.world}/{name}", encoding="latin-1") as opened:
+                return opened.read()
+        except FileNotFoundError:
+            return ""
+
+    def end(self):
+        for process in self.processes:
+            process.send_signal(signal.SIGTERM)
+            process.wait()
+        self.usb_log.close()
+        shutil.rmtree(self.folder)
+
+
+class Machine:
+    """One run of the machine, from its power on."""
+
+    def __init__(self, bench, build, ready, disk=None):
+        self.bench = bench
+        self.started = time.monotonic()
+        world = bench.world
+        self.console = world + "/console.log"
+        self.process = subprocess.Popen(
+            ["qemu-system-x86_64", *self.options(build, ready, disk)], stdin=subprocess.DEVNULL
+        )
+        try:
+            self.control_link = self.connect(world + "/control.sock")
+            self.control = self.control_link.makefile("rwb")
+            self.monitor = self.connect(world + "/monitor.sock").makefile("rwb")
+            self.ask_monitor("")
+            self.check_boot()
+        except BaseException:
+            self.cut_power()
+            raise
+
+    def options(self, build, ready, disk):
+        world, kernel = self.bench.world, f"{ready}/vmlinuz"
+        words = (
+            "console=ttyS0 panic=-1 mitigations=off tsc=unstable 8250.nr_uarts=8 net.ifnames=0"
+            f" machine_init={HERE}/guest/init machine_kernel={ready}"
+            f" machine_meter={build}/bin/QuorvelPowerMeterApp"
+        )
+        options = "-accel tcg,thread=single -icount shift=2,sleep=on -cpu max -M pc,i8042=off -m 1536 -smp 1 -nodefaults -no-reboot"
+        options += " -display none"
+        result = [*options.split(), "-kernel", kernel, "-initrd", ready + "/initrd", "-append", words]
+        for tag, path, more in (("host", "/", ",readonly=on"), ("world", world, "")):
+            share = f"local,path={path},mount_tag={tag},security_model=none,multidevs=remap{more}"
+            result += ["-virtfs", share]
+        result += self.serial_ports(world) + self.usb_ports(world) + self.channels(world)
+        if disk:
+            result += ["-drive", f"file={disk},format=raw,if=virtio"]
+        return result
+
+    @staticmethod
+    def serial_ports(world):
+        result = ["-chardev", f"file,id=c0,path={world}/console.log"]
+        result += ["-device", "isa-serial,chardev=c0,index=0"]
+        for number in (1, 2, 4):
+            result += ["-chardev", f"serial,id=c{number},path={world}/root/dev/ttyS{number}"]
+            # An ISA bus has four interrupts for serial ports at most: the fourth is on the other bus.
+            kind = "pci-serial" if number == 4 else "isa-serial"
+            index = "" if number == 4 else f",index={number}"
+            result += ["-device", f"{kind},chardev=c{number}{index}"]
+        return result
+
+    @staticmethod
+    def usb_ports(world):
+        result = ["-device", "qemu-xhci,id=usb"]
+        for number in (1, 2):
+            path = f"{world}/machine-usb{number}.sock"
+            result += ["-chardev", f"socket,id=u{number},path={path},server=on,wait=off"]
+            result += ["-device", f"usb-redir,chardev=u{number},bus=usb.0"]
+        return result
+
+    @staticmethod
+    def channels(world):
+        socket_options = "server=on,wait=off"
+        forward = "hostfwd=tcp:127.0.0.1:0-:5025,hostfwd=tcp:127.0.0.1:0-:6000"
+        return [
+            *("-device", "virtio-serial"),
+            *("-chardev", f"socket,id=control,path={world}/control.sock,{socket_options}"),
+            *("-device", "virtserialport,chardev=control,name=control"),
+            *("-netdev", f"user,id=lan,restrict=on,{forward}"),
+            *("-device", "virtio-net-pci,netdev=lan,id=nic", "-device", "virtio-rng-pci"),
+            *("-monitor", f"unix:{world}/monitor.sock,{socket_options}"),
+        ]
+
+    def connect(self, path):
+        eventually("the emulator", lambda: os.path.exists(path) or self.process.poll() is not None)
+        link = socket.socket(socket.AF_UNIX)
+        link.connect(path)
+        return link
+
+    def ask_monitor(self, command):
+        """A command for the emulator; its answer."""
+        prompt = b"(qemu) "
+        if command:
+            self.monitor.write(command.encode() + b"\n")
+            self.monitor.flush()
+        answer = b""
+        while not answer.endswith(prompt):
+            byte = self.monitor.read(1)
+            if not byte:
+                raise Failed("the emulator has ended")
+            answer += byte
+        return answer[: -len(prompt)].decode("latin-1")
+
+    def do(self, line):
+        """Carries out a line in the machine, as root; what it prints."""
+        self.control.write(line.encode() + b"\n")
+        self.control.flush()
+        answer = b""
+        while True:
+            part = self.control.readline()
+            if not part:
+                raise Failed(f"the machine has gone: {line}")
+            if part.startswith(b"\x01"):
+                break
+            answer += part
+        if part != b"\x010\n":
+            raise Failed(f"in the machine: {line}: {answer.decode('latin-1')}")
+        return answer.decode("latin-1")
+
+    def check_boot(self):
+        self.control_link.settimeout(BOOT_LIMIT_S)
+        self.up_s = float(self.do("cut -d' ' -f1 /proc/uptime"))
+        self.boot_s = time.monotonic() - self.started
+        self.control_link.settimeout(LIMIT_S)
+        forwards = dict(re.findall(r"TCP\[HOST_FORWARD\] +\d+ +[\d.]+ +(\d+) +[\d.]+ +(\d+)", self.ask_monitor("info usernet")))
+        ports = {guest: int(host) for host, guest in forwards.items()}
+        self.scpi_port, self.x_port = ports["5025"], ports["6000"]
+        with open(self.bench.world + "/display", "w", encoding="ascii") as display:
+            display.write(f"127.0.0.1:{self.x_port - 6000}\n")
+
+    def processor_s(self):
+        """Processor time of this machine that the emulation has taken so far."""
+        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as stat:
+            fields = stat.read().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def start_meter(self):
+        self.do("start_meter")
+
+    def picture(self, file):
+        self.bench.do("screenshot", file)
+
+    def scpi(self):
+        return Scpi(self.scpi_port)
+
+    def cut_power(self):
+        self.process.kill()
+        self.process.wait()
+        for name in ("control.sock", "monitor.sock", "machine-usb1.sock", "machine-usb2.sock"):
+            if os.path.exists(f"{self.bench.world}/{name}"):
+                os.unlink(f"{self.bench.world}/{name}")
+
+
+class Scpi:
+    """A remote client."""
+
+    def __init__(self, port, limit_s=LIMIT_S):
+        self.link = socket.create_connection(("127.0.0.1", port), timeout=limit_s)
+        self.answers = self.link.makefile("rb")
+
+    def send(self, line):
+        self.link.sendall(line.encode() + b"\n")
+
+    def ask(self, line):
+        self.send(line)
+        answer = self.answers.readline()
+        if not answer.endswith(b"\n"):
+            raise Failed(f"{line}: hung up")
+        return answer.decode("latin-1").strip()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.answers.close()
+        self.link.close()

@@ -1,0 +1,47 @@
+"""The same meter on the light bench: what the machine's screen has to look like."""
+import subprocess
+import tempfile
+
+from machine import Failed
+
+# Below the top line, whose battery and clock are the instrument's own.
+REGION = "1024x688+0+80"
+
+
+def pixels(picture):
+    """The compared part of a picture, three bytes a pixel."""
+    words = ["convert", picture, "-crop", REGION, "+repage", "-depth", "8", "rgb:-"]
+    return subprocess.run(words, stdout=subprocess.PIPE, check=True).stdout
+
+
+def differing(first, second):
+    """Number of pixels that differ."""
+    if first == second:
+        return 0
+    if len(first) != len(second):
+        return max(len(first), len(second)) // 3
+    return sum(first[at : at + 3] != second[at : at + 3] for at in range(0, len(first), 3))
+
+
+class Reference:
+    """A meter on a light bench, told the same as the machine's."""
+
+    def __init__(self, build):
+        self.tool = build + "/bin/quorvel-bench"
+        self.folder = tempfile.TemporaryDirectory(prefix="quorvel-reference-")
+        self.world = self.folder.name + "/world"
+        words = "run --headless --quiet --port auto --world".split()
+        self.process = subprocess.Popen([self.tool, *words, self.world])
+
+    def do(self, *words):
+        run = subprocess.run([self.tool, "--world", self.world, *words], check=False)
+        if run.returncode != 0:
+            raise Failed(f"the light bench refuses: {' '.join(words)}")
+
+    def picture(self, file):
+        self.do("screenshot", file)
+
+    def end(self):
+        self.process.terminate()
+        self.process.wait()
+        self.folder.cleanup()

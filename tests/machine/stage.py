@@ -1,0 +1,142 @@
+"""What every scenario has: a bench, the machine with the meter on it, what both look like, and a place
+for what is left of the run."""
+import os
+import re
+import shutil
+import time
+
+from machine import LIMIT_S, TREE, Bench, Failed, Machine, eventually
+from reference import Reference, differing, pixels
+
+OK_KEY = "512,558"
+"""The channel dialog's."""
+RECOVERY_S = 30
+"""What a fault that has gone may cost, in the machine's time."""
+
+
+class Stage:
+    def __init__(self, name, build, ready, options=(), has_reference=False):
+        self.name, self.build, self.ready = name, build, ready
+        self.results = f"{TREE}/build/machine/results/{name}"
+        shutil.rmtree(self.results, ignore_errors=True)
+        os.makedirs(self.results)
+        self.machine = None
+        self.reference = None
+        self.failures = 0
+        self.bench = Bench(build, options)
+        self.started = time.monotonic()
+        if has_reference:
+            self.reference = Reference(build)
+
+    def report(self, text):
+        print(f"{self.name} {time.monotonic() - self.started:6.1f} s  {text}", flush=True)
+
+    def check(self, what, condition, detail=""):
+        """A line for what must hold."""
+        self.report(f"{'passed' if condition else 'FAILED'}: {what}{detail and f' ({detail})'}")
+        self.failures += 0 if condition else 1
+        return condition
+
+    # The machine.
+
+    def boot(self, disk=None):
+        self.machine = Machine(self.bench, self.build, self.ready, disk)
+        return self.machine
+
+    def boot_with_meter(self):
+        self.boot()
+        self.machine.start_meter()
+        eventually("remote control", self.is_answering)
+
+    def is_answering(self):
+        try:
+            with self.machine.scpi() as client:
+                return client.ask("*IDN?").startswith("QUORVEL-TECHNOLOGIES,8830K,")
+        except (Failed, OSError):
+            return False
+
+    def uptime(self):
+        """The machine's time: an emulated processor's second may be longer than this one's."""
+        return float(self.machine.do("cut -d' ' -f1 /proc/uptime"))
+
+    def ask(self, line):
+        with self.machine.scpi() as client:
+            return client.ask(line)
+
+    def power(self, channel):
+        """Forward power that a remote client is told, None while there is none."""
+        with self.machine.scpi() as client:
+            client.send("*CLS")
+            answer = client.ask(f"MEAS:AVER? {channel};:SYST:ERR:COUN?")
+        found = re.match(r"([-+.\dEe]+);0$", answer)
+        return float(found[1]) if found else None
+
+    def shows_power(self, channel, expected, limit_s=LIMIT_S):
+        def is_told():
+            told = self.power(channel)
+            return told is not None and abs(told - expected) < expected * 1e-4
+
+        eventually(f"channel {channel} tells {expected} W", is_told, limit_s)
+
+    # Pictures.
+
+    def picture(self, name):
+        file = f"{self.results}/{name}.png"
+        self.machine.picture(file)
+        return file
+
+    def looks_like_reference(self, name):
+        """The machine's screen becomes what the light bench shows."""
+        expected = f"{self.results}/{name}-light-bench.png"
+        self.reference.picture(expected)
+        wanted = pixels(expected)
+        differences = []
+
+        def is_same():
+            differences.append(differing(pixels(self.picture(name)), wanted))
+            return differences[-1] == 0
+
+        try:
+            eventually(f"the screen of {name}", is_same, LIMIT_S, 0.5)
+        except Failed:
+            return self.check(f"screen '{name}'", False, f"{differences[-1]} pixels differ")
+        return self.check(f"screen '{name}' is the light bench's, pixel by pixel", True)
+
+    # Faults of USB.
+
+    def readings(self, port="usb1"):
+        return self.bench.usb("state", port)[0]
+
+    def strike(self, port, *fault):
+        """Sets a fault and waits until it has struck. The machine's time then."""
+        self.bench.usb("fault", port, *fault)
+        eventually(f"{fault} strikes", lambda: self.bench.usb("state", port)[1] == "none", LIMIT_S, 0.02)
+        return self.uptime()
+
+    def recovery_s(self, port, struck_s, more=2):
+        """The machine's time from a fault until readings come again."""
+        before = self.readings(port)
+        eventually("readings again", lambda: self.readings(port) >= before + more)
+        return self.uptime() - struck_s
+
+    # The end.
+
+    def keep(self):
+        """Logs, beside the pictures."""
+        for file in ("console.log", "messages", "meter.log", "commands", "xvfb.log"):
+            if self.bench.file(file):
+                shutil.copy(f"{self.bench.world}/{file}", self.results)
+        shutil.copy(self.bench.folder + "/usb.log", self.results)
+        for port in ("serial1", "serial2", "usb1", "usb2"):
+            with open(f"{self.results}/{port}.log", "w", encoding="latin-1") as log:
+                log.write(self.bench.do("log", port))
+
+    def end(self):
+        if self.reference:
+            self.reference.end()
+        try:
+            self.keep()
+        finally:
+            if self.machine:
+                self.machine.cut_power()
+            self.bench.end()
