@@ -41,6 +41,7 @@ constexpr StateBinding stateBindings[] = {
     {"pulse.valueMax", &gtkPowerDisplay_PulseState::max},
     {"pulse.valueMin", &gtkPowerDisplay_PulseState::min},
     {"pulse.btnUnits", &gtkPowerDisplay_PulseState::unitsButton},
+    {"pulse.lbldBm", &gtkPowerDisplay_PulseState::dBm},
 };
 
 struct StateScaleBinding {

@@ -36,6 +36,7 @@ struct gtkPowerDisplay_PulseState {
     CGTKScaleControls scaleControls;
     CallbackData_AutoScale callbackDataAutoscale;
     rfPowerScale powerScale;
+    GtkWidget* dBm; ///< names the unit while the key is hidden
 };
 
 struct CGTKPulseDisplay {

@@ -89,16 +89,17 @@ void updateGatedPower(CGTKPulseDisplay* display, const SENSOR_MEASUREMENTS& meas
     CGTKScaleControls_setVisible(&display->scaleControlsGatedPower, text.scaleVisible);
 }
 
-void setStateVisible(gtkPowerDisplay_PulseState& state, bool visible, bool unitsVisible) {
+void setStateVisible(gtkPowerDisplay_PulseState& state, bool visible, bool inWatts) {
     for (GtkWidget* widget : {state.state, state.mean, state.max, state.min}) {
         setWidgetVisible(widget, visible);
     }
-    setWidgetVisible(state.unitsButton, unitsVisible);
-    CGTKScaleControls_setVisible(&state.scaleControls, unitsVisible);
+    setWidgetVisible(state.unitsButton, visible && inWatts);
+    setWidgetVisible(state.dBm, visible && !inWatts);
+    CGTKScaleControls_setVisible(&state.scaleControls, visible && inWatts);
 }
 
-/// One pulse state. Stays so: in dBm its unit key goes, since the unit is that of the other pages,
-/// and existing test programs know the screen so (docs/compatibility.md: state-unit-hidden).
+/// One pulse state. Stays so: in dBm its unit key goes, and a caption names the unit; existing test
+/// programs know the screen so (docs/compatibility.md: state-unit-hidden).
 void updateState(CGTKPulseDisplay* display, uint32_t index, const PULSE_STATES& powers) {
     gtkPowerDisplay_PulseState& state = display->stateArray[index];
     const PowerGroupText text = MeasurementText_powerGroup(

@@ -92,12 +92,21 @@ TEST_F(Geometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
 
 TEST_F(Geometry, NoConnectionScreensKeepTheirTextsApart) {
     for (const GtkSensorInstance instance :
-         {gtkSensorSingleNoConnection, gtkSensorDualNoConnectionCh1}) {
+         {gtkSensorSingleNoConnection, gtkSensorDualNoConnectionCh1,
+          gtkSensorDualNoConnectionCh2}) {
+        CGTKNoConnectionDisplay* display = gtkSensor_noConnectionDisplay(instance);
         Gui_showScreen(instance);
-        CGTKNoConnectionDisplay_setSensorError_withPort(gtkSensor_noConnectionDisplay(instance),
-                                                        "Serial1");
-        Gui_settle();
-        expectPartsApart();
+        const auto expectInOrder = [display] {
+            Gui_settle();
+            expectPartsApart();
+            Look_expectTold(gtk_widget_get_parent(display->title));
+        };
+        CGTKNoConnectionDisplay_setNoConnect(display);
+        expectInOrder();
+        CGTKNoConnectionDisplay_setConnecting_withPort(display, "USB1");
+        expectInOrder();
+        CGTKNoConnectionDisplay_setSensorError_withPort(display, "USB1");
+        expectInOrder();
     }
 }
 
@@ -448,14 +457,18 @@ TEST_F(PulseGeometry, AnOverRangeIsDrawnWholeAndLeavesNothing) {
     }
 }
 
-/// The keys of a group stand in one row or column: up, Auto, down.
+/// The keys of a group are equal and stand in one row or column: up, Auto, down.
 void expectScaleOrder(const CGTKScaleControls& controls) {
     const GdkRectangle up = Gui_place(controls.gtkScaleUp);
     const GdkRectangle automatic = Gui_place(controls.gtkScaleAutoOn);
     const GdkRectangle down = Gui_place(controls.gtkScaleDown);
-    EXPECT_TRUE(up.x == automatic.x || up.y == automatic.y);
+    EXPECT_TRUE((up.x == automatic.x && up.x == down.x) || (up.y == automatic.y && up.y == down.y));
     EXPECT_LT(up.x + up.y, automatic.x + automatic.y);
     EXPECT_LT(automatic.x + automatic.y, down.x + down.y);
+    for (const GdkRectangle& key : {automatic, down}) {
+        EXPECT_EQ(key.width, up.width);
+        EXPECT_EQ(key.height, up.height);
+    }
 }
 
 /// The title row is where it is on every other screen.
@@ -475,8 +488,7 @@ void expectTitleRow(const CGTKPowerDisplay& display) {
 TEST_F(Geometry, ScreensLookAsTheDesignAsks) {
     withTheLongestTexts([](GtkSensorInstance screen, bool isdBm) {
         const CGTKPowerDisplay& display = *gtkSensor_powerDisplay(screen);
-        Look_expectTargets(display.container);
-        Look_expectTexts(display.container);
+        Look_expectShown(display.container);
         expectTitleRow(display);
         if (!isdBm) {
             expectScaleOrder(display.scaleControlsFwd);
@@ -532,13 +544,33 @@ TEST_F(PulseGeometry, ScreensLookAsTheDesignAsks) {
                                                                         : modeSingleSimple);
             turnTo(page);
             Gui_settle();
-            Look_expectTargets(display->power.container);
-            Look_expectTexts(display->power.container);
+            Look_expectShown(display->power.container);
         }
         turnTo(display->pGridAttr);
         Gui_settle();
         expectScaleOrder(display->power.scaleControlsFwd);
         expectScaleOrder(display->power.scaleControlsRfl);
+    }
+}
+
+TEST_F(PulseGeometry, ScaleKeysOfStatesAndGateStandInTheOrderOfAllOthers) {
+    configuration_setPowerUnitsIsdBm(false);
+    for (const bool isTriggered : {false, true}) {
+        setTriggered(isTriggered, pulseStateCount);
+        for (const PulseScreen& screen : pulseScreens) {
+            CGTKPulseDisplay* display = displayOf(screen.instance);
+            Gui_showScreen(screen.instance);
+            read(longestReadings(), screen.instance);
+            turnTo(isTriggered ? display->pGridState : display->pGridGated);
+            Look_expectShown(display->power.container);
+            if (!isTriggered) {
+                expectScaleOrder(display->scaleControlsGatedPower);
+                continue;
+            }
+            for (const gtkPowerDisplay_PulseState& state : display->stateArray) {
+                expectScaleOrder(state.scaleControls);
+            }
+        }
     }
 }
 

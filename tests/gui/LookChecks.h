@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -100,6 +101,146 @@ inline void Look_expectTexts(GtkWidget* root) {
         }
     }
     EXPECT_GT(texts, 0);
+}
+
+/// Written text in a view: large enough, different from its ground, and whole where it is not cut
+/// into pages.
+inline void Look_expectTextView(GtkWidget* view) {
+    GtkTextIter last;
+    gtk_text_buffer_get_end_iter(gtk_text_view_get_buffer(GTK_TEXT_VIEW(view)), &last);
+    if (!gtk_text_iter_backward_char(&last)) {
+        return;
+    }
+    GdkRectangle letter{};
+    do { // what is on other pages has no height
+        gtk_text_view_get_iter_location(GTK_TEXT_VIEW(view), &last, &letter);
+    } while (letter.height == 0 && gtk_text_iter_backward_char(&last) != 0);
+    EXPECT_GE(letter.height, lookText_px) << Look_nameOf(view);
+    if (gtk_widget_get_ancestor(view, GTK_TYPE_SCROLLED_WINDOW) == nullptr) {
+        int bottom = 0;
+        gtk_text_view_buffer_to_window_coords(GTK_TEXT_VIEW(view), GTK_TEXT_WINDOW_WIDGET, 0,
+                                              letter.y + letter.height, nullptr, &bottom);
+        EXPECT_LE(bottom, gtk_widget_get_allocated_height(view)) << Look_nameOf(view);
+    }
+    EXPECT_GE(Gui_contrast(view), lookContrast) << Look_nameOf(view);
+}
+
+/// What a label paints, on the screen.
+inline GdkRectangle Look_inkOf(GtkWidget* label) {
+    PangoRectangle ink{};
+    pango_layout_get_pixel_extents(gtk_label_get_layout(GTK_LABEL(label)), &ink, nullptr);
+    int x = 0;
+    int y = 0;
+    gtk_label_get_layout_offsets(GTK_LABEL(label), &x, &y);
+    GtkAllocation place{};
+    gtk_widget_get_allocation(label, &place);
+    const GdkRectangle onScreen = Gui_place(label);
+    return {onScreen.x - place.x + x + ink.x, onScreen.y - place.y + y + ink.y, ink.width,
+            ink.height};
+}
+
+/// What a key's picture paints, on the screen.
+inline GdkRectangle Look_inkOfPicture(GtkWidget* image) {
+    constexpr int faint = 32;
+    GdkPixbuf* picture = gtk_image_get_pixbuf(GTK_IMAGE(image));
+    if (picture == nullptr || !gdk_pixbuf_get_has_alpha(picture)) {
+        return {};
+    }
+    int left = gdk_pixbuf_get_width(picture);
+    int top = gdk_pixbuf_get_height(picture);
+    int right = -1;
+    int bottom = -1;
+    const guint8* pixels = gdk_pixbuf_read_pixels(picture);
+    for (int y = 0; y < gdk_pixbuf_get_height(picture); ++y) {
+        for (int x = 0; x < gdk_pixbuf_get_width(picture); ++x) {
+            if (pixels[y * gdk_pixbuf_get_rowstride(picture) + x * 4 + 3] > faint) {
+                left = std::min(left, x);
+                top = std::min(top, y);
+                right = std::max(right, x);
+                bottom = std::max(bottom, y);
+            }
+        }
+    }
+    const GdkRectangle place = Gui_place(image);
+    return {place.x + (place.width - gdk_pixbuf_get_width(picture)) / 2 + left,
+            place.y + (place.height - gdk_pixbuf_get_height(picture)) / 2 + top, right - left + 1,
+            bottom - top + 1};
+}
+
+/// A picture that is a word.
+inline bool Look_isWritten(GtkWidget* image, GtkWidget* key) {
+    return GTK_IS_IMAGE(image) && strstr(gtk_widget_get_name(key), "Auto") != nullptr;
+}
+
+/// The words on a key keep away from the key's edges.
+inline void Look_expectRoomAround(GtkWidget* key) {
+    const GdkRectangle place = Gui_place(key);
+    for (GtkWidget* widget : Look_shownIn(key)) {
+        const GdkRectangle ink = GTK_IS_LABEL(widget)          ? Look_inkOf(widget)
+                                 : Look_isWritten(widget, key) ? Look_inkOfPicture(widget)
+                                                               : GdkRectangle{};
+        if (ink.width <= 0) {
+            continue;
+        }
+        const std::string name = Look_nameOf(key) + " " + Look_nameOf(widget);
+        EXPECT_GE(ink.x - place.x, lookGap_px) << name;
+        EXPECT_GE(ink.y - place.y, lookGap_px) << name;
+        EXPECT_GE(place.x + place.width - ink.x - ink.width, lookGap_px) << name;
+        EXPECT_GE(place.y + place.height - ink.y - ink.height, lookGap_px) << name;
+    }
+}
+
+/// A window or a screen that only tells something: it is whole on the screen, and so are its
+/// texts.
+inline void Look_expectTold(GtkWidget* root) {
+    Gui_settle();
+    const GdkRectangle place = Gui_place(root);
+    EXPECT_GE(place.x, 0);
+    EXPECT_GE(place.y, 0);
+    EXPECT_LE(place.x + place.width, screenWidth);
+    EXPECT_LE(place.y + place.height, screenHeight);
+    Look_expectTexts(root);
+    for (GtkWidget* widget : Look_shownIn(root)) {
+        if (GTK_IS_TEXT_VIEW(widget)) {
+            Look_expectTextView(widget);
+        }
+    }
+}
+
+/// All that is asked of a window or a screen: its targets, and what stands on its keys, as well. A
+/// box to tick has its text beside it.
+inline void Look_expectShown(GtkWidget* root) {
+    Look_expectTold(root);
+    Look_expectTargets(root);
+    for (GtkWidget* widget : Look_shownIn(root)) {
+        const bool isBox =
+            GTK_IS_CHECK_BUTTON(widget) && gtk_toggle_button_get_mode(GTK_TOGGLE_BUTTON(widget));
+        if (GTK_IS_BUTTON(widget) && !isBox) {
+            Look_expectRoomAround(widget);
+        }
+    }
+}
+
+/// A menu's rows stand close together: each has the room of a target and of a gap.
+inline void Look_expectMenu(GtkWidget* menu) {
+    for (GtkWidget* widget : Look_shownIn(menu)) {
+        if (GTK_IS_MENU_ITEM(widget)) {
+            EXPECT_GE(Gui_place(widget).width, lookTarget_px + lookGap_px) << Look_nameOf(widget);
+            EXPECT_GE(Gui_place(widget).height, lookTarget_px + lookGap_px) << Look_nameOf(widget);
+        }
+    }
+    Look_expectTexts(menu);
+}
+
+/// The frame of an entry that was refused.
+inline bool Look_hasRedFrame(GtkWidget* entry) {
+    GtkStyleContext* style = gtk_widget_get_style_context(entry);
+    GdkRGBA* frame = nullptr;
+    gtk_style_context_get(style, gtk_style_context_get_state(style), "border-color", &frame,
+                          nullptr);
+    const bool isRed = frame->red > 0.9 && frame->green < 0.4 && frame->blue < 0.4;
+    gdk_rgba_free(frame);
+    return isRed;
 }
 
 /// Where a label's letters stand on the screen.

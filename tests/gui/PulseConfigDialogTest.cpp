@@ -463,8 +463,7 @@ TEST_F(PulseConfigDialog, LooksAsAllDialogsDo) {
     sensorFakes[sensorPort_USB1].configs.numStates = 4;
     open(true);
     Gui_settle();
-    Look_expectTargets(dialog->window);
-    Look_expectTexts(dialog->window);
+    Look_expectShown(dialog->window);
     const auto middle = [this](const char* name) {
         const GdkRectangle place = Gui_place(part(name));
         return place.x + place.width / 2;
@@ -475,8 +474,7 @@ TEST_F(PulseConfigDialog, LooksAsAllDialogsDo) {
     callbackPulseConfigBtnClicked(dialog->cancel, dialog);
     open(false);
     Gui_settle();
-    Look_expectTargets(dialog->window);
-    Look_expectTexts(dialog->window);
+    Look_expectShown(dialog->window);
     std::vector<GdkRectangle> places;
     for (const std::string& key :
          Look_keypadOf("pulseConfigKey", {"Minus", "Period", "Clear", "Back", "Next"})) {
@@ -512,6 +510,7 @@ TEST_F(PulseConfigDialog, ARefusedEntryHasARedFrameUntilItIsChanged) {
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(dialog->status)), "");
     tap("pulseConfigApply");
     ASSERT_TRUE(isShown(dialog->errorWindow)) << "no sensor takes a frequency of 0";
+    Look_expectShown(dialog->errorWindow);
     tap(dialog->errorOk);
     EXPECT_TRUE(isRefused());
     tap("pulseConfigKey1");

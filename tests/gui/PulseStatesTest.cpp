@@ -5,6 +5,32 @@ namespace {
 
 class PulseStates : public PulseScreens {};
 
+TEST_F(PulseStates, APageInDBmNamesItsUnitBesideEachState) {
+    setTriggered(true, 2);
+    for (const bool isdBm : {true, false}) {
+        configuration_setPowerUnitsIsdBm(isdBm);
+        for (const PulseScreen& screen : pulseScreens) {
+            Gui_showScreen(screen.instance);
+            read(readings(), screen.instance);
+            CGTKPulseDisplay* display = displayOf(screen.instance);
+            turnTo(display->pGridState);
+            Gui_settle();
+            for (uint32_t i = 0; i < pulseStateCount; ++i) {
+                const gtkPowerDisplay_PulseState& state = display->stateArray[i];
+                EXPECT_EQ(gtk_widget_get_mapped(state.dBm) != 0, isdBm && i < 2) << i;
+                EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(state.dBm)), "dBm");
+                if (isdBm && i < 2) {
+                    const GdkRectangle value = Gui_place(state.min);
+                    const GdkRectangle unit = Gui_place(state.dBm);
+                    EXPECT_GE(unit.x, value.x + value.width);
+                    EXPECT_LE(unit.y, value.y + value.height / 2);
+                    EXPECT_GE(unit.y + unit.height, value.y + value.height / 2);
+                }
+            }
+        }
+    }
+}
+
 TEST_F(PulseStates, APageWithoutStatesSaysSoOnEitherHalfToo) {
     setTriggered(true, 0);
     for (const PulseScreen& screen : pulseScreens) {

@@ -4,6 +4,7 @@
 #include "GdkLock.h"
 #include "GtkHelpers.h"
 #include "GuiHarness.h"
+#include "LookChecks.h"
 #include "OtherResources.h"
 #include "ScreenSize.h"
 #include "SensorPortHandler.h"
@@ -169,6 +170,7 @@ TEST_F(SensorChannelDialog, NamesTheSensorByItsPort) {
         RefreshThread refresh;
         ASSERT_TRUE(isOpen());
         EXPECT_EQ(title(), one.title);
+        Look_expectShown(dialog());
         tap("sensorSettingsDialog_ok");
         EXPECT_TRUE(refresh.ends());
         EXPECT_EQ(SensorInstance_GetLogicalChannel(one.port), sensorLogicalChannel1);

@@ -2,6 +2,7 @@
 
 #include "AppFlags.h"
 #include "GuiHarness.h"
+#include "LookChecks.h"
 #include "ShutDownWarning.h"
 
 #include <gtest/gtest.h>
@@ -105,12 +106,10 @@ TEST_F(Warning, OkDoesNothingBeforeStartUpHasFinished) {
     gtk_init_done = true;
 }
 
-TEST_F(Warning, OkButtonIsLargeEnoughForAFinger) {
+TEST_F(Warning, LooksAsAllDialogsDo) {
     WarningDialog_show(&warning);
     pass();
-    const GdkRectangle place = Gui_place(Gui_widget("warningDialog.ok"));
-    EXPECT_GE(place.width, 48);
-    EXPECT_GE(place.height, 48);
+    Look_expectShown(warning.dialog);
 }
 
 TEST_F(Warning, DialogThatComesLaterGoesBelowAndKeepsNoTouchFromIt) {
@@ -170,6 +169,7 @@ TEST_F(SwitchingOffBox, IsPutUpOnceTheInstrumentIsBeingSwitchedOff) {
     pass();
     ASSERT_TRUE(isShown(switchingOffDlg));
     EXPECT_STREQ(switchingOffDlg.message, "Switching off...");
+    Look_expectTold(switchingOffDlg.dialog);
     pass();
     EXPECT_TRUE(isShown(switchingOffDlg));
 }
@@ -178,6 +178,7 @@ TEST_F(SwitchingOffBox, TakesThePlaceOfTheBoxThatAsksForPower) {
     WarningDialog_show(&shutDownWarningDlg);
     pass();
     ASSERT_TRUE(isShown(shutDownWarningDlg));
+    Look_expectShown(shutDownWarningDlg.dialog);
     quit = true;
     pass();
     EXPECT_FALSE(isShown(shutDownWarningDlg));
