@@ -25,6 +25,7 @@ constexpr uint32_t dBmDigits = 2;
 constexpr double dBmLowest = -60.0;
 constexpr double dBmHighest = 80.0;
 constexpr double milliwattsHighest = 99999999.0;
+constexpr char refusedClass[] = "refused";
 
 /// An entry that holds a power, and the setting behind it.
 struct PowerEntry {
@@ -65,6 +66,7 @@ struct Widgets {
     GtkToggleButton* reflectedBox;
     GtkToggleButton* averageBox;
     GtkEntry* countEntry;
+    GtkWidget* problem; ///< says why entries were refused
 };
 
 Widgets widgets;
@@ -95,8 +97,9 @@ bool findWidgets(GtkBuilder* builder) {
     GtkWidget* reflected = Dialog_widget(builder, "graphSettingsCheckButtonRfl");
     GtkWidget* average = Dialog_widget(builder, "graphSettingsCheckButtonAverage");
     GtkWidget* count = Dialog_widget(builder, "graphSettingsAverageCount");
-    bool isComplete =
-        window != nullptr && reflected != nullptr && average != nullptr && count != nullptr;
+    GtkWidget* problem = Dialog_widget(builder, "graphSettingsProblem");
+    bool isComplete = window != nullptr && reflected != nullptr && average != nullptr &&
+                      count != nullptr && problem != nullptr;
     std::array<PowerEntry, powerEntries.size()> found = powerEntries;
     for (PowerEntry& power : found) {
         GtkWidget* entry = Dialog_widget(builder, power.id);
@@ -106,8 +109,12 @@ bool findWidgets(GtkBuilder* builder) {
     }
     if (isComplete) {
         powerEntries = found;
-        widgets = {window, Dialog_widget(builder, "graphSettingsLabelTitle"),
-                   GTK_TOGGLE_BUTTON(reflected), GTK_TOGGLE_BUTTON(average), GTK_ENTRY(count)};
+        widgets = {window,
+                   Dialog_widget(builder, "graphSettingsLabelTitle"),
+                   GTK_TOGGLE_BUTTON(reflected),
+                   GTK_TOGGLE_BUTTON(average),
+                   GTK_ENTRY(count),
+                   problem};
     }
     return isComplete;
 }
@@ -198,12 +205,41 @@ void leaveEntry(GtkWidget* entry) {
     }
 }
 
+std::array<GtkWidget*, powerEntries.size() + 1> allEntries() {
+    std::array<GtkWidget*, powerEntries.size() + 1> all{};
+    std::ranges::transform(powerEntries, all.begin(),
+                           [](const PowerEntry& power) { return GTK_WIDGET(power.entry); });
+    all.back() = GTK_WIDGET(widgets.countEntry);
+    return all;
+}
+
+/// Apply has found entries without a number.
+void frameEmptyEntries() {
+    for (GtkWidget* entry : allEntries()) {
+        const bool answers = gtk_widget_get_sensitive(entry) != 0;
+        setWidgetClass(entry, refusedClass, answers && !Dialog_holdsNumber(entry));
+    }
+    setLabelText(widgets.problem, "A number is missing.");
+}
+
+/// An entry that has changed is no longer refused, nor is one that does not answer.
+void unframe(GtkWidget* changed) {
+    setWidgetClass(changed, refusedClass, false);
+    const auto entries = allEntries();
+    if (std::ranges::none_of(entries, [](GtkWidget* entry) {
+            return gtk_style_context_has_class(gtk_widget_get_style_context(entry), refusedClass);
+        })) {
+        setLabelText(widgets.problem, "");
+    }
+}
+
 void applyButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
     if (working.graph == nullptr) {
         return;
     }
     GtkWidget* empty = GraphSettingsKeypad_emptyEntry();
     if (empty != nullptr) {
+        frameEmptyEntries();
         GraphSettingsKeypad_setTarget(empty);
         return;
     }
@@ -213,6 +249,7 @@ void applyButtonClicked(GtkWidget* /*button*/, gpointer /*data*/) {
 
 void averageButtonToggled(bool isActive) {
     gtk_widget_set_sensitive(GTK_WIDGET(widgets.countEntry), isActive);
+    unframe(GTK_WIDGET(widgets.countEntry));
     GraphSettingsKeypad_keepTargetUsable();
 }
 
@@ -263,6 +300,12 @@ gboolean on_graphSettingsDialog_delete_event(GtkWidget* window, GdkEvent* /*even
     return TRUE;
 }
 
+void on_graphSettingsEntry_edited(GtkWidget* entry, gpointer /*data*/) {
+    if (widgets.problem != nullptr) {
+        unframe(entry);
+    }
+}
+
 void on_graphAverageCheckbox_toggled(GtkToggleButton* box, gpointer /*data*/) {
     if (gtk_init_done) {
         averageButtonToggled(gtk_toggle_button_get_active(box) != 0);
@@ -280,6 +323,7 @@ const DialogHandler handlers[] = {
     {"on_graphSettingsDialog_cancel_clicked", G_CALLBACK(on_graphSettingsDialog_cancel_clicked)},
     {"on_graphSettingsDialog_default_clicked", G_CALLBACK(on_graphSettingsDialog_default_clicked)},
     {"on_graphSettingsDialog_delete_event", G_CALLBACK(on_graphSettingsDialog_delete_event)},
+    {"on_graphSettingsEntry_edited", G_CALLBACK(on_graphSettingsEntry_edited)},
     {"on_graphAverageCheckbox_toggled", G_CALLBACK(on_graphAverageCheckbox_toggled)},
     {"on_graphRflCheckbox_toggled", G_CALLBACK(on_graphRflCheckbox_toggled)},
 };

@@ -87,6 +87,11 @@ protected:
         gtk_widget_set_name(label, (button + ".text").c_str());
         return Gui_colour(button + ".text");
     }
+    /// The entries whose frame says that they were refused.
+    static std::string refused() {
+        return Look_refusedOf({powerEntryNames[0], powerEntryNames[1], powerEntryNames[2],
+                               powerEntryNames[3], "graphSettingsAverageCount"});
+    }
     static void expectGraphButtons(bool sensitive) {
         for (const char* button : {"title", "mode", "auto", "clear"}) {
             EXPECT_EQ(isSensitive(std::string("singleGraph.graph.") + button), sensitive) << button;
@@ -135,16 +140,6 @@ TEST_F(GraphSettings, EveryObjectOfTheDialogExists) {
                                  "graphSettingsButton_apply",
                                  "graphSettingsButton_cancel",
                                  "graphSettingsButton_default",
-                                 "graphNumKeypadButton0",
-                                 "graphNumKeypadButton1",
-                                 "graphNumKeypadButton2",
-                                 "graphNumKeypadButton3",
-                                 "graphNumKeypadButton4",
-                                 "graphNumKeypadButton5",
-                                 "graphNumKeypadButton6",
-                                 "graphNumKeypadButton7",
-                                 "graphNumKeypadButton8",
-                                 "graphNumKeypadButton9",
                                  "graphNumKeypadButtonPeriod",
                                  "graphNumKeypadButtonClear",
                                  "graphNumKeypadButtonBackspace",
@@ -154,6 +149,9 @@ TEST_F(GraphSettings, EveryObjectOfTheDialogExists) {
                                  "graphNumKeypadImageBackspace",
                                  "graphNumKeypadImageNext"};
     open();
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        EXPECT_TRUE(Gui_isShown(std::string("graphNumKeypadButton") + digit)) << digit;
+    }
     for (const char* name : names) {
         EXPECT_NE(Gui_widget(name), nullptr) << name;
         EXPECT_TRUE(Gui_isShown(name)) << name;
@@ -433,6 +431,33 @@ TEST_F(GraphSettings, AnEmptyEntryIsRefusedAndTurnedTo) {
     EXPECT_EQ(configuration_getGraphSettings(0).averageCount, 5U);
 }
 
+TEST_F(GraphSettings, ARefusedEntryHasARedFrameUntilItIsChanged) {
+    open();
+    Gui_tap("graphSettingsCheckButtonAverage");
+    enter("graphSettingsRangeMax", "C");
+    enter("graphSettingsAverageCount", "C");
+    const GdkRectangle place = Gui_place(Gui_widget("graphSettingsDialog"));
+    EXPECT_EQ(refused(), "") << "not yet applied";
+    apply();
+    EXPECT_EQ(refused(), "graphSettingsRangeMax graphSettingsAverageCount ");
+    EXPECT_EQ(Gui_text("graphSettingsProblem"), "A number is missing.");
+    Look_expectShown(Gui_widget("graphSettingsDialog"));
+    const GdkRectangle placeThen = Gui_place(Gui_widget("graphSettingsDialog"));
+    EXPECT_TRUE(gdk_rectangle_equal(&place, &placeThen)) << "nothing moves";
+    type("7");
+    EXPECT_EQ(refused(), "graphSettingsAverageCount ");
+    Gui_tap("graphSettingsCheckButtonAverage");
+    EXPECT_EQ(refused(), "") << "it does not answer";
+    EXPECT_EQ(Gui_text("graphSettingsProblem"), "");
+    enter("graphSettingsRangeMax", "C");
+    apply();
+    EXPECT_EQ(refused(), "graphSettingsRangeMax ");
+    Gui_tap("graphSettingsButton_cancel");
+    open();
+    EXPECT_EQ(refused(), "") << "a new dialog begins anew";
+    EXPECT_EQ(Gui_text("graphSettingsProblem"), "");
+}
+
 TEST_F(GraphSettings, AnEmptyCountThatDoesNotAnswerChangesNothing) {
     const uint32_t before = configuration_getGraphSettings(0).averageCount;
     open();
@@ -507,8 +532,7 @@ TEST_F(GraphSettings, CancelStoresNothing) {
 TEST_F(GraphSettings, LooksAsAllDialogsDo) {
     open();
     Gui_settle();
-    Look_expectTargets(Gui_widget("graphSettingsDialog"));
-    Look_expectTexts(Gui_widget("graphSettingsDialog"));
+    Look_expectShown(Gui_widget("graphSettingsDialog"));
     Look_expectLastKeys("graphSettingsButton_cancel", "graphSettingsButton_apply");
     Look_expectKeypad(Look_keypadOf("graphNumKeypadButton",
                                     {"PlusMinus", "Period", "Clear", "Backspace", "Next"}));

@@ -243,6 +243,15 @@ inline bool Look_hasRedFrame(GtkWidget* entry) {
     return isRed;
 }
 
+/// Those of the entries that were refused, each name with a blank behind it.
+inline std::string Look_refusedOf(const std::vector<std::string>& entries) {
+    std::string refused;
+    for (const std::string& name : entries) {
+        refused += Look_hasRedFrame(Gui_widget(name)) ? name + " " : "";
+    }
+    return refused;
+}
+
 /// Where a label's letters stand on the screen.
 inline int Look_baseLine(const std::string& name) {
     GtkWidget* label = Gui_widget(name);
