@@ -23,6 +23,22 @@ bool reconnect(Soak& soak) {
     return true;
 }
 
+/// The next client is served once the meter has found out that this one does not answer.
+bool vanish(Soak& soak) {
+    constexpr int limit_ms = 60000;
+    Report_action(soak.report, "remote: vanished client", "is gone without a word");
+    const bool hasVanished = soak.tcp.vanish();
+    RemoteCheck_reconnect(soak);
+    if (hasVanished) {
+        const std::string reply = RemoteCheck_exchange(soak, soak.tcp, "*IDN?", limit_ms);
+        if (!reply.empty() && reply != soak.identity) {
+            Report_finding(soak.report, "place of a vanished client", "*IDN? answered " + reply);
+        }
+        Report_checked(soak.report, "place of a vanished client");
+    }
+    return hasVanished;
+}
+
 bool selectLegacy(Soak& soak) {
     if (soak.protocol != SoakProtocol::legacy) {
         return false;
@@ -62,7 +78,7 @@ struct ActionRow {
     bool (*run)(Soak& soak); ///< false: not possible now
 };
 
-constexpr std::array<ActionRow, 25> actionRows{{
+constexpr std::array<ActionRow, 27> actionRows{{
     {14, SensorActions_plug},
     {8, SensorActions_unplug},
     {2, SensorActions_replug},
@@ -84,8 +100,10 @@ constexpr std::array<ActionRow, 25> actionRows{{
     {2, SetupActions_serialPort},
     {2, SetupActions_lan},
     {4, SetupActions_supply},
+    {2, SetupActions_disk},
     {1, burst},
     {1, reconnect},
+    {1, vanish},
     {4, selectLegacy},
     {5, watch},
 }};

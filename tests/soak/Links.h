@@ -21,6 +21,9 @@ public:
     bool connectTcp(const std::string& world);
     bool openTerminal(const std::string& world);
     void hangUp();
+    /// Is gone without a word to the meter, like a laptop that is closed. False, and hung up, where
+    /// the system allows that to nobody but the administrator.
+    bool vanish();
 
     bool send(std::string_view bytes) const;
     /// One line with its line feed; nothing when none has come within the limit.

@@ -94,6 +94,14 @@ PortTruth makeUsb(Soak& soak) {
     return sensor;
 }
 
+/// Every second sensor takes its time.
+int pickLatency_ms(Soak& soak, bool isUsb) {
+    constexpr int longestSerial_ms = 100;
+    constexpr int longestUsb_ms = 40;
+    const bool isSlow = Soak_pick(soak, 0, 1) == 1;
+    return isSlow ? Soak_pick(soak, 1, isUsb ? longestUsb_ms : longestSerial_ms) : 0;
+}
+
 /// Now and then more than the sensor stands, or more than is sent back.
 TruthValue pickPowers(Soak& soak, const PortTruth& sensor) {
     const double forward_W = Soak_pickPower(soak, sensor.min_W * 3, sensor.max_W * 1.5);
@@ -153,6 +161,7 @@ bool SensorActions_plug(Soak& soak) {
     line += sensor.serial.empty() ? "" : " serial=" + sensor.serial;
     line +=
         isUsb ? BenchText_format(" period=%.9g width=%.9g", sensor.period_s, sensor.width_s) : "";
+    line += BenchText_format(" latency=%dms", pickLatency_ms(soak, isUsb));
     if (!command(soak, "sensor: plug", line)) {
         return false;
     }

@@ -109,6 +109,16 @@ bool SetupActions_lan(Soak& soak) {
     return true;
 }
 
+bool SetupActions_disk(Soak& soak) {
+    constexpr int slowest_ms = 500;
+    const std::string line =
+        Soak_pick(soak, 0, 1) == 0
+            ? std::string("disk none")
+            : BenchText_format("disk slow=%dms", Soak_pick(soak, 1, slowest_ms));
+    Report_action(soak.report, "disk", line);
+    return Bench_do(soak.bench, line);
+}
+
 bool SetupActions_supply(Soak& soak) {
     std::string line;
     switch (Soak_pick(soak, 0, 3)) {

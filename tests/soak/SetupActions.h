@@ -3,8 +3,8 @@
 
 #include "Soak.h"
 
-/// What a remote client sets up, and the supply. Each function does one thing, checks its effect
-/// and notes it, or returns false when it is not possible now.
+/// What a remote client sets up, the supply and the disk. Each function does one thing, checks its
+/// effect and notes it, or returns false when it is not possible now.
 
 /// Switches between pulse and CW mode.
 bool SetupActions_pulseMode(Soak& soak);
@@ -16,5 +16,7 @@ bool SetupActions_serialPort(Soak& soak);
 bool SetupActions_lan(Soak& soak);
 /// Battery level, charger and external power, far from switching off.
 bool SetupActions_supply(Soak& soak);
+/// The disk that keeps the settings becomes slow, or quick again.
+bool SetupActions_disk(Soak& soak);
 
 #endif
