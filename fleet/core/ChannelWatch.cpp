@@ -38,12 +38,21 @@ void endRow(ChannelWatch& watch, ChannelNews& news) {
     }
 }
 
-/// Who is plugged in now, and who was.
+/// Who is plugged in now, and who was. A sensor that has not told who it is yet, as just after it
+/// was plugged in, has not come yet.
 void noteSensor(ChannelWatch& watch, const MeterChannel& channel, ChannelNews& news) {
+    if (channel.state == MeterChannelState::silent && channel.reading.sensor.empty()) {
+        return;
+    }
     const bool hasSensor = channel.state != MeterChannelState::noSensor;
     const std::string sensor =
         hasSensor ? channel.reading.sensor + " " + channel.reading.sensorSerial : "";
     if (sensor == watch.sensor) {
+        return;
+    }
+    if (watch.sensor.ends_with(' ') && sensor.starts_with(watch.sensor)) {
+        watch.sensor = sensor; // the same one, which tells its serial number a little later
+        watch.shown.sensorSerial = channel.reading.sensorSerial;
         return;
     }
     if (!watch.sensor.empty()) {
