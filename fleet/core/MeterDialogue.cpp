@@ -10,6 +10,7 @@ namespace {
 
 constexpr int64_t probePause_ms = 1000;
 constexpr size_t longestLine = 512;
+constexpr size_t usualLine = 48; ///< of a request
 constexpr size_t mostRounds = 8;
 constexpr size_t errorQueueSize = 17;
 constexpr size_t powerQueries = 3;         ///< in one line
@@ -64,25 +65,34 @@ const char* headerOf(FleetValue value) {
     return "";
 }
 
-std::string lineOf(const MeterQuestion& question) {
-    const std::string channel = question.channel == 0 ? " 1" : " 2";
+/// Appends the line, piece by piece: every poll of every meter has some.
+void appendLine(std::string& text, const MeterQuestion& question) {
+    const char* channel = question.channel == 0 ? " 1" : " 2";
     switch (question.kind) {
     case MeterQuestionKind::power:
-        return "*OPC?;:MEAS:AVER?" + channel + ";:MEAS:FREQ?" + channel + ";:MEAS:TEMP?" + channel;
+        text.append("*OPC?;:MEAS:AVER?").append(channel).append(";:MEAS:FREQ?").append(channel);
+        text.append(";:MEAS:TEMP?").append(channel);
+        break;
     case MeterQuestionKind::reflected:
-        return "*OPC?;:MEAS:REFL:AVER?" + channel;
+        text.append("*OPC?;:MEAS:REFL:AVER?").append(channel);
+        break;
     case MeterQuestionKind::sensor:
-        return "*OPC?;:SYST:IDEN:SENS?" + channel;
+        text.append("*OPC?;:SYST:IDEN:SENS?").append(channel);
+        break;
     case MeterQuestionKind::sensorSerial:
-        return "*OPC?;:SYST:IDEN:SENS:SN?" + channel;
+        text.append("*OPC?;:SYST:IDEN:SENS:SN?").append(channel);
+        break;
     case MeterQuestionKind::value:
-        return std::string("*OPC?;:") + headerOf(question.value) + channel;
+        text.append("*OPC?;:").append(headerOf(question.value)).append(channel);
+        break;
     case MeterQuestionKind::error:
-        return "SYST:ERR?";
+        text.append("SYST:ERR?");
+        break;
     case MeterQuestionKind::marker:
+        text.append("*IDN?");
         break;
     }
-    return "*IDN?";
+    text += '\n';
 }
 
 void ask(MeterDialogue& dialogue, MeterQuestionKind kind, size_t channel,
@@ -103,9 +113,9 @@ std::string requestText(MeterDialogue& dialogue) {
     dialogue.next = 0;
     ++dialogue.rounds;
     std::string text;
+    text.reserve(dialogue.questions.size() * usualLine);
     for (const MeterQuestion& question : dialogue.questions) {
-        text += lineOf(question);
-        text += '\n';
+        appendLine(text, question);
     }
     return text;
 }
@@ -333,8 +343,12 @@ bool takeError(MeterDialogue& dialogue, std::string_view line) {
     return true;
 }
 
-/// "MAKER,MODEL,SERIAL,FIRMWARE".
+/// "MAKER,MODEL,SERIAL,FIRMWARE". It is mostly the same as last time.
 bool takeMarker(MeterDialogue& dialogue, std::string_view line) {
+    if (line == dialogue.identity) {
+        return true;
+    }
+    const std::string_view identity = line;
     std::array<std::string_view, 3> fields;
     for (std::string_view& field : fields) {
         const size_t comma = line.find(',');
@@ -347,7 +361,11 @@ bool takeMarker(MeterDialogue& dialogue, std::string_view line) {
     dialogue.model = FleetText_clean(fields[1]);
     dialogue.serial = FleetText_clean(fields[2]);
     dialogue.firmware = FleetText_clean(line);
-    return !fields[0].starts_with(answered);
+    if (fields[0].starts_with(answered)) {
+        return false;
+    }
+    dialogue.identity = identity;
+    return true;
 }
 
 bool takeLine(MeterDialogue& dialogue, std::string_view line, int64_t utc_ms) {
@@ -367,19 +385,21 @@ bool takeLine(MeterDialogue& dialogue, std::string_view line, int64_t utc_ms) {
 }
 
 /// Takes the first whole line out of the bytes; what an earlier call has left stands before it.
-std::optional<std::string> nextLine(MeterDialogue& dialogue, std::string_view& bytes) {
+std::optional<std::string_view> nextLine(MeterDialogue& dialogue, std::string_view& bytes) {
     const size_t end = bytes.find('\n');
-    dialogue.input += bytes.substr(0, end);
+    std::string_view line = bytes.substr(0, end);
     bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
     if (end == std::string_view::npos) {
+        dialogue.input += line;
         return {};
     }
-    std::string line;
-    line.swap(dialogue.input);
-    if (line.ends_with('\r')) {
-        line.pop_back();
+    if (!dialogue.input.empty()) {
+        dialogue.input += line;
+        dialogue.line.swap(dialogue.input);
+        dialogue.input.clear();
+        line = dialogue.line;
     }
-    return line;
+    return line.ends_with('\r') ? line.substr(0, line.size() - 1) : line;
 }
 
 } // namespace
@@ -411,7 +431,7 @@ std::string MeterDialogue_begin(MeterDialogue& dialogue, int64_t monotonic_ms) {
 
 MeterStep MeterDialogue_receive(MeterDialogue& dialogue, std::string_view bytes, int64_t utc_ms,
                                 std::string& request) {
-    while (const std::optional<std::string> line = nextLine(dialogue, bytes)) {
+    while (const std::optional<std::string_view> line = nextLine(dialogue, bytes)) {
         if (!takeLine(dialogue, *line, utc_ms)) {
             return MeterStep::broken;
         }

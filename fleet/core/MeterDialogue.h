@@ -65,6 +65,7 @@ struct MeterDialogue {
     std::string serial; ///< of the meter, "" before the first poll
     std::string model;
     std::string firmware;
+    std::string identity;  ///< the answer from which these texts are, as it came
     std::string lastError; ///< what it said of queries that gave nothing; "" for empty channels
     std::array<MeterChannel, meterChannelCount> channels;
 
@@ -75,6 +76,7 @@ struct MeterDialogue {
     size_t unread = 0; ///< errors that the meter holds because of this poll, at least
     bool saysNoSensor = false;
     std::string input; ///< begin of a line
+    std::string line;  ///< the last one that came in pieces
 };
 
 enum class MeterStep {
