@@ -41,10 +41,10 @@ void endRow(ChannelWatch& watch, ChannelNews& news) {
 /// Who is plugged in now, and who was. A sensor that has not told who it is yet, as just after it
 /// was plugged in, has not come yet.
 void noteSensor(ChannelWatch& watch, const MeterChannel& channel, ChannelNews& news) {
-    if (channel.state == MeterChannelState::silent && channel.reading.sensor.empty()) {
+    const bool hasSensor = channel.state != MeterChannelState::noSensor;
+    if (hasSensor && channel.reading.sensor.empty()) {
         return;
     }
-    const bool hasSensor = channel.state != MeterChannelState::noSensor;
     const std::string sensor =
         hasSensor ? channel.reading.sensor + " " + channel.reading.sensorSerial : "";
     if (sensor == watch.sensor) {

@@ -51,13 +51,15 @@ TEST_F(ChannelWatchTest, ASensorComesOnceAlthoughItTellsItsNameLater) {
     plug("", "");
     channel.state = MeterChannelState::silent;
     measure(std::nan(""));
+    plug("", "");
+    measure(1);
     plug("5132", "");
     measure(1);
     plug("5132", "77");
     measure(1);
     channel.state = MeterChannelState::noSensor;
     measure(1);
-    EXPECT_EQ("silent/\nsensor came/5132 \nmeasuring/5132 \nsensor left/5132 77\n", said);
+    EXPECT_EQ("silent/\nmeasuring/\nsensor came/5132 \nsensor left/5132 77\n", said);
 }
 
 TEST_F(ChannelWatchTest, SilenceIsToldOnceAndItsEnd) {

@@ -9,8 +9,6 @@ import signal
 import subprocess
 import threading
 
-FORWARD = "forward_W"
-
 
 def unescape(text):
     return re.sub(r"\\([,= ])", r"\1", text)
@@ -123,7 +121,7 @@ class VictoriaMetrics:
     def readings(self):
         """All forward powers as (meter, channel, time, value), each as often as it is there."""
         self.ask("/internal/force_flush")
-        told = self.ask(f"/api/v1/export?match[]=quorvel_{FORWARD}") or ""
+        told = self.ask("/api/v1/export?match[]=quorvel_forward_W") or ""
         found = []
         for row in map(json.loads, told.splitlines()):
             labels = row["metric"]
