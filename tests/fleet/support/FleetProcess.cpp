@@ -3,18 +3,25 @@
 #include "Bench.h"
 #include "ChildProcess.h"
 
+#include <arpa/inet.h>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr uint32_t patience_ms = 30000;
+
+double seconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
 
 std::string programFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
@@ -70,8 +77,11 @@ void FleetProcess::signal(int number) const {
 
 int FleetProcess::end() {
     int ended = 0;
-    if (child > 0 && waitpid(child, &ended, 0) == child) {
+    rusage usage{};
+    if (child > 0 && wait4(child, &ended, 0, &usage) == child) {
         status = WIFEXITED(ended) ? WEXITSTATUS(ended) : -WTERMSIG(ended);
+        used = {seconds(usage.ru_utime) + seconds(usage.ru_stime),
+                static_cast<double>(usage.ru_maxrss)};
     }
     child = -1;
     return status;
@@ -92,7 +102,12 @@ TestCrowd::TestCrowd(size_t count, std::vector<std::string> options)
 }
 
 std::string TestCrowd::address(size_t meter) const {
-    return base + std::to_string(meter);
+    // A large crowd has more addresses than a last number can tell.
+    in_addr first{};
+    inet_pton(AF_INET, (base + "0").c_str(), &first);
+    const in_addr address{htonl(ntohl(first.s_addr) + static_cast<uint32_t>(meter))};
+    std::array<char, INET_ADDRSTRLEN> text{};
+    return inet_ntop(AF_INET, &address, text.data(), text.size());
 }
 
 bool FleetTest_waitUntil(const std::function<bool()>& condition) {

@@ -9,6 +9,12 @@
 #include <sys/types.h>
 #include <vector>
 
+/// What a program has used, up to its end.
+struct ProcessUse {
+    double processorTime_s = 0; ///< user and system
+    double memory_kB = 0;       ///< the most at a time
+};
+
 /// A program of this build, with files as its outputs. It ends with the test at the latest.
 class FleetProcess {
 public:
@@ -23,11 +29,16 @@ public:
     void signal(int number) const;
     /// Waits for its end; the exit status, or minus the number of the signal that ended it.
     int end();
+    /// After its end.
+    const ProcessUse& use() const {
+        return used;
+    }
 
 private:
     TestFolder folder;
     pid_t child = -1;
     int status = -1;
+    ProcessUse used;
 };
 
 /// Runs a program to its end.

@@ -1,0 +1,161 @@
+// What the companion for many meters costs on one core: with crowds of meters, and against a plain
+// PyVISA loop of the same run.
+
+#include "FleetProcess.h"
+#include "Report.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <regex>
+#include <sched.h>
+#include <thread>
+
+namespace {
+
+constexpr double duration_s = 10;
+constexpr double shareGoal_percent = 60;
+constexpr double memoryGoal_kB = 150'000;
+constexpr double growthGoal = 1.2;
+constexpr double serviceGoal = 4; ///< the database's part
+constexpr double pyvisaGoal = 5;  ///< see docs/fleet.md
+constexpr int microseconds = 1'000'000;
+
+struct FleetCost {
+    double readings = 0;
+    double processorTime_s = 0;
+    double memory_kB = 0; ///< the most that it had at a time
+};
+
+/// Puts this thread, and what it starts from now on, on one core, or on all again.
+void useCores(bool isOne) {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core) {
+        if (!isOne || core == 0) {
+            CPU_SET(core, &cores);
+        }
+    }
+    sched_setaffinity(0, sizeof cores, &cores);
+}
+
+double readingsOf(const std::string& summary) {
+    std::smatch found;
+    return std::regex_search(summary, found, std::regex("^(\\d+) readings")) ? std::stod(found[1])
+                                                                             : 0;
+}
+
+/// Logs all meters of a crowd for some seconds, on one core.
+FleetCost costOfLog(const TestCrowd& crowd, size_t meters, const std::string& every) {
+    const TestFolder folder;
+    std::vector<std::string> words{"quorvel-fleet", "log",
+                                   "--every",       every,
+                                   "--for",         std::to_string(int(duration_s)) + "s",
+                                   "--to",          folder.file("log.csv")};
+    for (size_t meter = 1; meter <= meters; ++meter) {
+        words.push_back(crowd.address(meter));
+    }
+    useCores(true);
+    FleetProcess log(words);
+    useCores(false);
+    EXPECT_EQ(0, log.end()) << log.errors();
+    return {readingsOf(FleetTest_lines(log.errors()).back()), log.use().processorTime_s,
+            log.use().memory_kB};
+}
+
+/// Watches them for as long, with a database.
+FleetCost costOfService(const TestCrowd& crowd, size_t meters, const std::string& every) {
+    const TestFolder folder;
+    const std::string database = folder.file("fleet.sqlite");
+    std::string config =
+        "listen = \"\"\ndatabase = \"" + database + "\"\nevery = \"" + every + "\"\n";
+    for (size_t meter = 1; meter <= meters; ++meter) {
+        config += "[[meter]]\naddress = \"" + crowd.address(meter) + "\"\n";
+    }
+    TestFolder_write(folder.file("fleet.toml"), config);
+    useCores(true);
+    FleetProcess service({"quorvel-fleet", "run", folder.file("fleet.toml")});
+    useCores(false);
+    std::this_thread::sleep_for(std::chrono::duration<double>(duration_s));
+    service.signal(SIGTERM);
+    EXPECT_EQ(0, service.end()) << service.errors();
+    const FleetRun counted =
+        FleetProcess_run({"/usr/bin/sqlite3", database, "SELECT count(*) FROM raw"});
+    return {std::stod(counted.output), service.use().processorTime_s, service.use().memory_kB};
+}
+
+double costOfReading_us(const FleetCost& cost) {
+    return cost.processorTime_s / cost.readings * microseconds;
+}
+
+void reportShare(const char* name, const FleetCost& cost) {
+    PerfResult_report({name, cost.processorTime_s / duration_s * 100, "%", "one core", 100,
+                       PerfGoal::figureBelow, shareGoal_percent});
+}
+
+TEST(FleetPerf, AThousandMetersAtTenPollsASecondFitOnOneCore) {
+    constexpr size_t meters = 1000;
+    constexpr double polls = meters * duration_s * 10;
+    const TestCrowd crowd(meters);
+    const FleetCost log = costOfLog(crowd, meters, "100ms");
+    const FleetCost service = costOfService(crowd, meters, "100ms");
+    ASSERT_GT(log.readings, 0);
+    ASSERT_GT(service.readings, 0);
+    reportShare("log of 1,000 meters at 10 polls/s", log);
+    // Each poll that is answered in time is a row, those of connecting to all meters apart.
+    PerfResult_report({"its polls without a row", std::max(polls - log.readings, 0.0), "polls",
+                       "all that were due", polls, PerfGoal::figureBelow, meters});
+    PerfResult_report({"its memory", log.memory_kB, "kB", "the service's", service.memory_kB,
+                       PerfGoal::figureBelow, memoryGoal_kB});
+    reportShare("service with 1,000 meters at 10 polls/s", service);
+    PerfResult_report({"its reading", costOfReading_us(service), "us", "the log's",
+                       costOfReading_us(log), PerfGoal::ratioAtMost, serviceGoal});
+    PerfResult_report({"its memory", service.memory_kB, "kB", "the log's", log.memory_kB,
+                       PerfGoal::figureBelow, memoryGoal_kB});
+}
+
+TEST(FleetPerf, AReadingCostsNoMoreAmongThousands) {
+    const struct {
+        const char* name;
+        const char* memory;
+        size_t meters;
+    } rows[] = {
+        {"a log's reading of 100 meters at 1 poll/s", "its memory", 100},
+        {"a log's reading of 1,000 meters at 1 poll/s", "its memory", 1000},
+        {"a log's reading of 5,000 meters at 1 poll/s", "its memory", 5000},
+    };
+    const TestCrowd crowd(rows[2].meters);
+    const FleetCost ten = costOfLog(crowd, 10, "1s");
+    for (const auto& row : rows) {
+        const FleetCost cost = costOfLog(crowd, row.meters, "1s");
+        ASSERT_GT(cost.readings, 0);
+        PerfResult_report({row.name, costOfReading_us(cost), "us", "one of 10 meters",
+                           costOfReading_us(ten), PerfGoal::ratioAtMost, growthGoal});
+        PerfResult_report({row.memory, cost.memory_kB, "kB", "with 10 meters", ten.memory_kB,
+                           PerfGoal::figureBelow, memoryGoal_kB});
+    }
+}
+
+TEST(FleetPerf, ReadingsForEachSecondOfProcessorTimeAgainstAPlainPyvisaLoop) {
+    constexpr size_t meters = 100;
+    const TestCrowd crowd(meters);
+    std::vector<std::pair<double, double>> rounds; // ratio, rate
+    for (int round = 0; round < 3; ++round) {
+        const FleetCost log = costOfLog(crowd, meters, "20ms");
+        useCores(true);
+        const FleetRun loop = FleetProcess_run(
+            {"/usr/bin/python3", PYVISA_LOOP, crowd.address(1), std::to_string(5000)});
+        useCores(false);
+        ASSERT_EQ(0, loop.status) << loop.errors;
+        const double rate = log.readings / log.processorTime_s;
+        rounds.emplace_back(rate / std::stod(loop.output), rate);
+    }
+    std::ranges::sort(rounds);
+    const auto [ratio, rate] = rounds[rounds.size() / 2];
+    PerfResult_report({"readings for each second of processor time", rate, "readings",
+                       "a plain PyVISA loop", rate / ratio, PerfGoal::ratioAtLeast, pyvisaGoal});
+}
+
+} // namespace
