@@ -18,6 +18,7 @@ constexpr std::string_view pageStart = R"(<!DOCTYPE html>
 <html lang="en">
 <head>
 <meta charset="utf-8">
+<meta name="viewport" content="width=device-width, initial-scale=1, minimum-scale=1">
 <title>Quorvel 8830K</title>
 <link rel="icon" href="data:,">
 <style>
@@ -31,9 +32,11 @@ constexpr std::string_view pageEnd = R"("></iframe>
 <script>
 const screen8830 = document.getElementById("screen");
 function fit() {
-    const scale = Math.min(innerWidth / 1024, innerHeight / 768, 2);
-    const left = Math.max(0, (innerWidth - 1024 * scale) / 2);
-    const top = Math.max(0, (innerHeight - 768 * scale) / 2);
+    // On a telephone innerWidth would grow with what does not fit yet.
+    const { clientWidth, clientHeight } = document.documentElement;
+    const scale = Math.min(clientWidth / 1024, clientHeight / 768, 2);
+    const left = Math.max(0, (clientWidth - 1024 * scale) / 2);
+    const top = Math.max(0, (clientHeight - 768 * scale) / 2);
     screen8830.style.transform = `translate(${left}px, ${top}px) scale(${scale})`;
 }
 addEventListener("resize", fit);
