@@ -188,7 +188,15 @@ int set_conf_inet(const char* name, int method, const char* address, const char*
         *text, name,
         InterfacesFile_stanza(name, method == methodStatic, textOrEmpty(address),
                               textOrEmpty(netmask), textOrEmpty(gateway)));
-    return replaced && File_replace(interfacesFileName, *replaced) ? 0 : 1;
+    if (!replaced) {
+        DIAGNOSTIC("%s has no stanza of %s\n", interfacesFileName, name);
+        return 1;
+    }
+    if (!File_replace(interfacesFileName, *replaced)) {
+        DIAGNOSTIC("Cannot write %s errno=%d\n", interfacesFileName, errno);
+        return 1;
+    }
+    return 0;
 }
 
 bool Ethernet_isOwnAddress(in_addr address) {

@@ -28,7 +28,7 @@ int get_conf_inet(const char* name, int* method, char* address, char* netmask, c
 
 /// Replaces the interface's stanza and keeps everything else byte for byte. The file is replaced
 /// whole. Returns 0, or 1, with the file as it was, when it cannot be read or written or has no
-/// stanza of this interface.
+/// stanza of this interface; the log tells the latter two.
 int set_conf_inet(const char* name, int method, const char* address, const char* netmask,
                   const char* gateway);
 

@@ -229,14 +229,17 @@ TEST_F(Ethernet, FileThatCannotBeReadOrHasNoStanzaIsNotWritten) {
     World_writeFile(interfacesFile, "auto eth0:0\n");
     EXPECT_EQ(set_conf_inet("eth0", 0, "", "", ""), 1);
     EXPECT_EQ(World_readFile(interfacesFile), "auto eth0:0\n");
+    EXPECT_TRUE(World_syslogContains("/etc/network/interfaces has no stanza of eth0"));
 }
 
 TEST_F(Ethernet, FileThatCannotBeWrittenStaysWhole) {
     for (const Call call : {Call::writeFile, Call::syncFile, Call::renameFile}) {
         World_writeFile(interfacesFile, dhcpFile);
         WrappedCalls_fail(call, ENOSPC);
+        World_clearSyslog();
         EXPECT_EQ(set_conf_inet("eth0", 1, "10.0.0.5", "255.0.0.0", ""), 1);
         EXPECT_EQ(World_readFile(interfacesFile), dhcpFile);
+        EXPECT_TRUE(World_syslogContains("Cannot write /etc/network/interfaces errno=28"));
     }
 }
 
