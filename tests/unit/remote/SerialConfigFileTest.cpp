@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -219,6 +220,20 @@ TEST_F(SerialSettings, AreThoseThatAGonePortWasGivenUntilItComesBackWithThem) {
     });
     EXPECT_EQ(fileLines(), serialLines("300", "7", "2", "ODD"));
     EXPECT_EQ(portSettings(), "300 7 O 2");
+}
+
+TEST_F(SerialSettings, AreThoseOfThePortWhoeverSetIt) {
+    World_writeFile(settingsFile, serialLines("4800", "7", "2", "ODD"));
+    runLife([] {
+        termios settings{};
+        if (SerialPort_GetConfig(&settings) != 0) {
+            _exit(1);
+        }
+        SerialConfig_TermiosPutSpeed(&settings, B600);
+        tcsetattr(*SerialPort_getfd(), TCSANOW, &settings);
+        changeAnySetting();
+    });
+    EXPECT_EQ(fileLines(), serialLines("600", "7", "2", "ODD"));
 }
 
 } // namespace
