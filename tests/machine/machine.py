@@ -1,9 +1,9 @@
 """The emulated machine, and the bench around it.
 
-A light bench plays the sensors, the command port's cable and the supply in a world of its own, with an
-idle program in the place of the meter. The machine's serial ports are that world's terminals, its USB
-sensors come from it by way of quorvel-bench-usb, and what its board has no hardware for it sees as the
-world's files. The meter runs in the machine, without the bench's preload library."""
+A light bench plays the sensors, the command port's cable and the supply in a world of its own, with
+an idle program in the place of the meter. The machine's serial ports are that world's terminals, its
+USB sensors come from it by way of quorvel-bench-usb, and what its board has no hardware for it sees as
+the world's files. The meter runs in the machine, without the bench's preload library."""
 import os
 import re
 import shutil
@@ -15,9 +15,9 @@ import time
 
 HERE = os.path.dirname(os.path.realpath(__file__))
 TREE = os.path.dirname(os.path.dirname(HERE))
-BOOT_LIMIT_S = 240
-"""What ends a run that has failed: an emulated processor is slow, and may have to wait for others."""
-LIMIT_S = 120
+# What ends a run that has failed: an emulated processor is slow, and may have to wait for others.
+BOOT_LIMIT_S = 480
+LIMIT_S = 240
 
 
 class Failed(Exception):
@@ -47,14 +47,14 @@ def prepared():
 class Bench:
     """A light bench without a program, and what carries its USB sensors to the machine."""
 
-    def __init__(self, build, options=()):
+    def __init__(self, build):
         self.tool = f"{build}/bin/quorvel-bench"
         self.folder = tempfile.mkdtemp(prefix="quorvel-machine-")
         self.world = self.folder + "/world"
-        idle = ["--program", "/bin/busybox", *options, "--", "sleep", "1000000"]
+        run = "run --window --quiet --port auto --program /bin/busybox --world".split()
         self.processes = [
             subprocess.Popen(
-                [self.tool, "run", "--window", "--quiet", "--port", "auto", "--world", self.world, *idle],
+                [self.tool, *run, self.world, "--", "sleep", "1000000"],
                 env={**os.environ, "DISPLAY": ":0"},
             )
         ]
@@ -66,9 +66,8 @@ class Bench:
         eventually("USB", lambda: os.path.exists(self.world + "/usb-faults.sock"))
 
     def do(self, *words):
-        run = subprocess.run(
-            [self.tool, "--world", self.world, *words], stdout=subprocess.PIPE, text=True, check=False
-        )
+        command = [self.tool, "--world", self.world, *words]
+        run = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
         if run.returncode != 0:
             raise Failed(f"the bench refuses: {' '.join(words)}")
         return run.stdout
@@ -102,13 +101,13 @@ class Bench:
 class Machine:
     """One run of the machine, from its power on."""
 
-    def __init__(self, bench, build, ready, disk=None):
+    def __init__(self, bench, build, ready):
         self.bench = bench
         self.started = time.monotonic()
         world = bench.world
         self.console = world + "/console.log"
         self.process = subprocess.Popen(
-            ["qemu-system-x86_64", *self.options(build, ready, disk)], stdin=subprocess.DEVNULL
+            ["qemu-system-x86_64", *self.options(build, ready)], stdin=subprocess.DEVNULL
         )
         try:
             self.control_link = self.connect(world + "/control.sock")
@@ -120,22 +119,22 @@ class Machine:
             self.cut_power()
             raise
 
-    def options(self, build, ready, disk):
+    def options(self, build, ready):
         world, kernel = self.bench.world, f"{ready}/vmlinuz"
         words = (
             "console=ttyS0 panic=-1 mitigations=off tsc=unstable 8250.nr_uarts=8 net.ifnames=0"
             f" machine_init={HERE}/guest/init machine_kernel={ready}"
             f" machine_meter={build}/bin/QuorvelPowerMeterApp"
         )
-        options = "-accel tcg,thread=single -icount shift=2,sleep=on -cpu max -M pc,i8042=off -m 1536 -smp 1 -nodefaults -no-reboot"
-        options += " -display none"
-        result = [*options.split(), "-kernel", kernel, "-initrd", ready + "/initrd", "-append", words]
+        # An instruction is 4 ns of the machine's time, however long the host takes for it.
+        options = "-accel tcg,thread=single -icount shift=2,sleep=on -cpu max -smp 1 -m 1536"
+        options += " -M pc,i8042=off -nodefaults -no-reboot -display none"
+        result = [*options.split(), "-kernel", kernel, "-initrd", ready + "/initrd"]
+        result += ["-append", words]
         for tag, path, more in (("host", "/", ",readonly=on"), ("world", world, "")):
             share = f"local,path={path},mount_tag={tag},security_model=none,multidevs=remap{more}"
             result += ["-virtfs", share]
         result += self.serial_ports(world) + self.usb_ports(world) + self.channels(world)
-        if disk:
-            result += ["-drive", f"file={disk},format=raw,if=virtio"]
         return result
 
     @staticmethod
@@ -144,7 +143,7 @@ class Machine:
         result += ["-device", "isa-serial,chardev=c0,index=0"]
         for number in (1, 2, 4):
             result += ["-chardev", f"serial,id=c{number},path={world}/root/dev/ttyS{number}"]
-            # An ISA bus has four interrupts for serial ports at most: the fourth is on the other bus.
+            # The first four are those of the ISA bus, as the kernel counts.
             kind = "pci-serial" if number == 4 else "isa-serial"
             index = "" if number == 4 else f",index={number}"
             result += ["-device", f"{kind},chardev=c{number}{index}"]
@@ -213,8 +212,9 @@ class Machine:
         self.up_s = float(self.do("cut -d' ' -f1 /proc/uptime"))
         self.boot_s = time.monotonic() - self.started
         self.control_link.settimeout(LIMIT_S)
-        forwards = dict(re.findall(r"TCP\[HOST_FORWARD\] +\d+ +[\d.]+ +(\d+) +[\d.]+ +(\d+)", self.ask_monitor("info usernet")))
-        ports = {guest: int(host) for host, guest in forwards.items()}
+        forward = r"TCP\[HOST_FORWARD\] +\d+ +[\d.]+ +(\d+) +[\d.]+ +(\d+)"
+        forwards = re.findall(forward, self.ask_monitor("info usernet"))
+        ports = {guest: int(host) for host, guest in forwards}
         self.scpi_port, self.x_port = ports["5025"], ports["6000"]
         with open(self.bench.world + "/display", "w", encoding="ascii") as display:
             display.write(f"127.0.0.1:{self.x_port - 6000}\n")
@@ -259,9 +259,12 @@ class Scpi:
             raise Failed(f"{line}: hung up")
         return answer.decode("latin-1").strip()
 
+    def end(self):
+        self.answers.close()
+        self.link.close()
+
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        self.answers.close()
-        self.link.close()
+        self.end()

@@ -4,13 +4,10 @@ import tempfile
 
 from machine import Failed
 
-# Below the top line, whose battery and clock are the instrument's own.
-REGION = "1024x688+0+80"
-
 
 def pixels(picture):
-    """The compared part of a picture, three bytes a pixel."""
-    words = ["convert", picture, "-crop", REGION, "+repage", "-depth", "8", "rgb:-"]
+    """A picture's pixels, three bytes each."""
+    words = ["convert", picture, "-depth", "8", "rgb:-"]
     return subprocess.run(words, stdout=subprocess.PIPE, check=True).stdout
 
 

@@ -1,5 +1,5 @@
-"""What every scenario has: a bench, the machine with the meter on it, what both look like, and a place
-for what is left of the run."""
+"""What every scenario has: a bench, the machine with the meter on it, what both look like, and a
+place for what is left of the run."""
 import os
 import re
 import shutil
@@ -15,7 +15,7 @@ RECOVERY_S = 30
 
 
 class Stage:
-    def __init__(self, name, build, ready, options=(), has_reference=False):
+    def __init__(self, name, build, ready, has_reference):
         self.name, self.build, self.ready = name, build, ready
         self.results = f"{TREE}/build/machine/results/{name}"
         shutil.rmtree(self.results, ignore_errors=True)
@@ -23,7 +23,7 @@ class Stage:
         self.machine = None
         self.reference = None
         self.failures = 0
-        self.bench = Bench(build, options)
+        self.bench = Bench(build)
         self.started = time.monotonic()
         if has_reference:
             self.reference = Reference(build)
@@ -39,8 +39,8 @@ class Stage:
 
     # The machine.
 
-    def boot(self, disk=None):
-        self.machine = Machine(self.bench, self.build, self.ready, disk)
+    def boot(self):
+        self.machine = Machine(self.bench, self.build, self.ready)
         return self.machine
 
     def boot_with_meter(self):
@@ -78,12 +78,52 @@ class Stage:
 
         eventually(f"channel {channel} tells {expected} W", is_told, limit_s)
 
+    def bytes_from(self, port):
+        """How many bytes a sensor has sent."""
+        line = re.search(rf"^{port}: .* sent=(\d+)", self.bench.do("status"), re.M)
+        return int(line[1])
+
+    def comes_up(self, port):
+        """Waits until the sensor that was plugged in is measuring, channel dialog included. How
+        long it took, in the machine's time."""
+        begun_s = self.uptime()
+        begun = self.readings_of(port)
+
+        def is_measuring():
+            self.bench.do("tap", OK_KEY)
+            return self.readings_of(port) >= begun + 2
+
+        eventually(f"{port} measures", is_measuring, pause_s=0.5)
+        return self.uptime() - begun_s
+
+    def readings_of(self, port):
+        if port.startswith("usb"):
+            return self.readings(port)
+        return len(re.findall(r"-> [0-9a-f ]*46 ", self.bench.do("log", port)))
+
+    def await_gone(self, port):
+        """Waits until the meter, too, knows that a USB sensor has been pulled."""
+        eventually(f"{port} is gone", self.usb_is_as_plugged)
+
+    def usb_is_as_plugged(self):
+        """The kernel has the devices that are plugged in, and the meter holds no other one."""
+        plugged = len(re.findall(r"^usb\d: (?!no sensor)", self.bench.do("status"), re.M))
+        known, held = self.machine.do(
+            "cat /sys/bus/usb/devices/*/idVendor | grep -c 1209;"
+            " ls -l /proc/$(cat /run/meter.pid)/fd | grep -c 'usbtmc.*deleted' || true"
+        ).split()
+        return int(known) == plugged and held == "0"
+
     # Pictures.
 
     def picture(self, name):
         file = f"{self.results}/{name}.png"
         self.machine.picture(file)
         return file
+
+    def picture_of_failure(self):
+        if self.machine and self.machine.process.poll() is None:
+            self.picture("failed")
 
     def looks_like_reference(self, name):
         """The machine's screen becomes what the light bench shows."""
@@ -110,7 +150,12 @@ class Stage:
     def strike(self, port, *fault):
         """Sets a fault and waits until it has struck. The machine's time then."""
         self.bench.usb("fault", port, *fault)
-        eventually(f"{fault} strikes", lambda: self.bench.usb("state", port)[1] == "none", LIMIT_S, 0.02)
+        return self.struck_s(port, fault[0])
+
+    def struck_s(self, port, name):
+        """Waits until a fault has struck. The machine's time then."""
+        has_struck = lambda: name not in self.bench.usb("state", port)[1].split()
+        eventually(f"{name} strikes", has_struck, pause_s=0.02)
         return self.uptime()
 
     def recovery_s(self, port, struck_s, more=2):
