@@ -85,8 +85,9 @@ TEST_F(RemoteClients, TheExamplesReadThePowerOfBothChannels) {
 }
 
 TEST_F(RemoteClients, TheExamplesSayWhenNoMeterAnswers) {
-    for (const char* example : {QUORVEL_EXAMPLE_READ_POWER, QUORVEL_EXAMPLES "/read_power.sh",
-                                QUORVEL_EXAMPLES "/read_power.py"}) {
+    for (const char* example :
+         {QUORVEL_EXAMPLE_READ_POWER, QUORVEL_EXAMPLES "/read_power.sh",
+          QUORVEL_EXAMPLES "/read_power.py", QUORVEL_EXAMPLES "/quorvel_8830k.py"}) {
         const Outcome outcome = run(std::string(example) + " 127.0.0.1 1");
         EXPECT_EQ(outcome.status, 1) << example;
         EXPECT_THAT(outcome.output, EndsWith("127.0.0.1 does not answer\n")) << example;
@@ -207,6 +208,23 @@ TEST_F(RemoteClients, PyVisaQueriesWritesAndMeetsErrors) {
                               "failed query: VI_ERROR_TMO\n"
                               "error: -220,\"Parameter error;The channel number is not valid\"\n"
                               "queue: 0,\"No error\"\n");
+}
+
+TEST_F(RemoteClients, ThePyMeasureInstrumentReadsEveryValue) {
+    start({.prepare = [](const std::string& world) {
+        WorldFolder_write(world, instrumentFile::settings, "displayGraph 1\n");
+    }});
+    ASSERT_TRUE(Bench_do(bench, "plug usb1 3162 fwd=100 rfl=1 serial=77012 period=1ms width=250us "
+                                "temp=36.5"));
+    ASSERT_TRUE(chooseChannel(1));
+    ASSERT_TRUE(Bench_waitUntil([this] { return ScpiClient(bench).ask("MEAS:AVER?") == "100"; },
+                                mirrorLimit_ms));
+    const Outcome outcome =
+        run(QUORVEL_PYTHON " " QUORVEL_SYSTEM_TESTS "/pymeasure_session.py " QUORVEL_EXAMPLES
+                           " 127.0.0.1 " +
+            port());
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "");
 }
 
 TEST_F(RemoteClients, NcIsAnsweredBeforeItHangsUp) {
