@@ -22,7 +22,7 @@ int helpAll() {
            "quorvel-bench list                                     the running benches\n"
            "quorvel-bench crowd N [OPTION...]                      N meters that only answer SCPI\n"
            "quorvel-bench help plug | fault | crowd                all that these take\n"
-           "Options of run:\n%s\nCommands:\n%s",
+           "Options of run:\n%sCommands:\n%s",
            RunOptions_help().c_str(), ToolCommand_help().c_str());
     return 0;
 }
