@@ -29,6 +29,12 @@ void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file);
 /// True when an entry's text has a digit: an empty one, or a mere sign or point, is no number.
 bool Dialog_holdsNumber(GtkWidget* entry);
 
+/// Style class of an entry that is refused, until it is changed.
+constexpr char dialogRefusedClass[] = "refused";
+
+/// What a dialog says when the sensor that it is about has been unplugged.
+constexpr char dialogSensorGone[] = "The sensor has gone.";
+
 /// "5132 on Serial1": which of two sensors a dialog is about.
 SensorNameText Dialog_sensorName(uint32_t port);
 

@@ -2,6 +2,7 @@
 
 #include "AppFlags.h"
 #include "CSimpleTimer.h"
+#include "DialogHelpers.h"
 #include "GraphHistory.h"
 #include "GraphSettingsKeypad.h"
 #include "GraphSettingsUtilities.h"
@@ -25,7 +26,6 @@ constexpr uint32_t dBmDigits = 2;
 constexpr double dBmLowest = -60.0;
 constexpr double dBmHighest = 80.0;
 constexpr double milliwattsHighest = 99999999.0;
-constexpr char refusedClass[] = "refused";
 
 /// An entry that holds a power, and the setting behind it.
 struct PowerEntry {
@@ -217,17 +217,18 @@ std::array<GtkWidget*, powerEntries.size() + 1> allEntries() {
 void frameEmptyEntries() {
     for (GtkWidget* entry : allEntries()) {
         const bool answers = gtk_widget_get_sensitive(entry) != 0;
-        setWidgetClass(entry, refusedClass, answers && !Dialog_holdsNumber(entry));
+        setWidgetClass(entry, dialogRefusedClass, answers && !Dialog_holdsNumber(entry));
     }
     setLabelText(widgets.problem, "A number is missing.");
 }
 
 /// An entry that has changed is no longer refused, nor is one that does not answer.
 void unframe(GtkWidget* changed) {
-    setWidgetClass(changed, refusedClass, false);
+    setWidgetClass(changed, dialogRefusedClass, false);
     const auto entries = allEntries();
     if (std::ranges::none_of(entries, [](GtkWidget* entry) {
-            return gtk_style_context_has_class(gtk_widget_get_style_context(entry), refusedClass);
+            return gtk_style_context_has_class(gtk_widget_get_style_context(entry),
+                                               dialogRefusedClass);
         })) {
         setLabelText(widgets.problem, "");
     }

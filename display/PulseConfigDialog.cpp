@@ -52,7 +52,7 @@ bool takeWidgets(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
 
 const char* statusOf(const PULSE_CONFIG_DIALOG* dialog) {
     if (dialog->sensorHasGone) {
-        return "The sensor has gone.";
+        return dialogSensorGone;
     }
     return dialog->isSending ? "Sending to the sensor..." : "";
 }

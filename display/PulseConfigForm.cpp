@@ -12,7 +12,6 @@ namespace {
 
 constexpr char targetClass[] = "target";
 constexpr char selectedClass[] = "selected";
-constexpr char refusedClass[] = "refused";
 
 /// The dialog that the keypad's text goes to.
 PULSE_CONFIG_DIALOG* typingDialog = nullptr;
@@ -209,8 +208,9 @@ void keepTargetUsable(PULSE_CONFIG_DIALOG* dialog) {
 
 /// An entry that was refused has been changed: nothing is told of it any more.
 void forgetRefusal(GtkWidget* entry, gpointer data) {
-    if (gtk_style_context_has_class(gtk_widget_get_style_context(entry), refusedClass) != FALSE) {
-        setWidgetClass(entry, refusedClass, false);
+    if (gtk_style_context_has_class(gtk_widget_get_style_context(entry), dialogRefusedClass) !=
+        FALSE) {
+        setWidgetClass(entry, dialogRefusedClass, false);
         setLabelText(static_cast<PULSE_CONFIG_DIALOG*>(data)->status, "");
     }
 }
@@ -448,7 +448,7 @@ void PulseConfigForm_setFirstTarget(PULSE_CONFIG_DIALOG* dialog) {
 void PulseConfigForm_refuse(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry) {
     PulseConfigForm_setTarget(dialog, entry);
     if (entry != nullptr) {
-        setWidgetClass(entry, refusedClass, true);
+        setWidgetClass(entry, dialogRefusedClass, true);
     }
 }
 

@@ -24,7 +24,6 @@ namespace {
 constexpr char infoFile[] = "./resources/ethInfoDialog.ui";
 constexpr char settingsFile[] = "./resources/ethSettingsDialog.ui";
 constexpr uint32_t addressWait_ms = 3000;
-constexpr char refusedClass[] = "refused";
 constexpr char missingAddress[] = "Address: a static configuration needs one";
 
 struct Part {
@@ -91,9 +90,10 @@ std::array<const char*, ethernetEntryCount> problems{};
 /// Networking is being restarted by a thread, which frees the record at its end.
 std::atomic<bool> isRestarting{false};
 
+std::atomic<bool> restartsStatic{false};
+
 /// What the information dialog shows.
 EthernetStatus shownStatus;
-std::atomic<bool> restartsStatic{false};
 
 void closeParts(std::span<const Part> parts) {
     Dialog_close(&(ethDialogs.*parts[0].widget));
@@ -127,7 +127,7 @@ bool staticIsChosen() {
 void showProblems() {
     const char* told = "";
     for (size_t at = fields.size(); at-- > 0;) {
-        setWidgetClass(ethDialogs.*fields[at].entry, refusedClass, problems[at] != nullptr);
+        setWidgetClass(ethDialogs.*fields[at].entry, dialogRefusedClass, problems[at] != nullptr);
         told = problems[at] != nullptr ? problems[at] : told;
     }
     setLabelText(ethDialogs.ethSettingsProblem, told);

@@ -24,8 +24,6 @@ constexpr std::array<const char*, sensorPortCount> portNames = {"Serial1", "Seri
 /// What stands for the greatest power until the sensor tells its own.
 constexpr float untoldMaxPower_W = 199990.0F;
 
-constexpr char goneText[] = "The sensor has gone.";
-
 GtkWidget* dialog = nullptr;
 
 /// The dialog's lines, as their values' labels are named.
@@ -170,7 +168,7 @@ void showReadings() {
     const SilenceText silence =
         measures ? MeasurementText_silence(sensorPortHandler_getSilence(shown.port))
                  : SilenceText{};
-    setLabelText(labels[lineNote], shown.hasGone ? goneText : silence.text);
+    setLabelText(labels[lineNote], shown.hasGone ? dialogSensorGone : silence.text);
 }
 
 /// What the sensor was stays when it goes.
