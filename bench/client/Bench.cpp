@@ -105,12 +105,6 @@ void stopTool(Bench& bench) {
     bench.tool = 0;
 }
 
-std::optional<ScreenWidget> withoutStyle(const Bench& bench, const std::string& name) {
-    std::optional<ScreenWidget> widget;
-    BenchScreen_one(bench.world, name, widget);
-    return widget;
-}
-
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     for (const std::string_view line : BenchText_split(text, '\n')) {
@@ -221,25 +215,25 @@ std::vector<ScreenWidget> Bench_screen(const Bench& bench) {
 }
 
 std::optional<ScreenWidget> Bench_widget(const Bench& bench, const std::string& name) {
-    const auto widgets = Bench_screen(bench);
-    const ScreenWidget* widget = BenchScreen_find(widgets, name);
-    return widget == nullptr ? std::nullopt : std::optional(*widget);
+    std::optional<ScreenWidget> widget;
+    BenchScreen_one(bench.world, name, widget);
+    return widget;
 }
 
 std::string Bench_labelText(const Bench& bench, const std::string& name) {
-    const auto widget = withoutStyle(bench, name);
+    const auto widget = Bench_widget(bench, name);
     return widget ? widget->text : "(nothing is called " + name + ")";
 }
 
 bool Bench_isVisible(const Bench& bench, const std::string& name) {
-    const auto widget = withoutStyle(bench, name);
+    const auto widget = Bench_widget(bench, name);
     return widget && widget->isVisible;
 }
 
 bool Bench_waitForText(const Bench& bench, const std::string& name, const std::string& text,
                        uint32_t limit_ms) {
     const auto shows = [&] {
-        const auto widget = withoutStyle(bench, name);
+        const auto widget = Bench_widget(bench, name);
         return widget && widget->isVisible && widget->text == text;
     };
     return Bench_waitUntil(shows, limit_ms);
@@ -252,7 +246,8 @@ bool Bench_waitForVisible(const Bench& bench, const std::string& name, bool isVi
 
 bool Bench_waitForShown(const Bench& bench, const std::string& text, uint32_t limit_ms) {
     const auto isShown = [&] {
-        const auto widgets = Bench_screen(bench);
+        std::vector<ScreenWidget> widgets;
+        BenchScreen_named(bench.world, text, widgets);
         return std::ranges::any_of(widgets, [&](const ScreenWidget& widget) {
             return widget.isVisible && widget.text == text;
         });
@@ -261,7 +256,7 @@ bool Bench_waitForShown(const Bench& bench, const std::string& text, uint32_t li
 }
 
 bool Bench_tap(const Bench& bench, const std::string& name) {
-    const auto widget = withoutStyle(bench, name);
+    const auto widget = Bench_widget(bench, name);
     if (!widget || !widget->isVisible) {
         return report(false, "nothing on the screen is called " + name);
     }

@@ -72,32 +72,23 @@ const ScreenWidget* findText(const std::vector<ScreenWidget>& widgets, std::stri
     return found;
 }
 
-template <typename IsWanted>
-std::vector<ScreenWidget> parseThose(std::string_view lines, IsWanted isWanted) {
-    std::vector<ScreenWidget> widgets;
-    for (const std::string_view line : BenchText_split(lines, '\n')) {
-        ScreenWidget widget{};
-        if (isWanted(line) && parseLine(line, widget)) {
-            widgets.push_back(std::move(widget));
-        }
-    }
-    return widgets;
+/// A text that a request cannot carry is looked for in all of them.
+bool fitsRequest(std::string_view text) {
+    constexpr size_t longestText = 1000;
+    return text.size() <= longestText && text.find_first_of("\r\n") == std::string_view::npos;
 }
 
 } // namespace
 
 std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines) {
-    return parseThose(lines, [](std::string_view) { return true; });
-}
-
-std::optional<ScreenWidget> BenchScreen_parseOne(std::string_view lines, std::string_view name) {
-    const bool isEscaped = name.find_first_of("\t\n\\") != std::string_view::npos;
-    const auto isWanted = [&](std::string_view line) {
-        return isEscaped || line.starts_with("0\t") || line.find(name) != std::string_view::npos;
-    };
-    const auto widgets = parseThose(lines, isWanted);
-    const ScreenWidget* widget = BenchScreen_find(widgets, name);
-    return widget == nullptr ? std::nullopt : std::optional(*widget);
+    std::vector<ScreenWidget> widgets;
+    for (const std::string_view line : BenchText_split(lines, '\n')) {
+        ScreenWidget widget{};
+        if (parseLine(line, widget)) {
+            widgets.push_back(std::move(widget));
+        }
+    }
+    return widgets;
 }
 
 bool BenchScreen_picture(const std::string& world, std::string& png) {
@@ -113,13 +104,24 @@ bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widge
     return true;
 }
 
-bool BenchScreen_one(const std::string& world, std::string_view name,
-                     std::optional<ScreenWidget>& widget) {
+bool BenchScreen_named(const std::string& world, std::string_view name,
+                       std::vector<ScreenWidget>& widgets) {
     std::string answer;
-    if (!ask(world, "places", answer)) {
+    if (!ask(world, fitsRequest(name) ? "list " + std::string(name) : "list", answer)) {
         return false;
     }
-    widget = BenchScreen_parseOne(answer, name);
+    widgets = BenchScreen_parse(answer);
+    return true;
+}
+
+bool BenchScreen_one(const std::string& world, std::string_view name,
+                     std::optional<ScreenWidget>& widget) {
+    std::vector<ScreenWidget> widgets;
+    if (!BenchScreen_named(world, name, widgets)) {
+        return false;
+    }
+    const ScreenWidget* found = BenchScreen_find(widgets, name);
+    widget = found == nullptr ? std::nullopt : std::optional(*found);
     return true;
 }
 

@@ -24,20 +24,23 @@ struct ScreenWidget {
     std::string background;
     std::string font; ///< "Sans 10"
     std::string text;
+
+    bool operator==(const ScreenWidget& other) const = default;
 };
 
 /// Reads the lines of the screen channel; a line that is none is left out.
 std::vector<ScreenWidget> BenchScreen_parse(std::string_view lines);
 
-/// The widget that BenchScreen_find would find among all of them; the other lines are not taken
-/// apart.
-std::optional<ScreenWidget> BenchScreen_parseOne(std::string_view lines, std::string_view name);
-
 /// All widgets, parents first. False when the program has no screen (yet).
 bool BenchScreen_list(const std::string& world, std::vector<ScreenWidget>& widgets);
 
-/// The one that BenchScreen_find would find, if there is one, without its colours and font: much
-/// quicker than the list. False when the program has no screen (yet).
+/// The widgets that may be meant by `name`, and the windows: much quicker than the list. False when
+/// the program has no screen (yet).
+bool BenchScreen_named(const std::string& world, std::string_view name,
+                       std::vector<ScreenWidget>& widgets);
+
+/// The one that BenchScreen_find would find, if there is one. False when the program has no screen
+/// (yet).
 bool BenchScreen_one(const std::string& world, std::string_view name,
                      std::optional<ScreenWidget>& widget);
 

@@ -35,6 +35,7 @@ struct Toolkit {
     Found<decltype(gtk_window_list_toplevels)> listToplevels{"gtk_window_list_toplevels"};
     Found<decltype(g_list_free)> freeList{"g_list_free"};
     Found<decltype(g_free)> free{"g_free"};
+    Found<decltype(g_strdup)> copyText{"g_strdup"};
     Found<decltype(g_type_from_name)> typeFromName{"g_type_from_name"};
     Found<decltype(g_type_name_from_instance)> typeName{"g_type_name_from_instance"};
     Found<decltype(g_type_check_instance_is_a)> isA{"g_type_check_instance_is_a"};
@@ -88,83 +89,93 @@ const Toolkit& toolkit() {
     return found;
 }
 
-bool isOfType(GtkWidget* widget, const char* typeName) {
-    const GType type = toolkit().typeFromName(typeName);
-    return type != 0 && toolkit().isA(reinterpret_cast<GTypeInstance*>(widget), type) != FALSE;
-}
+/// A class of widgets, known once the program has made one of them.
+class WidgetClass {
+public:
+    explicit WidgetClass(const char* className) : name(className) {}
+
+    bool has(GtkWidget* widget) {
+        type = type != 0 ? type : toolkit().typeFromName(name);
+        return type != 0 && toolkit().isA(reinterpret_cast<GTypeInstance*>(widget), type) != FALSE;
+    }
+
+private:
+    const char* name;
+    GType type = 0;
+};
 
 /// A text in one column: what would end it is written as "\t", "\n" and "\\".
 void writeText(FILE* output, const char* text) {
-    for (const char* at = text; at != nullptr && *at != '\0'; ++at) {
-        switch (*at) {
-        case '\t':
-            fputs("\\t", output);
-            break;
-        case '\n':
-            fputs("\\n", output);
-            break;
-        case '\\':
-            fputs("\\\\", output);
-            break;
-        default:
-            fputc(*at, output);
+    if (text == nullptr) {
+        return;
+    }
+    for (;;) {
+        const size_t plain = strcspn(text, "\t\n\\");
+        fwrite(text, 1, plain, output);
+        text += plain;
+        if (*text == '\0') {
+            return;
         }
+        fputs(*text == '\t' ? "\\t" : *text == '\n' ? "\\n" : "\\\\", output);
+        ++text;
     }
 }
 
-/// Where a kind of widget keeps the text that a person reads on it.
+/// Where a class of widgets keeps the text that a person reads on it.
 struct TextProperty {
-    const char* type;
+    WidgetClass widgets;
     const char* property;
 };
-constexpr std::array textProperties = {
-    TextProperty{"GtkEntry", "text"},   TextProperty{"GtkButton", "label"},
-    TextProperty{"GtkImage", "file"},   TextProperty{"GtkProgressBar", "text"},
-    TextProperty{"GtkFrame", "label"},  TextProperty{"GtkMessageDialog", "text"},
-    TextProperty{"GtkWindow", "title"},
-};
 
-void writeProperty(FILE* output, void* object, const char* property) {
+char* propertyOf(void* object, const char* property) {
     char* text = nullptr;
     toolkit().getProperty(object, property, &text, static_cast<void*>(nullptr));
-    writeText(output, text);
-    toolkit().free(text);
+    return text;
 }
 
 /// The first column of the row that a cell view shows: what a list's or a drop-down's row reads.
-void writeRowText(FILE* output, GtkCellView* view) {
+char* rowText(GtkCellView* view) {
     GtkTreeModel* const model = toolkit().rowModel(view);
     GtkTreePath* const path = toolkit().displayedRow(view);
     GtkTreeIter row;
+    char* text = nullptr;
     if (model != nullptr && path != nullptr && toolkit().rowIterator(model, &row, path) != FALSE &&
         toolkit().columnType(model, 0) == G_TYPE_STRING) {
-        char* text = nullptr;
         toolkit().rowValues(model, &row, 0, &text, -1);
-        writeText(output, text);
-        toolkit().free(text);
     }
     toolkit().freePath(path);
+    return text;
 }
 
-void writeWidgetText(FILE* output, GtkWidget* widget) {
-    if (isOfType(widget, "GtkCellView")) {
-        writeRowText(output, reinterpret_cast<GtkCellView*>(widget));
-        return;
+/// What a person reads on the widget, to be freed; null for nothing.
+char* textOf(GtkWidget* widget) {
+    static WidgetClass labels("GtkLabel");
+    static WidgetClass cellViews("GtkCellView");
+    static WidgetClass textViews("GtkTextView");
+    static std::array properties = {
+        TextProperty{WidgetClass("GtkEntry"), "text"},
+        TextProperty{WidgetClass("GtkButton"), "label"},
+        TextProperty{WidgetClass("GtkImage"), "file"},
+        TextProperty{WidgetClass("GtkProgressBar"), "text"},
+        TextProperty{WidgetClass("GtkFrame"), "label"},
+        TextProperty{WidgetClass("GtkMessageDialog"), "text"},
+        TextProperty{WidgetClass("GtkWindow"), "title"},
+    };
+    if (labels.has(widget)) { // without its markup
+        return toolkit().copyText(toolkit().labelText(reinterpret_cast<GtkLabel*>(widget)));
     }
-    if (isOfType(widget, "GtkTextView")) {
-        writeProperty(output, toolkit().textBuffer(reinterpret_cast<GtkTextView*>(widget)), "text");
-        return;
+    if (cellViews.has(widget)) {
+        return rowText(reinterpret_cast<GtkCellView*>(widget));
     }
-    if (isOfType(widget, "GtkLabel")) { // without its markup
-        writeText(output, toolkit().labelText(reinterpret_cast<GtkLabel*>(widget)));
-        return;
+    if (textViews.has(widget)) {
+        return propertyOf(toolkit().textBuffer(reinterpret_cast<GtkTextView*>(widget)), "text");
     }
-    for (const TextProperty& row : textProperties) {
-        if (isOfType(widget, row.type)) {
-            writeProperty(output, widget, row.property);
-            return;
+    for (TextProperty& row : properties) {
+        if (row.widgets.has(widget)) {
+            return propertyOf(widget, row.property);
         }
     }
+    return nullptr;
 }
 
 void writeColour(FILE* output, const GdkRGBA& colour) {
@@ -233,7 +244,8 @@ void writeGeometry(FILE* output, GtkWidget* widget) {
 }
 
 const char* activeState(GtkWidget* widget) {
-    if (!isOfType(widget, "GtkToggleButton")) {
+    static WidgetClass toggles("GtkToggleButton");
+    if (!toggles.has(widget)) {
         return "-";
     }
     gboolean isActive = FALSE;
@@ -244,34 +256,56 @@ const char* activeState(GtkWidget* widget) {
 struct Walk {
     FILE* output;
     int depth;
-    bool hasStyles;
+    const char* wanted; ///< null: all
 };
 
-void writeWidget(GtkWidget* widget, void* data) {
-    const Walk walk = *static_cast<const Walk*>(data);
-    FILE* const output = walk.output;
+const char* nameOf(GtkWidget* widget) {
+    return toolkit().name(widget);
+}
+
+const char* builderIdOf(GtkWidget* widget) {
+    return toolkit().builderId(reinterpret_cast<GtkBuildable*>(widget));
+}
+
+bool isSame(const char* one, const char* other) {
+    return one != nullptr && strcmp(one, other) == 0;
+}
+
+/// A window is always wanted: it tells where what is wanted lies.
+bool isWanted(const Walk& walk, GtkWidget* widget, const char* text) {
+    return walk.depth == 0 || walk.wanted == nullptr || isSame(text, walk.wanted) ||
+           isSame(nameOf(widget), walk.wanted) || isSame(builderIdOf(widget), walk.wanted);
+}
+
+void writeLine(FILE* output, int depth, GtkWidget* widget, const char* text) {
     const Toolkit& gtk = toolkit();
-    fprintf(output, "%d\t%s\t", walk.depth, gtk.typeName(reinterpret_cast<GTypeInstance*>(widget)));
-    writeText(output, gtk.name(widget));
+    fprintf(output, "%d\t%s\t", depth, gtk.typeName(reinterpret_cast<GTypeInstance*>(widget)));
+    writeText(output, nameOf(widget));
     fputc('\t', output);
-    writeText(output, gtk.builderId(reinterpret_cast<GtkBuildable*>(widget)));
+    writeText(output, builderIdOf(widget));
     fputc('\t', output);
     writeText(output, gtk.accessibleName(gtk.accessible(widget)));
     fprintf(output, "\t%d\t%d\t%d\t%s\t", gtk.isMapped(widget) != FALSE,
             gtk.isSensitive(widget) != FALSE, gtk.hasFocus(widget) != FALSE, activeState(widget));
     writeGeometry(output, widget);
     fputc('\t', output);
-    if (walk.hasStyles) {
-        writeStyle(output, widget);
-    } else {
-        fputs("\t\t", output);
-    }
+    writeStyle(output, widget);
     fputc('\t', output);
-    writeWidgetText(output, widget);
+    writeText(output, text);
     fputc('\n', output);
-    if (isOfType(widget, "GtkContainer")) {
-        Walk below{output, walk.depth + 1, walk.hasStyles};
-        gtk.forEachChild(reinterpret_cast<GtkContainer*>(widget), writeWidget, &below);
+}
+
+void writeWidget(GtkWidget* widget, void* data) {
+    static WidgetClass containers("GtkContainer");
+    const Walk walk = *static_cast<const Walk*>(data);
+    char* const text = textOf(widget);
+    if (isWanted(walk, widget, text)) {
+        writeLine(walk.output, walk.depth, widget, text);
+    }
+    toolkit().free(text);
+    if (containers.has(widget)) {
+        Walk below{walk.output, walk.depth + 1, walk.wanted};
+        toolkit().forEachChild(reinterpret_cast<GtkContainer*>(widget), writeWidget, &below);
     }
 }
 
@@ -304,7 +338,9 @@ cairo_status_t writeBytes(void* output, const unsigned char* bytes, unsigned len
                : CAIRO_STATUS_WRITE_ERROR;
 }
 
-bool writeWindows(FILE* output, bool hasStyles) {
+} // namespace
+
+bool Screen_list(FILE* output, const char* wanted) {
     if (!toolkit().listToplevels.isThere()) {
         return false;
     }
@@ -312,24 +348,14 @@ bool writeWindows(FILE* output, bool hasStyles) {
     for (const GList* at = windows; at != nullptr; at = at->next) {
         auto* const window = static_cast<GtkWidget*>(at->data);
         giveItsPlace(window);
-        Walk top{output, 0, hasStyles};
+        Walk top{output, 0, wanted};
         writeWidget(window, &top);
     }
     toolkit().freeList(windows);
     return true;
 }
 
-} // namespace
-
-bool Screen_list(FILE* output) {
-    return writeWindows(output, true);
-}
-
-bool Screen_places(FILE* output) {
-    return writeWindows(output, false);
-}
-
-bool Screen_picture(FILE* output) {
+bool Screen_picture(FILE* output, const char* /*wanted*/) {
     const Toolkit& gtk = toolkit();
     if (!gtk.listToplevels.isThere() || !gtk.writePng.isThere()) {
         return false;

@@ -20,10 +20,14 @@
 #include <ctime>
 #include <new>
 #include <pthread.h>
+#include <stdio_ext.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
+
+/// A text to look for is as long as a line of a manual at most.
+constexpr size_t longestRequest = 1024;
 
 /// One request on its way through the main loop. Whoever is the last to let it go frees it, as the
 /// loop may come to it after its asker has given up.
@@ -32,17 +36,17 @@ struct Request {
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t answered = PTHREAD_COND_INITIALIZER;
     bool isAnswered = false;
-    bool (*write)(FILE* output) = nullptr; ///< what is asked for
+    bool (*write)(FILE* output, const char* wanted) = nullptr; ///< what is asked for
+    std::array<char, longestRequest> wanted{};                 ///< empty: all
     char* text = nullptr;
     size_t size = 0;
 };
 
 struct Kind {
     const char* name;
-    bool (*write)(FILE* output);
+    bool (*write)(FILE* output, const char* wanted);
 };
-constexpr std::array kinds = {Kind{"list", Screen_list}, Kind{"places", Screen_places},
-                              Kind{"picture", Screen_picture}};
+constexpr std::array kinds = {Kind{"list", Screen_list}, Kind{"picture", Screen_picture}};
 
 void letGo(Request* request) {
     if (request->users.fetch_sub(1) == 1) {
@@ -63,7 +67,9 @@ int answer(void* data) {
     auto* const request = static_cast<Request*>(data);
     FILE* const output = open_memstream(&request->text, &request->size);
     if (output != nullptr) {
-        request->write(output);
+        __fsetlocking(output, FSETLOCKING_BYCALLER); // nobody else knows it
+        const char* const wanted = request->wanted.data();
+        request->write(output, *wanted == '\0' ? nullptr : wanted);
         fclose(output);
     }
     pthread_mutex_lock(&request->mutex);
@@ -116,10 +122,11 @@ void sendText(int connection, const char* text) {
     sendAll(connection, text, strlen(text));
 }
 
-void sendScreen(int connection, const Kind& kind) {
+void sendScreen(int connection, const Kind& kind, const char* wanted) {
     Request* const request = makeRequest();
     if (request != nullptr) {
         request->write = kind.write;
+        snprintf(request->wanted.data(), request->wanted.size(), "%s", wanted);
     }
     if (request == nullptr || !postToMainLoop(request)) {
         free(request);
@@ -135,17 +142,21 @@ void sendScreen(int connection, const Kind& kind) {
 }
 
 void serve(int connection) {
-    char line[64] = "";
-    const ssize_t count = recv(connection, line, sizeof line - 1, 0);
+    std::array<char, longestRequest> line{};
+    const ssize_t count = recv(connection, line.data(), line.size() - 1, 0);
     if (count > 0) {
-        line[strcspn(line, "\r\n")] = '\0';
+        line[strcspn(line.data(), "\r\n")] = '\0';
+        char* wanted = line.data() + strcspn(line.data(), " ");
+        if (*wanted != '\0') {
+            *wanted++ = '\0';
+        }
         const auto* const kind = std::find_if(kinds.begin(), kinds.end(), [&line](const Kind& row) {
-            return strcmp(line, row.name) == 0;
+            return strcmp(line.data(), row.name) == 0;
         });
         if (kind != kinds.end()) {
-            sendScreen(connection, *kind);
+            sendScreen(connection, *kind, wanted);
         } else {
-            sendText(connection, "error: unknown request; allowed: list, places, picture\n");
+            sendText(connection, "error: unknown request; allowed: list [TEXT], picture\n");
         }
     }
     close(connection);

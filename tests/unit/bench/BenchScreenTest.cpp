@@ -76,16 +76,3 @@ TEST(BenchScreen, ATextIsFoundInTheTopmostWindowThatHasIt) {
     EXPECT_EQ(BenchScreen_find(widgets, "300"), &widgets[5]);
     EXPECT_EQ(BenchScreen_find(widgets, "none"), nullptr);
 }
-
-TEST(BenchScreen, OneIsTheSameAsTheOneFoundAmongAll) {
-    const auto widgets = BenchScreen_parse(listing);
-    for (const char* name : {"single.fwd.value", "chan1", "O\tK\n\\", " 25.000", "main", "48"}) {
-        const ScreenWidget* found = BenchScreen_find(widgets, name);
-        const auto one = BenchScreen_parseOne(listing, name);
-        ASSERT_EQ(one.has_value(), found != nullptr) << name;
-        if (one) {
-            EXPECT_EQ(one->text, found->text) << name;
-            EXPECT_EQ(one->isVisible, found->isVisible) << name;
-        }
-    }
-}
