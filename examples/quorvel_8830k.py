@@ -13,6 +13,7 @@ As a program it prints the readings of both channels:
     channel 2: -220,"Parameter error;No sensor connected on the channel"
 """
 
+import argparse
 import math
 import sys
 
@@ -164,20 +165,18 @@ def describe(channel):
         return str(error)
 
 
-def main(arguments):
-    if not arguments:
-        print(f"usage: {sys.argv[0]} HOST [PORT]", file=sys.stderr)
-        return 2
-    host, port = arguments[0], arguments[1] if len(arguments) > 1 else "5025"
+def main():
+    parser = argparse.ArgumentParser(description="Prints the readings of both channels.")
+    parser.add_argument("host")
+    parser.add_argument("port", nargs="?", default="5025")
+    meant = parser.parse_args()
     try:
-        meter = Quorvel8830K(f"TCPIP::{host}::{port}::SOCKET")
+        meter = Quorvel8830K(f"TCPIP::{meant.host}::{meant.port}::SOCKET")
         for channel in meter.channels.values():
             print(f"channel {channel.number}: {describe(channel)}")
     except (OSError, pyvisa.Error):
-        print(f"{host} does not answer", file=sys.stderr)
-        return 1
-    return 0
+        sys.exit(f"{meant.host} does not answer")
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    main()

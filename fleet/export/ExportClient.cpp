@@ -21,11 +21,11 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using boost::asio::ip::tcp;
 using boost::system::error_code;
-using std::chrono::seconds;
+using namespace std::chrono_literals;
 
-constexpr seconds connectTime(10);
-constexpr seconds sendTime(60);
-constexpr seconds answerTime(60);
+constexpr auto connectTime = 10s;
+constexpr auto sendTime = 60s;
+constexpr auto answerTime = 60s;
 constexpr size_t longestAnswer = 65536;
 constexpr int httpVersion = 11;
 
