@@ -21,6 +21,7 @@ namespace {
 constexpr int64_t storePeriod_ms = 100;
 constexpr size_t summarizedAtOnce = 50; ///< channels
 constexpr int64_t hour_ms = 3'600'000;
+constexpr int64_t settleTime_ms = 60'000; ///< after which a reading is in the file
 
 struct WatchedMeter {
     MeterConfig config;
@@ -173,8 +174,23 @@ void takeFound(Service& service, const std::vector<AnnouncedMeter>& found,
 
 void flush(Service& service) {
     std::string error;
-    FleetDatabase_flush(service.database, error);
+    // What has waited for the file to be well again is stored at once.
+    if (service.trouble.empty()) {
+        FleetDatabase_flushSome(service.database, error);
+    } else {
+        FleetDatabase_flush(service.database, error);
+    }
     tell(service.trouble, service.config->database, error);
+}
+
+/// Readings up to then are in the file. Of a meter that was lost within a row the last one comes
+/// there when the row is to end; but minutes must be made before their readings are removed.
+int64_t settled_ms(const Service& service, int64_t now_ms) {
+    int64_t longest_ms = 0;
+    for (const WatchedMeter& meter : service.meters) {
+        longest_ms = std::max(longest_ms, meter.every_ms);
+    }
+    return now_ms - std::min(settleTime_ms + longest_ms, service.config->keepRaw_ms / 2);
 }
 
 void summarize(Service& service) {
@@ -185,7 +201,8 @@ void summarize(Service& service) {
     const int64_t now_ms = MeterPool_utc_ms(*service.pool);
     std::string error;
     // Only what has become minutes is removed.
-    if (FleetDatabase_summarize(service.database, now_ms, summarizedAtOnce, error)) {
+    if (FleetDatabase_summarize(service.database, settled_ms(service, now_ms), summarizedAtOnce,
+                                error)) {
         FleetDatabase_thin(service.database, now_ms, config.keepRaw_ms, config.keepMinutes_ms,
                            error);
     }
@@ -356,9 +373,8 @@ int end(Service& service) {
         }
     }
     std::string error;
-    const bool isStored = FleetDatabase_flush(service.database, error);
-    const size_t lost =
-        service.database.lost + (isStored ? 0 : service.database.waitingReadings.size());
+    FleetDatabase_flush(service.database, error);
+    const size_t lost = service.database.lost + FleetDatabase_waiting(service.database);
     FleetDatabase_close(service.database);
     if (lost > 0) {
         say(service.config->database + ": " + std::to_string(lost) + " readings are lost" +

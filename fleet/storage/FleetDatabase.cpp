@@ -4,13 +4,19 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <sqlite3.h>
 
 namespace {
 
 constexpr int64_t minute_ms = 60'000;
 constexpr int64_t week_ms = 7 * (24 * (60 * minute_ms));
-constexpr const char* thinnedAtOnce = "1000"; ///< rows, so that nobody waits for long
+// Little at a time, so that nobody waits for long.
+constexpr size_t roundParts = 10;
+constexpr size_t leastPart = 200; ///< readings: so many are stored at once, whatever their channels
+constexpr size_t visitedAtOnce = 20;              ///< sources
+constexpr int64_t thinnedAtOnce = 1000;           ///< rows of a table, or of a source
+constexpr int64_t thinnedRaw = 2 * thinnedAtOnce; ///< rows of all sources
 
 // The view shows readings under the names that every log has.
 constexpr std::array schema{
@@ -43,6 +49,9 @@ constexpr std::array schema{
     "offset_dB REAL NOT NULL, UNIQUE (name, place, offset_dB));"
     "CREATE TABLE export_queue (id INTEGER PRIMARY KEY, source INTEGER NOT NULL, "
     "time_ms INTEGER NOT NULL, labels INTEGER NOT NULL)",
+
+    // Old readings are looked for source by source, which changes fewer pages.
+    "DROP INDEX IF EXISTS raw_by_time",
 };
 
 constexpr const char* insertMinutes =
@@ -51,6 +60,10 @@ constexpr const char* insertMinutes =
     "avg(reflected_W), min(reflected_min_W), max(reflected_max_W), "
     "avg(vswr), max(vswr), avg(frequency_MHz), avg(temperature_C) "
     "FROM raw WHERE source = ?1 AND time_ms >= ?2 AND time_ms < ?3 GROUP BY 1, 2";
+
+constexpr const char* removeRaw =
+    "DELETE FROM raw WHERE source = ?1 AND time_ms IN "
+    "(SELECT time_ms FROM raw WHERE source = ?1 AND time_ms < ?2 ORDER BY time_ms LIMIT ?3)";
 
 std::string insertReadingStatement() {
     std::string places;
@@ -82,7 +95,8 @@ bool prepareAll(FleetDatabase& database, std::string& error) {
            prepare(database, database.newestMinute,
                    "SELECT coalesce(max(time_ms) + 60000, 0) FROM minutes WHERE source = ?",
                    error) &&
-           prepare(database, database.insertMinutes, insertMinutes, error);
+           prepare(database, database.insertMinutes, insertMinutes, error) &&
+           prepare(database, database.removeRaw, removeRaw, error);
 }
 
 void bindSource(const SqliteStatement& statement, const FleetReading& reading) {
@@ -94,8 +108,7 @@ void bindSource(const SqliteStatement& statement, const FleetReading& reading) {
 
 /// The number of a reading's source, which is entered if need be; -1 on failure.
 int64_t sourceOf(FleetDatabase& database, const FleetReading& reading, std::string& error) {
-    const auto key =
-        std::make_tuple(reading.meter, reading.channel, reading.sensor, reading.sensorSerial);
+    const auto key = std::tie(reading.meter, reading.channel, reading.sensor, reading.sensorSerial);
     if (const auto known = database.sources.find(key); known != database.sources.end()) {
         return known->second;
     }
@@ -141,8 +154,24 @@ bool storeEvent(FleetDatabase& database, const FleetEvent& event, std::string& e
     return SqliteFile_step(database.file, database.insertEvent, error);
 }
 
-bool storeWaiting(FleetDatabase& database, std::string& error) {
-    return std::ranges::all_of(database.waitingReadings,
+/// Begins with the readings that have come meanwhile, if all before are stored.
+void beginRound(FleetDatabase& database) {
+    if (database.roundStored < database.round.size()) {
+        return;
+    }
+    database.round.clear();
+    database.round.swap(database.waitingReadings);
+    database.roundStored = 0;
+    database.roundPart = std::max(leastPart, database.round.size() / roundParts + 1);
+    std::ranges::stable_sort(database.round, {}, [](const WaitingReading& waiting) {
+        return std::tie(waiting.reading.meter, waiting.reading.channel);
+    });
+}
+
+/// Stores the round's readings up to the `to`-th, the events, and what the exporter is done with.
+bool storeWaiting(FleetDatabase& database, size_t to, std::string& error) {
+    const auto readings = std::span(database.round).first(to).subspan(database.roundStored);
+    return std::ranges::all_of(readings,
                                [&](const WaitingReading& waiting) {
                                    return storeReading(database, waiting, error);
                                }) &&
@@ -152,23 +181,49 @@ bool storeWaiting(FleetDatabase& database, std::string& error) {
            ExportQueue_removeTaken(database.queue, database.file, error);
 }
 
-template <typename Entry> size_t makeRoom(std::vector<Entry>& waiting) {
-    if (waiting.size() < fleetDatabaseMostWaiting) {
+/// The next `most` readings of the round, and all else, in one transaction.
+bool storePart(FleetDatabase& database, size_t most, std::string& error) {
+    const size_t to =
+        database.roundStored + std::min(most, database.round.size() - database.roundStored);
+    if (to == database.roundStored && database.waitingEvents.empty() &&
+        database.queue.isTakenRemoved) {
+        return true;
+    }
+    if (!SqliteFile_run(database.file, "BEGIN IMMEDIATE", error)) {
+        return false;
+    }
+    const bool isCommitted =
+        storeWaiting(database, to, error) && SqliteFile_run(database.file, "COMMIT", error);
+    ExportQueue_end(database.queue, isCommitted);
+    if (!isCommitted) {
+        std::string ignored; // some failures have rolled back already
+        SqliteFile_run(database.file, "ROLLBACK", ignored);
+        database.sources.clear(); // those that were entered just now are gone again
+        return false;
+    }
+    database.roundStored = to;
+    database.waitingEvents.clear();
+    return true;
+}
+
+/// Gives the oldest up where there are too many. Returns how many.
+template <typename Entry> size_t makeRoom(std::vector<Entry>& entries, size_t count) {
+    if (count < fleetDatabaseMostWaiting) {
         return 0;
     }
-    constexpr size_t part = fleetDatabaseMostWaiting / 100;
-    waiting.erase(waiting.begin(), waiting.begin() + part);
+    const size_t part = std::min(fleetDatabaseMostWaiting / 100, entries.size());
+    entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(part));
     return part;
 }
 
-bool listSources(FleetDatabase& database, std::string& error) {
+bool listSources(const FleetDatabase& database, std::vector<int64_t>& numbers, std::string& error) {
     const SqliteStatement sources =
         SqliteFile_prepare(database.file, "SELECT id FROM sources", error);
     int result = sources ? SQLITE_ROW : SQLITE_ERROR;
     while (result == SQLITE_ROW) {
         result = sqlite3_step(sources.get());
         if (result == SQLITE_ROW) {
-            database.unsummarized.push_back(sqlite3_column_int64(sources.get(), 0));
+            numbers.push_back(sqlite3_column_int64(sources.get(), 0));
         }
     }
     if (result != SQLITE_DONE) {
@@ -189,11 +244,36 @@ bool summarizeSource(FleetDatabase& database, int64_t source, std::string& error
     return SqliteFile_step(database.file, database.insertMinutes, error);
 }
 
+/// Goes round the sources, a few at a time, and stays with one that has many old readings.
+bool thinRaw(FleetDatabase& database, int64_t before_ms, std::string& error) {
+    if (database.unthinned.empty() && !listSources(database, database.unthinned, error)) {
+        return false;
+    }
+    int64_t removed = 0;
+    for (size_t visited = 0;
+         visited < visitedAtOnce && removed < thinnedRaw && !database.unthinned.empty();
+         ++visited) {
+        SqliteFile_bind(database.removeRaw, 1, database.unthinned.back());
+        SqliteFile_bind(database.removeRaw, 2, before_ms);
+        SqliteFile_bind(database.removeRaw, 3, thinnedAtOnce);
+        if (!SqliteFile_step(database.file, database.removeRaw, error)) {
+            return false;
+        }
+        const int64_t count = sqlite3_changes(database.file.get());
+        removed += count;
+        if (count < thinnedAtOnce) {
+            database.unthinned.pop_back();
+        }
+    }
+    return true;
+}
+
 std::string removal(const char* table, const char* key, int64_t before_ms) {
     const std::string name = table;
     const std::string keys = key;
     return "DELETE FROM " + name + " WHERE (" + keys + ") IN (SELECT " + keys + " FROM " + name +
-           " WHERE time_ms < " + std::to_string(before_ms) + " LIMIT " + thinnedAtOnce + ");";
+           " WHERE time_ms < " + std::to_string(before_ms) + " LIMIT " +
+           std::to_string(thinnedAtOnce) + ");";
 }
 
 } // namespace
@@ -205,12 +285,12 @@ bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::s
 }
 
 void FleetDatabase_add(FleetDatabase& database, FleetReading reading, size_t labels) {
-    database.lost += makeRoom(database.waitingReadings);
+    database.lost += makeRoom(database.waitingReadings, FleetDatabase_waiting(database));
     database.waitingReadings.push_back({std::move(reading), labels});
 }
 
 void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event) {
-    makeRoom(database.waitingEvents);
+    makeRoom(database.waitingEvents, database.waitingEvents.size());
     database.waitingEvents.push_back(std::move(event));
 }
 
@@ -220,32 +300,29 @@ void FleetDatabase_noteExported(FleetDatabase& database, int64_t last) {
 }
 
 bool FleetDatabase_flush(FleetDatabase& database, std::string& error) {
-    if (database.waitingReadings.empty() && database.waitingEvents.empty() &&
-        database.queue.isTakenRemoved) {
-        return true;
-    }
-    if (!SqliteFile_run(database.file, "BEGIN IMMEDIATE", error)) {
-        return false;
-    }
-    const bool isCommitted =
-        storeWaiting(database, error) && SqliteFile_run(database.file, "COMMIT", error);
-    ExportQueue_end(database.queue, isCommitted);
-    if (!isCommitted) {
-        std::string ignored; // some failures have rolled back already
-        SqliteFile_run(database.file, "ROLLBACK", ignored);
-        database.sources.clear(); // those that were entered just now are gone again
-        return false;
-    }
-    database.waitingReadings.clear();
-    database.waitingEvents.clear();
+    do {
+        beginRound(database);
+        if (!storePart(database, database.round.size(), error)) {
+            return false;
+        }
+    } while (!database.waitingReadings.empty());
     return true;
 }
 
-bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, size_t most,
+bool FleetDatabase_flushSome(FleetDatabase& database, std::string& error) {
+    beginRound(database);
+    return storePart(database, database.roundPart, error);
+}
+
+size_t FleetDatabase_waiting(const FleetDatabase& database) {
+    return database.waitingReadings.size() + database.round.size() - database.roundStored;
+}
+
+bool FleetDatabase_summarize(FleetDatabase& database, int64_t time_ms, size_t most,
                              std::string& error) {
-    const int64_t minute = now_ms / minute_ms * minute_ms;
+    const int64_t minute = time_ms / minute_ms * minute_ms;
     if (database.unsummarized.empty() && minute > database.summarizedTo_ms) {
-        if (!listSources(database, error)) {
+        if (!listSources(database, database.unsummarized, error)) {
             return false;
         }
         database.summarizedTo_ms = minute;
@@ -267,9 +344,9 @@ bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw
     }
     const int64_t keptFrom_ms =
         std::min(now_ms - keepRaw_ms, ExportQueue_oldest_ms(database.queue));
-    return SqliteFile_run(database.file,
-                          removal("raw", "source, time_ms", keptFrom_ms) +
-                              removal("minutes", "source, time_ms", now_ms - keepMinutes_ms) +
+    return thinRaw(database, keptFrom_ms, error) &&
+           SqliteFile_run(database.file,
+                          removal("minutes", "source, time_ms", now_ms - keepMinutes_ms) +
                               removal("events", "id", now_ms - keepMinutes_ms),
                           error);
 }
@@ -277,7 +354,8 @@ bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw
 void FleetDatabase_close(FleetDatabase& database) {
     for (SqliteStatement* statement :
          {&database.insertReading, &database.insertSource, &database.selectSource,
-          &database.insertEvent, &database.insertMinutes, &database.newestMinute}) {
+          &database.insertEvent, &database.insertMinutes, &database.newestMinute,
+          &database.removeRaw}) {
         statement->reset();
     }
     ExportQueue_close(database.queue);

@@ -6,6 +6,7 @@
 #include "SqliteFile.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <tuple>
@@ -14,6 +15,10 @@
 /// The service's database: readings as they came for days, their minutes (least, mean, greatest)
 /// for years, and events. What is added waits in memory until it is flushed, longer while the file
 /// cannot take it.
+///
+/// Readings lie in the file by their sources: those of a channel on one page, those of a thousand
+/// channels on a thousand. So a reading waits a moment for others of its channel, and each flush
+/// stores those of some channels.
 
 struct FleetEvent {
     int64_t time_ms = 0; ///< UTC
@@ -40,11 +45,16 @@ struct FleetDatabase {
     SqliteStatement insertEvent;
     SqliteStatement newestMinute;
     SqliteStatement insertMinutes;
+    SqliteStatement removeRaw;
     /// Numbers of meter, channel, sensor and its serial number in the table `sources`.
-    std::map<std::tuple<std::string, int, std::string, std::string>, int64_t> sources;
-    std::vector<WaitingReading> waitingReadings;
+    std::map<std::tuple<std::string, int, std::string, std::string>, int64_t, std::less<>> sources;
+    std::vector<WaitingReading> waitingReadings; ///< as they came
+    std::vector<WaitingReading> round;           ///< that came before, by channel
+    size_t roundStored = 0;                      ///< so many of the round
+    size_t roundPart = 0;                        ///< are stored at a time
     std::vector<FleetEvent> waitingEvents;
     std::vector<int64_t> unsummarized; ///< sources whose minutes are to be made
+    std::vector<int64_t> unthinned;    ///< sources in which old readings are to be looked for
     int64_t summarizedTo_ms = 0;       ///< the minute up to which they are
     uint64_t lost = 0;                 ///< readings that the file did not take for too long
 };
@@ -61,13 +71,22 @@ void FleetDatabase_addEvent(FleetDatabase& database, FleetEvent event);
 /// The receiver has all readings of the queue up to this number. It is stored with the next flush.
 void FleetDatabase_noteExported(FleetDatabase& database, int64_t last);
 
-/// Stores all that waits, or nothing of it. False with the reason; it may be tried again. A reading
-/// that is there already is not stored twice.
+/// Stores all that waits. False with the reason; what was not stored waits on, and it may be tried
+/// again. A reading that is there already is not stored twice.
 bool FleetDatabase_flush(FleetDatabase& database, std::string& error);
 
-/// Makes the minutes that are over by now and not yet made, of `most` sources at most, so that
-/// nobody waits for long; to be called again and again. False with the reason.
-bool FleetDatabase_summarize(FleetDatabase& database, int64_t now_ms, size_t most,
+/// Stores the events that wait and, channel by channel, a tenth of the readings, or some hundreds
+/// of them: called ten times a second it keeps none waiting for more than some two seconds. All of
+/// it is stored, or nothing. False as above.
+bool FleetDatabase_flushSome(FleetDatabase& database, std::string& error);
+
+/// Readings that are not stored yet.
+size_t FleetDatabase_waiting(const FleetDatabase& database);
+
+/// Makes the minutes that are over at a time and not yet made, of `most` sources at most, so that
+/// nobody waits for long; to be called again and again. What is stored later with an earlier time
+/// is in no minute. False with the reason.
+bool FleetDatabase_summarize(FleetDatabase& database, int64_t time_ms, size_t most,
                              std::string& error);
 
 /// Removes some of what is older than it is to be kept; to be called again and again. Readings that

@@ -124,6 +124,45 @@ TEST_F(FleetDatabaseTest, OldReadingsGoAndTheirMinutesStay) {
     EXPECT_EQ("8", ask("SELECT count(*) FROM minutes"));
 }
 
+TEST_F(FleetDatabaseTest, OldReadingsOfManySourcesGoLittleByLittle) {
+    constexpr int64_t sources = 50;
+    constexpr int64_t rows = 200; ///< of each, one of them young
+    for (int64_t source = 0; source < sources; ++source) {
+        for (int64_t row = 1; row < rows; ++row) {
+            FleetReading made = reading(start_ms + row, 1);
+            made.meter = std::to_string(source);
+            add(made);
+        }
+        FleetReading young = reading(start_ms + 2 * minute_ms, 1);
+        young.meter = std::to_string(source);
+        add(young);
+    }
+    flush();
+    int64_t left = sources * rows;
+    while (left > sources) {
+        ASSERT_TRUE(
+            FleetDatabase_thin(database, start_ms + 3 * minute_ms, minute_ms, minute_ms, error))
+            << error;
+        const int64_t now = std::stoll(ask("SELECT count(*) FROM raw"));
+        ASSERT_LT(now, left);
+        ASSERT_GT(now, left - 3000); // nobody waits for long
+        left = now;
+    }
+    EXPECT_EQ(sources, left);
+}
+
+TEST_F(FleetDatabaseTest, AnIndexOfEarlierVersionsGoes) {
+    ASSERT_TRUE(SqliteFile_run(
+        database.file, "CREATE INDEX raw_by_time ON raw (time_ms); PRAGMA user_version = 2", error))
+        << error;
+    add(reading(start_ms, 25));
+    flush();
+    kill();
+    EXPECT_EQ("3", ask("PRAGMA user_version"));
+    EXPECT_EQ("0", ask("SELECT count(*) FROM sqlite_schema WHERE name = 'raw_by_time'"));
+    EXPECT_EQ("1", ask("SELECT count(*) FROM readings"));
+}
+
 TEST_F(FleetDatabaseTest, EventsAreStoredInTheirOrder) {
     FleetDatabase_addEvent(database, {start_ms, "20260001", 1, "sensor came", "51\"32', <x>"});
     FleetDatabase_addEvent(database, {start_ms, "20260001", 1, "sensor left", ""});
@@ -161,12 +200,47 @@ TEST_F(FleetDatabaseTest, WhatWasFlushedSurvivesAKill) {
     EXPECT_EQ("ok", ask("PRAGMA integrity_check"));
 }
 
+TEST_F(FleetDatabaseTest, OfManyChannelsSomeAreStoredAtATimeEachWithAllItsReadings) {
+    constexpr int64_t channels = 100;
+    constexpr int64_t rows = 30; ///< of each
+    for (int64_t row = 0; row < rows; ++row) {
+        for (int64_t channel = 0; channel < channels; ++channel) {
+            FleetReading made = reading(start_ms + row, 1);
+            made.meter = std::to_string(channel);
+            add(made);
+        }
+    }
+    FleetDatabase_addEvent(database, {start_ms, "1", 0, "meter came", ""});
+    size_t flushes = 0;
+    for (; FleetDatabase_waiting(database) > 0; ++flushes) {
+        ASSERT_TRUE(FleetDatabase_flushSome(database, error)) << error;
+        if (flushes == 0) {
+            EXPECT_EQ("1", ask("SELECT count(*) FROM events"));
+            EXPECT_EQ("1",
+                      ask("SELECT count(*) >= 10 FROM (SELECT count(*) AS rows FROM raw GROUP BY "
+                          "source) WHERE rows = 30"));
+            add(reading(start_ms + rows, 1)); // which waits for its round
+        }
+        ASSERT_LE(flushes, 20U);
+    }
+    EXPECT_GE(flushes, 10U);
+    EXPECT_EQ(std::to_string(channels * rows + 1), ask("SELECT count(*) FROM raw"));
+}
+
+TEST_F(FleetDatabaseTest, FewReadingsAreStoredAtOnce) {
+    for (int64_t i = 0; i < 100; ++i) {
+        add(reading(start_ms + i, 1, i % 2 == 0 ? 1 : 2));
+    }
+    ASSERT_TRUE(FleetDatabase_flushSome(database, error)) << error;
+    EXPECT_EQ("100", ask("SELECT count(*) FROM raw"));
+}
+
 TEST_F(FleetDatabaseTest, MemoryIsBounded) {
     for (size_t i = 0; i <= fleetDatabaseMostWaiting; ++i) {
         FleetDatabase_add(database, {});
     }
-    EXPECT_LE(database.waitingReadings.size(), fleetDatabaseMostWaiting);
-    EXPECT_EQ(fleetDatabaseMostWaiting + 1, database.waitingReadings.size() + database.lost);
+    EXPECT_LE(FleetDatabase_waiting(database), fleetDatabaseMostWaiting);
+    EXPECT_EQ(fleetDatabaseMostWaiting + 1, FleetDatabase_waiting(database) + database.lost);
 }
 
 } // namespace
