@@ -42,6 +42,7 @@ struct ExportView {
 struct FleetView {
     int64_t time_ms = 0; ///< UTC
     std::vector<MeterView> meters;
+    std::vector<std::string> dropped;   ///< addresses that are watched no more, for who knows them
     std::optional<ExportView> exported; ///< nothing where there is no export
 };
 

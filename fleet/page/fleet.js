@@ -44,7 +44,8 @@ let rows = [];            // of the list, searched and sorted
 let sortKey = 'state';
 let isDescending = false;
 let isListOld = true;
-let shown = null;         // the meter's page: {meter, range, channels, due...}
+let shown = null;         // the meter's page: {name, range, sections, due...}
+let isAllAwaited = true;  // the stream begins with all meters: those of which it says nothing are no more
 
 const $ = id => document.getElementById(id);
 
@@ -413,6 +414,10 @@ async function refreshEvents(page) {
   }));
 }
 
+function showTrouble(text) {
+  setText($('trouble'), text);
+}
+
 // Charts as often as there can be news on them; one question of each kind at a time.
 function refreshMeter(page) {
   const now = performance.now();
@@ -420,7 +425,8 @@ function refreshMeter(page) {
     if (page[isAsking] || now < page[due]) return;
     page[isAsking] = true;
     page[due] = now + period;
-    work(page).catch(error => setText($('link'), error.message)).finally(() => { page[isAsking] = false; });
+    work(page).then(() => showTrouble(''), error => showTrouble(error.message))
+      .finally(() => { page[isAsking] = false; });
   };
   if (page.sections.length > 0) {
     refresh('chartsDue_ms', 'asksCharts', Math.max(SHORTEST_REFRESH_MS, (page.range.step || 0) * 1000), refreshCharts);
@@ -432,11 +438,12 @@ function refreshMeter(page) {
 async function showScreen(page) {
   setText($('screenTrouble'), 'is asked for\u2026');
   const answer = await fetch(`api/meters/${encodeURIComponent(page.name)}/screen`);
+  const told = await (answer.ok ? answer.blob() : answer.json());
   if (page !== shown) return;
-  setText($('screenTrouble'), answer.ok ? '' : (await answer.json()).error);
+  setText($('screenTrouble'), answer.ok ? '' : told.error);
   hideScreen();
   if (answer.ok) {
-    $('screen').src = URL.createObjectURL(await answer.blob());
+    $('screen').src = URL.createObjectURL(told);
     $('screen').hidden = false;
   }
 }
@@ -462,11 +469,20 @@ function closeMeter() {
   $('channels').replaceChildren();
   $('events').replaceChildren();
   setText($('screenTrouble'), '');
+  showTrouble('');
   hideScreen();
 }
 
+function nameAsked() {
+  try {
+    return decodeURIComponent(location.hash.slice(1));
+  } catch {
+    return location.hash.slice(1); // somebody has typed it
+  }
+}
+
 function showWhatIsAsked() {
-  const name = decodeURIComponent(location.hash.slice(1));
+  const name = nameAsked();
   closeMeter();
   $('list').hidden = name !== '';
   $('meter').hidden = name === '';
@@ -484,13 +500,17 @@ function showWhatIsAsked() {
 
 function takeNews(told) {
   clockAhead_ms = Date.parse(told.time) - Date.now();
+  if (isAllAwaited) meters.clear();
+  isAllAwaited = false;
   for (const meter of told.meters) meters.set(meter.address, meter);
+  for (const address of told.dropped || []) meters.delete(address);
   isListOld = true;
 }
 
 function listen() {
   const stream = new EventSource('api/stream');
   stream.onopen = () => {
+    isAllAwaited = true;
     setText($('link'), 'live');
     $('link').className = '';
   };

@@ -102,7 +102,11 @@ std::string FleetJson_fleet(const FleetView& view) {
     for (const MeterView& meter : view.meters) {
         meters.push_back(meterOf(meter, view.time_ms));
     }
-    return textOf({{"time", FleetText_time(view.time_ms)}, {"meters", std::move(meters)}});
+    Json object{{"time", FleetText_time(view.time_ms)}, {"meters", std::move(meters)}};
+    if (!view.dropped.empty()) {
+        object["dropped"] = view.dropped;
+    }
+    return textOf(object);
 }
 
 std::string FleetJson_meter(const MeterView& meter, int64_t now_ms) {

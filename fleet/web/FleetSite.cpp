@@ -22,6 +22,7 @@ constexpr unsigned tooBusy = 503;
 
 /// What of a meter readers have been told last.
 struct ToldMeter {
+    bool isTold = false; ///< to all readers
     bool isThere = false;
     std::array<int64_t, meterChannelCount> times_ms{};
     std::array<MeterChannelState, meterChannelCount> states{};
@@ -54,6 +55,7 @@ WebAnswer refusal(unsigned status, const std::string& why) {
 
 ToldMeter toldOf(const MeterView& meter) {
     ToldMeter told;
+    told.isTold = true;
     told.isThere = meter.isThere;
     for (size_t channel = 0; channel < meter.channels.size(); ++channel) {
         told.times_ms[channel] = meter.channels[channel].reading.time_ms;
@@ -62,12 +64,22 @@ ToldMeter toldOf(const MeterView& meter) {
     return told;
 }
 
-/// Leaves those alone of which readers have been told.
+/// Leaves those alone of which readers have been told, and adds those that are watched no more.
 FleetView changedOf(FleetSite& site, FleetView view) {
-    std::erase_if(view.meters, [&site](const MeterView& meter) {
-        const ToldMeter now = toldOf(meter);
-        return std::exchange(site.told[meter.address], now) == now;
+    std::map<std::string, ToldMeter> now;
+    for (const MeterView& meter : view.meters) {
+        now.emplace(meter.address, toldOf(meter));
+    }
+    for (const auto& [address, told] : site.told) {
+        if (!now.contains(address)) {
+            view.dropped.push_back(address);
+        }
+    }
+    std::erase_if(view.meters, [&site, &now](const MeterView& meter) {
+        const auto told = site.told.find(meter.address);
+        return told != site.told.end() && told->second == now[meter.address];
     });
+    site.told = std::move(now);
     return view;
 }
 
@@ -76,7 +88,7 @@ void publish(FleetSite& site) {
         return;
     }
     const FleetView changed = changedOf(site, site.options.view());
-    if (!changed.meters.empty()) {
+    if (!changed.meters.empty() || !changed.dropped.empty()) {
         WebServer_publish(*site.server, std::make_shared<const std::string>(
                                             "data: " + FleetJson_fleet(changed) + "\n\n"));
         site.toldAt_ms = changed.time_ms;
@@ -216,7 +228,9 @@ void answerRequest(FleetSite& site, const WebTarget& target, const WebReply& rep
     } else if (path[0] == "api" && second == "events" && path.size() == 2) {
         answerEvents(site, target, reply);
     } else if (path[0] == "api" && second == "stream" && path.size() == 2) {
-        site.told.clear(); // who comes now is told of all meters
+        for (auto& [address, told] : site.told) {
+            told.isTold = false; // who comes now is told of all meters
+        }
         reply({.isStream = true});
     } else {
         reply(refusal(notFound, "there is no such address"));

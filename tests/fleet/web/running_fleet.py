@@ -14,9 +14,9 @@ PATIENCE_S = 60
 PORT = 8830
 
 
-def eventually(condition):
-    """What the condition returns once that is true; fails after a minute."""
-    end = time.monotonic() + PATIENCE_S
+def eventually(condition, patience_s=PATIENCE_S):
+    """What the condition returns once that is true; fails after a minute, or as long as it is told."""
+    end = time.monotonic() + patience_s
     while time.monotonic() < end:
         result = condition()
         if result:
@@ -40,12 +40,10 @@ class Fleet:
         self.host = own_network(network) + "1"
         self.database = os.path.join(self.folder.name, "fleet.sqlite")
         self.base = own_network(network) + "2"
+        self.programs = programs
         self.crowd = None
         if meters:
-            self.crowd = subprocess.Popen(
-                [f"{programs}/quorvel-bench", "crowd", str(meters), "--base", self.base, *crowd],
-                stdout=subprocess.DEVNULL,
-            )
+            self.start_crowd(meters, crowd)
         file = os.path.join(self.folder.name, "fleet.toml")
         with open(file, "w", encoding="utf-8") as written:
             written.write(f'database = "{self.database}"\n')
@@ -54,6 +52,12 @@ class Fleet:
         self.words = [f"{programs}/quorvel-fleet", "run", file]
         self.process = None
         self.start()
+
+    def start_crowd(self, meters, options=()):
+        self.crowd = subprocess.Popen(
+            [f"{self.programs}/quorvel-bench", "crowd", str(meters), "--base", self.base, *options],
+            stdout=subprocess.DEVNULL,
+        )
 
     def start(self):
         with open(os.path.join(self.folder.name, "errors"), "ab") as errors:
