@@ -25,17 +25,17 @@ using namespace std::chrono_literals;
 
 constexpr auto connectTime = 10s;
 constexpr auto sendTime = 60s;
-constexpr auto answerTime = 60s;
 constexpr size_t longestAnswer = 65536;
 constexpr int httpVersion = 11;
 
 } // namespace
 
 struct ExportClient : std::enable_shared_from_this<ExportClient> {
-    ExportClient(FleetLoop& loop, const ExportUrl& receiver)
-        : url(receiver), resolver(loop.context), stream(loop.context) {}
+    ExportClient(FleetLoop& loop, const ExportUrl& receiver, int64_t answerTime_ms)
+        : url(receiver), answerTime(answerTime_ms), resolver(loop.context), stream(loop.context) {}
 
     ExportUrl url;
+    std::chrono::milliseconds answerTime;
     tcp::resolver resolver;
     beast::tcp_stream stream;
     beast::flat_buffer buffer;
@@ -96,7 +96,7 @@ void takeAnswer(ExportClient& client) {
 void awaitAnswer(const Client& client) {
     client->answer.emplace();
     client->answer->body_limit(longestAnswer);
-    client->stream.expires_after(answerTime);
+    client->stream.expires_after(client->answerTime);
     http::async_read(client->stream, client->buffer, *client->answer,
                      [client](const error_code& error, size_t) {
                          if (error) {
@@ -170,8 +170,9 @@ void writeRequest(ExportClient& client) {
 
 } // namespace
 
-std::shared_ptr<ExportClient> ExportClient_create(FleetLoop& loop, const ExportUrl& url) {
-    return std::make_shared<ExportClient>(loop, url);
+std::shared_ptr<ExportClient> ExportClient_create(FleetLoop& loop, const ExportUrl& url,
+                                                  int64_t answerTime_ms) {
+    return std::make_shared<ExportClient>(loop, url, answerTime_ms);
 }
 
 void ExportClient_post(ExportClient& client, std::string body,

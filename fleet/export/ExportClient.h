@@ -4,6 +4,7 @@
 #include "ExportUrl.h"
 #include "FleetLoop.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,10 +17,12 @@ struct ExportAnswer {
     std::string text;    ///< what was said, or why none came, in one line
 };
 
-std::shared_ptr<ExportClient> ExportClient_create(FleetLoop& loop, const ExportUrl& url);
+/// An answer is waited for `answerTime_ms`.
+std::shared_ptr<ExportClient> ExportClient_create(FleetLoop& loop, const ExportUrl& url,
+                                                  int64_t answerTime_ms);
 
-/// Sends a gzipped body; `done` is called once, on the loop, within some two minutes. One at a
-/// time.
+/// Sends a gzipped body; `done` is called once, on the loop, after twice the answer's time and some
+/// seconds at the latest. One at a time.
 void ExportClient_post(ExportClient& client, std::string body,
                        std::function<void(const ExportAnswer&)> done);
 

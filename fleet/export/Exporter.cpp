@@ -162,7 +162,8 @@ std::shared_ptr<Exporter> Exporter_start(const std::shared_ptr<FleetLoop>& loop,
     if (!exporter->reader) {
         return nullptr;
     }
-    exporter->client = ExportClient_create(*loop, exporter->options.url);
+    exporter->client =
+        ExportClient_create(*loop, exporter->options.url, exporter->options.answerTime_ms);
     FleetLoop_every(*loop, look_ms, [&exporter = *exporter] {
         if (!exporter.isBusy && now_ms() >= exporter.nextAt_ms) {
             beginBatch(exporter);

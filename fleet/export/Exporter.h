@@ -18,6 +18,7 @@ struct ExporterOptions {
     ExportUrl url;
     std::string database;
     int64_t batch = 0; ///< readings at most
+    int64_t answerTime_ms = 60'000;
     // Called on the loop.
     std::function<void(int64_t last)> taken; ///< the queue is done with up to this number
     /// The receiver does not take this reading, for this reason: it is left out.

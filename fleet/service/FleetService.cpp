@@ -239,14 +239,16 @@ bool startExport(Service& service) {
     const std::string receiver = "export to " + MeterAddress_text(config.url->address);
     service.exporter = Exporter_start(
         service.loop,
-        {*config.url, service.config->database, config.batch,
-         [&service](int64_t last) { FleetDatabase_noteExported(service.database, last); },
-         [&service](const FleetReading& reading, const std::string& why) {
-             refuse(service, reading, why);
-         },
-         [&service, receiver](const std::string& trouble) {
-             tell(service.exportTrouble, receiver, trouble);
-         }},
+        {.url = *config.url,
+         .database = service.config->database,
+         .batch = config.batch,
+         .taken = [&service](int64_t last) { FleetDatabase_noteExported(service.database, last); },
+         .refused = [&service](const FleetReading& reading,
+                               const std::string& why) { refuse(service, reading, why); },
+         .told =
+             [&service, receiver](const std::string& trouble) {
+                 tell(service.exportTrouble, receiver, trouble);
+             }},
         error);
     if (!service.exporter) {
         say(receiver + ": " + error);

@@ -1,13 +1,22 @@
-"""Receivers of the line protocol: one that does as it is told, and VictoriaMetrics."""
+"""Receivers of the line protocol: one that does as it is told, VictoriaMetrics and InfluxDB."""
 
 import gzip
 import http.client
 import http.server
 import json
+import os
 import re
 import signal
 import subprocess
 import threading
+import time
+import urllib.parse
+
+# What a receiver may do instead of answering with a status; the lines are taken.
+HANG_UP = None
+HALF_ANSWER = "half"  # and hang up
+SLOW_ANSWER = "slow"  # but success
+SLOWNESS_S = 3
 
 
 def unescape(text):
@@ -26,7 +35,7 @@ def parse(line):
 
 
 class Receiver:
-    """Takes batches; `answer(lines, count)` is the status of each, or None for hanging up."""
+    """Takes batches; `answer(lines, count)` is the status of each, or one of those above."""
 
     def __init__(self, host, answer=lambda lines, count: 204):
         self.host = host
@@ -67,12 +76,18 @@ class Receiver:
             self.headers, self.target = request.headers, request.path
             self.batches.append(len(lines))
             status = self.answer(lines, len(self.batches))
-            if status is None or 200 <= status < 300:
+            is_kept = status in (HANG_UP, HALF_ANSWER, SLOW_ANSWER) or 200 <= status < 300
+            if is_kept:
                 self.lines += lines
-        if status is None:
+        if status == HALF_ANSWER:
+            request.wfile.write(b"HTTP/1.1 204 No Content\r\nContent-Le")
+        if status in (HANG_UP, HALF_ANSWER):
             request.close_connection = True
             return
-        text = b"why" if status >= 300 else b""
+        if status == SLOW_ANSWER:
+            time.sleep(SLOWNESS_S)
+            status = 204
+        text = b"" if is_kept else b"why"
         request.send_response(status)
         request.send_header("Content-Length", str(len(text)))
         request.end_headers()
@@ -85,16 +100,14 @@ class Receiver:
             self.server = None
 
 
-class VictoriaMetrics:
-    """Debian's, with its data in a folder. What comes twice, as after a lost answer, it keeps once."""
+class Debians:
+    """A real receiver, with its data in a folder; `words` start it."""
 
-    def __init__(self, host, folder):
+    target = ""  # where readings are written to
+
+    def __init__(self, host, words):
         self.address = f"{host}:8428"
-        self.words = [
-            "victoria-metrics", f"-httpListenAddr={self.address}", f"-storageDataPath={folder}",
-            "-retentionPeriod=100y", "-dedup.minScrapeInterval=1ms",
-            "-search.latencyOffset=0s", "-loggerLevel=ERROR", "-memory.allowedBytes=100000000",
-        ]
+        self.words = words
         self.process = None
 
     def start(self):
@@ -107,16 +120,30 @@ class VictoriaMetrics:
             self.process.wait()
             self.process = None
 
-    def ask(self, path):
+    def ask(self, path, method="GET"):
+        """Its answer, None where it is not there."""
         connection = http.client.HTTPConnection(self.address, timeout=60)
         try:
-            connection.request("GET", path)
+            connection.request(method, path)
             answer = connection.getresponse()
             return answer.read().decode() if answer.status == 200 else None
         except OSError:
             return None
         finally:
             connection.close()
+
+
+class VictoriaMetrics(Debians):
+    """What comes twice, as after a lost answer, it keeps once."""
+
+    target = "/write?precision=ms"
+
+    def __init__(self, host, folder):
+        super().__init__(host, [
+            "victoria-metrics", f"-httpListenAddr={host}:8428", f"-storageDataPath={folder}",
+            "-retentionPeriod=100y", "-dedup.minScrapeInterval=1ms",
+            "-search.latencyOffset=0s", "-loggerLevel=ERROR", "-memory.allowedBytes=100000000",
+        ])
 
     def readings(self):
         """All forward powers as (meter, channel, time, value), each as often as it is there."""
@@ -128,3 +155,36 @@ class VictoriaMetrics:
             found += [(labels["meter"], labels["channel"], time, value)
                       for time, value in zip(row["timestamps"], row["values"])]
         return found
+
+
+class InfluxDB(Debians):
+    """Of two readings with the same tags and time it keeps the later one."""
+
+    target = "/write?db=fleet&precision=ms"
+
+    def __init__(self, host, folder):
+        file = os.path.join(folder, "influxdb.conf")
+        with open(file, "w", encoding="ascii") as written:
+            written.write(
+                f'reporting-disabled = true\nbind-address = "{host}:8088"\n'
+                f'[meta]\ndir = "{folder}/meta"\n[monitor]\nstore-enabled = false\n'
+                f'[data]\ndir = "{folder}/data"\nwal-dir = "{folder}/wal"\n'
+                f'[http]\nbind-address = "{host}:8428"\nlog-enabled = false\n')
+        super().__init__(host, ["influxd", "-config", file])
+
+    def query(self, text, method="GET"):
+        words = urllib.parse.urlencode({"db": "fleet", "epoch": "ms", "q": text})
+        return self.ask("/query?" + words, method)
+
+    def start(self):
+        super().start()
+        end = time.monotonic() + 60
+        while self.query("CREATE DATABASE fleet", "POST") is None and time.monotonic() < end:
+            time.sleep(0.05)
+
+    def readings(self):
+        """As above."""
+        told = self.query("SELECT forward_W FROM quorvel GROUP BY meter, channel") or '{"results":[]}'
+        return [(series["tags"]["meter"], series["tags"]["channel"], time, value)
+                for result in json.loads(told)["results"] for series in result.get("series", [])
+                for time, value in series["values"]]
