@@ -14,8 +14,6 @@ struct Geometry : Screens {
     using Screens::read;
 };
 
-constexpr int smallestTarget = 48;
-
 struct LongestTexts {
     float fwd_W;
     float rfl_W;
@@ -107,21 +105,6 @@ TEST_F(Geometry, NoConnectionScreensKeepTheirTextsApart) {
         expectInOrder();
         CGTKNoConnectionDisplay_setSensorError_withPort(display, "USB1");
         expectInOrder();
-    }
-}
-
-TEST_F(Geometry, EveryKeyIsLargeEnoughForAFinger) {
-    for (const CwScreen& screen : cwScreens) {
-        Gui_showScreen(screen.instance);
-        read(screen.instance, 25.0F, 0.5F);
-        const std::vector<GtkWidget*> keys = Gui_shownWidgets(GTK_TYPE_BUTTON);
-        EXPECT_GE(keys.size(), 12U) << screen.name;
-        for (GtkWidget* key : keys) {
-            EXPECT_GE(gtk_widget_get_allocated_width(key), smallestTarget)
-                << gtk_widget_get_name(key);
-            EXPECT_GE(gtk_widget_get_allocated_height(key), smallestTarget)
-                << gtk_widget_get_name(key);
-        }
     }
 }
 
@@ -261,8 +244,8 @@ TEST_F(Geometry, ASilenceStandsBesideTheSensorsNameHoweverLongThatIs) {
 
 class PulseGeometry : public PulseScreens {
 protected:
-    /// Calls the check on every page that the screens have, in watts and dBm, with the longest
-    /// readings and with usual ones.
+    /// Calls check(const CGTKPulseDisplay&) on every page that the screens have, in watts and dBm,
+    /// with the longest readings and with usual ones.
     template <typename Check> static void onEveryPage(Check check) {
         for (const bool isTriggered : {false, true}) {
             setTriggered(isTriggered, 4);
@@ -283,16 +266,20 @@ private:
             Gui_showScreen(screen.instance);
             read(measurements, screen.instance);
             CGTKPulseDisplay* display = displayOf(screen.instance);
-            turnTo(display->pGridAttr);
-            check();
-            turnTo(isTriggered ? display->pGridState : display->pGridGated);
-            check();
+            for (GtkWidget* page :
+                 {display->pGridAttr, isTriggered ? display->pGridState : display->pGridGated}) {
+                SCOPED_TRACE(testing::Message()
+                             << "screen " << screen.instance << ", triggered " << isTriggered
+                             << ", page " << gtk_widget_get_name(page));
+                turnTo(page);
+                check(*display);
+            }
         }
     }
 };
 
 TEST_F(PulseGeometry, NothingOverlapsOrLeavesTheScreenWhateverIsRead) {
-    onEveryPage([] { expectPartsApart(); });
+    onEveryPage([](const CGTKPulseDisplay&) { expectPartsApart(); });
 }
 
 TEST_F(PulseGeometry, ASilenceStandsBesideTheSensorsNameHoweverLongThatIs) {
@@ -305,21 +292,6 @@ TEST_F(PulseGeometry, ASilenceStandsBesideTheSensorsNameHoweverLongThatIs) {
             expectRoomForTheSign(screen.instance);
         }
     }
-}
-
-TEST_F(PulseGeometry, EveryKeyAndTabIsLargeEnoughForAFinger) {
-    onEveryPage([] {
-        for (GtkWidget* key : Gui_shownWidgets(GTK_TYPE_BUTTON)) {
-            EXPECT_GE(gtk_widget_get_allocated_width(key), smallestTarget)
-                << gtk_widget_get_name(key);
-            EXPECT_GE(gtk_widget_get_allocated_height(key), smallestTarget)
-                << gtk_widget_get_name(key);
-        }
-        // A tab's frame is what a finger meets.
-        GtkWidget* tab = Gui_widget("pulse.tabValues");
-        EXPECT_GE(gtk_widget_get_allocated_height(tab) + 4, smallestTarget);
-        EXPECT_GE(gtk_widget_get_allocated_width(tab), smallestTarget);
-    });
 }
 
 TEST_F(PulseGeometry, ValuesFillTheirPlacesAndNeverMoveThem) {
@@ -535,42 +507,52 @@ TEST_F(PulseGeometry, TheTitleRowIsThatOfTheOtherScreens) {
     }
 }
 
-TEST_F(PulseGeometry, ScreensLookAsTheDesignAsks) {
+TEST_F(PulseGeometry, ThePulsesValuesStandOnTheBaseLinesOfTheirCaptionsAndUnits) {
     for (const PulseScreen& screen : pulseScreens) {
-        CGTKPulseDisplay* display = displayOf(screen.instance);
+        SCOPED_TRACE(screen.instance);
         Gui_showScreen(screen.instance);
-        for (GtkWidget* page : {display->pGridAttr, display->pGridGated, display->pGridState}) {
-            CGTKPowerDisplay_setup(display, page == display->pGridState ? modeSingleMulti
-                                                                        : modeSingleSimple);
-            turnTo(page);
-            Gui_settle();
-            Look_expectShown(display->power.container);
+        read(readings(), screen.instance);
+        const CGTKPulseDisplay& display = *displayOf(screen.instance);
+        for (const gtkPowerDisplay_PulseValue* line :
+             {&display.period, &display.repeat, &display.width, &display.dutyCycleVal,
+              &display.frequency}) {
+            EXPECT_NEAR(Look_baseLine(line->label), Look_baseLine(line->value), 1);
+            EXPECT_NEAR(Look_baseLine(line->unitsButtonLabel), Look_baseLine(line->value), 1);
         }
-        turnTo(display->pGridAttr);
-        Gui_settle();
-        expectScaleOrder(display->power.scaleControlsFwd);
-        expectScaleOrder(display->power.scaleControlsRfl);
     }
 }
 
-TEST_F(PulseGeometry, ScaleKeysOfStatesAndGateStandInTheOrderOfAllOthers) {
-    configuration_setPowerUnitsIsdBm(false);
-    for (const bool isTriggered : {false, true}) {
-        setTriggered(isTriggered, pulseStateCount);
-        for (const PulseScreen& screen : pulseScreens) {
-            CGTKPulseDisplay* display = displayOf(screen.instance);
-            Gui_showScreen(screen.instance);
-            read(longestReadings(), screen.instance);
-            turnTo(isTriggered ? display->pGridState : display->pGridGated);
-            Look_expectShown(display->power.container);
-            if (!isTriggered) {
-                expectScaleOrder(display->scaleControlsGatedPower);
-                continue;
-            }
-            for (const gtkPowerDisplay_PulseState& state : display->stateArray) {
-                expectScaleOrder(state.scaleControls);
-            }
-        }
+/// The scale keys of what is shown, which are hidden in dBm.
+void expectScaleOrders(const CGTKPulseDisplay& display) {
+    std::vector<const CGTKScaleControls*> groups = {&display.power.scaleControlsFwd,
+                                                    &display.power.scaleControlsRfl,
+                                                    &display.scaleControlsGatedPower};
+    for (const gtkPowerDisplay_PulseState& state : display.stateArray) {
+        groups.push_back(&state.scaleControls);
+    }
+    std::erase_if(groups, [](const CGTKScaleControls* group) {
+        return !gtk_widget_get_mapped(group->gtkScaleUp);
+    });
+    EXPECT_EQ(groups.empty(), configuration_getPowerUnitsIsdBm());
+    for (const CGTKScaleControls* group : groups) {
+        expectScaleOrder(*group);
+    }
+}
+
+TEST_F(PulseGeometry, ScreensLookAsTheDesignAsks) {
+    onEveryPage([](const CGTKPulseDisplay& display) {
+        Look_expectShown(display.power.container);
+        expectScaleOrders(display);
+    });
+}
+
+TEST_F(PulseGeometry, APageWithoutStatesLooksAsTheDesignAsks) {
+    setTriggered(true, 0);
+    for (const PulseScreen& screen : pulseScreens) {
+        Gui_showScreen(screen.instance);
+        read(readings(), screen.instance);
+        turnTo(displayOf(screen.instance)->pGridState);
+        Look_expectShown(displayOf(screen.instance)->power.container);
     }
 }
 

@@ -251,7 +251,12 @@ GdkPixbuf* Gui_picture() {
 
 double Gui_contrast(GtkWidget* widget) {
     GdkPixbuf* picture = Gui_picture();
-    const GdkRectangle place = Gui_place(widget);
+    const double contrast = Gui_contrastIn(picture, Gui_place(widget));
+    g_object_unref(picture);
+    return contrast;
+}
+
+double Gui_contrastIn(GdkPixbuf* picture, const GdkRectangle& place) {
     std::map<std::array<guchar, 3>, int> counts;
     for (int y = std::max(place.y, 0); y < std::min(place.y + place.height, screenHeight); ++y) {
         for (int x = std::max(place.x, 0); x < std::min(place.x + place.width, screenWidth); ++x) {
@@ -261,7 +266,6 @@ double Gui_contrast(GtkWidget* widget) {
             ++counts[{pixel[0], pixel[1], pixel[2]}];
         }
     }
-    g_object_unref(picture);
     const auto ground =
         std::ranges::max_element(counts, {}, [](const auto& colour) { return colour.second; });
     double best = 1;

@@ -56,6 +56,9 @@ GdkPixbuf* Gui_picture();
 /// the colour that fills most of its place and the one that differs most from that, 1 to 21.
 double Gui_contrast(GtkWidget* widget);
 
+/// The same of a place on a picture of the screen.
+double Gui_contrastIn(GdkPixbuf* picture, const GdkRectangle& place);
+
 /// Writes what the X server shows into a PNG file.
 bool Gui_savePicture(const std::string& file);
 

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -35,9 +34,26 @@ inline std::vector<GtkWidget*> Look_shownIn(GtkWidget* root) {
 }
 
 inline std::string Look_nameOf(GtkWidget* widget) {
-    return GTK_IS_LABEL(widget) ? std::string(gtk_widget_get_name(widget)) + " \"" +
-                                      gtk_label_get_text(GTK_LABEL(widget)) + "\""
-                                : gtk_widget_get_name(widget);
+    const char* text = GTK_IS_LABEL(widget)   ? gtk_label_get_text(GTK_LABEL(widget))
+                       : GTK_IS_ENTRY(widget) ? gtk_entry_get_text(GTK_ENTRY(widget))
+                                              : "";
+    return std::string(gtk_widget_get_name(widget)) + " \"" + text + "\"";
+}
+
+/// A tab of a notebook, by the label on it.
+inline bool Look_isTab(GtkWidget* widget) {
+    GtkWidget* parent = gtk_widget_get_parent(widget);
+    if (parent == nullptr || !GTK_IS_NOTEBOOK(parent)) {
+        return false;
+    }
+    GtkNotebook* notebook = GTK_NOTEBOOK(parent);
+    for (int page = 0; page < gtk_notebook_get_n_pages(notebook); ++page) {
+        if (gtk_notebook_get_tab_label(notebook, gtk_notebook_get_nth_page(notebook, page)) ==
+            widget) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// What a finger can aim at. A list is one target, with its key inside it.
@@ -45,13 +61,27 @@ inline std::vector<GtkWidget*> Look_targetsIn(GtkWidget* root) {
     std::vector<GtkWidget*> targets = Look_shownIn(root);
     std::erase_if(targets, [](GtkWidget* widget) {
         GtkWidget* parent = gtk_widget_get_parent(widget);
-        const bool isTarget =
-            GTK_IS_BUTTON(widget) || GTK_IS_ENTRY(widget) || GTK_IS_COMBO_BOX(widget);
+        const bool isTarget = GTK_IS_BUTTON(widget) || GTK_IS_ENTRY(widget) ||
+                              GTK_IS_COMBO_BOX(widget) || Look_isTab(widget);
         const bool isInside =
             parent != nullptr && gtk_widget_get_ancestor(parent, GTK_TYPE_COMBO_BOX) != nullptr;
         return !isTarget || isInside;
     });
     return targets;
+}
+
+/// Where a finger meets a target. A tab has a frame around its label, which is no widget.
+inline GdkRectangle Look_placeOfTarget(GtkWidget* target) {
+    constexpr int frame_px = 1;
+    constexpr int lowerFrame_px = 3;
+    GdkRectangle place = Gui_place(target);
+    if (Look_isTab(target)) {
+        place.x -= frame_px;
+        place.y -= frame_px;
+        place.width += 2 * frame_px;
+        place.height += frame_px + lowerFrame_px;
+    }
+    return place;
 }
 
 /// The way between two places, the longer of the horizontal and the vertical one.
@@ -66,41 +96,141 @@ inline void Look_expectTargets(GtkWidget* root) {
     const std::vector<GtkWidget*> targets = Look_targetsIn(root);
     EXPECT_FALSE(targets.empty());
     for (size_t i = 0; i < targets.size(); ++i) {
-        const GdkRectangle place = Gui_place(targets[i]);
+        const GdkRectangle place = Look_placeOfTarget(targets[i]);
         EXPECT_GE(place.width, lookTarget_px) << Look_nameOf(targets[i]);
         EXPECT_GE(place.height, lookTarget_px) << Look_nameOf(targets[i]);
         for (size_t j = i + 1; j < targets.size(); ++j) {
-            EXPECT_GE(Look_gap(place, Gui_place(targets[j])), lookGap_px)
+            EXPECT_GE(Look_gap(place, Look_placeOfTarget(targets[j])), lookGap_px)
                 << Look_nameOf(targets[i]) << " and " << Look_nameOf(targets[j]);
         }
     }
 }
 
-/// Every text is large enough, differs from its ground, and is whole. What does not answer may be
-/// faint.
-inline void Look_expectTexts(GtkWidget* root) {
-    int texts = 0;
+/// What a label paints, on the screen.
+inline GdkRectangle Look_inkOf(GtkWidget* label) {
+    PangoRectangle ink{};
+    pango_layout_get_pixel_extents(gtk_label_get_layout(GTK_LABEL(label)), &ink, nullptr);
+    int x = 0;
+    int y = 0;
+    gtk_label_get_layout_offsets(GTK_LABEL(label), &x, &y);
+    GtkAllocation place{};
+    gtk_widget_get_allocation(label, &place);
+    const GdkRectangle onScreen = Gui_place(label);
+    return {onScreen.x - place.x + x + ink.x, onScreen.y - place.y + y + ink.y, ink.width,
+            ink.height};
+}
+
+/// A text on the screen: what it paints, and the room that its widget has for it.
+struct LookText {
+    GtkWidget* widget;
+    int lineHeight;
+    GdkRectangle ink;
+    GdkRectangle room;
+};
+
+inline int Look_lineHeight(PangoLayout* layout) {
+    int height = 0;
+    pango_layout_get_pixel_size(layout, nullptr, &height);
+    return height / pango_layout_get_line_count(layout);
+}
+
+inline LookText Look_labelText(GtkWidget* label) {
+    PangoLayout* layout = gtk_label_get_layout(GTK_LABEL(label));
+    EXPECT_EQ(pango_layout_is_ellipsized(layout), FALSE) << Look_nameOf(label);
+    return {label, Look_lineHeight(layout), Look_inkOf(label), Gui_place(label)};
+}
+
+/// A widget's place without its frame and the padding inside it.
+inline GdkRectangle Look_contentOf(GtkWidget* widget) {
+    GtkStyleContext* style = gtk_widget_get_style_context(widget);
+    const GtkStateFlags state = gtk_style_context_get_state(style);
+    GtkBorder frame{};
+    GtkBorder padding{};
+    gtk_style_context_get_border(style, state, &frame);
+    gtk_style_context_get_padding(style, state, &padding);
+    const GdkRectangle place = Gui_place(widget);
+    return {place.x + frame.left + padding.left, place.y + frame.top + padding.top,
+            place.width - frame.left - padding.left - frame.right - padding.right,
+            place.height - frame.top - padding.top - frame.bottom - padding.bottom};
+}
+
+inline LookText Look_entryText(GtkWidget* entry) {
+    PangoLayout* layout = gtk_entry_get_layout(GTK_ENTRY(entry));
+    PangoRectangle ink{};
+    pango_layout_get_pixel_extents(layout, &ink, nullptr);
+    int x = 0;
+    int y = 0;
+    gtk_entry_get_layout_offsets(GTK_ENTRY(entry), &x, &y);
+    const GdkRectangle place = Gui_place(entry);
+    return {entry,
+            Look_lineHeight(layout),
+            {place.x + x + ink.x, place.y + y + ink.y, ink.width, ink.height},
+            Look_contentOf(entry)};
+}
+
+/// The line of a list, and what its key shows of it. Where its letters stand nobody tells: they
+/// begin at the left, in the middle of the height.
+inline LookText Look_cellText(GtkWidget* cell) {
+    const GdkRectangle room = Gui_place(cell);
+    GtkTreePath* path = gtk_cell_view_get_displayed_row(GTK_CELL_VIEW(cell));
+    GtkTreeModel* model = gtk_cell_view_get_model(GTK_CELL_VIEW(cell));
+    GtkTreeIter row;
+    if (path == nullptr || !gtk_tree_model_get_iter(model, &row, path)) {
+        gtk_tree_path_free(path);
+        return {cell, 0, {}, room};
+    }
+    gtk_tree_path_free(path);
+    gchar* text = nullptr;
+    gtk_tree_model_get(model, &row, 0, &text, -1);
+    PangoLayout* layout = gtk_widget_create_pango_layout(cell, text);
+    g_free(text);
+    PangoRectangle ink{};
+    pango_layout_get_pixel_extents(layout, &ink, nullptr);
+    const int lineHeight = Look_lineHeight(layout);
+    const LookText seen = {
+        cell,
+        lineHeight,
+        {room.x + ink.x, room.y + (room.height - lineHeight) / 2 + ink.y, ink.width, ink.height},
+        room};
+    g_object_unref(layout);
+    return seen;
+}
+
+/// All texts of a window or screen; those of text views are looked at by themselves.
+inline std::vector<LookText> Look_textsIn(GtkWidget* root) {
+    std::vector<LookText> texts;
     for (GtkWidget* widget : Look_shownIn(root)) {
-        if (!GTK_IS_LABEL(widget)) {
-            continue;
-        }
-        PangoLayout* layout = gtk_label_get_layout(GTK_LABEL(widget));
-        PangoRectangle ink{};
-        PangoRectangle logical{};
-        pango_layout_get_pixel_extents(layout, &ink, &logical);
-        if (ink.width == 0) {
-            continue;
-        }
-        ++texts;
-        EXPECT_GE(logical.height / pango_layout_get_line_count(layout), lookText_px)
-            << Look_nameOf(widget);
-        EXPECT_EQ(pango_layout_is_ellipsized(layout), FALSE) << Look_nameOf(widget);
-        EXPECT_LE(ink.width, gtk_widget_get_allocated_width(widget)) << Look_nameOf(widget);
-        if (gtk_widget_is_sensitive(widget) != FALSE) {
-            EXPECT_GE(Gui_contrast(widget), lookContrast) << Look_nameOf(widget);
+        if (GTK_IS_LABEL(widget)) {
+            texts.push_back(Look_labelText(widget));
+        } else if (GTK_IS_ENTRY(widget)) {
+            texts.push_back(Look_entryText(widget));
+        } else if (GTK_IS_CELL_VIEW(widget)) {
+            texts.push_back(Look_cellText(widget));
         }
     }
-    EXPECT_GT(texts, 0);
+    std::erase_if(texts, [](const LookText& text) { return text.ink.width == 0; });
+    return texts;
+}
+
+/// Every text is large enough, differs from its ground, and is whole: figures may fill more than
+/// their line, but nothing leaves the window. What does not answer may be faint.
+inline void Look_expectTexts(GtkWidget* root) {
+    GdkPixbuf* picture = Gui_picture();
+    const GdkRectangle window = Gui_place(gtk_widget_get_toplevel(root));
+    const std::vector<LookText> texts = Look_textsIn(root);
+    EXPECT_FALSE(texts.empty());
+    for (const LookText& text : texts) {
+        const std::string name = Look_nameOf(text.widget);
+        EXPECT_GE(text.lineHeight, lookText_px) << name;
+        EXPECT_LE(text.ink.width, text.room.width) << name;
+        EXPECT_GE(text.ink.x, std::max(text.room.x - 1, window.x)) << name;
+        EXPECT_GE(text.ink.y, window.y) << name;
+        EXPECT_LE(text.ink.y + text.ink.height, window.y + window.height) << name;
+        if (gtk_widget_is_sensitive(text.widget) != FALSE) {
+            EXPECT_GE(Gui_contrastIn(picture, text.room), lookContrast) << name;
+        }
+    }
+    g_object_unref(picture);
 }
 
 /// Written text in a view: large enough, different from its ground, and whole where it is not cut
@@ -123,20 +253,6 @@ inline void Look_expectTextView(GtkWidget* view) {
         EXPECT_LE(bottom, gtk_widget_get_allocated_height(view)) << Look_nameOf(view);
     }
     EXPECT_GE(Gui_contrast(view), lookContrast) << Look_nameOf(view);
-}
-
-/// What a label paints, on the screen.
-inline GdkRectangle Look_inkOf(GtkWidget* label) {
-    PangoRectangle ink{};
-    pango_layout_get_pixel_extents(gtk_label_get_layout(GTK_LABEL(label)), &ink, nullptr);
-    int x = 0;
-    int y = 0;
-    gtk_label_get_layout_offsets(GTK_LABEL(label), &x, &y);
-    GtkAllocation place{};
-    gtk_widget_get_allocation(label, &place);
-    const GdkRectangle onScreen = Gui_place(label);
-    return {onScreen.x - place.x + x + ink.x, onScreen.y - place.y + y + ink.y, ink.width,
-            ink.height};
 }
 
 /// What a key's picture paints, on the screen.
@@ -167,18 +283,14 @@ inline GdkRectangle Look_inkOfPicture(GtkWidget* image) {
             bottom - top + 1};
 }
 
-/// A picture that is a word.
-inline bool Look_isWritten(GtkWidget* image, GtkWidget* key) {
-    return GTK_IS_IMAGE(image) && strstr(gtk_widget_get_name(key), "Auto") != nullptr;
-}
-
-/// The words on a key keep away from the key's edges.
+/// The words and pictures on a key keep away from the key's edges.
 inline void Look_expectRoomAround(GtkWidget* key) {
     const GdkRectangle place = Gui_place(key);
     for (GtkWidget* widget : Look_shownIn(key)) {
-        const GdkRectangle ink = GTK_IS_LABEL(widget)          ? Look_inkOf(widget)
-                                 : Look_isWritten(widget, key) ? Look_inkOfPicture(widget)
-                                                               : GdkRectangle{};
+        const GdkRectangle ink = GTK_IS_LABEL(widget)       ? Look_inkOf(widget)
+                                 : GTK_IS_IMAGE(widget)     ? Look_inkOfPicture(widget)
+                                 : GTK_IS_CELL_VIEW(widget) ? Look_cellText(widget).ink
+                                                            : GdkRectangle{};
         if (ink.width <= 0) {
             continue;
         }
@@ -190,15 +302,19 @@ inline void Look_expectRoomAround(GtkWidget* key) {
     }
 }
 
-/// A window or a screen that only tells something: it is whole on the screen, and so are its
-/// texts.
-inline void Look_expectTold(GtkWidget* root) {
-    Gui_settle();
-    const GdkRectangle place = Gui_place(root);
+inline void Look_expectOnScreen(GtkWidget* window) {
+    const GdkRectangle place = Gui_place(window);
     EXPECT_GE(place.x, 0);
     EXPECT_GE(place.y, 0);
     EXPECT_LE(place.x + place.width, screenWidth);
     EXPECT_LE(place.y + place.height, screenHeight);
+}
+
+/// A window or a screen that only tells something: it is whole on the screen, and so are its
+/// texts.
+inline void Look_expectTold(GtkWidget* root) {
+    Gui_settle();
+    Look_expectOnScreen(root);
     Look_expectTexts(root);
     for (GtkWidget* widget : Look_shownIn(root)) {
         if (GTK_IS_TEXT_VIEW(widget)) {
@@ -221,8 +337,11 @@ inline void Look_expectShown(GtkWidget* root) {
     }
 }
 
-/// A menu's rows stand close together: each has the room of a target and of a gap.
+/// A menu's rows, and the lines of an open list, stand close together: each has the room of a
+/// target and of a gap. All of them are on the screen.
 inline void Look_expectMenu(GtkWidget* menu) {
+    Gui_settle();
+    Look_expectOnScreen(menu);
     for (GtkWidget* widget : Look_shownIn(menu)) {
         if (GTK_IS_MENU_ITEM(widget)) {
             EXPECT_GE(Gui_place(widget).width, lookTarget_px + lookGap_px) << Look_nameOf(widget);
@@ -252,20 +371,25 @@ inline std::string Look_refusedOf(const std::vector<std::string>& entries) {
     return refused;
 }
 
-/// Where a label's letters stand on the screen.
-inline int Look_baseLine(const std::string& name) {
-    GtkWidget* label = Gui_widget(name);
+/// Where the letters of a label or an entry stand on the screen.
+inline int Look_baseLine(GtkWidget* widget) {
     int y = 0;
-    gtk_label_get_layout_offsets(GTK_LABEL(label), nullptr, &y);
-    PangoLayout* layout = gtk_label_get_layout(GTK_LABEL(label));
+    if (GTK_IS_ENTRY(widget)) {
+        gtk_entry_get_layout_offsets(GTK_ENTRY(widget), nullptr, &y);
+        return Gui_place(widget).y + y +
+               PANGO_PIXELS(pango_layout_get_baseline(gtk_entry_get_layout(GTK_ENTRY(widget))));
+    }
+    gtk_label_get_layout_offsets(GTK_LABEL(widget), nullptr, &y);
+    PangoLayout* layout = gtk_label_get_layout(GTK_LABEL(widget));
     GtkAllocation place{};
-    gtk_widget_get_allocation(label, &place);
-    return Gui_place(label).y - place.y + y + PANGO_PIXELS(pango_layout_get_baseline(layout));
+    gtk_widget_get_allocation(widget, &place);
+    return Gui_place(widget).y - place.y + y + PANGO_PIXELS(pango_layout_get_baseline(layout));
 }
 
 /// A value stands on the base line of its caption.
 inline void Look_expectOneBaseLine(const std::string& caption, const std::string& value) {
-    EXPECT_EQ(Look_baseLine(caption), Look_baseLine(value)) << caption << " and " << value;
+    EXPECT_EQ(Look_baseLine(Gui_widget(caption)), Look_baseLine(Gui_widget(value)))
+        << caption << " and " << value;
 }
 
 /// The key that does the dialog's work is at the right end, and the one that leaves it beside it.

@@ -82,7 +82,6 @@ protected:
         GtkWidget* menu = openList(comboName);
         const std::string lineName = std::string(comboName) + ".line";
         gtk_widget_set_name(lineOf(menu, gtk_combo_box_get_model(combo), label), lineName.c_str());
-        EXPECT_GE(Gui_place(Gui_widget(lineName)).height, 48);
         Gui_tap(lineName);
         gtk_widget_set_name(Gui_widget(lineName), "");
         EXPECT_EQ(chosen(comboName), label);
@@ -140,21 +139,13 @@ std::string linesOf(const PortCase& port) {
 
 } // namespace
 
-TEST_F(SerialDialog, EveryLineOfItsOpenListsCanBeRead) {
-    constexpr double readable = 4.5;
+TEST_F(SerialDialog, ItsOpenListsLookAsAllMenusDo) {
     open();
     for (const char* list : {"serSettingsComboSpeed", "serSettingsComboParity"}) {
-        EXPECT_GE(Gui_contrast(Gui_widget(list)), readable) << list;
+        SCOPED_TRACE(list);
         GtkWidget* menu = openList(list);
-        EXPECT_GE(Gui_contrast(Gui_widget(list)), readable) << list << ", open";
-        GList* lines = gtk_container_get_children(GTK_CONTAINER(menu));
-        EXPECT_NE(lines, nullptr);
-        int number = 0;
-        for (const GList* line = lines; line != nullptr; line = line->next) {
-            EXPECT_GE(Gui_contrast(GTK_WIDGET(line->data)), readable) << list << " " << number;
-            ++number;
-        }
-        g_list_free(lines);
+        Look_expectMenu(menu);
+        Look_expectTexts(Gui_widget(list));
         Dialog_keepPicture(list);
         gtk_menu_shell_deactivate(GTK_MENU_SHELL(menu));
         Gui_settle();

@@ -3,6 +3,7 @@
 #include "GraphScale.h"
 #include "GraphText.h"
 #include "GtkHelpers.h"
+#include "LookChecks.h"
 #include "ScreenView.h"
 
 #include <algorithm>
@@ -183,6 +184,7 @@ TEST_F(TimePowerGraph, TheLongestAxisTextsStandBesideThePlot) {
             const GdkRectangle place = Gui_place(label);
             const GdkRectangle plot = Gui_place(graph.graph.plotArea);
             EXPECT_LE(place.x + place.width, plot.x);
+            Look_expectShown(graph.container);
         }
     }
     configuration_setPowerUnitsIsdBm(false);

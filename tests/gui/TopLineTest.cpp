@@ -3,7 +3,8 @@
 #include "BatteryMonitor.h"
 #include "FocusGuard.h"
 #include "GtkThread.h"
-#include "GuiHarness.h"
+#include "LookChecks.h"
+#include "MenuFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -27,10 +28,11 @@ GdkPixbuf* __wrap_gdk_pixbuf_copy(const GdkPixbuf* picture) {
 
 namespace {
 
-/// The battery's images in the top line, once for the program.
+/// The top line's keys and the battery's images, once for the program.
 class TopLine : public testing::Test {
 protected:
     static void SetUpTestSuite() {
+        Menus_build();
         loadBatteryImages();
         BatteryIndicator_place(GTK_FIXED(entireScreen.topFixedLine));
     }
@@ -107,6 +109,24 @@ TEST_F(TopLine, ExactlyOneImageIsShownInEveryState) {
         if (hasText) {
             EXPECT_EQ(Gui_text("batteryPercent"), row.text);
             EXPECT_EQ(Gui_colour("batteryPercent"), row.colour);
+        }
+    }
+}
+
+TEST_F(TopLine, LooksAsTheDesignAsks) {
+    GtkWidget* line = entireScreen.topFixedLine;
+    show(true, BATT_FULLY_CHARGED, 5);
+    const GdkRectangle widest = Gui_place(Gui_widget("batteryPercent"));
+    EXPECT_EQ(Look_targetsIn(line).size(), 5U);
+    for (GtkWidget* key : Look_targetsIn(line)) {
+        EXPECT_GE(Look_gap(Gui_place(key), widest), lookGap_px) << Look_nameOf(key);
+    }
+    EXPECT_GE(Look_gap(widest, Gui_place(Gui_widget("batteryPlug"))), lookGap_px);
+    for (const int percent : {100, 30, 5}) {
+        for (const int charging : {BATT_NOT_CHARGING, BATT_FULLY_CHARGED, BATT_CHARGING_VOLTAGE}) {
+            SCOPED_TRACE(testing::Message() << charging << " at " << percent << " %");
+            show(true, charging, percent);
+            Look_expectShown(line);
         }
     }
 }
