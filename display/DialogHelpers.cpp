@@ -14,11 +14,70 @@ constexpr char dialogClass[] = "instrument";
 constexpr int progressMargin = 40;
 constexpr guint refreshPeriod_ms = 500;
 
+/// Its lines are some 20 px high: the least that is read at arm's length.
+constexpr int smallestFont_px = 18;
+
 /// A file may name any object's style; here the widget names are the builder ids.
 void nameWidget(gpointer object, gpointer /*data*/) {
     if (GTK_IS_WIDGET(object)) {
         gtk_widget_set_name(GTK_WIDGET(object), gtk_buildable_get_name(GTK_BUILDABLE(object)));
     }
+}
+
+/// The font that the style sheet gives to a widget, whether or not it has been shown before.
+struct SheetFont {
+    PangoFontDescription* description; ///< to be freed
+    double size_px;
+};
+
+SheetFont fontOf(GtkWidget* widget) {
+    GtkStyleContext* style = gtk_widget_get_style_context(widget);
+    SheetFont font = {nullptr, 0.0};
+    gtk_style_context_get(style, gtk_style_context_get_state(style), GTK_STYLE_PROPERTY_FONT,
+                          &font.description, "font-size", &font.size_px, nullptr);
+    return font;
+}
+
+/// A font size, not above the sheet's, at which a text takes no more than this width if it can.
+PangoAttrList* newFittingSize(GtkWidget* widget, const char* text, int width_px) {
+    const SheetFont font = fontOf(widget);
+    PangoLayout* layout = gtk_widget_create_pango_layout(widget, text);
+    int size_px = static_cast<int>(font.size_px);
+    for (;; --size_px) {
+        pango_font_description_set_absolute_size(font.description,
+                                                 static_cast<double>(size_px) * PANGO_SCALE);
+        pango_layout_set_font_description(layout, font.description);
+        int taken_px = 0;
+        pango_layout_get_pixel_size(layout, &taken_px, nullptr);
+        if (taken_px <= width_px || size_px <= smallestFont_px) {
+            break;
+        }
+    }
+    g_object_unref(layout);
+    pango_font_description_free(font.description);
+    PangoAttrList* attributes = pango_attr_list_new();
+    pango_attr_list_insert(attributes, pango_attr_size_new_absolute(size_px * PANGO_SCALE));
+    return attributes;
+}
+
+/// An entry's width inside its frame.
+int textWidth_px(GtkWidget* entry) {
+    GtkStyleContext* style = gtk_widget_get_style_context(entry);
+    const GtkStateFlags state = gtk_style_context_get_state(style);
+    GtkBorder frame{};
+    GtkBorder padding{};
+    gtk_style_context_get_border(style, state, &frame);
+    gtk_style_context_get_padding(style, state, &padding);
+    int width_px = 0;
+    gtk_widget_get_size_request(entry, &width_px, nullptr);
+    return width_px - frame.left - padding.left - frame.right - padding.right;
+}
+
+void fitEntry(GtkWidget* entry, gpointer /*data*/) {
+    PangoAttrList* attributes =
+        newFittingSize(entry, gtk_entry_get_text(GTK_ENTRY(entry)), textWidth_px(entry));
+    gtk_entry_set_attributes(GTK_ENTRY(entry), attributes);
+    pango_attr_list_unref(attributes);
 }
 
 void stopRefreshing(GtkWidget* /*dialog*/, gpointer source) {
@@ -66,6 +125,21 @@ void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file) {
 
 bool Dialog_holdsNumber(GtkWidget* entry) {
     return std::strpbrk(gtk_entry_get_text(GTK_ENTRY(entry)), "0123456789") != nullptr;
+}
+
+void Dialog_fitEntry(GtkWidget* entry) {
+    g_signal_connect(entry, "changed", G_CALLBACK(fitEntry), nullptr);
+    fitEntry(entry, nullptr);
+}
+
+void Dialog_fitLabel(GtkWidget* label, int width_px) {
+    if (label == nullptr) {
+        return;
+    }
+    PangoAttrList* attributes =
+        newFittingSize(label, gtk_label_get_text(GTK_LABEL(label)), width_px);
+    gtk_label_set_attributes(GTK_LABEL(label), attributes);
+    pango_attr_list_unref(attributes);
 }
 
 SensorNameText Dialog_sensorName(uint32_t port) {

@@ -29,6 +29,13 @@ void Dialog_setPicture(GtkBuilder* builder, const char* id, const char* file);
 /// True when an entry's text has a digit: an empty one, or a mere sign or point, is no number.
 bool Dialog_holdsNumber(GtkWidget* entry);
 
+/// Writes what is too long for an entry of fixed width smaller, from now on, as far as it can still
+/// be read. What is longer still moves out at the left.
+void Dialog_fitEntry(GtkWidget* entry);
+
+/// Writes a label's text smaller if it is wider than this, as far as it can still be read.
+void Dialog_fitLabel(GtkWidget* label, int width_px);
+
 /// Style class of an entry that is refused, until it is changed.
 constexpr char dialogRefusedClass[] = "refused";
 

@@ -22,6 +22,8 @@
 namespace {
 
 constexpr char interfaceFile[] = "./resources/graphSettingsDialog.ui";
+/// What the interface file leaves to the title.
+constexpr int titleWidth_px = 740;
 constexpr uint32_t dBmDigits = 2;
 constexpr double dBmLowest = -60.0;
 constexpr double dBmHighest = 80.0;
@@ -124,6 +126,7 @@ void showTitle() {
     char text[64];
     std::snprintf(text, sizeof text, "Graph Settings\n%s", Dialog_sensorName(working.port).text);
     setLabelText(widgets.title, text);
+    Dialog_fitLabel(widgets.title, titleWidth_px);
 }
 
 void setUnits(const char* units) {

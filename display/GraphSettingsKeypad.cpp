@@ -130,6 +130,9 @@ void initializeEntryOrder(GtkBuilder* builder, void (*leaveEntry)(GtkWidget* ent
     entryLeft = leaveEntry;
     for (size_t i = 0; i < entries.size(); ++i) {
         entries[i] = GTK_WIDGET(gtk_builder_get_object(builder, entryOrder[i]));
+        if (entries[i] != nullptr) {
+            Dialog_fitEntry(entries[i]);
+        }
     }
     CKeypadManager_Create(&keypad, updateTarget, keypadNumber);
 }

@@ -21,6 +21,9 @@ namespace {
 
 constexpr char interfaceFile[] = "./resources/pulseConfigDialog.ui";
 
+/// What the interface file leaves to the title.
+constexpr int titleWidth_px = 1000;
+
 constexpr uint32_t watchPeriod_ms = 300;
 
 struct WidgetRow {
@@ -161,6 +164,7 @@ void setTitle(PULSE_CONFIG_DIALOG* dialog, uint32_t port) {
     g_strlcpy(dialog->dialogTitle, Dialog_sensorName(port).text, sizeof dialog->dialogTitle);
     std::snprintf(text, sizeof text, "Pulse configuration: %s", dialog->dialogTitle);
     setLabelText(dialog->title, text);
+    Dialog_fitLabel(dialog->title, titleWidth_px);
 }
 
 SENSOR_IDENTITY limitsOf(const PULSE_CONFIG_DIALOG* dialog) {

@@ -13,6 +13,9 @@ namespace {
 constexpr char targetClass[] = "target";
 constexpr char selectedClass[] = "selected";
 
+/// As much as stands whole in the narrowest entry.
+constexpr KeypadRules typedNumber = {15, 1};
+
 /// The dialog that the keypad's text goes to.
 PULSE_CONFIG_DIALOG* typingDialog = nullptr;
 
@@ -329,6 +332,7 @@ void connectForm(PULSE_CONFIG_DIALOG* dialog) {
     for (const PulseConfigEntry& entry : dialog->entries) {
         g_signal_connect(entry.entry, "button-press-event", G_CALLBACK(pressEntry), dialog);
         g_signal_connect(entry.entry, "changed", G_CALLBACK(forgetRefusal), dialog);
+        Dialog_fitEntry(entry.entry);
         g_signal_connect(entry.unitButton, "clicked", G_CALLBACK(tapUnit), dialog);
     }
     g_signal_connect(dialog->modelStates, "toggled", G_CALLBACK(toggleModel), dialog);
@@ -365,7 +369,7 @@ bool PulseConfigForm_create(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     }
     connectForm(dialog);
     connectKeys(dialog, builder);
-    CKeypadManager_Create(&dialog->keypadManager, updateTarget, keypadNumber);
+    CKeypadManager_Create(&dialog->keypadManager, updateTarget, typedNumber);
     return true;
 }
 

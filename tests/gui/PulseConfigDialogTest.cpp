@@ -1,6 +1,5 @@
 #include "LookChecks.h"
 #include "PulseConfigFixture.h"
-#include "ScreenSize.h"
 
 #include <array>
 #include <unistd.h>
@@ -414,73 +413,6 @@ TEST_F(PulseConfigDialog, AutomaticFieldsDoNotAnswerButThePeriodDoes) {
     EXPECT_TRUE(SensorFakes_request().config.bAutoFrequency);
     EXPECT_TRUE(SensorFakes_request().config.bAutoPeriod);
     EXPECT_TRUE(SensorFakes_request().config.bAutoTriggerLevel);
-}
-
-TEST_F(PulseConfigDialog, StandsOnTheWholeScreenWithTargetsForAFinger) {
-    sensorFakes[sensorPort_USB1].configs.bModelIsTriggeredGates = true;
-    sensorFakes[sensorPort_USB1].configs.numStates = 4;
-    open(true);
-    EXPECT_TRUE(gtk_window_get_modal(GTK_WINDOW(dialog->window)));
-    const GdkRectangle place = Gui_place(dialog->window);
-    EXPECT_EQ(place.x, 0);
-    EXPECT_EQ(place.y, 0);
-    EXPECT_EQ(place.width, screenWidth);
-    EXPECT_EQ(place.height, screenHeight);
-    for (const PulseConfigEntry& entry : dialog->entries) {
-        for (GtkWidget* widget : {entry.entry, entry.unitButton}) {
-            if (isShown(widget)) {
-                EXPECT_GE(gtk_widget_get_allocated_height(widget), 48);
-                EXPECT_GE(gtk_widget_get_allocated_width(widget), 48);
-            }
-        }
-    }
-    for (GtkWidget* widget :
-         {dialog->cancel, dialog->addState, dialog->removeState, dialog->minusKey,
-          dialog->modelGate, dialog->slopeFalling, dialog->levelAuto}) {
-        EXPECT_GE(gtk_widget_get_allocated_height(widget), 48) << gtk_widget_get_name(widget);
-    }
-}
-
-TEST_F(PulseConfigDialog, ColumnsStandBelowEachOther) {
-    open(true);
-    const auto edges = [this](const std::string& name) {
-        const GdkRectangle place = Gui_place(part(name));
-        return std::pair(place.x, place.x + place.width);
-    };
-    const auto entry = edges("pulseConfigFrequency");
-    const auto unitKey = edges("pulseConfigFrequencyUnit");
-    for (const char* name : {"pulseConfigPeriod", "pulseConfigLevel", "pulseConfigDelay",
-                             "pulseConfigGateBegin", "pulseConfigGateEnd"}) {
-        EXPECT_EQ(edges(name), entry) << name;
-        EXPECT_EQ(edges(std::string(name) + "Unit"), unitKey) << name;
-    }
-    EXPECT_EQ(edges("pulseConfigPeriodAuto").first, edges("pulseConfigFrequencyAuto").first);
-    EXPECT_EQ(edges("pulseConfigModelStates").first, edges("pulseConfigSlopeFalling").first);
-}
-
-TEST_F(PulseConfigDialog, LooksAsAllDialogsDo) {
-    sensorFakes[sensorPort_USB1].configs.bModelIsTriggeredGates = true;
-    sensorFakes[sensorPort_USB1].configs.numStates = 4;
-    open(true);
-    Gui_settle();
-    Look_expectShown(dialog->window);
-    const auto middle = [this](const char* name) {
-        const GdkRectangle place = Gui_place(part(name));
-        return place.x + place.width / 2;
-    };
-    EXPECT_LT(middle("pulseConfigRestore"), middle("pulseConfigCancel"));
-    EXPECT_LT(middle("pulseConfigCancel"), middle("pulseConfigStore"));
-    EXPECT_LT(middle("pulseConfigStore"), middle("pulseConfigApply"));
-    callbackPulseConfigBtnClicked(dialog->cancel, dialog);
-    open(false);
-    Gui_settle();
-    Look_expectShown(dialog->window);
-    std::vector<GdkRectangle> places;
-    for (const std::string& key :
-         Look_keypadOf("pulseConfigKey", {"Minus", "Period", "Clear", "Back", "Next"})) {
-        places.push_back(Gui_place(part(key)));
-    }
-    Look_expectKeypadPlaces(places);
 }
 
 TEST_F(PulseConfigDialog, TheFirstEntryThatAnswersHasTheKeypad) {
