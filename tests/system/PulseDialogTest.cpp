@@ -19,6 +19,16 @@ protected:
         ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
     }
 
+    /// Plugs a sensor in: the question for its channel stands above the dialog, which stays as it
+    /// is.
+    void plugAboveTheDialog(const char* port, const char* sensor) {
+        plug(port, sensor);
+        ASSERT_TRUE(becomesVisible(channelDialog::window, true));
+        Bench_tap(bench, "pulseConfigCancel");
+        ASSERT_TRUE(chooseChannel(1));
+        EXPECT_TRUE(shows("pulseConfigStatus", "The sensor has gone."));
+    }
+
     void type(const std::string& entry, const std::string& digits) {
         ASSERT_TRUE(Bench_tap(bench, entry));
         for (const char digit : digits) {
@@ -95,6 +105,48 @@ TEST_F(PulseDialog, ASensorThatIsPulledWhileItIsSentEndsTheWait) {
     EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
     EXPECT_TRUE(shows("noConnection.title", "No Sensor Detected"));
     EXPECT_EQ(Bench_readFile(bench, instrumentFile::pulse), stored);
+}
+
+TEST_F(PulseDialog, TheQuestionForAChannelIsAnsweredAboveTheDialogOfASensorThatHasGone) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    ASSERT_TRUE(shows("pulseConfigStatus", "The sensor has gone."));
+    plugAboveTheDialog("serial1", "5132 fwd=36");
+    ASSERT_TRUE(Bench_tap(bench, "pulseConfigCancel"));
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
+    EXPECT_TRUE(shows("single.fwd.value", "  36.00", readingLimit_ms));
+    ASSERT_TRUE(Bench_tap(bench, "single.title"));
+    EXPECT_TRUE(becomesVisible("sensorInfoDialog", true)) << "the screen answers again";
+}
+
+TEST_F(PulseDialog, ASensorThatComesInPlaceOfTheOneThatHasGoneGetsItsOwnDialog) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    ASSERT_TRUE(shows("pulseConfigStatus", "The sensor has gone."));
+    plugAboveTheDialog("usb1", "3164 fwd=36 period=1ms width=250us");
+    ASSERT_TRUE(Bench_tap(bench, "pulseConfigCancel"));
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
+    ASSERT_TRUE(shows("pulse.valueFwd", "  36.00", readingLimit_ms));
+    ASSERT_TRUE(Bench_tap(bench, "pulse.btnConfig"));
+    ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
+    EXPECT_TRUE(shows("pulseConfigStatus", ""));
+    Bench_tap(bench, "pulseConfigApply");
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false, readingLimit_ms));
+}
+
+TEST_F(PulseDialog, TheQuestionForAChannelIsAnsweredAboveAnErrorToo) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
+    Bench_tap(bench, "pulseConfigApply");
+    EXPECT_TRUE(shows("pulseConfigStatus", "Sending to the sensor..."));
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    ASSERT_TRUE(becomesVisible("pulseConfigError", true, readingLimit_ms));
+    plugAboveTheDialog("serial1", "5132 fwd=36");
+    ASSERT_TRUE(Bench_tap(bench, "pulseConfigErrorOk"));
+    EXPECT_TRUE(becomesVisible("pulseConfigError", false));
+    ASSERT_TRUE(Bench_tap(bench, "pulseConfigCancel"));
+    EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
+    EXPECT_TRUE(shows("single.fwd.value", "  36.00", readingLimit_ms));
 }
 
 TEST_F(PulseDialog, CancelWhileItIsSentEndsItsThread) {
