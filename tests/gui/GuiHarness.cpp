@@ -38,16 +38,41 @@ void goToResources() {
     }
 }
 
-/// Relative luminance of a colour of the screen, 0 to 1.
-double luminance(const std::array<guchar, 3>& colour) {
-    constexpr std::array<double, 3> weights = {0.2126, 0.7152, 0.0722};
+/// Relative luminance of a colour of the screen (0xrrggbb), 0 to 1.
+double luminance(uint32_t colour) {
+    constexpr std::array<double, 3> weights = {0.0722, 0.7152, 0.2126};
     double sum = 0;
-    for (size_t part = 0; part < colour.size(); ++part) {
-        const double value = colour[part] / 255.0;
-        sum += weights[part] *
-               (value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4));
+    for (const double weight : weights) {
+        const double value = (colour & 0xFFU) / 255.0;
+        sum += weight * (value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4));
+        colour >>= 8U;
     }
     return sum;
+}
+
+/// How many pixels of a place on a picture have each colour.
+std::map<uint32_t, int> coloursOf(GdkPixbuf* picture, const GdkRectangle& place) {
+    const guint8* pixels = gdk_pixbuf_read_pixels(picture);
+    const int stride = gdk_pixbuf_get_rowstride(picture);
+    const int channels = gdk_pixbuf_get_n_channels(picture);
+    const int right = std::min(place.x + place.width, screenWidth);
+    const int bottom = std::min(place.y + place.height, screenHeight);
+    std::map<uint32_t, int> counts;
+    uint32_t last = 0;
+    int* count = &counts[last]; // most pixels have the colour of the one before
+    for (int y = std::max(place.y, 0); y < bottom; ++y) {
+        for (int x = std::max(place.x, 0); x < right; ++x) {
+            const guint8* pixel = pixels + y * stride + x * channels;
+            const uint32_t colour = uint32_t{pixel[0]} << 16U | uint32_t{pixel[1]} << 8U | pixel[2];
+            if (colour != last) {
+                last = colour;
+                count = &counts[colour];
+            }
+            ++*count;
+        }
+    }
+    std::erase_if(counts, [](const auto& colour) { return colour.second == 0; });
+    return counts;
 }
 
 struct Collector {
@@ -257,15 +282,7 @@ double Gui_contrast(GtkWidget* widget) {
 }
 
 double Gui_contrastIn(GdkPixbuf* picture, const GdkRectangle& place) {
-    std::map<std::array<guchar, 3>, int> counts;
-    for (int y = std::max(place.y, 0); y < std::min(place.y + place.height, screenHeight); ++y) {
-        for (int x = std::max(place.x, 0); x < std::min(place.x + place.width, screenWidth); ++x) {
-            const guchar* pixel = gdk_pixbuf_read_pixels(picture) +
-                                  static_cast<ptrdiff_t>(y) * gdk_pixbuf_get_rowstride(picture) +
-                                  static_cast<ptrdiff_t>(x) * gdk_pixbuf_get_n_channels(picture);
-            ++counts[{pixel[0], pixel[1], pixel[2]}];
-        }
-    }
+    const std::map<uint32_t, int> counts = coloursOf(picture, place);
     const auto ground =
         std::ranges::max_element(counts, {}, [](const auto& colour) { return colour.second; });
     double best = 1;
