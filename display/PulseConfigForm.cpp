@@ -13,9 +13,6 @@ namespace {
 constexpr char targetClass[] = "target";
 constexpr char selectedClass[] = "selected";
 
-/// As much as stands whole in the narrowest entry.
-constexpr KeypadRules typedNumber = {15, 1};
-
 /// The dialog that the keypad's text goes to.
 PULSE_CONFIG_DIALOG* typingDialog = nullptr;
 
@@ -369,7 +366,7 @@ bool PulseConfigForm_create(PULSE_CONFIG_DIALOG* dialog, GtkBuilder* builder) {
     }
     connectForm(dialog);
     connectKeys(dialog, builder);
-    CKeypadManager_Create(&dialog->keypadManager, updateTarget, typedNumber);
+    CKeypadManager_Create(&dialog->keypadManager, updateTarget, keypadNumber);
     return true;
 }
 
