@@ -27,7 +27,8 @@ struct WatchedMeter {
     MeterConfig config;
     int64_t every_ms = 0;
     int64_t poll_ms = 0;
-    std::string serial; ///< "" until it has told it
+    std::string serial;       ///< "" until it has told it
+    bool isAnnounced = false; ///< found by discovery, not in the configuration
     bool isDropped = false;
     bool wasThere = false; ///< has answered once
     std::array<ChannelWatch, meterChannelCount> channels;
@@ -88,6 +89,57 @@ void drop(Service& service, size_t index, const std::string& why) {
     MeterPool_drop(*service.pool, index);
 }
 
+WatchedMeter& watch(Service& service, const MeterConfig& config) {
+    const FleetConfig& all = *service.config;
+    WatchedMeter meter;
+    meter.config = config;
+    meter.every_ms = config.every_ms > 0 ? config.every_ms : all.every_ms;
+    meter.poll_ms = all.poll_ms > 0 ? std::min(all.poll_ms, meter.every_ms) : meter.every_ms;
+    for (const ChannelConfig& channel : config.channels) {
+        ChannelWatch& watched = meter.channels[static_cast<size_t>(channel.channel) - 1];
+        watched.limits = channel.limits;
+        watched.offset_dB = channel.offset_dB;
+    }
+    for (size_t channel = 0; channel < meterChannelCount; ++channel) {
+        meter.labels[channel] =
+            all.exported.url
+                ? ExportQueue_label(service.database.queue,
+                                    {config.name, config.place, meter.channels[channel].offset_dB})
+                : fleetDatabaseNotExported;
+    }
+    const MeterTarget target{config.address, meter.poll_ms, all.holds};
+    MeterPool_add(*service.pool, target);
+    return service.meters.emplace_back(std::move(meter));
+}
+
+/// The meter that is watched under a serial number.
+std::optional<size_t> watchedAs(const Service& service, const std::string& serial) {
+    const auto isIt = [&serial](const WatchedMeter& meter) {
+        return meter.serial == serial && !meter.isDropped;
+    };
+    const auto found = std::ranges::find_if(service.meters, isIt);
+    return found == service.meters.end()
+               ? std::nullopt
+               : std::optional(static_cast<size_t>(found - service.meters.begin()));
+}
+
+/// Two addresses have told the same serial number. The first one stays, unless nobody answers there
+/// any more and the second is announced: then the meter has got another address, and what is
+/// configured of it goes along.
+void watchOnce(Service& service, size_t first, size_t second) {
+    const std::string serial = service.meters[first].serial;
+    service.meters[second].serial = serial;
+    if (MeterPool_isThere(*service.pool, first) || !service.meters[second].isAnnounced) {
+        drop(service, second, serial + " is read at another address already");
+        return;
+    }
+    MeterConfig config = service.meters[first].config;
+    config.address = service.meters[second].config.address;
+    drop(service, first, serial + " is at " + MeterAddress_text(config.address) + " now");
+    drop(service, second, serial + " is read with what is configured of it");
+    watch(service, config).isAnnounced = true;
+}
+
 /// The first answer of a meter tells who it is. False for one that is not to be watched here.
 bool isOurs(Service& service, size_t index, const std::string& serial) {
     const FleetConfig& config = *service.config;
@@ -99,13 +151,11 @@ bool isOurs(Service& service, size_t index, const std::string& serial) {
         drop(service, index, serial + " belongs to another share");
         return false;
     }
-    const auto isKnown = [&serial](const WatchedMeter& other) {
-        return other.serial == serial && !other.isDropped;
-    };
-    if (std::ranges::any_of(service.meters, isKnown)) {
-        drop(service, index, serial + " is read at another address already");
+    if (const std::optional<size_t> other = watchedAs(service, serial)) {
+        watchOnce(service, *other, index);
         return false;
     }
+    meter.wasThere = meter.wasThere && meter.serial.empty(); // another meter in the place of one
     meter.serial = serial;
     return true;
 }
@@ -135,39 +185,26 @@ void meterChanged(Service& service, size_t index, bool isThere, const std::strin
     meter.wasThere = meter.wasThere || isThere;
 }
 
-void watch(Service& service, const MeterConfig& config) {
-    const FleetConfig& all = *service.config;
-    WatchedMeter meter;
-    meter.config = config;
-    meter.every_ms = config.every_ms > 0 ? config.every_ms : all.every_ms;
-    meter.poll_ms = all.poll_ms > 0 ? std::min(all.poll_ms, meter.every_ms) : meter.every_ms;
-    for (const ChannelConfig& channel : config.channels) {
-        ChannelWatch& watched = meter.channels[static_cast<size_t>(channel.channel) - 1];
-        watched.limits = channel.limits;
-        watched.offset_dB = channel.offset_dB;
-    }
-    for (size_t channel = 0; channel < meterChannelCount; ++channel) {
-        meter.labels[channel] =
-            all.exported.url
-                ? ExportQueue_label(service.database.queue,
-                                    {config.name, config.place, meter.channels[channel].offset_dB})
-                : fleetDatabaseNotExported;
-    }
-    const MeterTarget target{config.address, meter.poll_ms, all.holds};
-    service.meters.push_back(std::move(meter));
-    MeterPool_add(*service.pool, target);
+/// Whether nothing is to be done about an address that is announced: it is watched, or left alone,
+/// because its meter belongs to another share or is read elsewhere.
+bool isSettled(const Service& service, const MeterAddress& address) {
+    return std::ranges::any_of(service.meters, [&](const WatchedMeter& meter) {
+        if (meter.config.address != address) {
+            return false;
+        }
+        const std::optional<size_t> other = watchedAs(service, meter.serial);
+        return !meter.isDropped || meter.serial.empty() ||
+               (other && MeterPool_isThere(*service.pool, *other));
+    });
 }
 
 void takeFound(Service& service, const std::vector<AnnouncedMeter>& found,
                const std::string& error) {
     tell(service.finderTrouble, "discovery", error);
     for (const AnnouncedMeter& announced : found) {
-        const auto isKnown = [&announced](const WatchedMeter& meter) {
-            return meter.config.address == announced.address;
-        };
-        if (!std::ranges::any_of(service.meters, isKnown)) {
+        if (!isSettled(service, announced.address)) {
             say(MeterAddress_text(announced.address) + ": announced as " + announced.name);
-            watch(service, {announced.address, announced.name, {}, 0, {}});
+            watch(service, {announced.address, announced.name, {}, 0, {}}).isAnnounced = true;
         }
     }
 }
