@@ -13,7 +13,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
     // layoutSingleChannel: two powers across the whole screen.
     {.sensorButton = titleKey,
      .configButton = configKey,
-     .titleSize = 32,
+     .titleSize = 30,
      .power = {.height = 236,
                .caption = {16, 0, 160, 48}, .value = {8, 48, 784, 184}, .units = {804, 92, 100, 96},
                .scale = {920, 4, 88, 232},
@@ -28,7 +28,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
     // layoutSingleChannelWithGraph: the powers above, the graph across the lower part.
     {.sensorButton = titleKey,
      .configButton = configKey,
-     .titleSize = 32,
+     .titleSize = 30,
      .power = {.height = 124,
                .caption = {16, 34, 104, 56}, .value = {124, 0, 572, 124}, .units = {708, 22, 100, 80},
                .scale = {820, 22, 196, 80},
@@ -43,7 +43,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
     // layoutDualChannel: half the height, the whole width.
     {.sensorButton = titleKey,
      .configButton = configKey,
-     .titleSize = 32,
+     .titleSize = 30,
      .power = {.height = 106,
                .caption = {16, 28, 104, 50}, .value = {124, -7, 548, 106}, .units = {684, 14, 100, 78},
                .scale = {796, 14, 220, 78},
@@ -58,7 +58,7 @@ const std::array<PowerDisplayLayout, 4> gtkPowerDisplayLayout = {{
     // layoutDualChannelWithGraph: values on the left, the graph on the right.
     {.sensorButton = titleKey,
      .configButton = configKey,
-     .titleSize = 32,
+     .titleSize = 30,
      .power = {.height = 112,
                .caption = {8, 0, 84, 24}, .value = {0, 24, 336, 80}, .units = {352, 0, 196, 48},
                .scale = {352, 56, 196, 48},

@@ -450,6 +450,9 @@ void expectTitleRow(const CGTKPowerDisplay& display) {
     EXPECT_EQ(sensor.x, 8);
     EXPECT_EQ(sensor.y, top_px);
     EXPECT_EQ(sensor.height, 52);
+    GtkWidget* name = display.title.sensorButtonLabel;
+    EXPECT_EQ(Look_lineHeight(gtk_label_get_layout(GTK_LABEL(name))), 36) << "letters of 30 px";
+    EXPECT_EQ(Gui_place(name).x, sensor.x + 17);
     const GdkRectangle config = Gui_place(display.title.configButton);
     EXPECT_EQ(config.x, 952);
     EXPECT_EQ(config.y, top_px);
