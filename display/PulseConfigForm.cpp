@@ -11,7 +11,6 @@
 namespace {
 
 constexpr char targetClass[] = "target";
-constexpr char selectedClass[] = "selected";
 
 /// The dialog that the keypad's text goes to.
 PULSE_CONFIG_DIALOG* typingDialog = nullptr;
@@ -136,13 +135,20 @@ void setNumber(PulseConfigEntry& entry, double value) {
     showNumber(entry);
 }
 
+/// Marks what the keypad's next key replaces, or nothing.
+void markText(GtkWidget* entry, bool isMarked) {
+    gtk_editable_set_position(GTK_EDITABLE(entry), -1);
+    if (isMarked) {
+        gtk_editable_select_region(GTK_EDITABLE(entry), 0, -1);
+    }
+}
+
 /// Writes the keypad's text into the entry that it edits.
 void updateTarget(const char* text, bool isSelected) {
     GtkWidget* target = typingDialog != nullptr ? typingDialog->pEntryTarget : nullptr;
     if (target != nullptr) {
         gtk_entry_set_text(GTK_ENTRY(target), text);
-        gtk_editable_set_position(GTK_EDITABLE(target), -1);
-        setWidgetClass(target, selectedClass, isSelected);
+        markText(target, isSelected);
     }
 }
 
@@ -428,13 +434,13 @@ double PulseConfigForm_typedPeriod_s(const PULSE_CONFIG_DIALOG* dialog) {
 void PulseConfigForm_setTarget(PULSE_CONFIG_DIALOG* dialog, GtkWidget* entry) {
     if (dialog->pEntryTarget != nullptr) {
         setWidgetClass(dialog->pEntryTarget, targetClass, false);
-        setWidgetClass(dialog->pEntryTarget, selectedClass, false);
+        markText(dialog->pEntryTarget, false);
     }
     dialog->pEntryTarget = entry;
     typingDialog = entry != nullptr ? dialog : nullptr;
     if (entry != nullptr) {
         setWidgetClass(entry, targetClass, true);
-        setWidgetClass(entry, selectedClass, true);
+        markText(entry, true);
         CKeypadManager_HandleNextField(&dialog->keypadManager,
                                        gtk_entry_get_text(GTK_ENTRY(entry)));
     }

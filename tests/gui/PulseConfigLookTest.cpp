@@ -114,6 +114,32 @@ TEST_F(PulseConfigLook, AsManyDigitsAsANumberCanUseStandWholeInTheEntry) {
     EXPECT_EQ(lineHeight(part("pulseConfigFrequency")), usual);
 }
 
+/// The text that the next key replaces, which has a blue ground.
+std::string marked(GtkWidget* entry) {
+    gchar* text = nullptr;
+    int start = 0;
+    int end = 0;
+    if (gtk_editable_get_selection_bounds(GTK_EDITABLE(entry), &start, &end) != FALSE) {
+        text = gtk_editable_get_chars(GTK_EDITABLE(entry), start, end);
+    }
+    std::string result = text != nullptr ? text : "";
+    g_free(text);
+    return result;
+}
+
+TEST_F(PulseConfigLook, WhatTheNextKeyReplacesIsMarkedAsInTheOtherDialogs) {
+    open(true);
+    GtkWidget* frequency = part("pulseConfigFrequency");
+    EXPECT_EQ(marked(frequency), "13.56");
+    tap("pulseConfigPeriod");
+    EXPECT_EQ(marked(frequency), "");
+    EXPECT_EQ(marked(part("pulseConfigPeriod")), "10");
+    tap("pulseConfigKey7");
+    EXPECT_EQ(marked(part("pulseConfigPeriod")), "");
+    tap("pulseConfigPeriodUnit");
+    EXPECT_EQ(marked(part("pulseConfigPeriod")), "7000");
+}
+
 TEST_F(PulseConfigLook, ErrorsWithTheLongestTextsStandWholeOnTheScreen) {
     open(true);
     tap("pulseConfigApply");
