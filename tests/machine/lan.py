@@ -17,12 +17,12 @@ def lan(stage):
 
 
 def a_thousand_connections(stage):
-    before = stage.machine.do("ls /proc/$(cat /run/meter.pid)/fd | wc -l").strip()
+    before = stage.machine.do("ls /proc/$(pidof QuorvelPowerMeterApp)/fd | wc -l").strip()
     begun = time.monotonic()
     told = sum(stage.ask("*IDN?").startswith("QUORVEL") for _ in range(1000))
     took_s = time.monotonic() - begun
     stage.check("1,000 connections are served", told == 1000, f"{told} in {took_s:.0f} s")
-    same = lambda: stage.machine.do("ls /proc/$(cat /run/meter.pid)/fd | wc -l").strip() == before
+    same = lambda: stage.machine.do("ls /proc/$(pidof QuorvelPowerMeterApp)/fd | wc -l").strip() == before
     eventually(f"{before} descriptors", same)
     stage.check("its descriptors are as many as before", True, before)
 

@@ -13,7 +13,7 @@ def short(stage):
         f"the machine is up after {machine.boot_s:.0f} s ({machine.up_s:.1f} s of its own,"
         f" {machine.processor_s():.0f} s of a processor)"
     )
-    machine.start_meter()
+    stage.start_meter()
     stage.reference.do("wait", "noConnection.title", "No Sensor Detected", "60s")
     stage.looks_like_reference("no sensor")
     serial_sensor_is_found(stage)
@@ -30,7 +30,7 @@ def serial_sensor_is_found(stage):
     stage.reference.do("wait", "sensorSettingsDialogTitleStr", "Tessel", "60s")
     stage.looks_like_reference("channel dialog")
     stage.reference.do("tap", OK_KEY)
-    stage.bench.do("tap", OK_KEY)
+    stage.tap(OK_KEY)
     stage.reference.do("wait", "single.fwd.value", "42.00", "60s")
     stage.looks_like_reference("serial sensor")
     stage.shows_power(1, 42)
@@ -79,8 +79,12 @@ def pulled_sensor_leaves_the_screen(stage):
     stage.check("its device node has gone", True)
 
 
-def power_button_switches_off(stage):
-    stage.machine.ask_monitor("system_powerdown")
+def switch_off(stage):
+    stage.bench.do("switch")
     eventually("switched off", lambda: stage.machine.process.poll() is not None)
+
+
+def power_button_switches_off(stage):
+    switch_off(stage)
     told = stage.bench.file("commands")
     stage.check("the power button switches off", "shutdown" in told, told.strip())

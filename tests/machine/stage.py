@@ -5,6 +5,7 @@ import re
 import shutil
 import time
 
+from host_root import boot_of_host_root
 from machine import LIMIT_S, TREE, Bench, Failed, Machine, eventually
 from reference import Reference, differing, pixels
 
@@ -22,6 +23,7 @@ class Stage:
         os.makedirs(self.results)
         self.machine = None
         self.reference = None
+        self.board = None
         self.failures = 0
         self.bench = Bench(build)
         self.started = time.monotonic()
@@ -40,12 +42,17 @@ class Stage:
     # The machine.
 
     def boot(self):
-        self.machine = Machine(self.bench, self.build, self.ready)
+        self.machine = Machine(self.bench, boot_of_host_root(self.ready))
+        self.machine.await_boot()
         return self.machine
+
+    def start_meter(self):
+        meter = self.build + "/bin/QuorvelPowerMeterApp"
+        self.machine.do(meter + " >>/world/meter.log 2>&1 &")
 
     def boot_with_meter(self):
         self.boot()
-        self.machine.start_meter()
+        self.start_meter()
         eventually("remote control", self.is_answering)
 
     def is_answering(self):
@@ -55,9 +62,15 @@ class Stage:
         except (Failed, OSError):
             return False
 
+    def tap(self, point):
+        """With a finger, where the machine has a touch screen."""
+        if self.board:
+            self.board.tap(*map(int, point.split(",")))
+        else:
+            self.bench.do("tap", point)
+
     def uptime(self):
-        """The machine's time: an emulated processor's second may be longer than this one's."""
-        return float(self.machine.do("cut -d' ' -f1 /proc/uptime"))
+        return self.machine.uptime()
 
     def ask(self, line):
         with self.machine.scpi() as client:
@@ -90,7 +103,7 @@ class Stage:
         begun = self.readings_of(port)
 
         def is_measuring():
-            self.bench.do("tap", OK_KEY)
+            self.tap(OK_KEY)
             return self.readings_of(port) >= begun + 2
 
         eventually(f"{port} measures", is_measuring, pause_s=0.5)
@@ -110,7 +123,7 @@ class Stage:
         plugged = len(re.findall(r"^usb\d: (?!no sensor)", self.bench.do("status"), re.M))
         known, held = self.machine.do(
             "cat /sys/bus/usb/devices/*/idVendor | grep -c 1209;"
-            " ls -l /proc/$(cat /run/meter.pid)/fd | grep -c 'usbtmc.*deleted' || true"
+            " ls -l /proc/$(pidof QuorvelPowerMeterApp)/fd | grep -c 'usbtmc.*deleted' || true"
         ).split()
         return int(known) == plugged and held == "0"
 
@@ -125,15 +138,17 @@ class Stage:
         if self.machine and self.machine.process.poll() is None:
             self.picture("failed")
 
+    def differs_from_reference(self, name, picture):
+        """Number of pixels."""
+        return differing(pixels(picture), pixels(f"{self.results}/{name}-light-bench.png"))
+
     def looks_like_reference(self, name):
         """The machine's screen becomes what the light bench shows."""
-        expected = f"{self.results}/{name}-light-bench.png"
-        self.reference.picture(expected)
-        wanted = pixels(expected)
+        self.reference.picture(f"{self.results}/{name}-light-bench.png")
         differences = []
 
         def is_same():
-            differences.append(differing(pixels(self.picture(name)), wanted))
+            differences.append(self.differs_from_reference(name, self.picture(name)))
             return differences[-1] == 0
 
         try:
@@ -182,6 +197,8 @@ class Stage:
         try:
             self.keep()
         finally:
+            if self.board:
+                self.board.end()
             if self.machine:
                 self.machine.cut_power()
             self.bench.end()

@@ -3,15 +3,20 @@
 A light bench plays the sensors, the command port's cable and the supply in a world of its own, with
 an idle program in the place of the meter. The machine's serial ports are that world's terminals, its
 USB sensors come from it by way of quorvel-bench-usb, and what its board has no hardware for it sees as
-the world's files. The meter runs in the machine, without the bench's preload library."""
+the world's files. The meter runs in the machine, without the bench's preload library. What the machine
+boots is up to who starts it: the programs of this host (tests/machine), or the instrument's image."""
 import os
 import re
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import tempfile
+import threading
 import time
+import tty
+from dataclasses import dataclass
 
 HERE = os.path.dirname(os.path.realpath(__file__))
 TREE = os.path.dirname(os.path.dirname(HERE))
@@ -36,34 +41,43 @@ def eventually(what, condition, limit_s=LIMIT_S, pause_s=0.1):
         time.sleep(pause_s)
 
 
-def prepared():
-    """The folder with kernel and first root file system."""
-    run = subprocess.run([HERE + "/prepare"], stdout=subprocess.PIPE, text=True, check=False)
-    if run.returncode != 0:
-        raise SystemExit(run.returncode)
-    return run.stdout.strip()
+def shared_folder(tag, path, *more):
+    """The emulator's options for a folder of this machine that the emulated one can mount."""
+    share = ["local", "path=" + path, "mount_tag=" + tag, "security_model=none", "multidevs=remap"]
+    return ["-virtfs", ",".join([*share, *more])]
 
 
 class Bench:
-    """A light bench without a program, and what carries its USB sensors to the machine."""
+    """A light bench without a program, and what carries its USB sensors to the machine. With a world
+    of the bench's own choice its commands find it without being told where it is."""
 
-    def __init__(self, build):
+    def __init__(self, build, has_own_world=True):
         self.tool = f"{build}/bin/quorvel-bench"
         self.folder = tempfile.mkdtemp(prefix="quorvel-machine-")
         self.world = self.folder + "/world"
-        run = "run --window --quiet --port auto --program /bin/busybox --world".split()
+        run = "run --window --quiet --port auto --program /bin/busybox".split()
+        if has_own_world:
+            run += ["--world", self.world]
+        before = self.running()
         self.processes = [
             subprocess.Popen(
-                [self.tool, *run, self.world, "--", "sleep", "1000000"],
+                [self.tool, *run, "--", "sleep", "1000000"],
                 env={**os.environ, "DISPLAY": ":0"},
             )
         ]
+        if not has_own_world:
+            self.world = eventually("a bench", lambda: self.running() - before).pop()
         eventually("a bench", lambda: os.path.exists(self.world + "/daemon.sock"))
         self.usb_log = open(self.folder + "/usb.log", "w", encoding="latin-1")
         self.processes.append(
             subprocess.Popen([self.tool + "-usb", self.world], stdout=self.usb_log)
         )
         eventually("USB", lambda: os.path.exists(self.world + "/usb-faults.sock"))
+
+    def running(self):
+        """The worlds of all benches that run."""
+        run = subprocess.run([self.tool, "list"], stdout=subprocess.PIPE, text=True, check=True)
+        return set(re.findall(r"^..(\S+) port=", run.stdout, re.M))
 
     def do(self, *words):
         command = [self.tool, "--world", self.world, *words]
@@ -98,42 +112,49 @@ class Bench:
         shutil.rmtree(self.folder)
 
 
+@dataclass
+class Boot:
+    """What a machine starts with."""
+
+    kernel: str
+    initrd: str
+    words: str
+    """For the kernel."""
+    hardware: list
+    """Options of the emulator: memory, root, what is on the board besides ports and network."""
+
+
 class Machine:
     """One run of the machine, from its power on."""
 
-    def __init__(self, bench, build, ready):
+    def __init__(self, bench, boot):
         self.bench = bench
         self.started = time.monotonic()
+        self.asking = threading.Lock()
         world = bench.world
         self.console = world + "/console.log"
         self.process = subprocess.Popen(
-            ["qemu-system-x86_64", *self.options(build, ready)], stdin=subprocess.DEVNULL
+            ["qemu-system-x86_64", *self.options(boot)], stdin=subprocess.DEVNULL
         )
         try:
             self.control_link = self.connect(world + "/control.sock")
             self.control = self.control_link.makefile("rwb")
             self.monitor = self.connect(world + "/monitor.sock").makefile("rwb")
             self.ask_monitor("")
-            self.check_boot()
+            threading.Thread(target=self.follow_power_switch, daemon=True).start()
+            self.find_ports()
         except BaseException:
             self.cut_power()
             raise
 
-    def options(self, build, ready):
-        world, kernel = self.bench.world, f"{ready}/vmlinuz"
-        words = (
-            "console=ttyS0 panic=-1 mitigations=off tsc=unstable 8250.nr_uarts=8 net.ifnames=0"
-            f" machine_init={HERE}/guest/init machine_kernel={ready}"
-            f" machine_meter={build}/bin/QuorvelPowerMeterApp"
-        )
+    def options(self, boot):
+        world = self.bench.world
         # An instruction is 4 ns of the machine's time, however long the host takes for it.
-        options = "-accel tcg,thread=single -icount shift=2,sleep=on -cpu max -smp 1 -m 1536"
-        options += " -M pc,i8042=off -nodefaults -no-reboot -display none"
-        result = [*options.split(), "-kernel", kernel, "-initrd", ready + "/initrd"]
-        result += ["-append", words]
-        for tag, path, more in (("host", "/", ",readonly=on"), ("world", world, "")):
-            share = f"local,path={path},mount_tag={tag},security_model=none,multidevs=remap{more}"
-            result += ["-virtfs", share]
+        options = "-accel tcg,thread=single -icount shift=2,sleep=on -cpu max -smp 1"
+        options += " -M pc,i8042=off -nodefaults"
+        result = [*options.split(), "-kernel", boot.kernel, "-initrd", boot.initrd]
+        result += ["-append", "console=ttyS0 8250.nr_uarts=8 net.ifnames=0 " + boot.words]
+        result += boot.hardware + shared_folder("world", world)
         result += self.serial_ports(world) + self.usb_ports(world) + self.channels(world)
         return result
 
@@ -180,15 +201,16 @@ class Machine:
     def ask_monitor(self, command):
         """A command for the emulator; its answer."""
         prompt = b"(qemu) "
-        if command:
-            self.monitor.write(command.encode() + b"\n")
-            self.monitor.flush()
         answer = b""
-        while not answer.endswith(prompt):
-            byte = self.monitor.read(1)
-            if not byte:
-                raise Failed("the emulator has ended")
-            answer += byte
+        with self.asking:
+            if command:
+                self.monitor.write(command.encode() + b"\n")
+                self.monitor.flush()
+            while not answer.endswith(prompt):
+                byte = self.monitor.read(1)
+                if not byte:
+                    raise Failed("the emulator has ended")
+                answer += byte
         return answer[: -len(prompt)].decode("latin-1")
 
     def do(self, line):
@@ -207,11 +229,8 @@ class Machine:
             raise Failed(f"in the machine: {line}: {answer.decode('latin-1')}")
         return answer.decode("latin-1")
 
-    def check_boot(self):
-        self.control_link.settimeout(BOOT_LIMIT_S)
-        self.up_s = float(self.do("cut -d' ' -f1 /proc/uptime"))
-        self.boot_s = time.monotonic() - self.started
-        self.control_link.settimeout(LIMIT_S)
+    def find_ports(self):
+        """Where the machine's TCP ports are on this machine's loopback."""
         forward = r"TCP\[HOST_FORWARD\] +\d+ +[\d.]+ +(\d+) +[\d.]+ +(\d+)"
         forwards = re.findall(forward, self.ask_monitor("info usernet"))
         ports = {guest: int(host) for host, guest in forwards}
@@ -219,14 +238,36 @@ class Machine:
         with open(self.bench.world + "/display", "w", encoding="ascii") as display:
             display.write(f"127.0.0.1:{self.x_port - 6000}\n")
 
+    def await_boot(self):
+        """Waits until lines are carried out in the machine."""
+        self.control_link.settimeout(BOOT_LIMIT_S)
+        self.up_s = self.uptime()
+        self.boot_s = time.monotonic() - self.started
+        self.control_link.settimeout(LIMIT_S)
+
+    def follow_power_switch(self):
+        """The bench's power switch is the machine's power button."""
+        event = struct.Struct("qqHHi")
+        pressed = (1, 116, 1)  # a key, that of the power, goes down
+        try:
+            switch = os.open(self.bench.world + "/root/dev/input/event0", os.O_RDONLY | os.O_NOCTTY)
+            tty.setraw(switch)
+            with open(switch, "rb", buffering=0) as events:
+                while part := events.read(event.size):
+                    if len(part) == event.size and event.unpack(part)[2:] == pressed:
+                        self.ask_monitor("system_powerdown")
+        except (OSError, Failed):
+            pass  # the bench, or the machine, has ended
+
+    def uptime(self):
+        """The machine's time: an emulated processor's second may be longer than this one's."""
+        return float(self.do("cut -d' ' -f1 /proc/uptime"))
+
     def processor_s(self):
         """Processor time of this machine that the emulation has taken so far."""
         with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as stat:
             fields = stat.read().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-
-    def start_meter(self):
-        self.do("start_meter")
 
     def picture(self, file):
         self.bench.do("screenshot", file)
