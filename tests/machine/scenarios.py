@@ -2,6 +2,7 @@
 import time
 
 from command_port import command_port
+from image_run import image
 from lan import lan
 from machine import Failed
 from short_run import short
@@ -13,8 +14,9 @@ ALL = {
     "usb-faults": usb_faults,
     "command-port": command_port,
     "lan": lan,
+    "image": image,
 }
-WITH_REFERENCE = {"short"}
+WITH_REFERENCE = {"short", "image"}
 
 
 def run(name, build, ready):

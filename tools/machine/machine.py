@@ -5,6 +5,7 @@ an idle program in the place of the meter. The machine's serial ports are that w
 USB sensors come from it by way of quorvel-bench-usb, and what its board has no hardware for it sees as
 the world's files. The meter runs in the machine, without the bench's preload library. What the machine
 boots is up to who starts it: the programs of this host (tests/machine), or the instrument's image."""
+import contextlib
 import os
 import re
 import shutil
@@ -48,25 +49,24 @@ def shared_folder(tag, path, *more):
 
 
 class Bench:
-    """A light bench without a program, and what carries its USB sensors to the machine. With a world
-    of the bench's own choice its commands find it without being told where it is."""
+    """A light bench without a program, and what carries its USB sensors to the machine. The bench's
+    commands find one that is not private without being told where its world is."""
 
-    def __init__(self, build, has_own_world=True):
+    def __init__(self, build, is_private=True):
         self.tool = f"{build}/bin/quorvel-bench"
         self.folder = tempfile.mkdtemp(prefix="quorvel-machine-")
         self.world = self.folder + "/world"
         run = "run --window --quiet --port auto --program /bin/busybox".split()
-        if has_own_world:
+        if is_private:
             run += ["--world", self.world]
-        before = self.running()
         self.processes = [
             subprocess.Popen(
                 [self.tool, *run, "--", "sleep", "1000000"],
                 env={**os.environ, "DISPLAY": ":0"},
             )
         ]
-        if not has_own_world:
-            self.world = eventually("a bench", lambda: self.running() - before).pop()
+        if not is_private:
+            self.world = eventually("a bench", self.own_world)
         eventually("a bench", lambda: os.path.exists(self.world + "/daemon.sock"))
         self.usb_log = open(self.folder + "/usb.log", "w", encoding="latin-1")
         self.processes.append(
@@ -74,10 +74,14 @@ class Bench:
         )
         eventually("USB", lambda: os.path.exists(self.world + "/usb-faults.sock"))
 
-    def running(self):
-        """The worlds of all benches that run."""
+    def own_world(self):
+        """Of the benches that run, the world of the one whose program is this one's child."""
         run = subprocess.run([self.tool, "list"], stdout=subprocess.PIPE, text=True, check=True)
-        return set(re.findall(r"^..(\S+) port=", run.stdout, re.M))
+        for world, program in re.findall(r"^..(\S+) port=.* program=(\d+)", run.stdout, re.M):
+            with contextlib.suppress(OSError), open(f"/proc/{program}/status") as status:
+                if f"\nPPid:\t{self.processes[0].pid}\n" in status.read():
+                    return world
+        return None
 
     def do(self, *words):
         command = [self.tool, "--world", self.world, *words]
