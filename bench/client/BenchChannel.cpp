@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int limit_ms = 10000;
+constexpr int limit_ms = 30000; ///< a machine may stand still for more than ten seconds
 
 } // namespace
 

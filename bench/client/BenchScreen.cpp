@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int limit_ms = 5000;
+constexpr int limit_ms = 30000;
 constexpr size_t fieldCount = 17;
 
 bool ask(const std::string& world, const std::string& request, std::string& answer) {

@@ -20,7 +20,7 @@ constexpr const char* settingsFile = "/etc/QuorvelPowerMeterApp/QuorvelApplicati
 constexpr const char* legacySettings = "useLegacyRS232Commands 1\n";
 constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
 constexpr const char* quickSensor = " boot=0s baud=unlimited";
-constexpr int replyLimit_ms = 5000;
+constexpr int replyLimit_ms = 30000; ///< a machine may stand still for more than ten seconds
 constexpr int quiet_ms = 400;
 constexpr int requestCount = 10000;
 
