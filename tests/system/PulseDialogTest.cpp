@@ -119,6 +119,18 @@ TEST_F(PulseDialog, TheQuestionForAChannelIsAnsweredAboveTheDialogOfASensorThatH
     EXPECT_TRUE(becomesVisible("sensorInfoDialog", true)) << "the screen answers again";
 }
 
+TEST_F(PulseDialog, TellsWhichOfTwoEqualSensorsIsMeant) {
+    openFor("3164 fwd=25 period=1ms width=250us");
+    EXPECT_TRUE(shows("pulseConfigTitle", "Pulse configuration: 3164 on USB1"));
+    Bench_tap(bench, "pulseConfigCancel");
+    plug("usb2", "3164 fwd=36 period=1ms width=250us serial=201100288");
+    ASSERT_TRUE(shows("3164: 201100288", "3164: 201100288", readingLimit_ms));
+    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+    ASSERT_TRUE(shows("pulse.valueFwd", "  36.00", readingLimit_ms));
+    ASSERT_TRUE(Bench_tap(bench, "pulse.btnConfig"));
+    EXPECT_TRUE(shows("pulseConfigTitle", "Pulse configuration: 3164 on USB2"));
+}
+
 TEST_F(PulseDialog, ASensorThatComesInPlaceOfTheOneThatHasGoneGetsItsOwnDialog) {
     openFor("3164 fwd=25 period=1ms width=250us");
     ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
