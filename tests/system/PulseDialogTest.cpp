@@ -19,6 +19,13 @@ protected:
         ASSERT_TRUE(becomesVisible("pulseConfigDialog", true));
     }
 
+    /// The same, and the sensor is pulled.
+    void openForOneThatGoes() {
+        openFor("3164 fwd=25 period=1ms width=250us");
+        ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
+        ASSERT_TRUE(shows("pulseConfigStatus", "The sensor has gone."));
+    }
+
     /// Plugs a sensor in: the question for its channel stands above the dialog, which stays as it
     /// is.
     void plugAboveTheDialog(const char* port, const char* sensor) {
@@ -108,9 +115,7 @@ TEST_F(PulseDialog, ASensorThatIsPulledWhileItIsSentEndsTheWait) {
 }
 
 TEST_F(PulseDialog, TheQuestionForAChannelIsAnsweredAboveTheDialogOfASensorThatHasGone) {
-    openFor("3164 fwd=25 period=1ms width=250us");
-    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
-    ASSERT_TRUE(shows("pulseConfigStatus", "The sensor has gone."));
+    openForOneThatGoes();
     plugAboveTheDialog("serial1", "5132 fwd=36");
     ASSERT_TRUE(Bench_tap(bench, "pulseConfigCancel"));
     EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));
@@ -132,9 +137,7 @@ TEST_F(PulseDialog, TellsWhichOfTwoEqualSensorsIsMeant) {
 }
 
 TEST_F(PulseDialog, ASensorThatComesInPlaceOfTheOneThatHasGoneGetsItsOwnDialog) {
-    openFor("3164 fwd=25 period=1ms width=250us");
-    ASSERT_TRUE(Bench_do(bench, "unplug usb1"));
-    ASSERT_TRUE(shows("pulseConfigStatus", "The sensor has gone."));
+    openForOneThatGoes();
     plugAboveTheDialog("usb1", "3164 fwd=36 period=1ms width=250us");
     ASSERT_TRUE(Bench_tap(bench, "pulseConfigCancel"));
     EXPECT_TRUE(becomesVisible("pulseConfigDialog", false));

@@ -100,7 +100,7 @@ class Receiver:
             self.server = None
 
 
-class Debians:
+class RealReceiver:
     """A real receiver, with its data in a folder; `words` start it."""
 
     target = ""  # where readings are written to
@@ -133,7 +133,7 @@ class Debians:
             connection.close()
 
 
-class VictoriaMetrics(Debians):
+class VictoriaMetrics(RealReceiver):
     """What comes twice, as after a lost answer, it keeps once."""
 
     target = "/write?precision=ms"
@@ -157,7 +157,7 @@ class VictoriaMetrics(Debians):
         return found
 
 
-class InfluxDB(Debians):
+class InfluxDB(RealReceiver):
     """Of two readings with the same tags and time it keeps the later one."""
 
     target = "/write?db=fleet&precision=ms"

@@ -167,6 +167,17 @@ TEST_F(ScreenChannel, OneWidgetIsTheOneThatIsFoundAmongAll) {
     });
 }
 
+TEST_F(ScreenChannel, ATextThatIsTooLongForARequestIsFound) {
+    for (const size_t length : {999U, 1000U, 1001U, 5000U}) {
+        const std::string text(length, 'W');
+        gtk_entry_set_text(GTK_ENTRY(entry), text.c_str());
+        std::optional<ScreenWidget> one;
+        whileRunning([&] { EXPECT_TRUE(BenchScreen_one(World_folder(), text, one)); });
+        ASSERT_TRUE(one) << length;
+        EXPECT_EQ(one->text, text);
+    }
+}
+
 TEST_F(ScreenChannel, NothingComesWithTheWidgetThatIsWantedButTheWindows) {
     std::vector<ScreenWidget> widgets;
     whileRunning([&] { EXPECT_TRUE(BenchScreen_named(World_folder(), "1.5", widgets)); });
