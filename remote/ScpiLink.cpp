@@ -2,6 +2,7 @@
 
 #include "RetryInterrupted.h"
 #include "ScpiCommands.h"
+#include "ThreadWatch.h"
 #include "message.h"
 
 #include <algorithm>
@@ -24,12 +25,14 @@ ssize_t sendSome(int fd, const char* bytes, size_t length) {
     const ssize_t sent =
         retryInterrupted([&] { return send(fd, bytes, length, MSG_NOSIGNAL | MSG_DONTWAIT); });
     if (sent == -1 && errno == ENOTSOCK) {
+        const ThreadRest rest;
         return retryInterrupted([&] { return write(fd, bytes, length); });
     }
     return sent;
 }
 
 bool waitUntilWritable(int fd) {
+    const ThreadRest rest;
     pollfd waited{fd, POLLOUT, 0};
     return retryInterrupted([&] { return poll(&waited, 1, scpiReplyTimeout_ms); }) > 0;
 }

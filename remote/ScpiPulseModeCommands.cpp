@@ -10,6 +10,7 @@
 #include "ScpiReaders.h"
 #include "ScpiWorkingCopy.h"
 #include "SensorPortHandler.h"
+#include "ThreadWatch.h"
 #include "UsbSensorConfig.h"
 
 #include <algorithm>
@@ -33,6 +34,7 @@ struct Commit {
 };
 
 CommitEnd endOf(Commit* commit) {
+    ThreadWatch_progress();
     const uint32_t now_ms = getTime_ms();
     const ScpiPeer peer = ScpiLink_peer(commit->context);
     if (peer == ScpiPeer::isThere) {

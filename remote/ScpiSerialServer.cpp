@@ -6,6 +6,7 @@
 #include "RetryInterrupted.h"
 #include "ScpiLink.h"
 #include "SerialPort.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -45,6 +46,7 @@ void enterLineMode() {
 
 /// True when the device has gone: every read is empty from then on.
 bool waitForInput() {
+    const ThreadRest rest;
     pollfd waited{*SerialPort_getfd(), POLLIN, 0};
     retryInterrupted([&] { return poll(&waited, 1, -1); });
     return (waited.revents & POLLHUP) != 0;
@@ -66,6 +68,7 @@ void discardInput() {
 
 /// One line. False when reading has failed.
 bool serveLine() {
+    ThreadWatch_beat();
     char buffer[receiveSize] = {};
     const bool isGone = waitForInput();
     const int32_t count = SerialPort_gets(buffer, sizeof buffer);
@@ -121,4 +124,5 @@ void scpiSerialServerThread() {
     }
     DIAGNOSTIC("serial_gets() failed");
     SerialPort_Close();
+    ThreadWatch_rest(); // it ends
 }

@@ -7,6 +7,7 @@
 #include "Process.h"
 #include "RetryInterrupted.h"
 #include "ScpiLink.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -48,11 +49,16 @@ int bindTo(int server, uint16_t port) {
     return bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
-/// Waits without cost for the next client.
+/// Waits without cost, and without limit.
+void waitForInput(std::span<pollfd> waited) {
+    const ThreadRest rest;
+    retryInterrupted([&] { return poll(waited.data(), waited.size(), -1); });
+}
+
 int acceptClient(int server) {
     for (;;) {
-        pollfd waited{server, POLLIN, 0};
-        retryInterrupted([&] { return poll(&waited, 1, -1); });
+        std::array<pollfd, 1> waited = {{{server, POLLIN, 0}}};
+        waitForInput(waited);
         const int client =
             retryInterrupted([&] { return accept4(server, nullptr, nullptr, SOCK_CLOEXEC); });
         if (client >= 0) {
@@ -102,7 +108,7 @@ bool isStillThere(int client) {
 /// another client. False when the present one does not answer any more.
 bool outlastSilence(int client, int server) {
     std::array<pollfd, 2> waited = {{{client, POLLIN, 0}, {server, POLLIN, 0}}};
-    retryInterrupted([&] { return poll(waited.data(), waited.size(), -1); });
+    waitForInput(waited);
     return waited[0].revents != 0 || isStillThere(client);
 }
 
@@ -110,6 +116,7 @@ bool outlastSilence(int client, int server) {
 /// what that costs, only while a command without its end is pending, which a silence of
 /// clientTimeout_ms completes: 0 bytes with EAGAIN.
 ssize_t receive(int client, std::span<char> buffer) {
+    const ThreadRest rest;
     if (ScpiLink_isPending(&tcpLink)) {
         pollfd waited{client, POLLIN, 0};
         const int ready = retryInterrupted([&] { return poll(&waited, 1, clientTimeout_ms); });
@@ -226,6 +233,7 @@ void scpiTcpServerThread() {
     SCPI_S* record = scpi;
 
     DIAGNOSTIC("Starting...");
+    ThreadWatch_beat();
     forgetWorkingCopies(record);
     ScpiLink_initialize(&tcpLink, &record->tcpContext, record->tcpInputBuffer,
                         record->tcpErrorQueueData);

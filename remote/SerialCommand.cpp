@@ -7,6 +7,7 @@
 #include "SerialCommandSettings.h"
 #include "SerialPort.h"
 #include "SerialStatus.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -79,6 +80,7 @@ void requestReading() {
 }
 
 Request waitForRequest() {
+    const ThreadRest rest;
     const ScopedLock lock(requestMutex);
     while (!currentRequest.isWaiting) {
         pthread_cond_wait(&reading_request, &requestMutex);
@@ -88,6 +90,7 @@ Request waitForRequest() {
 
 /// Number of announced readings; waits until it differs from `seen`.
 uint32_t waitForReading(uint32_t seen) {
+    const ThreadRest rest;
     const ScopedLock lock(requestMutex);
     while (announcedReadings == seen) {
         pthread_cond_wait(&reading_available, &requestMutex);
@@ -198,6 +201,7 @@ void SerialCommand_SignalReadingAvailable() {
 
 void SerialCommand_InputThread() {
     for (;;) {
+        ThreadWatch_beat();
         char character = 0;
         if (readCharacter(&character)) {
             takeCharacter(character);
@@ -208,6 +212,7 @@ void SerialCommand_InputThread() {
 }
 
 void SerialCommand_OutputThread() {
+    ThreadWatch_beat();
     for (;;) {
         answer(waitForRequest());
     }

@@ -1,6 +1,7 @@
 #include "SerialPort.h"
 
 #include "RetryInterrupted.h"
+#include "ThreadWatch.h"
 #include "Threads.h"
 #include "message.h"
 
@@ -192,10 +193,12 @@ uint8_t SerialPort_getc() {
 }
 
 int32_t SerialPort_gets(char* buffer, size_t length) {
+    const ThreadRest rest;
     return serial_gets(fd_, buffer, length);
 }
 
 int32_t SerialPort_puts(const char* text) {
+    const ThreadRest rest; // the peer may hold the line
     return serial_puts(fd_, text);
 }
 
@@ -216,6 +219,7 @@ int32_t SerialPort_GetConfig(termios* settings) {
 }
 
 int32_t SerialPort_SetConfig(const termios* settings) {
+    const ThreadRest rest; // what waits to be sent goes first, and the peer may hold the line
     const ScopedLock lock(applyingMutex);
     remember(*settings);
     const int result = retryInterrupted([&] { return tcsetattr(fd_, TCSAFLUSH, settings); });

@@ -1,6 +1,7 @@
 #include "Files.h"
 
 #include "RetryInterrupted.h"
+#include "ThreadWatch.h"
 
 #include <array>
 #include <atomic>
@@ -245,6 +246,7 @@ long File_readStart(const char* path, char* buffer, size_t size) {
 }
 
 bool File_replace(const char* path, std::string_view content) {
+    ThreadWatch_progress(); // who stores much on a slow disk does not hang
     Path target;
     if (!resolveLinks(path, target)) {
         return false;
@@ -300,6 +302,7 @@ int File_runShellCommand(const char* command) {
         errno = error;
         return -1;
     }
+    const ThreadRest rest; // as long as the command takes
     int status = 0;
     return retryInterrupted([&] { return waitpid(child, &status, 0); }) == -1 ? -1 : status;
 }

@@ -40,15 +40,19 @@ void ThreadWatch_beat() {
     if (ownPlace == nullptr) {
         ownPlace = takePlace();
     }
-    if (ownPlace != nullptr) {
-        ++ownPlace->beats;
-        ownPlace->isResting = false;
-    }
+    ThreadWatch_progress();
 }
 
 void ThreadWatch_rest() {
     if (ownPlace != nullptr) {
         ownPlace->isResting = true;
+    }
+}
+
+void ThreadWatch_progress() {
+    if (ownPlace != nullptr) {
+        ++ownPlace->beats;
+        ownPlace->isResting = false;
     }
 }
 

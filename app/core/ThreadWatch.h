@@ -17,6 +17,22 @@ void ThreadWatch_beat();
 /// of life.
 void ThreadWatch_rest();
 
+/// A sign of life if the calling thread is watched; for what short-lived threads do, too.
+void ThreadWatch_progress();
+
+/// A wait that may last for ever, while this lives. Does nothing in a thread that is not watched.
+class ThreadRest {
+public:
+    ThreadRest() {
+        ThreadWatch_rest();
+    }
+    ~ThreadRest() {
+        ThreadWatch_progress();
+    }
+    ThreadRest(const ThreadRest&) = delete;
+    ThreadRest& operator=(const ThreadRest&) = delete;
+};
+
 /// Counts `elapsed_ms` more for each thread that has given no sign of life since the last call,
 /// unless it rests. Returns the name of one that has been silent for `limit_ms`; null when there is
 /// none. One thread only, periodically. What it slept too long is best left out of `elapsed_ms`: a

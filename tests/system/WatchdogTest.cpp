@@ -1,6 +1,8 @@
 // A meter that hangs is started again and leaves its stack traces; one that waits is left alone.
 
 #include "MeterTest.h"
+#include "ScpiClient.h"
+#include "WorldFolder.h"
 
 #include <csignal>
 
@@ -19,9 +21,25 @@ constexpr bool canBeTraced = true;
 
 class Watchdog : public MeterTest {
 protected:
-    void startWatched(double speed) {
-        start({.commands = {"clock speed " + std::to_string(speed)}, .hasWatchdog = true});
+    void startWatched(double speed, const std::string& settings = "") {
+        BenchOptions options;
+        options.commands = {"clock speed " + std::to_string(speed)};
+        options.hasWatchdog = true;
+        options.prepare = [settings](const std::string& world) {
+            if (!settings.empty()) {
+                WorldFolder_write(world, instrumentFile::settings, settings);
+            }
+        };
+        start(options);
         first = Bench_programId(bench);
+    }
+
+    /// A commit to it waits for as long as commits do.
+    void plugSilentPulseSensor() {
+        plug("usb1", "3164 fwd=25");
+        ASSERT_TRUE(chooseChannel(1));
+        ASSERT_TRUE(waitForReading("pulse.valueFwd"));
+        ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
     }
 
     bool isStartedAgain() {
@@ -54,6 +72,8 @@ protected:
 
     pid_t first = 0;
     static constexpr uint32_t restartLimit_ms = 60000;
+    static constexpr const char* pulseMode = "sensorPulseMode 1\n";
+    static constexpr const char* commit = "SENS:FREQ:AUTO OFF;:SENS:FREQ 15;:SYST:PULS:CONF:COMM";
 };
 
 } // namespace
@@ -92,11 +112,37 @@ TEST_F(Watchdog, AProgramThatStandsStillAsAWholeIsStartedAgain) {
     EXPECT_TRUE(isStartedAgain());
 }
 
+TEST_F(Watchdog, ARemoteLinkThatHangsIsFoundToo) {
+    startWatched(4);
+    ScpiClient terminal(bench, ScpiClient::Wire::commandPort);
+    ASSERT_NE(terminal.ask("*IDN?"), "");
+    ASSERT_TRUE(Bench_do(bench, "freeze scpiSerial"));
+    ASSERT_TRUE(terminal.send("\x04")); // an end of file, after which it pauses
+    ASSERT_TRUE(isStartedAgain());
+    EXPECT_EQ(Bench_countInSyslog(bench, "Thread scpiSerial gives no sign of life"), 1U);
+}
+
+TEST_F(Watchdog, ACommitThatWaitsForItsSensorIsLeftAlone) {
+    startWatched(4, pulseMode);
+    plugSilentPulseSensor();
+    ScpiClient client(bench);
+    ASSERT_EQ(client.ask("SYST:PULS?"), "1");
+    ASSERT_TRUE(client.send(commit));
+    std::string error;
+    EXPECT_TRUE(Bench_waitUntil([&] { return !(error = client.ask("SYST:ERR?")).empty(); },
+                                restartLimit_ms));
+    EXPECT_THAT(error, HasSubstr("-220"));
+    EXPECT_EQ(Bench_programId(bench), first);
+    EXPECT_EQ(Bench_readFile(bench, crashLog), "");
+}
+
 TEST_F(Watchdog, WhatWaitsAsItShouldIsLeftAlone) {
     startWatched(4);
     plugFirst("usb1", "3164 fwd=25");
     plug("serial1", "5132 fwd=4");
     ASSERT_TRUE(waitForReading("lower.fwd.value"));
+    ScpiClient client(bench); // which then says nothing
+    ASSERT_NE(client.ask("*IDN?"), "");
     ASSERT_TRUE(Bench_do(bench, "fault usb1 deaf"));
     ASSERT_TRUE(Bench_do(bench, "fault serial1 silence"));
     // Longer than any thread may be silent: two ports are empty, and two sensors answer nothing.
@@ -107,6 +153,7 @@ TEST_F(Watchdog, WhatWaitsAsItShouldIsLeftAlone) {
         restartLimit_ms));
     EXPECT_EQ(Bench_programId(bench), first);
     EXPECT_EQ(Bench_readFile(bench, crashLog), "");
+    EXPECT_NE(client.ask("*IDN?"), "");
     ASSERT_TRUE(Bench_do(bench, "fault usb1 none"));
     EXPECT_TRUE(measures("usb1", "upper.fwd.value"));
 }

@@ -48,6 +48,32 @@ TEST(ThreadWatch, AThreadThatHasNeverGivenASignOfLifeIsNotWatched) {
     }
 }
 
+TEST(ThreadWatch, AThreadIsNotMissedWhileItRestsAndIsAtWorkAfterwards) {
+    ThreadWatch_beat();
+    {
+        const ThreadRest rest;
+        for (int pass = 0; pass < 10; ++pass) {
+            EXPECT_EQ(findSilent(), "") << pass;
+        }
+    }
+    EXPECT_EQ(findSilent(), "");
+    EXPECT_EQ(findSilent(), "");
+    EXPECT_EQ(findSilent(), "");
+    EXPECT_NE(findSilent(), "");
+    ThreadWatch_progress();
+    EXPECT_EQ(findSilent(), "");
+}
+
+TEST(ThreadWatch, RestAndProgressDoNotMakeAThreadOneThatIsWatched) {
+    std::thread([] {
+        ThreadWatch_progress();
+        const ThreadRest rest;
+    }).join();
+    for (int pass = 0; pass < 10; ++pass) {
+        EXPECT_EQ(findSilent(), "") << pass;
+    }
+}
+
 TEST(ThreadWatch, MoreThreadsThanThereIsRoomForAreLetGo) {
     for (int count = 0; count < 100; ++count) {
         std::thread([] {
