@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -51,7 +52,9 @@ template <typename Value> scpi_result_t answer(scpi_t* context, Value value) {
     if (channel == 0) {
         return SCPI_RES_ERR;
     }
-    SCPI_ResultDouble(context, value(meterOf(context), channel));
+    const CrowdMeter& meter = meterOf(context);
+    SCPI_ResultDouble(context, meter.hasReadings ? value(meter, channel)
+                                                 : std::numeric_limits<double>::quiet_NaN());
     return SCPI_RES_OK;
 }
 

@@ -15,6 +15,7 @@ struct CrowdMeter {
     size_t number = 1;   ///< from 1 on
     size_t channels = 1; ///< with a sensor, 0 to 2
     std::string sensor;  ///< model of its sensors
+    bool hasReadings = true;
     int64_t now_ns = 0;  ///< time at which the line is answered
     std::string replies; ///< what is to be sent
     scpi_t context{};

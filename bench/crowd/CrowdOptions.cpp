@@ -16,9 +16,10 @@ struct FaultName {
     std::string_view name;
     CrowdFault fault;
 };
-constexpr std::array<FaultName, 5> faultNames{{
+constexpr std::array<FaultName, 6> faultNames{{
     {"silent", CrowdFault::silent},
     {"slow", CrowdFault::slow},
+    {"nan", CrowdFault::nan},
     {"garbage", CrowdFault::garbage},
     {"vanish", CrowdFault::vanish},
     {"restart", CrowdFault::restart},
@@ -84,8 +85,8 @@ constexpr std::array<Option, 6> optionTable{{
          options.sensor = text;
          return true;
      }},
-    {"--fault", "NAME[:FIRST-LAST]", "silent, slow, garbage, vanish or restart, for these meters",
-     readFault},
+    {"--fault", "NAME[:FIRST-LAST]",
+     "silent, slow, nan, garbage, vanish or restart, for these meters", readFault},
     {"--period", "TIME", "faults last the second half of each period only",
      [](const std::string& text, CrowdOptions& options) {
          options.period_s = BenchText_duration_s(text).value_or(0);

@@ -10,6 +10,7 @@ enum class CrowdFault {
     none,
     silent,  ///< takes questions and answers nothing
     slow,    ///< answers 400 ms later
+    nan,     ///< has no readings, as with sensors that say nothing
     garbage, ///< random bytes in place of each answer
     vanish,  ///< neither answers nor hangs up, and lets nobody in, as with its cable pulled
     restart, ///< hangs up and refuses connections, then is back

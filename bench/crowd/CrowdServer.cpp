@@ -142,6 +142,7 @@ void serveClient(CrowdServer& server, CrowdSeat& seat) {
         return;
     }
     const int64_t time_ns = now_ns();
+    seat.meter.hasReadings = !(seat.isFaulty && seat.fault == CrowdFault::nan);
     CrowdMeter_receive(seat.meter, {buffer.data(), static_cast<size_t>(count)}, time_ns);
     reply(server, seat, time_ns);
 }

@@ -37,6 +37,12 @@ TEST_F(CrowdMeterTest, MeasuresItsOwnSignal) {
     EXPECT_NE(CrowdMeter_forward_W(8, 1, 0), CrowdMeter_forward_W(7, 1, 0));
 }
 
+TEST_F(CrowdMeterTest, WithoutReadingsItStillTellsItsSensor) {
+    meter.hasReadings = false;
+    EXPECT_EQ("nan;nan\r\n", ask("MEAS:AVER?;:MEAS:REFL:AVER? 1\n"));
+    EXPECT_EQ("71\r\n", ask("SYST:IDEN:SENS:SN? 1\n"));
+}
+
 TEST_F(CrowdMeterTest, AnEmptyChannelAnswersNothingAndLeavesAnError) {
     EXPECT_EQ("", ask("MEAS:AVER? 2\n"));
     EXPECT_EQ("-220,\"Parameter error;No sensor connected on the channel\"\r\n",

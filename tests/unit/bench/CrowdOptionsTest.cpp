@@ -24,7 +24,7 @@ TEST_F(CrowdOptionsTest, ACrowdIsANumberOfMeters) {
 TEST_F(CrowdOptionsTest, ReadsAllOptions) {
     ASSERT_TRUE(parse({"9", "--base", "127.77.3.250", "--port", "6000", "--channels", "2",
                        "--sensor", "5133", "--period", "4s", "--fault", "slow", "--fault",
-                       "vanish:3", "--fault", "restart:5-6"}))
+                       "vanish:3", "--fault", "restart:5-6", "--fault", "nan:8"}))
         << error;
     EXPECT_EQ("127.77.3.255", CrowdOptions_address(options.base + 5));
     EXPECT_EQ(6000, options.port);
@@ -35,6 +35,7 @@ TEST_F(CrowdOptionsTest, ReadsAllOptions) {
     EXPECT_EQ(CrowdFault::vanish, CrowdOptions_fault(options, 3));
     EXPECT_EQ(CrowdFault::restart, CrowdOptions_fault(options, 6));
     EXPECT_EQ(CrowdFault::slow, CrowdOptions_fault(options, 7));
+    EXPECT_EQ(CrowdFault::nan, CrowdOptions_fault(options, 8));
 }
 
 TEST_F(CrowdOptionsTest, WhatCannotBeIsRefused) {
