@@ -121,9 +121,10 @@ constexpr scpi_command_t commands[] = {
 constexpr double second_ns = 1e9;
 constexpr double fullTurn = 6.283185307179586;
 
-/// To a tenth of a milliwatt, so that both ends write the same digits.
+/// To a tenth of a microwatt: both ends write the same digits, and hardly any reading is the one
+/// before again, even where the signal turns.
 double rounded(double power_W) {
-    return std::round(power_W * 1e4) / 1e4;
+    return std::round(power_W * 1e7) / 1e7;
 }
 
 } // namespace

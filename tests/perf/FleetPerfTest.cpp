@@ -81,7 +81,8 @@ double askDatabase(const std::string& database, const std::string& query) {
 }
 
 /// Of each meter: what was due from the very first reading on until its last one, less what there
-/// is. The few readings that repeat the one before, and so are not stored, count as missed, too.
+/// is. One that repeated the one before, and so was not stored, would count as missed; those of a
+/// crowd do not.
 double missedOf(const std::string& database, int64_t interval_ms) {
     const std::string interval = std::to_string(interval_ms);
     return askDatabase(database,

@@ -43,6 +43,14 @@ TEST_F(CrowdMeterTest, WithoutReadingsItStillTellsItsSensor) {
     EXPECT_EQ("71\r\n", ask("SYST:IDEN:SENS:SN? 1\n"));
 }
 
+TEST_F(CrowdMeterTest, ReadingsDifferWhereTheSignalTurns) {
+    const int64_t top_ns = 2'500'000'000;
+    const int64_t interval_ns = 100'000'000;
+    const int64_t nearly_ns = interval_ns / 2 - interval_ns / 1000; // the last poll before the top
+    EXPECT_NE(CrowdMeter_forward_W(7, 1, top_ns - nearly_ns),
+              CrowdMeter_forward_W(7, 1, top_ns - nearly_ns + interval_ns));
+}
+
 TEST_F(CrowdMeterTest, AnEmptyChannelAnswersNothingAndLeavesAnError) {
     EXPECT_EQ("", ask("MEAS:AVER? 2\n"));
     EXPECT_EQ("-220,\"Parameter error;No sensor connected on the channel\"\r\n",
