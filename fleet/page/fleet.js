@@ -414,8 +414,8 @@ async function refreshEvents(page) {
   }));
 }
 
-function showTrouble(text) {
-  setText($('trouble'), text);
+function showTrouble(page, text) {
+  if (page === shown) setText($('trouble'), text);
 }
 
 // Charts as often as there can be news on them; one question of each kind at a time.
@@ -425,7 +425,7 @@ function refreshMeter(page) {
     if (page[isAsking] || now < page[due]) return;
     page[isAsking] = true;
     page[due] = now + period;
-    work(page).then(() => showTrouble(''), error => showTrouble(error.message))
+    work(page).then(() => showTrouble(page, ''), error => showTrouble(page, error.message))
       .finally(() => { page[isAsking] = false; });
   };
   if (page.sections.length > 0) {
@@ -435,14 +435,20 @@ function refreshMeter(page) {
 }
 
 // The answer is looked at first: an image that is refused does not tell why.
+async function askScreen(page) {
+  const answer = await fetch(`api/meters/${encodeURIComponent(page.name)}/screen`);
+  if (!answer.ok) throw new Error((await answer.json()).error);
+  return answer.blob();
+}
+
 async function showScreen(page) {
   setText($('screenTrouble'), 'is asked for\u2026');
-  const answer = await fetch(`api/meters/${encodeURIComponent(page.name)}/screen`);
-  const told = await (answer.ok ? answer.blob() : answer.json());
+  const told = await askScreen(page).catch(error => error);
   if (page !== shown) return;
-  setText($('screenTrouble'), answer.ok ? '' : told.error);
+  const isPicture = told instanceof Blob;
+  setText($('screenTrouble'), isPicture ? '' : told.message);
   hideScreen();
-  if (answer.ok) {
+  if (isPicture) {
     $('screen').src = URL.createObjectURL(told);
     $('screen').hidden = false;
   }
@@ -469,7 +475,7 @@ function closeMeter() {
   $('channels').replaceChildren();
   $('events').replaceChildren();
   setText($('screenTrouble'), '');
-  showTrouble('');
+  setText($('trouble'), '');
   hideScreen();
 }
 
@@ -540,8 +546,7 @@ for (const range of RANGES) {
   button.addEventListener('click', () => chooseRange(range));
   $('ranges').append(button);
 }
-$('screenButton').addEventListener('click', () => showScreen(shown)
-  .catch(error => setText($('screenTrouble'), error.message)));
+$('screenButton').addEventListener('click', () => showScreen(shown));
 $('search').addEventListener('input', drawList);
 $('sort').addEventListener('change', event => sortBy(event.target.value));
 window.addEventListener('scroll', () => shown || drawRows(), {passive: true});

@@ -44,14 +44,18 @@ class Fleet:
         self.crowd = None
         if meters:
             self.start_crowd(meters, crowd)
-        file = os.path.join(self.folder.name, "fleet.toml")
-        with open(file, "w", encoding="utf-8") as written:
+        self.file = os.path.join(self.folder.name, "fleet.toml")
+        self.configure(config)
+        self.words = [f"{programs}/quorvel-fleet", "run", self.file]
+        self.process = None
+        self.start()
+
+    def configure(self, config):
+        """For its next start."""
+        with open(self.file, "w", encoding="utf-8") as written:
             written.write(f'database = "{self.database}"\n')
             config = config.replace("LISTEN", f"{self.host}:{PORT}")
             written.write(re.sub(r"METER(\d+)", lambda found: self.address(int(found[1])), config))
-        self.words = [f"{programs}/quorvel-fleet", "run", file]
-        self.process = None
-        self.start()
 
     def start_crowd(self, meters, options=()):
         self.crowd = subprocess.Popen(
