@@ -26,7 +26,7 @@ constexpr int microseconds = 1'000'000;
 
 struct FleetCost {
     double readings = 0;
-    double missed = 0; ///< polls that were due and left no reading
+    double missed = 0; ///< polls that were due and gave no reading
     double processorTime_s = 0;
     double memory_kB = 0; ///< the most that it had at a time
 };
@@ -80,25 +80,33 @@ double askDatabase(const std::string& database, const std::string& query) {
     return answer.status == 0 ? std::strtod(answer.output.c_str(), nullptr) : 0;
 }
 
-/// Of each meter: what was due from the very first reading on until its last one, less what there
-/// is. One that repeated the one before, and so was not stored, would count as missed; those of a
-/// crowd do not.
-double missedOf(const std::string& database, int64_t interval_ms) {
-    const std::string interval = std::to_string(interval_ms);
+/// Polls that gave no reading, as the service itself counts them: from each meter's first one on.
+double gapsOf(const std::string& address) {
+    constexpr const char* sum =
+        "import sys, urllib.request\n"
+        "lines = urllib.request.urlopen('http://' + sys.argv[1] + '/metrics')\n"
+        "gaps = (line for line in lines if line.startswith(b'quorvel_reading_gaps_total{'))\n"
+        "print(sum(float(line.split()[-1]) for line in gaps))";
+    const FleetRun answer = FleetProcess_run({"/usr/bin/python3", "-c", sum, address});
+    EXPECT_EQ(0, answer.status) << answer.errors;
+    return answer.status == 0 ? std::strtod(answer.output.c_str(), nullptr) : 0;
+}
+
+/// Polls that were due before a meter's first reading: each is due once in the first interval.
+double missedBeforeTheFirst(const std::string& database, int64_t interval_ms) {
     return askDatabase(database,
-                       "WITH times AS (SELECT min(time_ms) AS first, max(time_ms) AS last, "
-                       "count(*) AS stored FROM raw GROUP BY source) "
-                       "SELECT sum(max(0, round((last - first) / " +
-                           interval + ".0) + 1 + (first - (SELECT min(first) FROM times)) / " +
-                           interval + " - stored)) FROM times");
+                       "WITH times AS (SELECT min(time_ms) AS first FROM raw GROUP BY source) "
+                       "SELECT sum(max(0, (first - (SELECT min(first) FROM times)) / " +
+                           std::to_string(interval_ms) + " - 1)) FROM times");
 }
 
 /// Watches them for as long, with a database.
 FleetCost costOfService(const TestCrowd& crowd, size_t meters, int64_t interval_ms) {
     const TestFolder folder;
     const std::string database = folder.file("fleet.sqlite");
-    std::string config = "listen = \"\"\ndatabase = \"" + database + "\"\nevery = \"" +
-                         text_ms(interval_ms) + "\"\n";
+    const std::string address = crowd.address(meters + 1) + ":8830";
+    std::string config = "listen = \"" + address + "\"\ndatabase = \"" + database +
+                         "\"\nevery = \"" + text_ms(interval_ms) + "\"\n";
     for (size_t meter = 1; meter <= meters; ++meter) {
         config += "[[meter]]\naddress = \"" + crowd.address(meter) + "\"\n";
     }
@@ -107,11 +115,13 @@ FleetCost costOfService(const TestCrowd& crowd, size_t meters, int64_t interval_
     FleetProcess service({"quorvel-fleet", "run", folder.file("fleet.toml")});
     useCores(false);
     std::this_thread::sleep_for(std::chrono::duration<double>(duration_s));
+    const double gaps = gapsOf(address);
     service.signal(SIGTERM);
     EXPECT_EQ(0, service.end()) << service.errors();
     EXPECT_EQ(meters, askDatabase(database, "SELECT count(*) FROM sources"));
-    return {askDatabase(database, "SELECT count(*) FROM raw"), missedOf(database, interval_ms),
-            service.use().processorTime_s, service.use().memory_kB};
+    return {askDatabase(database, "SELECT count(*) FROM raw"),
+            gaps + missedBeforeTheFirst(database, interval_ms), service.use().processorTime_s,
+            service.use().memory_kB};
 }
 
 double costOfReading_us(const FleetCost& cost) {
