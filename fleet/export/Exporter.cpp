@@ -1,8 +1,9 @@
 #include "Exporter.h"
 
+#include "DatabaseThread.h"
 #include "ExportClient.h"
+#include "FleetHistory.h"
 #include "GzipText.h"
-#include "HistoryReader.h"
 #include "ReconnectPause.h"
 
 #include <algorithm>
@@ -55,7 +56,7 @@ Batch readBatch(const SqliteFile& file, int64_t after, int64_t most, LineTime ti
 
 struct Exporter {
     ExporterOptions options;
-    std::shared_ptr<HistoryReader> reader;
+    std::shared_ptr<DatabaseThread> reader;
     std::shared_ptr<ExportClient> client;
     ExporterCounts counts;
     ReconnectPause pause;
@@ -147,7 +148,7 @@ void beginBatch(Exporter& exporter) {
         return std::function<void()>(
             [&exporter, batch, body] { takeBatch(exporter, batch, body); });
     };
-    exporter.isBusy = HistoryReader_do(*exporter.reader, read);
+    exporter.isBusy = DatabaseThread_do(*exporter.reader, read);
 }
 
 } // namespace
@@ -158,10 +159,11 @@ std::shared_ptr<Exporter> Exporter_start(const std::shared_ptr<FleetLoop>& loop,
     exporter->options = std::move(options);
     exporter->most = exporter->options.batch;
     exporter->pause = ReconnectPause_create(static_cast<uint32_t>(FleetLoop_wall_ns()));
-    exporter->reader = HistoryReader_start(loop, exporter->options.database, error);
-    if (!exporter->reader) {
+    SqliteFile file = SqliteFile_openToRead(exporter->options.database, error);
+    if (!file) {
         return nullptr;
     }
+    exporter->reader = DatabaseThread_start(loop, std::move(file));
     exporter->client =
         ExportClient_create(*loop, exporter->options.url, exporter->options.answerTime_ms);
     FleetLoop_every(*loop, look_ms, [&exporter = *exporter] {
@@ -177,6 +179,6 @@ const ExporterCounts& Exporter_counts(const Exporter& exporter) {
 }
 
 void Exporter_stop(Exporter& exporter) {
-    HistoryReader_stop(*exporter.reader);
+    DatabaseThread_stop(*exporter.reader);
     ExportClient_stop(*exporter.client);
 }

@@ -1,6 +1,7 @@
 #include "FleetService.h"
 
 #include "ChannelWatch.h"
+#include "DatabaseThread.h"
 #include "Exporter.h"
 #include "FleetDatabase.h"
 #include "FleetShare.h"
@@ -44,6 +45,9 @@ struct Service {
     std::shared_ptr<Exporter> exporter; ///< none where nothing is to be exported
     std::vector<WatchedMeter> meters;
     FleetDatabase database;
+    std::shared_ptr<DatabaseThread> checkpointer;
+    bool isCheckpointing = false;
+    std::string checkpointTrouble;
     std::string trouble;        ///< of the database, as it was last told
     std::string minutesTrouble; ///< of what is made of it
     std::string finderTrouble;  ///< of the discovery
@@ -246,6 +250,31 @@ void summarize(Service& service) {
     tell(service.minutesTrouble, config.database + ": minutes", error);
 }
 
+/// Lets the other thread bring the log into the file. Until it has, nothing is written, or else the
+/// log would never come to an end; readings wait in memory.
+void beginCheckpoint(Service& service) {
+    service.isCheckpointing =
+        DatabaseThread_do(*service.checkpointer, [&service](const SqliteFile& file) {
+            std::string error;
+            SqliteFile_checkpoint(file, error);
+            return std::function<void()>([&service, error] {
+                service.isCheckpointing = false;
+                tell(service.checkpointTrouble, service.config->database + ": checkpoint", error);
+            });
+        });
+}
+
+void keepDatabase(Service& service) {
+    if (service.isCheckpointing) {
+        return;
+    }
+    flush(service);
+    summarize(service);
+    if (FleetDatabase_isCheckpointDue(service.database)) {
+        beginCheckpoint(service);
+    }
+}
+
 /// What waited for too long is told once an hour, so that the journal does not fill up.
 void tellForgotten(Service& service) {
     const uint64_t forgotten = service.database.queue.forgotten;
@@ -380,10 +409,7 @@ void start(Service& service) {
         watch(service, meter);
     }
     FleetLoop_onEnd(*service.loop, [&service] { FleetLoop_stop(*service.loop); });
-    FleetLoop_every(*service.loop, storePeriod_ms, [&service] {
-        flush(service);
-        summarize(service);
-    });
+    FleetLoop_every(*service.loop, storePeriod_ms, [&service] { keepDatabase(service); });
     if (service.config->discovers) {
         service.finder =
             MeterFinder_start(service.loop, [&service](const std::vector<AnnouncedMeter>& found,
@@ -405,6 +431,7 @@ int end(Service& service) {
     if (service.exporter) {
         Exporter_stop(*service.exporter);
     }
+    DatabaseThread_stop(*service.checkpointer);
     for (const WatchedMeter& meter : service.meters) {
         for (size_t channel = 0; channel < meterChannelCount; ++channel) {
             ChannelWatch rest = meter.channels[channel];
@@ -428,11 +455,16 @@ int FleetService_run(const FleetConfig& config) {
     Service service;
     std::string error;
     service.config = &config;
-    if (!FleetDatabase_open(service.database, config.database, error)) {
+    SqliteFile checkpointed;
+    if (FleetDatabase_open(service.database, config.database, error)) {
+        checkpointed = SqliteFile_openToCheckpoint(config.database, error);
+    }
+    if (!checkpointed) {
         say(config.database + ": " + error);
         return 1;
     }
     start(service);
+    service.checkpointer = DatabaseThread_start(service.loop, std::move(checkpointed));
     const bool isServed = serve(service) && startExport(service);
     if (isServed) {
         say("watching " + std::to_string(config.meters.size()) + " meters");

@@ -17,6 +17,7 @@ constexpr size_t leastPart = 200; ///< readings: so many are stored at once, wha
 constexpr size_t visitedAtOnce = 20;              ///< sources
 constexpr int64_t thinnedAtOnce = 1000;           ///< rows of a table, or of a source
 constexpr int64_t thinnedRaw = 2 * thinnedAtOnce; ///< rows of all sources
+constexpr int checkpointPages = 1000;             ///< 4 MB, as SQLite itself has it
 
 // The view shows readings under the names that every log has.
 constexpr std::array schema{
@@ -71,6 +72,11 @@ std::string insertReadingStatement() {
         places += ",?";
     }
     return "INSERT OR IGNORE INTO raw VALUES (?,?" + places + ")";
+}
+
+int noteLogPages(void* logPages, sqlite3* /*file*/, const char* /*name*/, int count) {
+    *static_cast<int*>(logPages) = count;
+    return SQLITE_OK;
 }
 
 bool prepare(FleetDatabase& database, SqliteStatement& statement, const std::string& text,
@@ -280,6 +286,10 @@ std::string removal(const char* table, const char* key, int64_t before_ms) {
 
 bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::string& error) {
     database.file = SqliteFile_open(path, schema, error);
+    if (database.file) {
+        // In place of SQLite's own, which makes the checkpoints at once.
+        sqlite3_wal_hook(database.file.get(), noteLogPages, &database.logPages);
+    }
     return database.file && prepareAll(database, error) &&
            ExportQueue_open(database.queue, database.file, error);
 }
@@ -349,6 +359,17 @@ bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw
                           removal("minutes", "source, time_ms", now_ms - keepMinutes_ms) +
                               removal("events", "id", now_ms - keepMinutes_ms),
                           error);
+}
+
+bool FleetDatabase_isCheckpointDue(FleetDatabase& database) {
+    if (database.logPages < database.checkpointedAt) {
+        database.checkpointedAt = 0; // the log has begun anew
+    }
+    const bool isDue = database.logPages - database.checkpointedAt >= checkpointPages;
+    if (isDue) {
+        database.checkpointedAt = database.logPages;
+    }
+    return isDue;
 }
 
 void FleetDatabase_close(FleetDatabase& database) {

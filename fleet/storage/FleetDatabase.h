@@ -56,12 +56,18 @@ struct FleetDatabase {
     std::vector<int64_t> unsummarized; ///< sources whose minutes are to be made
     std::vector<int64_t> unthinned;    ///< sources in which old readings are to be looked for
     int64_t summarizedTo_ms = 0;       ///< the minute up to which they are
+    int logPages = 0;                  ///< of the write-ahead log, after the last transaction
+    int checkpointedAt = 0;            ///< so many pages, when a checkpoint was due last
     uint64_t lost = 0;                 ///< readings that the file did not take for too long
 };
 
 constexpr size_t fleetDatabaseMostWaiting = 200'000; ///< readings, and as many events
 
-/// Opens or makes it. False with the reason.
+/// Opens or makes it. False with the reason. The structure must stay where it is from then on.
+///
+/// This connection brings nothing of the write-ahead log into the file, which would wait for the
+/// disk: that is for SqliteFile_checkpoint, on another connection and another thread, whenever it
+/// is due.
 bool FleetDatabase_open(FleetDatabase& database, const std::string& path, std::string& error);
 
 void FleetDatabase_add(FleetDatabase& database, FleetReading reading,
@@ -93,6 +99,9 @@ bool FleetDatabase_summarize(FleetDatabase& database, int64_t time_ms, size_t mo
 /// are not exported yet are kept for as long again, and a week at least. False with the reason.
 bool FleetDatabase_thin(FleetDatabase& database, int64_t now_ms, int64_t keepRaw_ms,
                         int64_t keepMinutes_ms, std::string& error);
+
+/// Whether a checkpoint is due. Says so once: it is due again when the log has grown as much again.
+bool FleetDatabase_isCheckpointDue(FleetDatabase& database);
 
 void FleetDatabase_close(FleetDatabase& database);
 

@@ -84,6 +84,14 @@ SqliteFile SqliteFile_open(const std::string& path, SqliteSchema schema, std::st
     return isOpen ? std::move(file) : nullptr;
 }
 
+SqliteFile SqliteFile_openToCheckpoint(const std::string& path, std::string& error) {
+    return openFile(path, SQLITE_OPEN_READWRITE, error);
+}
+
+bool SqliteFile_checkpoint(const SqliteFile& file, std::string& error) {
+    return SqliteFile_run(file, "PRAGMA wal_checkpoint(PASSIVE)", error);
+}
+
 bool SqliteFile_run(const SqliteFile& file, const std::string& statements, std::string& error) {
     if (sqlite3_exec(file.get(), statements.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) {
         return true;

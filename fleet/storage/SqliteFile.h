@@ -30,6 +30,14 @@ SqliteFile SqliteFile_open(const std::string& path, SqliteSchema schema, std::st
 /// Opens a database that is there, for reading only. Nothing, with the reason, on failure.
 SqliteFile SqliteFile_openToRead(const std::string& path, std::string& error);
 
+/// Opens a database that somebody else writes, for SqliteFile_checkpoint. Nothing, with the reason,
+/// on failure.
+SqliteFile SqliteFile_openToCheckpoint(const std::string& path, std::string& error);
+
+/// Brings the write-ahead log into the file, and waits for the disk. Others read and write
+/// meanwhile; if nobody does, the log begins anew with what is written next. False with the reason.
+bool SqliteFile_checkpoint(const SqliteFile& file, std::string& error);
+
 /// Runs statements without results. False with the reason.
 bool SqliteFile_run(const SqliteFile& file, const std::string& statements, std::string& error);
 

@@ -1,4 +1,4 @@
-#include "HistoryReader.h"
+#include "DatabaseThread.h"
 
 #include <condition_variable>
 #include <deque>
@@ -14,7 +14,7 @@ using Job = std::function<std::function<void()>(const SqliteFile&)>;
 
 } // namespace
 
-struct HistoryReader {
+struct DatabaseThread {
     std::shared_ptr<FleetLoop> loop;
     SqliteFile file; ///< the thread's
     std::mutex mutex;
@@ -26,57 +26,55 @@ struct HistoryReader {
 
 namespace {
 
-/// Waits for the next job; nothing once the reader has been stopped.
-Job nextJob(HistoryReader& reader) {
-    std::unique_lock lock(reader.mutex);
-    reader.wakeUp.wait(lock, [&reader] { return reader.isStopped || !reader.jobs.empty(); });
-    if (reader.isStopped) {
+/// Waits for the next job; nothing once the thread is to end.
+Job nextJob(DatabaseThread& thread) {
+    std::unique_lock lock(thread.mutex);
+    thread.wakeUp.wait(lock, [&thread] { return thread.isStopped || !thread.jobs.empty(); });
+    if (thread.isStopped) {
         return nullptr;
     }
-    Job job = std::move(reader.jobs.front());
-    reader.jobs.pop_front();
+    Job job = std::move(thread.jobs.front());
+    thread.jobs.pop_front();
     return job;
 }
 
-void run(HistoryReader& reader) {
-    while (const Job job = nextJob(reader)) {
-        FleetLoop_post(*reader.loop, job(reader.file));
+void run(DatabaseThread& thread) {
+    while (const Job job = nextJob(thread)) {
+        FleetLoop_post(*thread.loop, job(thread.file));
     }
 }
 
 } // namespace
 
-std::shared_ptr<HistoryReader> HistoryReader_start(const std::shared_ptr<FleetLoop>& loop,
-                                                   const std::string& path, std::string& error) {
-    auto reader = std::make_shared<HistoryReader>();
-    reader->loop = loop;
-    reader->file = SqliteFile_openToRead(path, error);
-    if (!reader->file) {
-        return nullptr;
-    }
-    reader->thread = std::thread([&reader = *reader] { run(reader); });
-    return reader;
+std::shared_ptr<DatabaseThread> DatabaseThread_start(const std::shared_ptr<FleetLoop>& loop,
+                                                     SqliteFile file) {
+    auto made = std::make_shared<DatabaseThread>();
+    made->loop = loop;
+    made->file = std::move(file);
+    made->thread = std::thread([&thread = *made] { run(thread); });
+    return made;
 }
 
-bool HistoryReader_do(HistoryReader& reader,
-                      std::function<std::function<void()>(const SqliteFile&)> read) {
+bool DatabaseThread_do(DatabaseThread& thread,
+                       std::function<std::function<void()>(const SqliteFile&)> work) {
     {
-        const std::lock_guard lock(reader.mutex);
-        if (reader.jobs.size() >= mostJobs) {
+        const std::lock_guard lock(thread.mutex);
+        if (thread.jobs.size() >= mostJobs) {
             return false;
         }
-        reader.jobs.push_back(std::move(read));
+        thread.jobs.push_back(std::move(work));
     }
-    reader.wakeUp.notify_one();
+    thread.wakeUp.notify_one();
     return true;
 }
 
-void HistoryReader_stop(HistoryReader& reader) {
+void DatabaseThread_stop(DatabaseThread& thread) {
     {
-        const std::lock_guard lock(reader.mutex);
-        reader.isStopped = true;
+        const std::lock_guard lock(thread.mutex);
+        thread.isStopped = true;
     }
-    reader.wakeUp.notify_one();
-    reader.thread.join();
-    reader.jobs.clear();
+    thread.wakeUp.notify_one();
+    thread.thread.join();
+    thread.jobs.clear();
+    thread.file.reset();
 }

@@ -1,27 +1,25 @@
-#ifndef FLEET_WEB_HISTORY_READER_H
-#define FLEET_WEB_HISTORY_READER_H
+#ifndef FLEET_WEB_DATABASE_THREAD_H
+#define FLEET_WEB_DATABASE_THREAD_H
 
-#include "FleetHistory.h"
 #include "FleetLoop.h"
+#include "SqliteFile.h"
 
 #include <functional>
 #include <memory>
-#include <string>
 
-/// Reads the service's database on a thread of its own, so that no meter waits for it: a year takes
-/// its time.
-struct HistoryReader;
+/// A thread with a connection to the service's database, for what takes its time: no meter waits
+/// for it.
+struct DatabaseThread;
 
-/// Nothing, with the reason, if the database cannot be opened.
-std::shared_ptr<HistoryReader> HistoryReader_start(const std::shared_ptr<FleetLoop>& loop,
-                                                   const std::string& path, std::string& error);
+std::shared_ptr<DatabaseThread> DatabaseThread_start(const std::shared_ptr<FleetLoop>& loop,
+                                                     SqliteFile file);
 
-/// Calls `read` on the thread and then what it returned on the loop. False if too much is to be
-/// read already.
-bool HistoryReader_do(HistoryReader& reader,
-                      std::function<std::function<void()>(const SqliteFile&)> read);
+/// Calls `work` on the thread and then what it returned on the loop. False if too much is to be
+/// done already.
+bool DatabaseThread_do(DatabaseThread& thread,
+                       std::function<std::function<void()>(const SqliteFile&)> work);
 
-/// Ends the thread after what it reads just now.
-void HistoryReader_stop(HistoryReader& reader);
+/// Ends the thread after what it does just now, and closes its connection.
+void DatabaseThread_stop(DatabaseThread& thread);
 
 #endif

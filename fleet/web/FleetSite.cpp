@@ -1,9 +1,9 @@
 #include "FleetSite.h"
 
+#include "DatabaseThread.h"
 #include "FleetCsv.h"
 #include "FleetJson.h"
 #include "FleetMetrics.h"
-#include "HistoryReader.h"
 #include "WebFiles.h"
 
 #include <algorithm>
@@ -35,7 +35,7 @@ struct ToldMeter {
 struct FleetSite {
     FleetSiteOptions options;
     std::shared_ptr<WebServer> server;
-    std::shared_ptr<HistoryReader> history;
+    std::shared_ptr<DatabaseThread> history;
     WebFiles files;
     std::map<std::string, ToldMeter> told;
     int64_t toldAt_ms = 0;
@@ -145,7 +145,7 @@ WebAnswer readEvents(const SqliteFile& file, const HistoryQuery& query) {
 void answerFromHistory(FleetSite& site, const WebReply& reply,
                        std::function<WebAnswer(const SqliteFile&)> read) {
     const bool isTaken =
-        HistoryReader_do(*site.history, [reply, read = std::move(read)](const SqliteFile& file) {
+        DatabaseThread_do(*site.history, [reply, read = std::move(read)](const SqliteFile& file) {
             return std::function<void()>([reply, answer = read(file)] { reply(answer); });
         });
     if (!isTaken) {
@@ -244,10 +244,11 @@ std::shared_ptr<FleetSite> FleetSite_start(const std::shared_ptr<FleetLoop>& loo
     auto site = std::make_shared<FleetSite>();
     site->options = std::move(options);
     site->files = WebFiles_read();
-    site->history = HistoryReader_start(loop, site->options.database, error);
-    if (!site->history) {
+    SqliteFile file = SqliteFile_openToRead(site->options.database, error);
+    if (!file) {
         return nullptr;
     }
+    site->history = DatabaseThread_start(loop, std::move(file));
     site->server = WebServer_start(
         *loop, site->options.address, site->options.token,
         [&site = *site](const WebTarget& target, const WebReply& reply) {
@@ -255,7 +256,7 @@ std::shared_ptr<FleetSite> FleetSite_start(const std::shared_ptr<FleetLoop>& loo
         },
         error);
     if (!site->server) {
-        HistoryReader_stop(*site->history);
+        DatabaseThread_stop(*site->history);
         return nullptr;
     }
     FleetLoop_every(*loop, publishPeriod_ms, [&site = *site] { publish(site); });
@@ -267,6 +268,6 @@ std::string FleetSite_url(const FleetSite& site) {
 }
 
 void FleetSite_stop(FleetSite& site) {
-    HistoryReader_stop(*site.history);
+    DatabaseThread_stop(*site.history);
     WebServer_stop(*site.server);
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <sqlite3.h>
 
 namespace {
@@ -241,6 +242,35 @@ TEST_F(FleetDatabaseTest, MemoryIsBounded) {
     }
     EXPECT_LE(FleetDatabase_waiting(database), fleetDatabaseMostWaiting);
     EXPECT_EQ(fleetDatabaseMostWaiting + 1, FleetDatabase_waiting(database) + database.lost);
+}
+
+TEST_F(FleetDatabaseTest, TheLogIsBroughtIntoTheFileByAnotherConnectionAndBeginsAnew) {
+    int64_t time_ms = start_ms;
+    const auto store = [&] {
+        add(reading(++time_ms, 25));
+        flush();
+    };
+    const auto size = [this] { return std::filesystem::file_size(path); };
+    while (!FleetDatabase_isCheckpointDue(database) && time_ms < start_ms + 5'000) {
+        store();
+    }
+    const int most = database.logPages;
+    EXPECT_GE(most, 1000);
+    const auto before = size();
+    store();
+    EXPECT_FALSE(FleetDatabase_isCheckpointDue(database)); // it was told
+    EXPECT_EQ(before, size());                             // this connection makes none
+    const SqliteFile other = SqliteFile_openToCheckpoint(path, error);
+    ASSERT_TRUE(other) << error;
+    EXPECT_TRUE(SqliteFile_checkpoint(other, error)) << error;
+    EXPECT_GT(size(), before);
+    store();
+    EXPECT_LT(database.logPages, most);
+    while (!FleetDatabase_isCheckpointDue(database) && time_ms < start_ms + 10'000) {
+        store();
+    }
+    EXPECT_NEAR(most, database.logPages, 20);
+    EXPECT_EQ(std::to_string(time_ms - start_ms), ask("SELECT count(*) FROM raw"));
 }
 
 } // namespace

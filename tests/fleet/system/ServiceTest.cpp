@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 
 namespace {
 
@@ -90,6 +91,22 @@ TEST_F(FleetServiceTest, KillsLoseNothingThatWasStoredAndStoreNothingTwice) {
     }
     EXPECT_EQ("ok", ask("PRAGMA integrity_check"));
     EXPECT_EQ("1", ask("SELECT count(*) = count(DISTINCT source || ' ' || time_ms) FROM raw"));
+}
+
+TEST_F(FleetServiceTest, WhatIsInTheLogComesIntoTheFileWhileItRuns) {
+    const TestCrowd crowd(100);
+    const std::string config = head("every = \"20ms\"") + meters(crowd, 100);
+    FleetProcess service({"quorvel-fleet", "run", configure("fleet.toml", config)});
+    EXPECT_TRUE(FleetTest_waitUntil([&] {
+        return std::filesystem::exists(database) &&
+               std::filesystem::file_size(database) > 1'000'000;
+    })) << service.errors();
+    const std::string before = ask("SELECT count(*) FROM raw");
+    EXPECT_TRUE(eventually("SELECT count(*) > " + before + " FROM raw"));
+    service.signal(SIGTERM);
+    EXPECT_EQ(0, service.end()) << service.errors();
+    EXPECT_FALSE(std::filesystem::exists(database + "-wal")); // all of it, in the end
+    EXPECT_EQ("ok", ask("PRAGMA integrity_check"));
 }
 
 TEST_F(FleetServiceTest, SharesAreDisjointAndLeaveNobodyOut) {
