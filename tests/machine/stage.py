@@ -1,5 +1,6 @@
 """What every scenario has: a bench, the machine with the meter on it, what both look like, and a
 place for what is left of the run."""
+import contextlib
 import os
 import re
 import shutil
@@ -22,13 +23,15 @@ class Stage:
         shutil.rmtree(self.results, ignore_errors=True)
         os.makedirs(self.results)
         self.machine = None
-        self.reference = None
         self.board = None
         self.failures = 0
-        self.bench = Bench(build)
         self.started = time.monotonic()
-        if has_reference:
-            self.reference = Reference(build)
+        self.bench = Bench(build)
+        try:
+            self.reference = Reference(build) if has_reference else None
+        except BaseException:
+            self.bench.end()
+            raise
 
     def report(self, text):
         print(f"{self.name} {time.monotonic() - self.started:6.1f} s  {text}", flush=True)
@@ -136,7 +139,8 @@ class Stage:
 
     def picture_of_failure(self):
         if self.machine and self.machine.process.poll() is None:
-            self.picture("failed")
+            with contextlib.suppress(Failed):  # its screen may be what has failed
+                self.picture("failed")
 
     def differs_from_reference(self, name, picture):
         """Number of pixels."""
@@ -192,13 +196,13 @@ class Stage:
                 log.write(self.bench.do("log", port))
 
     def end(self):
-        if self.reference:
-            self.reference.end()
-        try:
-            self.keep()
-        finally:
-            if self.board:
-                self.board.end()
+        """Whatever fails on the way: the last that was started ends first."""
+        with contextlib.ExitStack() as ends:
+            ends.callback(self.bench.end)
             if self.machine:
-                self.machine.cut_power()
-            self.bench.end()
+                ends.callback(self.machine.cut_power)
+            if self.board:
+                ends.callback(self.board.end)
+            if self.reference:
+                ends.callback(self.reference.end)
+            self.keep()

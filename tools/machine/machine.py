@@ -59,19 +59,22 @@ class Bench:
         run = "run --window --quiet --port auto --program /bin/busybox".split()
         if is_private:
             run += ["--world", self.world]
-        self.processes = [
-            subprocess.Popen(
-                [self.tool, *run, "--", "sleep", "1000000"],
-                env={**os.environ, "DISPLAY": ":0"},
-            )
-        ]
+        self.usb_log = open(self.folder + "/usb.log", "w", encoding="latin-1")
+        self.processes = []
+        try:
+            self.start([*run, "--", "sleep", "1000000"], is_private)
+        except BaseException:
+            self.end()
+            raise
+
+    def start(self, run, is_private):
+        display = {**os.environ, "DISPLAY": ":0"}
+        self.processes.append(subprocess.Popen([self.tool, *run], env=display))
         if not is_private:
             self.world = eventually("a bench", self.own_world)
         eventually("a bench", lambda: os.path.exists(self.world + "/daemon.sock"))
-        self.usb_log = open(self.folder + "/usb.log", "w", encoding="latin-1")
-        self.processes.append(
-            subprocess.Popen([self.tool + "-usb", self.world], stdout=self.usb_log)
-        )
+        usb = [self.tool + "-usb", self.world]
+        self.processes.append(subprocess.Popen(usb, stdout=self.usb_log))
         eventually("USB", lambda: os.path.exists(self.world + "/usb-faults.sock"))
 
     def own_world(self):
