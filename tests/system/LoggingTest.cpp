@@ -37,12 +37,16 @@ std::vector<long> heartbeats_ms(const std::vector<std::string>& lines, const std
     return moments;
 }
 
+/// A machine that stands still lengthens one of two intervals, but shortens none.
+constexpr size_t beatsForTwoIntervals = 3;
+
 void expectABeatEveryFiveSeconds(const std::vector<std::string>& lines,
                                  const std::string& pattern) {
     const std::vector<long> moments = heartbeats_ms(lines, pattern);
-    ASSERT_GE(moments.size(), 2U) << pattern;
-    EXPECT_GE(moments[1] - moments[0], 5000) << pattern;
-    EXPECT_LT(moments[1] - moments[0], 7500) << pattern;
+    ASSERT_GE(moments.size(), beatsForTwoIntervals) << pattern;
+    const auto [shorter, longer] = std::minmax(moments[1] - moments[0], moments[2] - moments[1]);
+    EXPECT_GE(shorter, 5000) << pattern;
+    EXPECT_LT(shorter, 7500) << pattern << " " << longer;
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -66,18 +70,19 @@ TEST_F(Logging, EveryThreadTellsThatItIsAliveEveryFiveSeconds) {
         const char* syslogLine;
         size_t least;
     } diagnostics[] = {
-        {R"(^<7> DIAGNOSTIC:GtkThread\.cpp:\d+:\w+\(\): Thread is alive at (\d+)l ms\.\\n\\n$)", 2},
+        {R"(^<7> DIAGNOSTIC:GtkThread\.cpp:\d+:\w+\(\): Thread is alive at (\d+)l ms\.\\n\\n$)",
+         beatsForTwoIntervals},
         {R"(^<7> DIAGNOSTIC:GraphUpdateThread\.cpp:\d+:\w+\(\): Thread is alive at (\d+)l ms\.\\n\\n$)",
-         2},
+         beatsForTwoIntervals},
         {R"(^<7> DIAGNOSTIC:HwPollingThread\.cpp:\d+:\w+\(\): hwPollingThread: Thread is alive at (\d+)l ms\.\\n\\n$)",
-         2},
+         beatsForTwoIntervals},
     };
     const struct {
         const char* traceLine;
         size_t least;
     } traces[] = {
-        {R"(focusThread: Thread is alive at (\d+)l ms\.\n)", 2},
-        {R"(batteryThread: Thread is alive at (\d+)l ms\.\n)", 2},
+        {R"(focusThread: Thread is alive at (\d+)l ms\.\n)", beatsForTwoIntervals},
+        {R"(batteryThread: Thread is alive at (\d+)l ms\.\n)", beatsForTwoIntervals},
         {R"(focusThread: focus restored = [01]\n)", 2},
         {R"(gtkThread: gtkThread loop count = \d+\n)", 35},
     };
@@ -126,10 +131,9 @@ TEST_F(Logging, WithoutTheMarkerNothingIsPrinted) {
 
 TEST_F(Logging, CategoriesSwitchWithinASecond) {
     start();
-    setSpeed(slowly);
-    // A second of the routing thread, and the poll's own period, on the meter's clock; the rest is
-    // for a busy machine.
-    constexpr auto limit_ms = static_cast<uint32_t>((1000 + 500 + 450) / slowly);
+    setSpeed(verySlowly);
+    // A second of the routing thread, the poll's own period, and their work, on the meter's clock.
+    constexpr auto limit_ms = static_cast<uint32_t>(1700 / verySlowly);
     const auto hasPrinted = [&](const char* text) {
         return [this, text] { return Bench_output(bench).find(text) != std::string::npos; };
     };

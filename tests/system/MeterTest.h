@@ -103,6 +103,9 @@ protected:
     /// A speed for measuring the meter's own periods: what a busy machine adds weighs little then.
     static constexpr double slowly = 0.25;
 
+    /// The same where a limit leaves only a few hundred milliseconds: they are seconds then.
+    static constexpr double verySlowly = 0.1;
+
     /// Of a sensor whose "Connecting..." a test wants to see, however late it looks.
     static constexpr const char* stillBooting = " boot=1h";
 

@@ -280,7 +280,7 @@ TEST_F(RemoteClients, AHundredThatHangUpWithoutReadingLeaveNothingBehind) {
         EXPECT_EQ(ScpiClient(bench).ask("*TST?"), "0");
         return static_cast<bool>(within(watch, 500));
     };
-    EXPECT_TRUE(Bench_waitUntil(isQuick, 2000));
+    EXPECT_TRUE(Bench_waitUntil(isQuick, screenLimit_ms));
     expectSameMemory(before, Bench_programUse(bench));
 }
 

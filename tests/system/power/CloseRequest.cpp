@@ -34,8 +34,8 @@ bool sendDeleteWindow(Display* display, Window window) {
 
 } // namespace
 
-bool CloseRequest_send(Bench& bench) {
-    if (!Bench_do(bench, "clock speed 1")) {
+bool CloseRequest_send(Bench& bench, const char* speed) {
+    if (!Bench_do(bench, std::string("clock speed ") + speed)) {
         return false;
     }
     std::string displayName;

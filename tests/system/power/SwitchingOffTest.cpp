@@ -138,7 +138,7 @@ TEST_F(SwitchingOff, TheEndOfTheSwitchsDeviceIsNoPress) {
 TEST_F(SwitchingOff, WindowClosedManyTimesEndsOnce) {
     start({"clock speed 10"});
     for (int time = 0; time < 5; ++time) {
-        ASSERT_TRUE(CloseRequest_send(bench));
+        ASSERT_TRUE(CloseRequest_send(bench, "0.25")); // it is not over before the last one
     }
     EXPECT_EQ(Bench_waitForEnd(bench, limit_ms), 0);
     EXPECT_EQ(Bench_commands(bench), oneShutdown);
