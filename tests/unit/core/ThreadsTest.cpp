@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr uint32_t limit_ms = 5000;
+constexpr uint32_t limit_ms = 30000;
 constexpr int handledSignals[] = {SIGTERM, SIGINT, SIGUSR1, SIGHUP, SIGCHLD, SIGALRM};
 constexpr int faultSignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL};
 
@@ -121,7 +121,7 @@ TEST(Threads, FailureToStartGivesTheErrorNumberAndLeavesTheHandleAlone) {
     EXPECT_EQ(thread, pthread_self());
 }
 
-constexpr uint32_t sleep_ms = 500; // time for several signals, however busy the machine is
+constexpr uint32_t sleep_ms = 3000; // time for several signals, however busy the machine is
 std::atomic<int> signalCount{0};
 std::atomic<bool> sleeperIsDone{false};
 

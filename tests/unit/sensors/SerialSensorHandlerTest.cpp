@@ -371,7 +371,6 @@ TEST_F(SerialSensor, AValueThatIsMissingLeavesTheSilence) {
 }
 
 TEST_F(SerialSensor, ASlowCycleIsTold) {
-    World_skipSleeps(true);
     step(stateSerFwd);
     step(stateSerFramingSync);
     EXPECT_FALSE(sensorPortHandler_getSilence(sensorPort_Serial2).answersSlowly);
@@ -380,7 +379,6 @@ TEST_F(SerialSensor, ASlowCycleIsTold) {
     step(stateSerFramingSync);
     EXPECT_TRUE(sensorPortHandler_getSilence(sensorPort_Serial2).answersSlowly);
     SensorPortSignals_noteCycle(sensorPort_Serial2, 0);
-    World_skipSleeps(false);
 }
 
 } // namespace
