@@ -61,28 +61,36 @@ size_t lineCount(const std::string& text) {
     return FleetTest_lines(text).size();
 }
 
+size_t countOf(const std::string& part, const std::string& text) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 TEST(FleetLog, WritesARowForEachReadingInTheOrderOfTheirTimes) {
     const TestCrowd crowd(2, {"--channels", "2"});
-    const FleetRun run = FleetProcess_run(
-        logWords({crowd.address(1), crowd.address(2), "--every", "100ms", "--for", "1500ms"}));
-    EXPECT_EQ(0, run.status);
+    FleetProcess log(logWords({crowd.address(1), crowd.address(2), "--every", "100ms"}));
+    for (const char* source : {"90000001,1", "90000001,2", "90000002,1", "90000002,2"}) {
+        EXPECT_TRUE(FleetTest_waitUntil([&] {
+            return countOf(std::string(",") + source + ",", log.output()) > 5;
+        })) << source;
+    }
+    log.signal(SIGINT);
+    EXPECT_EQ(0, log.end());
     std::map<std::string, std::string> lastTimes;
-    std::map<std::string, int> counts;
-    for (const std::vector<std::string>& row : rowsOf(run.output)) {
+    for (const std::vector<std::string>& row : rowsOf(log.output())) {
         const std::string source = row[meterField] + "/" + row[2];
         EXPECT_GT(row[timeField], lastTimes[source]);
         lastTimes[source] = row[timeField];
-        ++counts[source];
         EXPECT_EQ("5132", row[3]);
         EXPECT_EQ(row[forwardField], row[forwardField + 1]);
         EXPECT_EQ(row[forwardField], row[forwardField + 2]);
         EXPECT_EQ("13.56", row[12]);
         EXPECT_EQ("36.5", row[13]);
     }
-    for (const char* source : {"90000001/1", "90000001/2", "90000002/1", "90000002/2"}) {
-        EXPECT_GE(counts[source], 5) << source; // of some 14, on a machine that is busy
-    }
-    EXPECT_THAT(run.errors, HasSubstr("readings of 2 meters in 0:00:01, "));
+    EXPECT_THAT(log.errors(), HasSubstr(" readings of 2 meters in 0:0"));
 }
 
 TEST(FleetLog, AnInterruptLeavesAWholeFileAndASummary) {
@@ -122,20 +130,24 @@ TEST(FleetLog, ADatabaseHoldsTheSameRows) {
     const TestCrowd crowd(1, {"--sensor", "a,b \"c\" <script>%s%n'"});
     const TestFolder folder;
     const std::string file = folder.file("log.sqlite");
-    const FleetRun run = FleetProcess_run(
-        logWords({crowd.address(1), "--every", "100ms", "--for", "1s", "--to", file}));
-    EXPECT_EQ(0, run.status) << run.errors;
-    const FleetRun asked = FleetProcess_run(
-        {"/usr/bin/sqlite3", file,
-         "SELECT count(*) > 3, sensor, meter, user_version FROM readings, pragma_user_version"});
-    EXPECT_EQ("1|a,b \"c\" <script>%s%n'|90000001|1\n", asked.output) << asked.errors;
+    FleetProcess log(logWords({crowd.address(1), "--every", "100ms", "--to", file}));
+    const auto ask = [&file] {
+        return FleetProcess_run({"/usr/bin/sqlite3", file,
+                                 "SELECT count(*) > 3, sensor, meter, user_version FROM readings, "
+                                 "pragma_user_version"})
+            .output;
+    };
+    EXPECT_TRUE(FleetTest_waitUntil([&] { return ask().starts_with("1|"); }));
+    log.signal(SIGINT);
+    EXPECT_EQ(0, log.end()) << log.errors();
+    EXPECT_EQ("1|a,b \"c\" <script>%s%n'|90000001|1\n", ask());
 }
 
 TEST(FleetLog, OddSensorNamesAreQuoted) {
     const TestCrowd crowd(1, {"--sensor", "a,b \"c\" <script>%s%n"});
-    const FleetRun run =
-        FleetProcess_run(logWords({crowd.address(1), "--every", "100ms", "--for", "500ms"}));
-    EXPECT_THAT(run.output, HasSubstr(",90000001,1,\"a,b \"\"c\"\" <script>%s%n\",11,"));
+    const FleetProcess log(logWords({crowd.address(1), "--every", "100ms"}));
+    EXPECT_TRUE(FleetTest_waitUntil([&log] { return lineCount(log.output()) > 1; }));
+    EXPECT_THAT(log.output(), HasSubstr(",90000001,1,\"a,b \"\"c\"\" <script>%s%n\",11,"));
 }
 
 TEST(FleetLog, FaultyMetersDoNotDisturbTheOthersAndComeBack) {
@@ -170,7 +182,7 @@ TEST(FleetLog, AtFiveSecondsTheMeterIsFreeBetweenPolls) {
     FleetProcess log(logWords({crowd.address(1), "--every", "5s", "--to", file}));
     ASSERT_TRUE(FleetTest_waitUntil([&] { return lineCount(TestFolder_read(file)) > 1; }));
     const int other = WireRecorder_connect(crowd.address(1), 5025);
-    const timeval limit{3, 0};
+    const timeval limit{30, 0};
     std::array<char, 100> answer{};
     ASSERT_GE(other, 0);
     setsockopt(other, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
@@ -184,14 +196,18 @@ TEST(FleetLog, AtFiveSecondsTheMeterIsFreeBetweenPolls) {
 TEST(FleetLog, HoldKeepsTheConnection) {
     const TestCrowd crowd(1);
     WireRecorder wire(crowd.address(1), 5025);
-    const FleetRun leaving =
-        FleetProcess_run(logWords({wire.address(), "--every", "5s", "--for", "5500ms"}));
-    EXPECT_EQ(2U, wire.clients());
-    const FleetRun holding =
-        FleetProcess_run(logWords({wire.address(), "--every", "5s", "--for", "5500ms", "--hold"}));
-    EXPECT_EQ(3U, wire.clients());
-    EXPECT_EQ(0, leaving.status);
-    EXPECT_EQ(0, holding.status);
+    const auto polls = [&wire] { return countOf("MEAS:AVER? 1", wire.said()); };
+    FleetProcess leaving(logWords({wire.address(), "--every", "5s"}));
+    EXPECT_TRUE(FleetTest_waitUntil([&polls] { return polls() >= 2; }));
+    leaving.signal(SIGINT);
+    EXPECT_EQ(0, leaving.end());
+    const size_t before = polls();
+    EXPECT_EQ(before, wire.clients());
+    FleetProcess holding(logWords({wire.address(), "--every", "5s", "--hold"}));
+    EXPECT_TRUE(FleetTest_waitUntil([&] { return polls() >= before + 2; }));
+    holding.signal(SIGINT);
+    EXPECT_EQ(0, holding.end());
+    EXPECT_EQ(before + 1, wire.clients());
 }
 
 TEST(FleetLog, ATerminalSeesTheProgress) {
@@ -217,7 +233,7 @@ TEST(FleetLog, ATerminalSeesTheProgress) {
     close(terminal);
     EXPECT_EQ(0, status);
     EXPECT_THAT(shown, testing::ContainsRegex(
-                           "readings, [0-9.]+/s, [0-9]+ gaps?, 1 of 1 meter, 0:00:01 left"));
+                           "readings, [0-9.]+/s, [0-9]+ gaps?, 1 of 1 meter, 0:00:0[01] left"));
 }
 
 } // namespace
