@@ -10,9 +10,6 @@
 /// never fail.
 bool WorldFaults_fails(BenchFault kind, const WorldPath& path);
 
-/// The same for an open file.
-bool WorldFaults_failsFor(BenchFault kind, int fd);
-
 /// Where a thread may wait: one that is frozen does not come back from here. errno stays.
 void WorldFaults_standStill();
 

@@ -116,6 +116,25 @@ TEST_F(Faults, AFlushToABrokenDiskFails) {
     close(fd);
 }
 
+TEST_F(Faults, AFlushInAWorldGoesNoFurther) {
+    // The kernel flushes no pipe, and would say so.
+    const std::string pipe = World_folder() + "/root" + folder + "/pipe";
+    const std::string foreign = World_folder() + "/pipe";
+    for (const std::string& path : {pipe, foreign}) {
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    }
+    for (const auto flush : {fsync, fdatasync}) {
+        const int fd = open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+        EXPECT_EQ(flush(fd), 0);
+        close(fd);
+        const int foreignFd = open(foreign.c_str(), O_RDWR | O_CLOEXEC);
+        EXPECT_EQ(flush(foreignFd), -1);
+        close(foreignFd);
+    }
+    unlink(pipe.c_str());
+    unlink(foreign.c_str());
+}
+
 TEST_F(Faults, AFlushToASlowDiskTakesItsTimeOnTheWorldsClock) {
     constexpr int64_t time_ms = 40000;
     ASSERT_TRUE(World_fail(WorldFault::slow, folder, time_ms));
