@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uint32_t startLimit_ms = 20000;
+constexpr uint32_t startLimit_ms = 60000;
 /// The pause before asking again: what takes long is asked for less often, as reading a screen
 /// takes the program's time, too.
 constexpr std::chrono::milliseconds firstPause{4};

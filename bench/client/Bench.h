@@ -32,7 +32,7 @@ struct Bench {
 };
 
 /// Starts quorvel-bench and the program. False, with the reason on standard error, when the program
-/// is not there within 20 s.
+/// is not there within a minute.
 bool Bench_start(Bench& bench, const BenchOptions& options = {});
 
 /// Ends everything and removes the world.

@@ -27,7 +27,7 @@
 #include <unistd.h>
 #include <vector>
 
-constexpr uint32_t toolLimit_ms = 20000;
+constexpr uint32_t toolLimit_ms = 60000;
 
 /// What a command of the tool has printed.
 struct Answer {

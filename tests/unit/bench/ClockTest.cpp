@@ -202,7 +202,7 @@ TEST_F(Clock, ASleepFollowsAChangeOfSpeed) {
         sleeperId = gettid();
         EXPECT_EQ(sleep(sleep_s), 0U);
     });
-    ASSERT_TRUE(World_waitUntil([&] { return sleeperId != 0 && isAsleep(sleeperId); }, 5000));
+    ASSERT_TRUE(World_waitUntil([&] { return sleeperId != 0 && isAsleep(sleeperId); }, 30000));
     World_setSpeed(1000);
     ASSERT_TRUE(World_waitUntil(
         [&] { return now_ns(CLOCK_MONOTONIC) - start_ns > sleep_s / 2 * 1'000'000'000LL; }, 5000));

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr uint32_t limit_ms = 5000;
+constexpr uint32_t limit_ms = 30000;
 
 struct Waiter {
     Event_t event{};

@@ -23,7 +23,7 @@ namespace {
 
 constexpr const char* traceMarker = "/tmp/debug";
 constexpr const char* configuration = "/tmp/logConfig";
-constexpr uint32_t limit_ms = 5000;
+constexpr uint32_t limit_ms = 30000;
 
 /// Standard output goes into a pipe, as it does for a technician who pages through the trace.
 class LogManager : public testing::Test {

@@ -167,7 +167,7 @@ TEST_F(Battery, MayBeReleasedTwiceWhileThreadsUseIt) {
     for (pthread_t& user : users) {
         ASSERT_EQ(Thread_startJoinable(&user, "battery", use, &isOver), 0);
     }
-    EXPECT_TRUE(World_waitUntil([] { return battMon.lipoBattVoltage > 0; }, 5000));
+    EXPECT_TRUE(World_waitUntil([] { return battMon.lipoBattVoltage > 0; }, 30000));
     disableBatteryMonitor();
     disableBatteryMonitor();
     isOver = true;

@@ -18,7 +18,7 @@
 namespace {
 
 constexpr const char* cwMode = "-100,\"Command error;The command is not valid in CW mode.\"";
-constexpr uint32_t limit_ms = 5000;
+constexpr uint32_t limit_ms = 30000;
 
 TEST(ScpiCommit, HandsTheWholeConfigurationToTheSensor) {
     PulseMeter instrument;

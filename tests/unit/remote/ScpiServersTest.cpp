@@ -193,7 +193,7 @@ TEST(ScpiServersStart, LeavesTheSerialPortToTheLegacyProtocol) {
                   configuration_setUseLegacy(true);
                   startScpiParser();
                   const bool serves =
-                      World_waitUntil([] { return World_commandPort() != 0; }, 5000);
+                      World_waitUntil([] { return World_commandPort() != 0; }, limit_ms);
                   _exit(serves && *SerialPort_getfd() == -1 ? 7 : 1);
               }),
               7);

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr uint32_t limit_ms = 5000;
+constexpr uint32_t limit_ms = 30000;
 constexpr const char* missingDevice = "/dev/ttyS2";
 
 int64_t monotonic_ms() {
@@ -129,7 +129,7 @@ TEST_F(SensorPort, ReadWithoutASensorReturnsNothingAfterOneSecond) {
         EXPECT_GE(elapsed_ms, 950);
         return elapsed_ms < 2000;
     };
-    EXPECT_TRUE(World_waitUntil(takesASecond, 2 * limit_ms));
+    EXPECT_TRUE(World_waitUntil(takesASecond, limit_ms));
     EXPECT_TRUE(World_syslog().empty());
 }
 

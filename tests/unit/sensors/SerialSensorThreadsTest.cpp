@@ -63,10 +63,11 @@ TEST(SerialSensorThreads, ServeEachSensorFromItsPluggingToItsPulling) {
     TerminalSensor terminal("/dev/ttyS1");
     PortHandlers_startOnce();
     EXPECT_TRUE(World_waitUntil(
-        [] { return World_syslogContains("USER_WARNING:  Unable to open sensor port 1."); }, 5000));
+        [] { return World_syslogContains("USER_WARNING:  Unable to open sensor port 1."); },
+        30000));
 
     sensorPortHandler_setIsConnected(sensorPort_Serial1, true);
-    EXPECT_TRUE(World_waitUntil([] { return isReadyNow(0) && hasReading(0, 9.0F); }, 10000));
+    EXPECT_TRUE(World_waitUntil([] { return isReadyNow(0) && hasReading(0, 9.0F); }, 30000));
     SENSOR_IDENTITY identity{};
     std::array<char, 10> serialNumber{};
     sensorPortHandler_getSensorInformation(0, &identity, serialNumber.data(), serialNumber.size());
@@ -85,9 +86,9 @@ TEST(SerialSensorThreads, ServeEachSensorFromItsPluggingToItsPulling) {
     terminal.model.setModel("5134");
     terminal.model.setSerialNumber("123456789");
     EXPECT_TRUE(World_waitUntil(
-        [] { return std::isnan(sensorPortHandler_getSensorMeasurements(0).fwdPwrVal); }, 10000));
+        [] { return std::isnan(sensorPortHandler_getSensorMeasurements(0).fwdPwrVal); }, 30000));
     terminal.isSilent = false;
-    EXPECT_TRUE(World_waitUntil([] { return isReadyNow(0) && hasReading(0, 9.0F); }, 10000));
+    EXPECT_TRUE(World_waitUntil([] { return isReadyNow(0) && hasReading(0, 9.0F); }, 30000));
     sensorPortHandler_getSensorInformation(0, &identity, serialNumber.data(), serialNumber.size());
     EXPECT_STREQ(identity.sensorModel, "5134");
     EXPECT_STREQ(serialNumber.data(), "123456789");

@@ -18,7 +18,7 @@ protected:
     UsbSensorConfig() {
         handler.usbPort.fd = UsbTmcPort_Open(0, usbPort1Name);
         UsbTmcPort_forgetUnplugged();
-        EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
+        EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 30000));
         device.clearSettings();
         UsbSensorConfig_setServing(&handler, true);
         handler.sensorConfigs = {};

@@ -362,7 +362,7 @@ TEST_F(UsbSensorConfig, AQuestionWithoutAnAnswerLeavesItsFieldAsItWas) {
 
     EXPECT_TRUE(sensorPortHandler_readSensorConfig(&handler));
 
-    EXPECT_TRUE(World_waitUntil(LogManager_flush, 5000));
+    EXPECT_TRUE(World_waitUntil(LogManager_flush, 30000));
     const std::string trace = testing::internal::GetCapturedStdout();
     for (const QueryFailure& one : queryFailures()) {
         EXPECT_NE(trace.find("USB sensor 3 " + one.words + " query was not answered\n"),

@@ -44,7 +44,7 @@ protected:
         sensorUsbHandler_resetSensorInformation(&handler);
         UsbSensorConfig_setServing(&handler, true);
         handler.sensorConfigs = {};
-        EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
+        EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 30000));
         told = 0;
         sensorPortHandler_registerReadingListener([] { ++told; });
         World_skipSleeps(true);

@@ -25,7 +25,7 @@ protected:
     UsbTmc() {
         fd = UsbTmcPort_Open(0, usbPort1Name);
         UsbTmcPort_forgetUnplugged();
-        EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 5000));
+        EXPECT_TRUE(World_waitUntil([this] { return device.connectionCount() == 1; }, 30000));
         device.setRawReply("TRIG:SLOP?", "POS");
     }
     ~UsbTmc() override {
