@@ -62,14 +62,14 @@ protected:
 
     /// What was in hand comes to its end; a library may end an idle thread of its own pool.
     void expectUseAsBefore(const ProgramUse& before) {
-        const auto isAtRest = [&] {
-            const ProgramUse now = Bench_programUse(bench);
-            return now.threads <= before.threads && now.descriptors <= before.descriptors;
+        ProgramUse after{};
+        const auto isAsBefore = [&] {
+            after = Bench_programUse(bench);
+            return after.threads <= before.threads && after.descriptors <= before.descriptors;
         };
-        Bench_waitUntil(isAtRest, screenLimit_ms);
-        const ProgramUse after = useAtRest();
-        EXPECT_LE(after.threads, before.threads);
-        EXPECT_LE(after.descriptors, before.descriptors);
+        EXPECT_TRUE(Bench_waitUntil(isAsBefore, screenLimit_ms))
+            << after.threads << " threads, " << after.descriptors << " descriptors, not "
+            << before.threads << " and " << before.descriptors;
         expectSameMemory(before, after);
     }
 };
