@@ -80,7 +80,11 @@ sensorSerCommState flushState(SERIAL_HANDLER_DATA_STRUCT* handler) {
 
 sensorSerCommState initialSyncState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
-    return handleCommandS(port.fd, port.rxBuffer) ? stateSerIdentify : stateSerFlush;
+    // A sensor that stood still answers all at once, each try of this command, too: what is left
+    // would count as the first bytes of its identity.
+    return handleCommandS(port.fd, port.rxBuffer) && discardKeptAnswers(port.fd, port.rxBuffer)
+               ? stateSerIdentify
+               : stateSerFlush;
 }
 
 void storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& identity) {

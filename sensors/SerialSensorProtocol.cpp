@@ -21,6 +21,8 @@ constexpr uint32_t measurementLimit_ms = 500;
 constexpr uint32_t memoryLimit_ms = 500;
 constexpr uint32_t flushLimit_ms = 2000;
 constexpr uint32_t flushPause_ms = 250;
+/// Answers that a sensor had kept follow each other more closely; at 9600 baud a byte takes 1 ms.
+constexpr uint32_t keptAnswersGap_ms = 20;
 /// Bytes of one reply follow each other; at 9600 baud every millisecond.
 constexpr uint32_t byteGap_ms = 100;
 /// Pause after a read that a hung-up line answered at once with nothing.
@@ -102,6 +104,18 @@ int receive(int fd, char* buffer, int length, const ReplyLimits& limits) {
     return count;
 }
 
+/// False when bytes kept coming until flushLimit_ms after the start. A line that reports an error
+/// at once is taken for quiet: the reply that is waited for next takes its time.
+bool discardUntilQuiet(int fd, char* buffer, uint32_t quiet_ms, uint32_t start_ms) {
+    while (waitForLine(fd, quiet_ms) == Line::readable &&
+           serial_gets(fd, buffer, flushReadSize) > 0) {
+        if (remaining_ms(start_ms, flushLimit_ms) == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 uint32_t wordAt(const char* bytes) {
     uint32_t word = 0;
     for (int index = 0; index < measurementSize; ++index) {
@@ -115,14 +129,11 @@ uint32_t wordAt(const char* bytes) {
 bool flushSensorBuffer(int fd, char* buffer) {
     const uint32_t start = getTime_ms();
     Thread_sleep_ms(flushPause_ms);
-    // A line that reports an error at once is taken for quiet: the sync that follows waits.
-    while (waitForLine(fd, serialReadTimeout_ms) == Line::readable &&
-           serial_gets(fd, buffer, flushReadSize) > 0) {
-        if (remaining_ms(start, flushLimit_ms) == 0) {
-            return false;
-        }
-    }
-    return true;
+    return discardUntilQuiet(fd, buffer, serialReadTimeout_ms, start);
+}
+
+bool discardKeptAnswers(int fd, char* buffer) {
+    return discardUntilQuiet(fd, buffer, keptAnswersGap_ms, getTime_ms());
 }
 
 int waitForSensorResponse(int fd, char* buffer, int length, uint32_t timeout_ms) {

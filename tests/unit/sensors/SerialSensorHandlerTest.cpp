@@ -112,6 +112,15 @@ struct IdentifiedModel {
     bool isReadyAtOnce;
 };
 
+TEST_F(SerialSensor, AnswersThatItHadKeptAreNoPartOfItsIdentity) {
+    sensor.replace('S', std::string(12, 'S')); // to as many tries, all at once
+    EXPECT_EQ(step(stateSerInitialSync), stateSerIdentify);
+    sensor.restore('S');
+    EXPECT_EQ(step(stateSerIdentify), stateSerSerialNum);
+    EXPECT_STREQ(handler.sensorIdentity.sensorModel, "5132");
+    EXPECT_EQ(handler.sensorIdentity.sensorPower.max, 500.0F);
+}
+
 TEST_F(SerialSensor, ModelsWithoutASerialNumberAreReadyOnceIdentified) {
     const IdentifiedModel cases[] = {
         {"5132", stateSerSerialNum, false}, {"5132A20", stateSerSerialNum, false},
