@@ -148,7 +148,8 @@ bool report(bool isDone, const std::string& error) {
 
 bool Bench_start(Bench& bench, const BenchOptions& options) {
     if (bench.world.empty()) {
-        std::string pattern = "/tmp/quorvel-test-XXXXXX";
+        std::error_code ignored;
+        std::string pattern = fs::temp_directory_path(ignored).string() + "/quorvel-test-XXXXXX";
         if (mkdtemp(pattern.data()) == nullptr || !WorldFolder_create(pattern)) {
             perror(pattern.c_str());
             return false;
