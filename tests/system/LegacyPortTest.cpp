@@ -252,9 +252,8 @@ TEST_F(LegacyPort, RequestsBehindTheRepliesAreAllAnsweredWithNewAndFreshReadings
     constexpr double freshness_ms = 50;
     startWithSensor("5132 fwd=0.2");
     ASSERT_TRUE(host.send("R09"));
-    const double before_s = now_s();
     ASSERT_TRUE(Bench_do(bench, "set serial1 fwd=ramp:0.2:1.8:120s"));
-    const double after_s = now_s(); // the ramp began between the two
+    const double after_s = now_s(); // the ramp has begun: readings are at least as old as this says
     std::vector<double> ages_ms;
     for (int request = 0; request < requestCount; ++request) {
         const double asked_s = now_s();
@@ -265,7 +264,7 @@ TEST_F(LegacyPort, RequestsBehindTheRepliesAreAllAnsweredWithNewAndFreshReadings
         ASSERT_GE(power_W + resolution_W, std::min(to_W, from_W + slope * (asked_s - after_s)))
             << "measured before request " << request;
         if (power_W < to_W - resolution_W) {
-            ages_ms.push_back(1000 * (answered_s - before_s - (power_W - from_W) / slope));
+            ages_ms.push_back(1000 * (answered_s - after_s - (power_W - from_W) / slope));
         }
     }
     EXPECT_EQ(host.readLine(quiet_ms), "");
