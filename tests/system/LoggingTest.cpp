@@ -44,7 +44,7 @@ void expectABeatEveryFiveSeconds(const std::vector<std::string>& lines,
                                  const std::string& pattern) {
     const std::vector<long> moments = heartbeats_ms(lines, pattern);
     ASSERT_GE(moments.size(), beatsForTwoIntervals) << pattern;
-    const auto [shorter, longer] = std::minmax(moments[1] - moments[0], moments[2] - moments[1]);
+    const auto [shorter, longer] = std::minmax({moments[1] - moments[0], moments[2] - moments[1]});
     EXPECT_GE(shorter, 5000) << pattern;
     EXPECT_LT(shorter, 7500) << pattern << " " << longer;
 }
