@@ -13,12 +13,11 @@ constexpr InstrumentIdentity defaultIdentity{"8830K", "00000000"};
 
 InstrumentIdentity identity = defaultIdentity;
 
-/// Takes the value behind `key` and one blank, if the line begins with them and the value is not
-/// empty.
+/// Takes the value behind `key` and one blank, if the line begins with them. A line without
+/// trailing white space has one then.
 template <size_t size> void readValue(const char* line, const char* key, char (&value)[size]) {
     const size_t keyLength = strlen(key);
-    if (strncmp(line, key, keyLength) == 0 && line[keyLength] == ' ' &&
-        line[keyLength + 1] != '\0') {
+    if (strncmp(line, key, keyLength) == 0 && line[keyLength] == ' ') {
         snprintf(value, size, "%.*s", static_cast<int>(size - 1), line + keyLength + 1);
     }
 }
