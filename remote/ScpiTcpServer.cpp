@@ -55,6 +55,7 @@ void waitForInput(std::span<pollfd> waited) {
     retryInterrupted([&] { return poll(waited.data(), waited.size(), -1); });
 }
 
+/// The next client, whenever it comes.
 int acceptClient(int server) {
     for (;;) {
         std::array<pollfd, 1> waited = {{{server, POLLIN, 0}}};

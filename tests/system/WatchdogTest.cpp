@@ -4,9 +4,13 @@
 #include "ScpiClient.h"
 #include "WorldFolder.h"
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
 
 using testing::HasSubstr;
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -21,25 +25,19 @@ constexpr bool canBeTraced = true;
 
 class Watchdog : public MeterTest {
 protected:
-    void startWatched(double speed, const std::string& settings = "") {
-        BenchOptions options;
-        options.commands = {"clock speed " + std::to_string(speed)};
-        options.hasWatchdog = true;
-        options.prepare = [settings](const std::string& world) {
-            if (!settings.empty()) {
-                WorldFolder_write(world, instrumentFile::settings, settings);
-            }
-        };
-        start(options);
+    void startWatched(double speed) {
+        start({.commands = {"clock speed " + std::to_string(speed)}, .hasWatchdog = true});
         first = Bench_programId(bench);
     }
 
-    /// A commit to it waits for as long as commits do.
-    void plugSilentPulseSensor() {
-        plug("usb1", "3164 fwd=25");
-        ASSERT_TRUE(chooseChannel(1));
-        ASSERT_TRUE(waitForReading("pulse.valueFwd"));
-        ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
+    /// A thread of the program waits in the kernel.
+    bool isAsleep(const std::string& thread) const {
+        const fs::path tasks = "/proc/" + std::to_string(first) + "/task";
+        std::error_code ignored;
+        return std::any_of(fs::directory_iterator(tasks, ignored), {}, [&](const auto& task) {
+            const std::string status = WorldFolder_readFile(task.path() / "stat");
+            return status.find("(" + thread + ") S") != std::string::npos;
+        });
     }
 
     bool isStartedAgain() {
@@ -72,8 +70,6 @@ protected:
 
     pid_t first = 0;
     static constexpr uint32_t restartLimit_ms = 60000;
-    static constexpr const char* pulseMode = "sensorPulseMode 1\n";
-    static constexpr const char* commit = "SENS:FREQ:AUTO OFF;:SENS:FREQ 15;:SYST:PULS:CONF:COMM";
 };
 
 } // namespace
@@ -116,6 +112,8 @@ TEST_F(Watchdog, ARemoteLinkThatHangsIsFoundToo) {
     startWatched(4);
     ScpiClient terminal(bench, ScpiClient::Wire::commandPort);
     ASSERT_NE(terminal.ask("*IDN?"), "");
+    // Where it stands still it must be at work, not about to wait.
+    ASSERT_TRUE(Bench_waitUntil([this] { return isAsleep("scpiSerial"); }, screenLimit_ms));
     ASSERT_TRUE(Bench_do(bench, "freeze scpiSerial"));
     ASSERT_TRUE(terminal.send("\x04")); // an end of file, after which it pauses
     ASSERT_TRUE(isStartedAgain());
@@ -123,11 +121,14 @@ TEST_F(Watchdog, ARemoteLinkThatHangsIsFoundToo) {
 }
 
 TEST_F(Watchdog, ACommitThatWaitsForItsSensorIsLeftAlone) {
-    startWatched(4, pulseMode);
-    plugSilentPulseSensor();
+    startWatched(4);
     ScpiClient client(bench);
-    ASSERT_EQ(client.ask("SYST:PULS?"), "1");
-    ASSERT_TRUE(client.send(commit));
+    ASSERT_EQ(client.ask("SYST:PULS ON;PULS?"), "1");
+    plug("usb1", "3164 fwd=25");
+    ASSERT_TRUE(chooseChannel(1));
+    ASSERT_TRUE(waitForReading("pulse.valueFwd"));
+    ASSERT_TRUE(Bench_do(bench, "fault usb1 silence"));
+    ASSERT_TRUE(client.send("SENS:FREQ:AUTO OFF;:SENS:FREQ 15;:SYST:PULS:CONF:COMM"));
     std::string error;
     EXPECT_TRUE(Bench_waitUntil([&] { return !(error = client.ask("SYST:ERR?")).empty(); },
                                 restartLimit_ms));

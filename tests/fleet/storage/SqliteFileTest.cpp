@@ -57,6 +57,16 @@ TEST_F(SqliteFileTest, AStepThatFailsLeavesTheFileAsItWas) {
     EXPECT_EQ(0, ask(file, "SELECT count(*) FROM sqlite_schema WHERE name = 'b'"));
 }
 
+TEST_F(SqliteFileTest, ACheckpointOfWhatIsNotThereOrIsNoDatabaseFailsWithItsReason) {
+    EXPECT_FALSE(SqliteFile_openToCheckpoint(path, error));
+    EXPECT_FALSE(error.empty());
+    error.clear();
+    TestFolder_write(path, std::string(10000, 'x'));
+    const SqliteFile file = SqliteFile_openToCheckpoint(path, error);
+    EXPECT_FALSE(file && SqliteFile_checkpoint(file, error));
+    EXPECT_NE(std::string::npos, error.find("not a database")) << error;
+}
+
 TEST_F(SqliteFileTest, ADatabaseOfSomethingElseIsRefused) {
     sqlite3* other = nullptr;
     ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &other));

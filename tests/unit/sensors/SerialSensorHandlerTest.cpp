@@ -106,12 +106,6 @@ TEST_F(SerialSensor, ASensorThatSyncsWithAnotherByteNeverGetsBeyondSyncAndFlush)
     }
 }
 
-struct IdentifiedModel {
-    const char* model;
-    sensorSerCommState next;
-    bool isReadyAtOnce;
-};
-
 TEST_F(SerialSensor, AnswersThatItHadKeptAreNoPartOfItsIdentity) {
     sensor.replace('S', std::string(12, 'S')); // to as many tries, all at once
     EXPECT_EQ(step(stateSerInitialSync), stateSerIdentify);
@@ -120,6 +114,21 @@ TEST_F(SerialSensor, AnswersThatItHadKeptAreNoPartOfItsIdentity) {
     EXPECT_STREQ(handler.sensorIdentity.sensorModel, "5132");
     EXPECT_EQ(handler.sensorIdentity.sensorPower.max, 500.0F);
 }
+
+TEST(SerialSensorFlush, FollowsASynchronisationAfterWhichTheSensorKeepsTalking) {
+    SERIAL_HANDLER_DATA_STRUCT handler{};
+    const SensorLine line(SensorLine_bytes(std::string(300, 'S'), 0, 10));
+    handler.serialPort.fd = line.fd();
+    handler.sensorState = stateSerInitialSync;
+    sensorSerialHandler_handleSensorStates(&handler);
+    EXPECT_EQ(handler.sensorState, stateSerFlush);
+}
+
+struct IdentifiedModel {
+    const char* model;
+    sensorSerCommState next;
+    bool isReadyAtOnce;
+};
 
 TEST_F(SerialSensor, ModelsWithoutASerialNumberAreReadyOnceIdentified) {
     const IdentifiedModel cases[] = {
