@@ -92,7 +92,6 @@ void DisplayViewSwitch_bind(const CSensorDisplayFSM* instance, bool full) {
         if (row.full == full && ScreenTable_measures(row)) {
             const GtkSensorInstance screen = row.screens[instance->display];
             view.bindScreen(screen, instance->display, instance->port);
-            view.clearValues(screen);
             view.setSensorLabel(screen, row.labelLength);
         }
     }

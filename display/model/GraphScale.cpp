@@ -74,7 +74,7 @@ std::optional<GraphLimits> GraphScale_fit(double min, double max, bool isdBm) {
         std::swap(limits.min, limits.max);
     }
     limits.min = std::max(limits.min, floor);
-    if (limits.max < floor) {
+    if (limits.max <= floor) {
         limits.max = floor + step;
     }
     return limits;

@@ -100,6 +100,13 @@ TEST_F(Files, ShellCommandsStatusIsReturned) {
     EXPECT_EQ(WEXITSTATUS(File_runShellCommand("/no/such/program 2> /dev/null")), 127);
 }
 
+TEST_F(Files, ShellCommandWhoseStatusSomebodyElseHasTakenFails) {
+    signal(SIGCHLD, SIG_IGN); // the kernel takes it
+    const int status = File_runShellCommand("exit 3");
+    signal(SIGCHLD, SIG_DFL);
+    EXPECT_EQ(status, -1);
+}
+
 /// Leaves no zeros where the next call has its variables: one without a value is none by chance.
 [[gnu::noinline]] void fillTheStack() {
     volatile char bytes[16384];

@@ -100,6 +100,19 @@ TEST_F(DisplayFsm, FirstMeasurementBindsTheFullAndTheOwnHalfScreens) {
     EXPECT_EQ(bindings, std::size(bound)) << "no other screen is bound";
 }
 
+TEST_F(DisplayFsm, AReadySensorsScreenReplacesTheOthersOfItsSizeOnly) {
+    plug(sensorPort_USB1, 0);
+    viewRecord.calls.clear();
+    becomeReady(sensorPort_USB1, 25.0F);
+    const std::vector<std::string> expected = {
+        "hide singleChannel1ScreenGraph", "hide singleChannelPulseScreen",
+        "show singleChannel1Screen",      "hide noConnectionScreen",
+        "show singleMeasurementView",     "show singleSensorContainer",
+        "hide dualSensorContainer",
+    };
+    EXPECT_EQ(viewRecord.calls, expected);
+}
+
 TEST_F(DisplayFsm, ASensorThatIsNeverReadyStaysConnecting) {
     plug(sensorPort_Serial1, 0);
     for (int pass = 0; pass < 100; ++pass) {

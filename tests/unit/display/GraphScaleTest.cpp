@@ -71,6 +71,7 @@ TEST(GraphScale, LimitsFitTheDataInStepsOfFiveWattsOrOneDecibel) {
         {14.4, 14.4, false, 10.0, 15.0},
         {20.0, 2.0, false, 5.0, 20.0},      // the wrong way round: 20.45 to 1.55
         {-70.0, -70.0, true, -60.0, -59.0}, // below the floor
+        {-63.0, -60.2, true, -60.0, -59.0}, // up to the floor: no axis without height
     };
     for (const auto& test : cases) {
         const std::optional<GraphLimits> limits = GraphScale_fit(test.min, test.max, test.isdBm);

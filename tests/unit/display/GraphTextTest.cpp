@@ -29,10 +29,10 @@ TEST(GraphText, SamplesAreWattsOrClampedDBm) {
         bool isdBm;
         double expected;
     } const cases[] = {
-        {2.5, false, 2.5},    {-1.0, false, -1.0},      {1.0, true, 30.0},
-        {0.001, true, 0.0},   {0.000000001, true, -60}, {0.0000000011, true, -59.586},
-        {0.0, true, -60.0},   {-5.0, true, -60.0},      {1000.0, true, 60.0},
-        {1e-30, true, -60.0},
+        {2.5, false, 2.5},    {-1.0, false, -1.0},       {1.0, true, 30.0},
+        {0.001, true, 0.0},   {0.000000001, true, -60},  {0.0000000011, true, -59.586},
+        {0.0, true, -60.0},   {-5.0, true, -60.0},       {1000.0, true, 60.0},
+        {1e-30, true, -60.0}, {1.005e-9, true, -59.978},
     };
     for (const auto& test : cases) {
         EXPECT_NEAR(getPowerInCorrectUnits(test.power, test.isdBm), test.expected, 0.001)

@@ -67,6 +67,13 @@ TEST_F(EthernetStatusOfTheWorld, FollowsWhatChanges) {
     EXPECT_STREQ(status.mac, "02:88:30:00:00:02");
 }
 
+TEST_F(EthernetStatusOfTheWorld, AnEmptyCarrierFileSaysNothingWhateverFailedBefore) {
+    World_writeFile(carrierFile, "");
+    errno = EINVAL;
+    EthernetStatus_refresh(&status);
+    EXPECT_STREQ(status.link, "");
+}
+
 TEST_F(EthernetStatusOfTheWorld, AnInterfaceThatIsSwitchedOffIsDown) {
     WrappedCalls_fail(Call::readFile, EINVAL);
     EthernetStatus_refresh(&status);

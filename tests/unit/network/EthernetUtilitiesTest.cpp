@@ -190,6 +190,13 @@ TEST_F(Ethernet, ConfigurationIsReadFromTheInterfacesFile) {
     EXPECT_EQ(get_conf_inet("eth0", &method, nullptr, nullptr, nullptr), 0);
 }
 
+TEST_F(Ethernet, AnInterfaceMayHaveANameOfOneLetter) {
+    World_writeFile(interfacesFile, "iface e inet dhcp\n");
+    int method = -1;
+    EXPECT_EQ(get_conf_inet("e", &method, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(method, 0);
+}
+
 TEST_F(Ethernet, LongValuesOfTheInterfacesFileAreCut) {
     World_writeFile(interfacesFile,
                     "iface eth0 inet static\n address " + std::string(5000, '1') + "\n");

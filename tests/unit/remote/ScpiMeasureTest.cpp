@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // clang-format off
@@ -199,7 +200,7 @@ TEST(ScpiMeasure, AnswersTheTriggeredStates) {
 }
 
 struct LineState {
-    const char* line;
+    std::string_view line;
     size_t index;
 };
 
@@ -216,6 +217,7 @@ TEST(ScpiMeasure, TakesTheStateFromTheFirstPieceThatNamesOne) {
         {"CALC:STAT 42", 1},
         {"MEAS:STAT3:MAX?;STAT1?", 2},
         {"STAT5:STAT4", 3},
+        {std::string_view("MEAS:STAT\0:MAX?", 15), 0},
     };
     for (const LineState& line : lines) {
         EXPECT_EQ(ScpiTriggeredGate_indexOf(line.line), line.index) << line.line;
@@ -223,6 +225,8 @@ TEST(ScpiMeasure, TakesTheStateFromTheFirstPieceThatNamesOne) {
     RemoteInstrument instrument;
     instrument.send("MEAS:STAT3?");
     EXPECT_EQ(getTiggeredGateIndex(&instrument.context), 2U);
+    instrument.send("meas:stat4?");
+    EXPECT_EQ(getTiggeredGateIndex(&instrument.context), 3U);
 }
 
 TEST(ScpiMeasure, ChecksItsConditionsInTheirOrder) {

@@ -511,6 +511,20 @@ TEST_F(ScpiServers, AnswerTheTerminalLineByLine) {
     EXPECT_EQ(askTerminal("SYST:ERR?"), "-363,\"Input buffer overrun\"\r\n");
 }
 
+TEST_F(ScpiServers, RunACommandWithoutAnEndAtTheTerminalsEndOfFile) {
+    const std::string command = "*OPC?";
+    ASSERT_EQ(write(terminal, command.data(), command.size()), 5);
+    // The first one hands over what there is, the next one is an end; what is there when a line is
+    // read is discarded behind it.
+    const auto isAnswered = [] {
+        const char endOfFile = '\x04';
+        pollfd reply{terminal, POLLIN, 0};
+        return write(terminal, &endOfFile, 1) == 1 && poll(&reply, 1, 100) == 1;
+    };
+    EXPECT_TRUE(World_waitUntil(isAnswered, limit_ms));
+    EXPECT_EQ(Client::readFrom(terminal, 1), "1\r\n");
+}
+
 TEST_F(ScpiServers, ServeAPortAgainThatWasGone) {
     World_unplugTerminal(serialCommandPortName);
     World_clearSyslog();

@@ -240,6 +240,15 @@ TEST(ScpiLanSettings, KeepTheStagedMethodOverARestart) {
     EXPECT_EQ(scpi.load()->newLan.method, 0) << "a refused restart goes back to DHCP";
 }
 
+TEST(ScpiLanSettings, ForgetAStagedNetmaskWhenAnotherOneIsRefused) {
+    LanMeter meter(dhcp);
+    meter.send("SYST:COMM:LAN:DHCP 0;ADDR 10.0.0.9;MASK 255.0.0.0;MASK 0.0.0.0");
+    EXPECT_EQ(meter.errors(), illegal);
+    meter.send("SYST:COMM:LAN:REST");
+    EXPECT_EQ(meter.errors(), "");
+    EXPECT_EQ(LanMeter::file(), stanza("10.0.0.9", "255.255.255.0", ""));
+}
+
 TEST(ScpiLanSettings, FailWithoutAStanzaToReplace) {
     LanMeter meter("auto lo\n");
     expectExchange(meter, {"SYST:COMM:LAN:REST", "", "-200,\"Execution error\""});

@@ -9,6 +9,7 @@
 #include "SerialSensors.h"
 #include "SerialStatus.h"
 #include "SerialTerminal.h"
+#include "Threads.h"
 #include "World.h"
 #include "WrappedCalls.h"
 
@@ -27,12 +28,16 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
 constexpr uint32_t quiet_ms = 60;
 constexpr uint32_t recoveryLimit_ms = 10000;
+constexpr uint32_t lookingForPort_ms = 3000;
+constexpr double lookingSpeed = 10;
 constexpr const char* freshStatus = " 6610  FCRYYPYYTT1XF\r\n";
 
 // Before the threads are started, which then read the port for the rest of the process.
@@ -55,6 +60,24 @@ TEST(LegacyPortStart, AMissingPortIsReported) {
     EXPECT_TRUE(World_syslogContains("Could not open /dev/ttyS4"));
     EXPECT_TRUE(World_syslogContains("USER_WARNING:  Serial command interface is not enabled."));
     EXPECT_EQ(*SerialPort_getfd(), -1);
+}
+
+TEST(LegacyPortStart, AMissingPortIsNotReadFrom) {
+    restoreDefaultSettings();
+    configuration_setUseLegacy(true);
+    World_unplugTerminal(serialCommandPortName);
+    World_clearSyslog();
+    const pid_t child = fork(); // the threads stay there
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        World_setSpeed(lookingSpeed);
+        SerialCommand_Start();
+        Thread_sleep_ms(lookingForPort_ms);
+        _exit(World_syslogContains("read errno") ? 1 : 0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(LegacyPortStart, AThreadThatCannotBeStartedIsReported) {

@@ -222,6 +222,30 @@ TEST_F(SerialSettings, AreThoseThatAGonePortWasGivenUntilItComesBackWithThem) {
     EXPECT_EQ(portSettings(), "300 7 O 2");
 }
 
+TEST_F(SerialSettings, ArePresetsForAPortThatWasNeverThere) {
+    World_unplugTerminal(serialCommandPortName);
+    runLife([] {});
+    EXPECT_EQ(fileLines(), serialLines("9600", "8", "1", "NONE"));
+}
+
+TEST_F(SerialSettings, AreThoseThatWereReadLastWhenNobodyHasSetAny) {
+    runLife([] {
+        termios settings{};
+        if (SerialPort_GetConfig(&settings) != 0) {
+            _exit(1);
+        }
+        SerialConfig_TermiosPutSpeed(&settings, B1200);
+        SerialConfig_TermiosPutDataBits(&settings, DATA_BITS_7);
+        SerialConfig_TermiosPutStopBits(&settings, STOP_BITS_2);
+        SerialConfig_TermiosPutParity(&settings, PARITY_ODD);
+        tcsetattr(*SerialPort_getfd(), TCSANOW, &settings);
+        SerialConfig_portSettings();
+        SerialPort_Close();
+        changeAnySetting();
+    });
+    EXPECT_EQ(fileLines(), serialLines("1200", "7", "2", "ODD"));
+}
+
 TEST_F(SerialSettings, AreThoseOfThePortWhoeverSetIt) {
     World_writeFile(settingsFile, serialLines("4800", "7", "2", "ODD"));
     runLife([] {

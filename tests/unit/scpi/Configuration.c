@@ -95,6 +95,11 @@ static void checkRing(scpi_t* context) {
         expectAnswer(context, "SYST:ERR?\n", "-220,\"Parameter error;wrap\"\r\n");
         expectNumber("free bytes", (long)context->error_info_heap.count, 16);
     }
+    push(context, "x");
+    expectAnswer(context, "SYST:ERR?\n", "-220,\"Parameter error;x\"\r\n");
+    push(context, "");
+    expectNumber("free bytes beside no text", (long)context->error_info_heap.count, 16);
+    expectAnswer(context, "SYST:ERR?\n", "-220,\"Parameter error\"\r\n");
     for (round = 0; round < 8; round++) {
         push(context, "ab");
     }
@@ -121,6 +126,28 @@ static void checkRegisters(scpi_t* context) {
     expectNumber("events after *CLS", SCPI_RegGet(context, USER_REG_TRANS), 0);
     SCPI_ErrorPush(context, USER_ERROR_HOT);
     expectAnswer(context, "SYST:ERR?\n", "1001,\"Transducer too hot\"\r\n");
+}
+#endif
+
+#if USE_UNITS_IMPERIAL
+static void checkImperialUnits(scpi_t* context) {
+    static const struct {
+        const char* text;
+        scpi_unit_t unit;
+    } units[] = {{"IN", SCPI_UNIT_INCH},
+                 {"FT", SCPI_UNIT_FOOT},
+                 {"MI", SCPI_UNIT_MILE},
+                 {"NAMI", SCPI_UNIT_NAUTICAL_MILE},
+                 {"FAR", SCPI_UNIT_FAHRENHEIT}};
+    size_t i;
+
+    for (i = 0; i < sizeof units / sizeof units[0]; i++) {
+        char line[32];
+        char expected[32];
+        snprintf(line, sizeof line, "NUMB? 2 %s\n", units[i].text);
+        snprintf(expected, sizeof expected, "2,%d" SCPI_LINE_ENDING, (int)units[i].unit);
+        expectAnswer(context, line, expected);
+    }
 }
 #endif
 
@@ -151,6 +178,9 @@ int main(void) {
 #endif
 #if USE_CUSTOM_REGISTERS
     checkRegisters(&context);
+#endif
+#if USE_UNITS_IMPERIAL
+    checkImperialUnits(&context);
 #endif
     return failures ? 1 : 0;
 }

@@ -60,6 +60,20 @@ TEST(ScpiMatch, HasNoNumbersBeforeTheFirstCommand) {
     EXPECT_EQ(numbers[0], 5);
 }
 
+TEST(ScpiMatch, MatchesWithoutRoomForItsNumbers) {
+    static bool matches;
+    const scpi_command_t table[] = {{"A#:B#?",
+                                     [](scpi_t* c) {
+                                         matches = SCPI_CommandNumbers(c, nullptr, 4, 9);
+                                         return SCPI_RES_OK;
+                                     },
+                                     0},
+                                    SCPI_CMD_LIST_END};
+    ExampleInstrument instrument(17, nullptr, table);
+    EXPECT_TRUE(instrument.input("A1:B2?\n"));
+    EXPECT_TRUE(matches);
+}
+
 TEST(ScpiMatch, GivesTheDefaultToTheNumbersOfAGroupThatIsLeftOut) {
     static int32_t numbers[4];
     const scpi_command_t table[] = {{"A#[:B#:C#]:D#?",

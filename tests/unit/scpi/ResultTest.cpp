@@ -49,6 +49,27 @@ TEST(ScpiResult, RefusesMoreBlockDataThanAnnounced) {
     EXPECT_EQ(instrument.takeErrors(), "-310");
 }
 
+TEST(ScpiResult, RefusesBlockDataThatTheCommandBeforeHasAnnounced) {
+    const scpi_command_t table[] = {{"HEAD?",
+                                     [](scpi_t* c) {
+                                         SCPI_ResultArbitraryBlockHeader(c, 1);
+                                         return SCPI_RES_OK;
+                                     },
+                                     0},
+                                    {"DATA?",
+                                     [](scpi_t* c) {
+                                         SCPI_ResultArbitraryBlockData(c, "a", 1);
+                                         return SCPI_RES_OK;
+                                     },
+                                     0},
+                                    SCPI_CMD_LIST_END};
+    ExampleInstrument instrument(17, nullptr, table);
+    instrument.input("HEAD?\n");
+    EXPECT_EQ(instrument.takeErrors(), "");
+    instrument.input("DATA?\n");
+    EXPECT_EQ(instrument.takeErrors(), "-310");
+}
+
 TEST(ScpiResult, CountsAnEmptyArrayInAnyBinaryOrder) {
     for (const scpi_array_format_t format : {SCPI_FORMAT_NORMAL, SCPI_FORMAT_SWAPPED}) {
         ExampleInstrument instrument;

@@ -43,6 +43,7 @@ TEST(ScpiStatus, IgnoresWhatIsNoRegister) {
     SCPI_RegSet(instrument.context(), SCPI_REG_COUNT, 1);
     SCPI_RegSet(nullptr, SCPI_REG_STB, 1);
     EXPECT_EQ(SCPI_RegGet(instrument.context(), SCPI_REG_NONE), 0);
+    EXPECT_EQ(SCPI_RegGet(instrument.context(), SCPI_REG_COUNT), 0);
     EXPECT_EQ(SCPI_RegGet(nullptr, SCPI_REG_STB), 0);
     EXPECT_EQ(SCPI_RegGet(instrument.context(), SCPI_REG_STB), 0);
 }

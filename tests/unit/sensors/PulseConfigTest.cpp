@@ -198,7 +198,7 @@ struct NumberCase {
 
 TEST_F(PulseConfig, NumbersBeyondTheirFieldsReadAsZeroAndStatesAsFourAtMost) {
     const NumberCase cases[] = {
-        {R"({"freqValue": 1e300, "triggerSlope": 256, "numStates": 4})", 0.0F, 0, 4},
+        {R"({"freqValue": 1e300, "triggerSlope": 257, "numStates": 4})", 0.0F, 0, 4},
         {R"({"freqValue": -1e300, "triggerSlope": -1, "numStates": 5})", 0.0F, 0, 4},
         {R"({"freqValue": 99999999999999999999, "triggerSlope": 1.9, "numStates": 255})", 1e20F, 1,
          4},

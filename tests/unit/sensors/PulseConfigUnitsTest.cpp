@@ -24,6 +24,11 @@ TEST(PulseConfigUnits, UnitsHaveTheirMultipliers) {
         {powerMultiplier, "W", 1.0},          {powerMultiplier, "mW", 0.001},
         {powerMultiplier, "MW", 0.001},       {powerMultiplier, "kW", 1000.0},
         {powerMultiplier, "KW", 1000.0},      {powerMultiplier, "dBm", 1.0},
+        {frequencyMultiplier, "KH", 1.0},     {frequencyMultiplier, "KHzx", 1000.0},
+        {timeMultiplier, "m", 1.0},           {timeMultiplier, "u", 1.0},
+        {timeMultiplier, "usx", 0.000001},    {powerMultiplier, "m", 1.0},
+        {powerMultiplier, "k", 1.0},          {powerMultiplier, "mWx", 0.001},
+        {powerMultiplier, "kWx", 1000.0},
     };
     for (const MultiplierCase& one : cases) {
         EXPECT_EQ(one.multiplier(one.unit), one.expected) << one.unit;

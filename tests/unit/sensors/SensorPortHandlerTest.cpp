@@ -84,6 +84,15 @@ TEST(SensorPortHandler, SimulatedReadingsCarryAModelAndASerialNumber) {
     sensorSerialHandler_resetSensorInformation(&sensorSerialHandlerData[1]);
 }
 
+TEST(SensorPortHandler, APortThatThereIsNotHasNoSerialNumberHoweverLittleRoomThereIs) {
+    SENSOR_IDENTITY identity{};
+    char serialNumber = 'x';
+    sensorPortHandler_getSensorInformation(4, &identity, &serialNumber, 0);
+    EXPECT_EQ(serialNumber, 'x');
+    sensorPortHandler_getSensorInformation(4, &identity, &serialNumber, 1);
+    EXPECT_EQ(serialNumber, '\0');
+}
+
 TEST(SensorPortHandler, SimulatedReadingsOfAnotherPortAreIgnored) {
     for (const uint32_t port : {2U, 3U, 4U, 255U}) {
         SensorPortHandler_setSimulatedMeasurements(port, 1.0F, 1.0F, 1.0F, 1.0F, 1.0F);

@@ -137,6 +137,12 @@ TEST_F(UsbPnPTransfer, ABlockThatClaimsMoreThanItHasIsCut) {
     EXPECT_STREQ(file.data(), "999999abc");
 }
 
+TEST_F(UsbPnPTransfer, ABlockThatClaimsMoreThanItHasTakesNothingOfTheOneBefore) {
+    setBlocks({usbDevice_block("abcdefghijklmnopqrstuvwxyz"), "#9999999999x"});
+    EXPECT_EQ(read(), 0);
+    EXPECT_STREQ(file.data(), "abcdefghijklmnopqrstuvwxyz999999x");
+}
+
 TEST_F(UsbPnPTransfer, ASensorWithoutAnyBlockHasAnEmptyFile) {
     setBlocks({});
     EXPECT_EQ(read(), 0);

@@ -11,6 +11,14 @@
 
 namespace {
 
+TEST_F(UsbSensor, BeginsWithoutADevice) {
+    UsbTmcPort_Close(handler.usbPort.fd);
+    sensorUsbHandler_initSensorData(&handler, usbPort2Name);
+    EXPECT_STREQ(handler.usbPort.usbPortName, usbPort2Name);
+    EXPECT_EQ(handler.usbPort.fd, -1);
+    EXPECT_TRUE(handler.usbPort.portClosed);
+}
+
 TEST_F(UsbSensor, StartClearsTheDeviceAndGoesOnToConnect) {
     EXPECT_EQ(step(stateUsbStart, 5), stateUsbConnect);
     EXPECT_EQ(handler.usbtmcSubstate, 0U);

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -397,6 +398,12 @@ TEST_F(UsbTmc, APulledSensorIsNoticedByTheNextCall) {
     EXPECT_TRUE(UsbTmcPort_wasUnplugged());
     EXPECT_LT(handleInitCmd(fd, buffer.data()), 0);
     EXPECT_LT(handleReadStatusByteQuery(fd, buffer.data()), 0);
+}
+
+TEST(UsbTmcOfANewThread, HasFoundNoSensorGone) {
+    bool isGone = true;
+    std::thread([&] { isGone = UsbTmcPort_wasUnplugged(); }).join();
+    EXPECT_FALSE(isGone);
 }
 
 TEST_F(UsbTmc, ATimeOutIsNoUnplugging) {
