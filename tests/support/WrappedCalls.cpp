@@ -19,6 +19,7 @@ namespace {
 struct Failure {
     int error;
     int times;
+    int letThrough;
 };
 
 struct Wrapping {
@@ -43,6 +44,10 @@ int takeFailure(Call call) {
     if (failure.times == 0) {
         return 0;
     }
+    if (failure.letThrough > 0) {
+        --failure.letThrough;
+        return 0;
+    }
     --failure.times;
     return failure.error;
 }
@@ -63,8 +68,8 @@ timespec toTimespec(int64_t time_ns) {
 
 } // namespace
 
-void WrappedCalls_fail(Call call, int error, int times) {
-    wrapping.failures[static_cast<int>(call)] = {error, times};
+void WrappedCalls_fail(Call call, int error, int times, int letThrough) {
+    wrapping.failures[static_cast<int>(call)] = {error, times, letThrough};
 }
 
 void WrappedCalls_shortenWrites(uint64_t size) {

@@ -49,8 +49,9 @@ constexpr ReplacingFailure replacingFailures[] = {
     {"read-only file system", Call::renameFile, EROFS},
 };
 
-/// Lets the next `times` calls fail with this error number.
-void WrappedCalls_fail(Call call, int error, int times = 1);
+/// Lets the next `times` calls fail with this error number, once so many others have been let
+/// through.
+void WrappedCalls_fail(Call call, int error, int times = 1, int letThrough = 0);
 
 /// Lets every write take at most this many bytes; 0 ends it.
 void WrappedCalls_shortenWrites(uint64_t size);

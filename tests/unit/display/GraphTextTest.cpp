@@ -117,6 +117,7 @@ TEST(GraphText, LabelsShowMilliwattsInTheirUnit) {
         const char* expected;
     } const cases[] = {
         {3000.0, "W", 3, "3"},
+        {3000.0, "W ", 3, "3"}, // the unit may be followed by anything
         {3250.0, "W", 3, "3.25"},
         {2500.0, "W", 1, "2.5"},
         {12999.0, "W", 2, "13"},

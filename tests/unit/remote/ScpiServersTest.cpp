@@ -118,6 +118,23 @@ TEST(ScpiServersStart, EndsTheProgramWithoutTheSerialPort) {
     EXPECT_TRUE(World_syslogContains("createSerialServer() failed"));
 }
 
+TEST(ScpiServersStart, EndsTheProgramWithoutOneOfItsThreads) {
+    World_clearSyslog();
+    EXPECT_EQ(exitStatusOf([] {
+                  WrappedCalls_fail(Call::threadCreate, EAGAIN);
+                  startScpiParser();
+              }),
+              255);
+    EXPECT_TRUE(World_syslogContains("Fail...Cannot spawn the scpiTcpServer."));
+    EXPECT_FALSE(World_syslogContains("Fail...Cannot spawn the scpiSerialServer."));
+    EXPECT_EQ(exitStatusOf([] {
+                  WrappedCalls_fail(Call::threadCreate, EAGAIN, 1, 1);
+                  startScpiParser();
+              }),
+              255);
+    EXPECT_TRUE(World_syslogContains("Fail...Cannot spawn the scpiSerialServer."));
+}
+
 TEST(ScpiServersStart, EndsTheProgramWithoutASocket) {
     World_clearSyslog();
     EXPECT_EQ(exitStatusOf([] {

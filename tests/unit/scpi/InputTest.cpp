@@ -149,6 +149,20 @@ TEST(ScpiInput, TakesAHeaderWithNothingBehindItsTable) {
     EXPECT_EQ(instrument.takeErrors(), "-113 <*IDN?>");
 }
 
+TEST(ScpiInput, MindsNothingThatStoodInItsContextBefore) {
+    char input[16];
+    scpi_error_t queue[2];
+    ExampleInstrument instrument;
+    instrument.scpi.buffer.position = 7;
+    instrument.scpi.cmd_error = TRUE;
+    instrument.scpi.registers[SCPI_REG_ESR] = 0xff;
+    SCPI_Init(instrument.context(), exampleCommands(), &instrument.interface, nullptr, "ACME",
+              nullptr, nullptr, nullptr, input, sizeof input, queue, 2);
+    instrument.scpi.user_context = &instrument;
+    EXPECT_TRUE(instrument.input("*ESR?\n"));
+    EXPECT_EQ(instrument.output, "0\r\n");
+}
+
 TEST(ScpiInput, RefusesWhatIsNoInput) {
     ExampleInstrument instrument;
     EXPECT_FALSE(SCPI_Input(nullptr, "*OPC?\n", 6));
