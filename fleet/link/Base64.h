@@ -1,5 +1,5 @@
-#ifndef FLEET_WEB_BASE64_H
-#define FLEET_WEB_BASE64_H
+#ifndef FLEET_LINK_BASE64_H
+#define FLEET_LINK_BASE64_H
 
 #include <string>
 

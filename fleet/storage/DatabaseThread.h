@@ -1,5 +1,5 @@
-#ifndef FLEET_WEB_DATABASE_THREAD_H
-#define FLEET_WEB_DATABASE_THREAD_H
+#ifndef FLEET_STORAGE_DATABASE_THREAD_H
+#define FLEET_STORAGE_DATABASE_THREAD_H
 
 #include "FleetLoop.h"
 #include "SqliteFile.h"
