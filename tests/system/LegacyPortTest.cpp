@@ -82,6 +82,14 @@ public:
         send(command);
         return readLine();
     }
+    /// The reply to another command than before, behind late ones to what was asked again.
+    std::string askBehind(std::string_view late, std::string_view command) {
+        std::string reply = ask(command);
+        while (reply == late) {
+            reply = readLine();
+        }
+        return reply;
+    }
     void discard() {
         while (receive(quiet_ms)) {
         }
@@ -111,9 +119,10 @@ protected:
             WorldFolder_write(world, settingsFile, lines);
         }});
         ASSERT_TRUE(host.connect(bench));
-        // What comes before the port is served is thrown away.
+        // What comes before the port is served may be thrown away, or be answered as late as that.
         ASSERT_TRUE(
             Bench_waitUntil([this] { return host.ask("U0") == freshStatus; }, readingLimit_ms));
+        ASSERT_EQ(host.askBehind(freshStatus, "U2"), " 6610   0100 RS232\r\n");
     }
     void startWithSensor(const std::string& sensor, const std::string& furtherSettings = "") {
         startLegacy(furtherSettings);
@@ -331,6 +340,7 @@ TEST_F(LegacyPort, WithoutTheSettingThePortIsNotTheOlderMeters) {
     ASSERT_TRUE(host.connect(bench));
     ASSERT_TRUE(
         Bench_waitUntil([this] { return host.ask("*OPC?\n") == "1\r\n"; }, readingLimit_ms));
+    ASSERT_EQ(host.askBehind("1\r\n", "*TST?\n"), "0\r\n");
     ASSERT_TRUE(host.send("U0\n"));
     EXPECT_EQ(host.readLine(quiet_ms), "");
     EXPECT_THAT(host.ask("*IDN?\n"), testing::HasSubstr("8830K"));
