@@ -148,16 +148,11 @@ bool report(bool isDone, const std::string& error) {
 
 bool Bench_start(Bench& bench, const BenchOptions& options) {
     if (bench.world.empty()) {
-        std::error_code error;
-        std::string pattern = (fs::temp_directory_path(error) / "quorvel-test-XXXXXX").string();
-        if (error) {
-            return report(false, "no folder for temporary files: " + error.message());
-        }
-        if (mkdtemp(pattern.data()) == nullptr || !WorldFolder_create(pattern)) {
-            perror(pattern.c_str());
+        bench.world = WorldFolder_makeTemporary("quorvel-test");
+        if (bench.world.empty() || !WorldFolder_create(bench.world)) {
+            perror("no folder for the world");
             return false;
         }
-        bench.world = pattern;
     }
     if (options.prepare) {
         options.prepare(bench.world);

@@ -159,6 +159,17 @@ const char* WorldFolder_currentFile(uint32_t port) {
     return monitorFolders[port % 2];
 }
 
+std::string WorldFolder_makeTemporary(const std::string& name) {
+    std::error_code error;
+    const fs::path place = fs::temp_directory_path(error);
+    if (error) { // its path would be empty, and the folder the root's
+        errno = error.value();
+        return {};
+    }
+    std::string pattern = place / (name + "-XXXXXX");
+    return mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
+}
+
 std::string WorldFolder_userFolder() {
     const char* runtime = getenv("XDG_RUNTIME_DIR");
     if (runtime != nullptr && access(runtime, W_OK) == 0) {

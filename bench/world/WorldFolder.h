@@ -10,6 +10,10 @@
 /// that a test can lay out its own first. False with errno when the folder cannot be written.
 bool WorldFolder_create(const std::string& world);
 
+/// Makes an empty folder of this name, with a suffix, where temporary files belong. Empty with
+/// errno when it cannot be made.
+std::string WorldFolder_makeTemporary(const std::string& name);
+
 /// Removes a file, or a folder with all its content. False when there was none.
 bool WorldFolder_remove(const std::string& world);
 

@@ -2,9 +2,9 @@
 
 #include "AllocationCounter.h"
 #include "MeterTest.h"
+#include "WorldFolder.h"
 
 #include <cinttypes>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -18,10 +18,11 @@ namespace {
 class Allocations : public MeterTest {
 protected:
     void SetUp() override {
-        std::string pattern = "/tmp/quorvel-allocations-XXXXXX";
-        const int fd = mkostemp(pattern.data(), O_CLOEXEC);
+        countsFolder = WorldFolder_makeTemporary("quorvel-allocations");
+        ASSERT_NE(countsFolder, "");
+        file = countsFolder + "/counts";
+        const int fd = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         ASSERT_GE(fd, 0);
-        file = pattern;
         ASSERT_EQ(ftruncate(fd, sizeof(AllocationCounts)), 0);
         void* mapped =
             mmap(nullptr, sizeof(AllocationCounts), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
@@ -33,7 +34,7 @@ protected:
         MeterTest::TearDown();
         if (counts != nullptr) {
             munmap(counts, sizeof(AllocationCounts));
-            unlink(file.c_str());
+            WorldFolder_remove(countsFolder);
         }
     }
 
@@ -84,6 +85,7 @@ protected:
         EXPECT_EQ(after - before, 0U) << "from the program's addresses" << places;
     }
 
+    std::string countsFolder;
     std::string file;
     AllocationCounts* counts = nullptr;
 };

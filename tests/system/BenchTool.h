@@ -127,9 +127,8 @@ inline std::string fetch(uint16_t port, const std::string& path) {
 class BenchTool : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/quorvel-tool-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
+        folder = WorldFolder_makeTemporary("quorvel-tool");
+        ASSERT_NE(folder, "");
         ASSERT_EQ(pipe2(output.data(), O_CLOEXEC | O_NONBLOCK), 0);
     }
 

@@ -13,7 +13,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
@@ -32,9 +31,7 @@ namespace {
 class BenchDaemonTest : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/quorvel-daemon-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        world = pattern;
+        world = WorldFolder_makeTemporary("quorvel-daemon");
         ASSERT_TRUE(WorldFolder_create(world));
         std::string error;
         ASSERT_TRUE(BenchDaemon_open(daemon, world, error)) << error;

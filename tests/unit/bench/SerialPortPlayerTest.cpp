@@ -5,7 +5,6 @@
 #include "SensorTest.h"
 #include "WorldFolder.h"
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -16,9 +15,7 @@ constexpr int64_t millisecond_ns = 1000000;
 class SerialPortPlayerTest : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/quorvel-serial-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        world = pattern;
+        world = WorldFolder_makeTemporary("quorvel-serial");
         ASSERT_TRUE(WorldFolder_create(world));
         ASSERT_TRUE(SerialPortPlayer_open(player, 0, world, 0));
         program = open(WorldFolder_path(world, "/dev/ttyS1").c_str(),

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 namespace {
 
 constexpr int64_t second_ns = 1000000000;
@@ -75,9 +73,8 @@ namespace {
 
 /// Parses a series that stands in a file of its own.
 std::optional<Signal> replayed(const std::string& content) {
-    char folder[] = "/tmp/quorvel-series-XXXXXX";
-    EXPECT_NE(mkdtemp(folder), nullptr);
-    const std::string file = std::string(folder) + "/series:1.txt";
+    const std::string folder = WorldFolder_makeTemporary("quorvel-series");
+    const std::string file = folder + "/series:1.txt";
     EXPECT_TRUE(WorldFolder_writeFile(file, content));
     const auto signal = Signal_parse("file:" + file, BenchText_power_W, 100 * second_ns);
     WorldFolder_remove(folder);

@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <linux/input.h>
 #include <poll.h>
@@ -22,9 +21,7 @@ const std::string gauge = "/sys/class/power_supply/fuel_gauge/";
 class SupplyTest : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/quorvel-supply-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        world = pattern;
+        world = WorldFolder_makeTemporary("quorvel-supply");
         ASSERT_TRUE(WorldFolder_create(world));
         ASSERT_TRUE(Supply_open(supply, world));
     }

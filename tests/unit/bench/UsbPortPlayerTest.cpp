@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <sys/socket.h>
@@ -23,9 +22,7 @@ constexpr int64_t second_ns = 1000000000;
 class UsbPortPlayerTest : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/quorvel-usb-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        world = pattern;
+        world = WorldFolder_makeTemporary("quorvel-usb");
         ASSERT_TRUE(WorldFolder_create(world));
         UsbPortPlayer_open(player, 0, world);
         ASSERT_TRUE(UsbPortPlayer_plug(player, *Sensor316x_create("3164"), 0));

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <sys/socket.h>
@@ -17,9 +18,8 @@ namespace {
 class WorldFolder : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/quorvel-folder-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        world = pattern;
+        world = WorldFolder_makeTemporary("quorvel-folder");
+        ASSERT_NE(world, "");
     }
     void TearDown() override {
         WorldFolder_remove(world);
@@ -66,6 +66,19 @@ TEST_F(WorldFolder, ReplacesAFileWithoutLeavingAnother) {
     ASSERT_TRUE(WorldFolder_write(world, WorldFolder_currentFile(0), "300\n"));
     EXPECT_EQ(WorldFolder_read(world, WorldFolder_currentFile(0)), "300\n");
     EXPECT_EQ(count(), before);
+}
+
+TEST_F(WorldFolder, ATemporaryOneIsEmptyAndStandsWhereTheEnvironmentSays) {
+    EXPECT_EQ(fs::path(world).parent_path(), fs::temp_directory_path());
+    EXPECT_TRUE(fs::path(world).filename().string().starts_with("quorvel-folder-"));
+    EXPECT_TRUE(fs::is_empty(world));
+    const char* const place = getenv("TMPDIR");
+    const std::string before = place != nullptr ? place : "/tmp";
+    setenv("TMPDIR", (world + "/nowhere").c_str(), 1);
+    errno = 0;
+    EXPECT_EQ(WorldFolder_makeTemporary("quorvel-folder"), "");
+    EXPECT_NE(errno, 0);
+    setenv("TMPDIR", before.c_str(), 1);
 }
 
 TEST_F(WorldFolder, WritingWhereNoFolderIsFails) {
