@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -43,6 +44,9 @@ TEST(ScpiStatus, IgnoresWhatIsNoRegister) {
     SCPI_RegSet(instrument.context(), SCPI_REG_COUNT, 1);
     SCPI_RegSet(nullptr, SCPI_REG_STB, 1);
     EXPECT_EQ(SCPI_RegGet(instrument.context(), SCPI_REG_NONE), 0);
+    // What lies behind the last register is not read.
+    auto* const behind = reinterpret_cast<char*>(instrument.scpi.registers + SCPI_REG_COUNT);
+    std::fill(behind, reinterpret_cast<char*>(&instrument.scpi.units) + 1, '\xff');
     EXPECT_EQ(SCPI_RegGet(instrument.context(), SCPI_REG_COUNT), 0);
     EXPECT_EQ(SCPI_RegGet(nullptr, SCPI_REG_STB), 0);
     EXPECT_EQ(SCPI_RegGet(instrument.context(), SCPI_REG_STB), 0);
