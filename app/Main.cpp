@@ -11,6 +11,7 @@
 #include "Configuration.h"
 #include "CrashHandler.h"
 #include "EntireScreen.h"
+#include "EthernetUtilities.h"
 #include "Files.h"
 #include "GdkLock.h"
 #include "GraphSettingsDialog.h"
@@ -61,6 +62,7 @@ void readSettings() {
     SerialConfig_registerWithSettings();
     setConfigurationFile(settingsFileName);
     readConfigFile();
+    network_removeAbandonedFiles();
 }
 
 void logIdentity() {

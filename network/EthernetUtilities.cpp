@@ -199,6 +199,10 @@ int set_conf_inet(const char* name, int method, const char* address, const char*
     return 0;
 }
 
+void network_removeAbandonedFiles() {
+    File_removeAbandonedSiblings(interfacesFileName);
+}
+
 bool Ethernet_isOwnAddress(in_addr address) {
     ifaddrs* list = nullptr;
     if (getifaddrs(&list) != 0) {

@@ -32,6 +32,10 @@ int get_conf_inet(const char* name, int* method, char* address, char* netmask, c
 int set_conf_inet(const char* name, int method, const char* address, const char* netmask,
                   const char* gateway);
 
+/// Removes what writers of the network interfaces file have left beside it that were killed, as by
+/// a power cut. Called once at start-up, before this process writes the file.
+void network_removeAbandonedFiles();
+
 /// True while an interface of this machine has the IPv4 address, and when that cannot be told.
 bool Ethernet_isOwnAddress(in_addr address);
 

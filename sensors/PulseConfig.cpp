@@ -47,6 +47,7 @@ void sensorPortHandler_setPulseConfigFile(const char* path) {
     char* slash = strrchr(pulseConfigFilePath.data(), '/');
     *(slash != nullptr ? slash : pulseConfigFilePath.data()) = '\0';
     createDirectory();
+    File_removeAbandonedSiblings(pulseConfigFileName.data());
 }
 
 void getPulseSensorConfig(SENSOR_CONFIGS* configs) {

@@ -8,7 +8,8 @@
 /// are logged only. The functions take no lock; writers replace the file whole.
 
 /// Remembers the file's name (at most 64 characters; null or empty selects the standard one) and
-/// creates its directory. Main thread, before any other function.
+/// creates its directory; what killed writers have left beside it is removed. Main thread, before
+/// any other function.
 void sensorPortHandler_setPulseConfigFile(const char* path);
 
 /// Fills every stored field from the file; a missing key, or one of another type, reads as 0. A

@@ -43,6 +43,21 @@ TEST_F(StartUp, NothingIsWarnedAbout) {
     EXPECT_EQ(errors, "");
 }
 
+TEST_F(StartUp, WhatPowerCutsHaveLeftBesideItsFilesIsRemoved) {
+    // Of a process that cannot be.
+    const std::string left = ".new.2147483646.1";
+    const std::string files[] = {settingsFile, "/etc/QuorvelPowerMeterApp/QuorvelPulseSensor.conf",
+                                 "/etc/network/interfaces"};
+    start({.prepare = [&](const std::string& world) {
+        for (const std::string& file : files) {
+            WorldFolder_write(world, file + left, "half of wh");
+        }
+    }});
+    for (const std::string& file : files) {
+        EXPECT_EQ(access(WorldFolder_path(bench.world, file + left).c_str(), F_OK), -1) << file;
+    }
+}
+
 TEST_F(StartUp, MissingDevicesDoNotKeepTheMeterFromStarting) {
     for (const char* path :
          {"/dev/ttyS1", "/dev/ttyS2", "/dev/input/event0", "/sys/class/hwmon",

@@ -250,6 +250,15 @@ TEST_F(Ethernet, FileThatCannotBeWrittenStaysWhole) {
     }
 }
 
+TEST_F(Ethernet, WhatAKilledWriterHasLeftIsRemoved) {
+    const std::string left = std::string(interfacesFile) + ".new.2147483646.1"; // of no process
+    World_writeFile(interfacesFile, dhcpFile);
+    World_writeFile(left, "auto lo\n");
+    network_removeAbandonedFiles();
+    EXPECT_EQ(World_readFile(left), "");
+    EXPECT_EQ(World_readFile(interfacesFile), dhcpFile);
+}
+
 TEST_F(Ethernet, LargeFileIsKeptWhole) {
     const std::string comment = "# " + std::string(300000, 'x') + "\n";
     World_writeFile(interfacesFile, comment + dhcpFile + comment);

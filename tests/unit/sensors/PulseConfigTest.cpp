@@ -239,6 +239,15 @@ TEST_F(PulseConfig, AnotherFileCanBeNamedAndItsFolderIsMade) {
     EXPECT_EQ(World_readFile(file), defaultText);
 }
 
+TEST_F(PulseConfig, WhatAKilledWriterHasLeftIsRemoved) {
+    const std::string left = std::string(file) + ".new.2147483646.1"; // of no process
+    World_writeFile(file, defaultText);
+    World_writeFile(left, "{");
+    sensorPortHandler_setPulseConfigFile("");
+    EXPECT_EQ(World_readFile(left), "");
+    EXPECT_EQ(World_readFile(file), defaultText);
+}
+
 TEST_F(PulseConfig, AFileThatCannotBeWrittenIsLogged) {
     sensorPortHandler_setPulseConfigFile("/etc/QuorvelPowerMeterApp/none/deeper/pulse.conf");
     World_clearSyslog();
