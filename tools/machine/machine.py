@@ -200,9 +200,12 @@ class Machine:
         ]
 
     def connect(self, path):
-        eventually("the emulator", lambda: os.path.exists(path) or self.process.poll() is not None)
         link = socket.socket(socket.AF_UNIX)
-        link.connect(path)
+        # Its file is there a moment before it listens.
+        listens = lambda: link.connect_ex(path) == 0
+        eventually("the emulator", lambda: listens() or self.process.poll() is not None)
+        if self.process.poll() is not None:
+            raise Failed("the emulator has ended")
         return link
 
     def ask_monitor(self, command):
@@ -229,10 +232,11 @@ class Machine:
             part = self.control.readline()
             if not part:
                 raise Failed(f"the machine has gone: {line}")
-            if part.startswith(b"\x01"):
+            text, mark, status = part.rpartition(b"\x01")
+            answer += text if mark else part
+            if mark:
                 break
-            answer += part
-        if part != b"\x010\n":
+        if status != b"0\n":
             raise Failed(f"in the machine: {line}: {answer.decode('latin-1')}")
         return answer.decode("latin-1")
 
