@@ -29,8 +29,11 @@ bool UsbFaults_set(UsbFaults& faults, std::string_view words) {
     for (size_t at = 1; at < parts.size(); ++at) {
         const auto number = BenchText_number(parts[at]);
         if (parts[at].starts_with(aimWord)) {
-            fault.aim = parts[at].substr(aimWord.size());
-        } else if (parts[at] == "forever") {
+            const auto aim = static_cast<size_t>(parts[at].data() - words.data()) + aimWord.size();
+            fault.aim = words.substr(aim);
+            break;
+        }
+        if (parts[at] == "forever") {
             fault.left = -1;
         } else if (number && *number >= 1) {
             fault.left = static_cast<int64_t>(*number);

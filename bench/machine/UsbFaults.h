@@ -43,7 +43,8 @@ struct UsbFaults {
     std::string message{}; ///< the latest one
 };
 
-/// Words "NAME [COUNT | forever] [on=BEGINNING]". False for anything else.
+/// Words "NAME [COUNT | forever] [on=BEGINNING]"; the beginning may hold blanks. False for anything
+/// else.
 bool UsbFaults_set(UsbFaults& faults, std::string_view words);
 void UsbFaults_clear(UsbFaults& faults);
 

@@ -127,6 +127,18 @@ TEST_F(UsbTmcDeviceTest, AFaultStrikesTheExchangeThatItIsAimedAt) {
     EXPECT_EQ(UsbFaults_describe(device.faults), "none");
 }
 
+TEST_F(UsbTmcDeviceTest, AFaultCanBeAimedAtASettingAndNotAtItsQuery) {
+    ASSERT_TRUE(UsbFaults_set(device.faults, "stallin 2 on=SENS:PER 0"));
+    device.faults.message = "SENS:PER?";
+    EXPECT_FALSE(UsbFaults_strikes(device.faults, wireFaultStallIn));
+    device.faults.message = "SENS:PER 1";
+    EXPECT_FALSE(UsbFaults_strikes(device.faults, wireFaultStallIn));
+    device.faults.message = "SENS:PER 0.01";
+    EXPECT_TRUE(UsbFaults_strikes(device.faults, wireFaultStallIn));
+    EXPECT_TRUE(UsbFaults_strikes(device.faults, wireFaultStallIn));
+    EXPECT_FALSE(UsbFaults_strikes(device.faults, wireFaultStallIn));
+}
+
 TEST_F(UsbTmcDeviceTest, AHaltByAFaultEndsWhenTheHostClearsIt) {
     ASSERT_TRUE(UsbFaults_set(device.faults, "stallin"));
     exchange("*OPC?\n", "1\n");
