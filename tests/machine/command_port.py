@@ -4,8 +4,10 @@ import os
 import select
 import time
 import tty
+from dataclasses import dataclass
 
 from machine import LIMIT_S, Failed, eventually
+from plugging import measures
 
 SPEEDS = (300, 600, 1200, 2400, 4800, 9600)
 FORMATS = tuple(itertools.product((7, 8), ("n", "e", "o"), (1, 2)))
@@ -41,6 +43,25 @@ class CommandPort:
         os.close(self.fd)
 
 
+@dataclass
+class Protocol:
+    """What the command port speaks."""
+
+    name: str
+    question: str
+    answer: str
+    over_tcp: object = None
+    """Whose TCP takes the settings, which the protocol itself does not."""
+
+    def send(self, port, line):
+        if not self.over_tcp:
+            port.send(line)
+            return
+        with self.over_tcp.machine.scpi() as client:
+            client.send(line.strip())
+            client.ask("*OPC?")
+
+
 def line_of(stage):
     """What the kernel has set: speed, and words for the format."""
     words = stage.machine.do("stty -F /dev/ttyS4 -a").replace(";", " ").split()
@@ -57,15 +78,47 @@ def settings_line(speed, form):
     return ";:".join("SYST:COMM:RS232:" + word for word in words)
 
 
-def try_line(stage, port, speed, form):
-    port.send(settings_line(speed, form) + "\n")
+def try_line(stage, port, speed, form, protocol):
+    protocol.send(port, settings_line(speed, form) + "\n")
     is_set = lambda: line_of(stage) == (speed, form)
     eventually(f"the kernel has {speed} baud, {form}", is_set)
     begun_s = stage.uptime()
-    answer = port.ask("*IDN?\n")
+    answer = port.ask(protocol.question)
     took_s = stage.uptime() - begun_s
-    what = f"SCPI at {speed} baud, {form[0]}{form[1].upper()}{form[2]}, as the kernel has it"
-    stage.check(what, answer.startswith("QUORVEL"), f"*IDN? in {took_s:.2f} s")
+    line = f"{speed} baud, {form[0]}{form[1].upper()}{form[2]}"
+    is_right = answer.startswith(protocol.answer)
+    stage.check(f"{protocol.name} at {line}, as the kernel has it", is_right, f"{took_s:.2f} s")
+
+
+def try_lines(stage, port, protocol):
+    for speed in SPEEDS:
+        try_line(stage, port, speed, (8, "n", 1), protocol)
+    for form in FORMATS:
+        try_line(stage, port, 9600, form, protocol)
+    try_line(stage, port, 9600, (8, "n", 1), protocol)
+
+
+def older_protocol(stage):
+    """The older meter's protocol at every speed and in every format."""
+    kept = stage.bench.world + "/root/etc/QuorvelPowerMeterApp/QuorvelApplicationSettings.conf"
+    with open(kept, "w", encoding="ascii") as settings:
+        settings.write("useLegacyRS232Commands 1\n")
+    stage.boot_with_meter()
+    stage.bench.do("plug", "serial1", "5132", "fwd=25", "rfl=0.5")
+    measures(stage, 1, 25)
+    port = CommandPort(stage)
+    answer = port.ask("U0")
+    stage.check("the older protocol answers", answer == "6610  FCRYYPYYTT1XF", answer)
+    over_tcp = Protocol("the older protocol", "ENT", "NFC   25.00   W", stage)
+    try_lines(stage, port, over_tcp)
+    answers = [port.ask("RCENT"), port.ask("FCENT")]
+    expected = ["NRC   .5000   W", "NFC   25.00   W"]
+    stage.check("reflected and forward power are told", answers == expected, str(answers))
+    stage.machine.ask_monitor("chardev-send-break c4")
+    time.sleep(1)
+    answer = port.ask("ENT")
+    stage.check("after a break it answers", answer == expected[1], answer)
+    port.end()
 
 
 def command_port(stage):
@@ -74,11 +127,7 @@ def command_port(stage):
     port = CommandPort(stage)
     begins = "QUORVEL-TECHNOLOGIES,8830K,"
     stage.check("SCPI answers", port.ask("*IDN?\n").startswith(begins))
-    for speed in SPEEDS:
-        try_line(stage, port, speed, (8, "n", 1))
-    for form in FORMATS:
-        try_line(stage, port, 9600, form)
-    try_line(stage, port, 9600, (8, "n", 1))
+    try_lines(stage, port, Protocol("SCPI", "*IDN?\n", begins))
     port.ask("*CLS;*OPC?\n")
     stage.check("no error is left", port.ask("SYST:ERR?\n").startswith('0,'))
     breaks(stage, port, begins)

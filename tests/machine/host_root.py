@@ -15,10 +15,10 @@ def prepared():
     return run.stdout.strip()
 
 
-def boot_of_host_root(ready):
+def boot_of_host_root(ready, init="init", more_words=""):
     words = (
         "panic=-1 mitigations=off tsc=unstable"
-        f" machine_init={HERE}/guest/init machine_kernel={ready}"
+        f" machine_init={HERE}/guest/{init} machine_kernel={ready} {more_words}"
     )
     hardware = "-m 1536 -no-reboot -display none".split() + shared_folder("host", "/", "readonly=on")
     return Boot(ready + "/vmlinuz", ready + "/initrd", words, hardware)

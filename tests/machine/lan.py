@@ -1,4 +1,5 @@
 """The network: clients that vanish, addresses that change, a thousand connections."""
+import re
 import time
 
 from command_port import CommandPort
@@ -9,11 +10,13 @@ GIVEN_UP_S = 40
 
 
 def lan(stage):
-    """A thousand connections, a client that vanishes, another address."""
+    """A thousand connections, a client that vanishes, another address, the LAN dialog's Apply."""
     stage.boot_with_meter()
+    stage.reference.do("wait", "noConnection.title", "No Sensor Detected", "60s")
     a_thousand_connections(stage)
     a_client_vanishes(stage)
     the_address_changes(stage)
+    the_dialog_restarts_the_network(stage)
 
 
 def a_thousand_connections(stage):
@@ -62,3 +65,37 @@ def the_address_changes(stage):
     port.end()
     stage.machine.do("ip addr del 10.0.2.77/24 dev eth0; ip addr add 10.0.2.15/24 dev eth0")
     eventually("the old address serves again", stage.is_answering)
+
+
+def touch(stage, *widgets):
+    """On the machine, where the light bench has them; there, too."""
+    for widget in widgets:
+        point = stage.reference.point_of(widget)
+        stage.reference.do("tap", point)
+        stage.tap(point)
+        time.sleep(0.5)
+
+
+def addresses(stage):
+    return set(re.findall(r"inet ([\d.]+)/", stage.machine.do("ip -4 -o addr show dev eth0")))
+
+
+def the_dialog_restarts_the_network(stage):
+    """Static, with another address; and back to what DHCP gives."""
+    keys = ["numKeypadButton" + {".": "Period"}.get(key, key) for key in "10.0.2.40"]
+    touch(stage, "ethernetButton", "ethInfoDialog_configure", "ethSettingsRadioButton2")
+    touch(stage, "ethSettingsEntryAddress", *keys)
+    stage.picture("static address")
+    touch(stage, "ethSettingsDialog_apply")
+    eventually("the network has the dialog's address", lambda: "10.0.2.40" in addresses(stage))
+    kept = stage.machine.do("cat /etc/network/interfaces")
+    is_kept = "iface eth0 inet static\n    address 10.0.2.40\n" in kept
+    stage.check("Apply restarts the network with the dialog's address, and keeps it", is_kept)
+    port = CommandPort(stage)
+    told = lambda: "10.0.2.40" in port.ask("SYST:COMM:LAN:ADDR?\n")
+    eventually("the dialog's address is told", told)
+    port.send("SYST:COMM:LAN:DHCP ON;:SYST:COMM:LAN:REST\n")
+    eventually("the network has DHCP's address", lambda: addresses(stage) == {"10.0.2.15", "192.168.2.1"})
+    eventually("remote control", stage.is_answering)
+    stage.check("and over the command port back to DHCP", True)
+    port.end()

@@ -1,4 +1,5 @@
 """The same meter on the light bench: what the machine's screen has to look like."""
+import re
 import subprocess
 import tempfile
 
@@ -31,9 +32,19 @@ class Reference:
         self.process = subprocess.Popen([self.tool, *words, self.world])
 
     def do(self, *words):
-        run = subprocess.run([self.tool, "--world", self.world, *words], check=False)
+        command = [self.tool, "--world", self.world, *words]
+        run = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=False)
         if run.returncode != 0:
             raise Failed(f"the light bench refuses: {' '.join(words)}")
+        return run.stdout
+
+    def point_of(self, widget):
+        """Where a widget is touched, as "X,Y"."""
+        found = re.search(rf"[ =]{widget}(?: id=\S+)? (\d+),(\d+) (\d+)x(\d+) ", self.do("screen"))
+        if not found:
+            raise Failed(f"the light bench shows no {widget}")
+        left, top, width, height = map(int, found.groups())
+        return f"{left + width // 2},{top + height // 2}"
 
     def picture(self, file):
         self.do("screenshot", file)
