@@ -6,8 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -15,8 +13,18 @@
 
 namespace {
 
-const std::string settingsName = "/QuorvelApplicationSettings.conf";
-const std::string pulseName = "/QuorvelPulseSensor.conf";
+/// What is stored again and again.
+struct Kind {
+    const char* name;
+    const char* file;
+    void (*store)(int number);
+};
+
+/// Where the meter's functions store, and where it is copied to; not at all if that is empty.
+struct Folders {
+    std::string own;
+    std::string copies;
+};
 
 void storeSettings(int number) {
     // The file keeps whatever number stands in this line.
@@ -34,14 +42,16 @@ void overwrite(const std::string& from, const std::string& to) {
     std::ofstream(to) << std::ifstream(from).rdbuf();
 }
 
-void storm(const char* what, int number, void (*store)(int number), const std::string& copyFrom,
-           const std::string& copyTo) {
+constexpr Kind settings{"settings", "/QuorvelApplicationSettings.conf", storeSettings};
+constexpr Kind pulse{"pulse", "/QuorvelPulseSensor.conf", storePulse};
+
+void storm(const Kind& kind, const Folders& folders, int number) {
     for (;; ++number) {
-        store(number);
-        if (!copyTo.empty()) {
-            overwrite(copyFrom, copyTo);
+        kind.store(number);
+        if (!folders.copies.empty()) {
+            overwrite(folders.own + kind.file, folders.copies + kind.file);
         }
-        dprintf(STDOUT_FILENO, "%s %d\n", what, number);
+        dprintf(STDOUT_FILENO, "%s %d\n", kind.name, number);
     }
 }
 
@@ -54,16 +64,12 @@ int main(int argc, char* argv[]) {
         fprintf(stderr, "usage: settings-storm FOLDER FIRST-NUMBER [SCRATCH]\n");
         return EXIT_FAILURE;
     }
-    const std::string folder = argv[1];
     const int first = atoi(argv[2]);
-    const std::string own = argc == 4 ? argv[3] : folder;
-    const std::string copy = argc == 4 ? folder : "";
-    setConfigurationFile((own + settingsName).c_str());
+    const Folders folders = argc == 4 ? Folders{argv[3], argv[1]} : Folders{argv[1], ""};
+    setConfigurationFile((folders.own + settings.file).c_str());
     readConfigFile();
-    sensorPortHandler_setPulseConfigFile((own + pulseName).c_str());
-    std::thread pulses(storm, "pulse", first, storePulse, own + pulseName,
-                       copy.empty() ? "" : copy + pulseName);
-    storm("settings", first, storeSettings, own + settingsName,
-          copy.empty() ? "" : copy + settingsName);
+    sensorPortHandler_setPulseConfigFile((folders.own + pulse.file).c_str());
+    std::thread pulses(storm, pulse, folders, first);
+    storm(settings, folders, first);
     pulses.join();
 }
