@@ -82,9 +82,12 @@ sensorSerCommState initialSyncState(SERIAL_HANDLER_DATA_STRUCT* handler) {
     SERIAL_PORT_DATA_STRUCT& port = handler->serialPort;
     // A sensor that stood still answers all at once, each try of this command, too: what is left
     // would count as the first bytes of its identity.
-    return handleCommandS(port.fd, port.rxBuffer) && discardKeptAnswers(port.fd, port.rxBuffer)
-               ? stateSerIdentify
-               : stateSerFlush;
+    if (!handleCommandS(port.fd, port.rxBuffer) ||
+        !discardKeptAnswers(port.fd, port.rxBuffer, handler->wasSilent)) {
+        return stateSerFlush;
+    }
+    handler->wasSilent = false;
+    return stateSerIdentify;
 }
 
 void storeIdentity(SERIAL_HANDLER_DATA_STRUCT* handler, const SENSOR_IDENTITY& identity) {
@@ -235,6 +238,7 @@ void beginConnection(SERIAL_HANDLER_DATA_STRUCT* handler, uint32_t connection) {
     sensorSerialHandler_resetSensorInformation(handler);
     handler->isInitialized = false;
     handler->awaitsReading = false;
+    handler->wasSilent = false;
     setStatus(handler, notReady);
     handler->sensorState = stateSerFlush;
     handler->serialPort.portState = sensorPortConnected;
@@ -278,6 +282,7 @@ void sensorSerialHandler_handleSensorStates(SERIAL_HANDLER_DATA_STRUCT* handler)
     const bool isKnown = state > stateSerConnect && state <= stateSerFramingSync;
     handler->sensorState =
         isKnown ? stateFunctions[static_cast<size_t>(state)](handler) : stateSerFlush;
+    handler->wasSilent = handler->wasSilent || handler->sensorState == stateSerFlush;
     logManager_printToLog(SensorCommunications, "sensorSerialHandler: port %u: %s -> %s\n",
                           portOf(handler), stateName(state), stateName(handler->sensorState));
 }

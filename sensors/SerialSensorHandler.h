@@ -36,6 +36,7 @@ struct SERIAL_HANDLER_DATA_STRUCT : SENSOR_HANDLER_RECORD {
     // Of the handler's thread alone.
     sensorSerCommState sensorState;
     bool awaitsReading; ///< replaces a sensor that was ready, and has not been read yet
+    bool wasSilent;     ///< a command has failed since it was last synchronised
     SERIAL_PORT_DATA_STRUCT serialPort;
 };
 

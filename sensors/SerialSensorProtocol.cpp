@@ -22,7 +22,9 @@ constexpr uint32_t memoryLimit_ms = 500;
 constexpr uint32_t flushLimit_ms = 2000;
 constexpr uint32_t flushPause_ms = 250;
 /// Answers that a sensor had kept follow each other more closely; at 9600 baud a byte takes 1 ms.
+/// One that was silent may still have much to do.
 constexpr uint32_t keptAnswersGap_ms = 20;
+constexpr uint32_t lateAnswersGap_ms = 250;
 /// Bytes of one reply follow each other; at 9600 baud every millisecond.
 constexpr uint32_t byteGap_ms = 100;
 /// Pause after a read that a hung-up line answered at once with nothing.
@@ -132,8 +134,9 @@ bool flushSensorBuffer(int fd, char* buffer) {
     return discardUntilQuiet(fd, buffer, serialReadTimeout_ms, start);
 }
 
-bool discardKeptAnswers(int fd, char* buffer) {
-    return discardUntilQuiet(fd, buffer, keptAnswersGap_ms, getTime_ms());
+bool discardKeptAnswers(int fd, char* buffer, bool wasSilent) {
+    const uint32_t gap_ms = wasSilent ? lateAnswersGap_ms : keptAnswersGap_ms;
+    return discardUntilQuiet(fd, buffer, gap_ms, getTime_ms());
 }
 
 int waitForSensorResponse(int fd, char* buffer, int length, uint32_t timeout_ms) {

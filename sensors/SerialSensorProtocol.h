@@ -18,9 +18,10 @@ constexpr uint32_t serialNumberCount = 9;
 /// coming for two. Takes 250 ms at least.
 bool flushSensorBuffer(int fd, char* buffer);
 
-/// Discards what follows a reply closely. True once the line is quiet, false when bytes kept coming
-/// for two seconds.
-bool discardKeptAnswers(int fd, char* buffer);
+/// Discards what follows a reply closely: within 20 ms, or within 250 ms from a sensor that has
+/// left a command unanswered before. True once the line is quiet, false when bytes kept coming for
+/// two seconds.
+bool discardKeptAnswers(int fd, char* buffer, bool wasSilent);
 
 /// Clears `length` bytes of the buffer and reads until they are full or the time is over. The read
 /// that is under way then still has its second (serialReadTimeout_ms) for a reply to begin, and a

@@ -130,6 +130,39 @@ struct IdentifiedModel {
     bool isReadyAtOnce;
 };
 
+/// A sensor that leaves the first try unanswered, and answers that one and four more from 1.5 s on.
+struct LateAnswers {
+    double gap_ms;
+    double expected_ms; ///< from the first try to the identity
+};
+
+TEST(SerialSensorSync, WaitsLongerForWhatASensorThatWasSilentHasKept) {
+    // A second for the first try, the answers, and a quarter of a second without any.
+    for (const LateAnswers& one : {LateAnswers{1, 1754}, LateAnswers{100, 2150}}) {
+        SERIAL_HANDLER_DATA_STRUCT handler{};
+        const SensorLine line(SensorLine_bytes("SSSSS", 1500, one.gap_ms));
+        handler.serialPort.fd = line.fd();
+        EXPECT_TRUE(line.clock().takes(one.expected_ms, [&] {
+            for (const auto expected : {stateSerFlush, stateSerIdentify}) {
+                handler.sensorState = stateSerInitialSync;
+                sensorSerialHandler_handleSensorStates(&handler);
+                EXPECT_EQ(handler.sensorState, expected);
+            }
+        })) << one.gap_ms;
+    }
+}
+
+TEST(SerialSensorSync, TakesNoLongerThanItMustOtherwise) {
+    SERIAL_HANDLER_DATA_STRUCT handler{};
+    const SensorLine line(SensorLine_bytes("SS", 0, 1500));
+    handler.serialPort.fd = line.fd();
+    EXPECT_TRUE(line.clock().takes(20, [&] {
+        handler.sensorState = stateSerInitialSync;
+        sensorSerialHandler_handleSensorStates(&handler);
+    }));
+    EXPECT_EQ(handler.sensorState, stateSerIdentify);
+}
+
 TEST_F(SerialSensor, ModelsWithoutASerialNumberAreReadyOnceIdentified) {
     const IdentifiedModel cases[] = {
         {"5132", stateSerSerialNum, false}, {"5132A20", stateSerSerialNum, false},
