@@ -41,6 +41,7 @@ bool prepare() {
     setlogmask(LOG_MASK(LOG_EMERG)); // a file that grows with every error costs most of the time
     nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     LogManager_create();
+    setConfigurationFile("");
     World_writeFile("/etc/network/interfaces", "iface eth0 inet dhcp\n\nauto eth0:0\n");
     SensorManager_Create();
     CONNECTED_SENSORS detected{};
