@@ -22,8 +22,8 @@ constexpr uint32_t memoryLimit_ms = 500;
 constexpr uint32_t flushLimit_ms = 2000;
 constexpr uint32_t flushPause_ms = 250;
 /// Answers that a sensor had kept follow each other more closely; at 9600 baud a byte takes 1 ms.
-/// One that was silent may still have much to do.
 constexpr uint32_t keptAnswersGap_ms = 20;
+/// Those of a sensor that was silent need not: it, or its line, may still have much to do.
 constexpr uint32_t lateAnswersGap_ms = 250;
 /// Bytes of one reply follow each other; at 9600 baud every millisecond.
 constexpr uint32_t byteGap_ms = 100;

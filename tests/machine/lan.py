@@ -95,7 +95,8 @@ def the_dialog_restarts_the_network(stage):
     told = lambda: "10.0.2.40" in port.ask("SYST:COMM:LAN:ADDR?\n")
     eventually("the dialog's address is told", told)
     port.send("SYST:COMM:LAN:DHCP ON;:SYST:COMM:LAN:REST\n")
-    eventually("the network has DHCP's address", lambda: addresses(stage) == {"10.0.2.15", "192.168.2.1"})
+    has_its_own = lambda: addresses(stage) == {"10.0.2.15", "192.168.2.1"}
+    eventually("the network has DHCP's address", has_its_own)
     eventually("remote control", stage.is_answering)
     stage.check("and over the command port back to DHCP", True)
     port.end()

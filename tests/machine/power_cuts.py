@@ -107,7 +107,8 @@ class Cuts:
         open(log, "w", encoding="ascii").close()
         program = f"{self.stage.build}/bin/settings-storm {FOLDER} {first} {self.scratch}"
         self.stage.machine.do(f"mkdir -p /run/scratch; {program} >>/world/storm.log 2>&1 &")
-        eventually("the storm", lambda: os.path.getsize(log) > 0)
+        is_stored = lambda: re.search(r"^\w+ \d+$", self.stage.bench.file("storm.log"), re.M)
+        eventually("something is stored", is_stored)
         time.sleep(random.uniform(0, LONGEST_STORM_S))
         self.stage.machine.cut_power()
         told = self.stage.bench.file("storm.log")

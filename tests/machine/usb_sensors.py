@@ -1,4 +1,6 @@
 """USB sensors: every fault of their transfers at every kind of exchange of a measurement."""
+import re
+
 from machine import Failed
 from stage import RECOVERY_S
 
@@ -18,16 +20,21 @@ def faults_of(exchange):
 def recovers(stage, name, exchange, *more):
     """Aims a fault at an exchange, and tells how long readings stay away."""
     struck_s = stage.strike("usb1", name, f"on={exchange}")
+    what = " and ".join([f"{name} at {exchange}", *more])
+    if not reads_again(stage, what, struck_s):
+        replug(stage)
+
+
+def reads_again(stage, what, struck_s):
+    """False if no readings come any more after a fault has struck."""
     try:
         took_s = stage.recovery_s("usb1", struck_s)
     except Failed:
-        stage.picture(f"{name} at {exchange.strip().strip('*?').replace(':', ' ')}")
+        stage.picture(re.sub(r"[*?]", "", what).replace(":", " "))
         took_s = float("inf")
-    what = " and ".join([f"{name} at {exchange.strip()}", *more])
     stage.check(what, took_s < RECOVERY_S, f"readings after {took_s:.1f} s")
     stage.bench.usb("clear", "usb1")
-    if took_s == float("inf"):
-        replug(stage)
+    return took_s < float("inf")
 
 
 def replug(stage):

@@ -1,13 +1,10 @@
 """A USB sensor's start: faults of its transfers at each kind of exchange until it measures."""
 import re
 
-from machine import Failed
-from stage import RECOVERY_S
-from usb_sensors import MESSAGE_FAULTS, other_port_went_on, replug, start
+from usb_sensors import MESSAGE_FAULTS, other_port_went_on, reads_again, replug, start
 
 # In the place of a reply; what else a read may bring is tried at the exchanges of a measurement.
 REPLY_FAULTS = "nakin stallin empty cut noisein".split()
-
 
 # One of each kind that a start has: reset, identity, plug-and-play file, what is set already, error
 # queue, setting.
@@ -36,15 +33,7 @@ def fails_at(stage, name, exchange):
     stage.await_gone("usb1")
     stage.bench.usb("fault", "usb1", name, f"on={exchange}")
     stage.bench.do("plug", "usb1", "3162", "fwd=123.4")
-    struck_s = stage.struck_s("usb1", name)
-    try:
-        took_s = stage.recovery_s("usb1", struck_s)
-    except Failed:
-        stage.picture(f"{name} at {exchange.strip('*?').replace(':', ' ')}")
-        took_s = float("inf")
-    what = f"{name} at {exchange}"
-    stage.check(what, took_s < RECOVERY_S, f"readings after {took_s:.1f} s")
-    stage.bench.usb("clear", "usb1")
+    reads_again(stage, f"{name} at {exchange}", stage.struck_s("usb1", name))
 
 
 def usb_start_faults(stage):
